@@ -1,0 +1,236 @@
+// The host's strings, byte and character buffers, vectors and dictionaries,
+// and the value-stack cursor.
+//
+// Invariant: element, character and byte storage is contiguous and read
+// directly by the library; a vector moves its elements only when it grows
+// past its capacity.
+#pragma once
+
+#include "host/value.h"
+
+// A byte string in the ANSI code page with its own length; its characters are
+// always followed by a zero byte.
+class TUL_API TulString : public TulRefObject {
+ public:
+  TulString();
+  TulString(const char* s);
+  TulString(const char* s, unsigned len);
+  TulString(const TulString& other);
+  // printf-style formatting of n script values that start at `first`:
+  // %d %i %u %x %X %o %c %s %f %e %g %% with flags, width and precision.
+  // Missing values format as empty or zero; extra ones are ignored.
+  TulString(const char* format, int n, ValPtr first);
+  ~TulString() override;
+
+  static TulString format(const char* fmt, ...);
+
+  TulString& operator=(const TulString& other);
+  TulString& operator=(const char* s);
+  TulString& operator+=(const TulString& s);
+  TulString& operator+=(const char* s);
+  TulString& operator+=(char c);
+
+  const char* c_str() const { return data_; }
+  char* data() { return data_; }  // the string's own characters, in place
+  unsigned length() const { return len_; }
+  // The 8-bit form (the characters themselves) and the UTF-16 form converted
+  // from Windows-1252; both end in a zero, of a byte or of a 16-bit unit.
+  const char* a_str() const { return data_; }
+  const std::uint16_t* w_str() const;
+
+  void clear();
+  // <0, 0, >0 like strcmp; icompare folds ASCII case.
+  int compare(const TulString& other) const;
+  int compare(const char* other) const;
+  int icompare(const TulString& other) const;
+  int icompare(const char* other) const;
+  // Position of the first occurrence at or after `start`, or -1. Any start
+  // is accepted: a negative one counts as 0, one past the end finds nothing.
+  int find(char c, int start = 0) const;
+  int find(const TulString& s, int start = 0) const;
+  int find(const char* s, int start = 0) const;
+  // Every occurrence of `from` becomes `to`.
+  void replace(char from, char to);
+  void replace(const TulString& from, const TulString& to);
+  // Positions are clamped into [0, length]; counts below 0 insert nothing.
+  void insert(int pos, const TulString& s);
+  void insert(int pos, char c, int count = 1);
+  // Removes up to count characters from pos; a negative count erases to the
+  // end. Out-of-range positions erase nothing.
+  void erase(int pos, int count);
+  // count -1 (or any negative count) takes the rest; out-of-range positions
+  // give an empty string.
+  TulString substr(int pos, int count = -1) const;
+
+ private:
+  void assign(const char* s, unsigned len);
+  void reserve(unsigned cap);
+
+  char* data_;
+  unsigned len_;
+  unsigned cap_;
+  mutable std::uint16_t* wide_;  // cache of the UTF-16 form
+};
+
+// A growable byte array. New bytes from setSize are zero.
+class TUL_API TulBuffer : public TulRefObject {
+ public:
+  TulBuffer();
+  explicit TulBuffer(unsigned capacity);
+  TulBuffer(const TulBuffer& other);
+  TulBuffer& operator=(const TulBuffer& other);
+  ~TulBuffer() override;
+
+  // Sets the byte size, growing the storage when needed; false when the
+  // memory cannot be had (nothing changes then).
+  bool setSize(unsigned size);
+  // Appends one byte; returns the new size.
+  unsigned push_back(unsigned char b);
+
+  unsigned size() const { return size_; }
+  unsigned capacity() const { return cap_; }
+  unsigned char* data() { return data_; }
+  const unsigned char* data() const { return data_; }
+
+ private:
+  bool reserve(unsigned cap);
+
+  unsigned char* data_;
+  unsigned size_;
+  unsigned cap_;
+};
+
+// A growable character array with a NUL-terminated view: there is always a
+// zero after the last character and all unused capacity is zero.
+class TUL_API TulCharBuffer : public TulRefObject {
+ public:
+  TulCharBuffer();
+  explicit TulCharBuffer(unsigned capacity);
+  TulCharBuffer(const TulCharBuffer& other);
+  TulCharBuffer& operator=(const TulCharBuffer& other);
+  ~TulCharBuffer() override;
+
+  char* data() { return data_; }
+  const char* data() const { return data_; }
+  unsigned size() const { return size_; }
+  unsigned capacity() const { return cap_; }
+  void clear();
+  void push_back(char c);
+  // Sets the size from the NUL-terminated contents (bounded by capacity).
+  void adjustSize();
+
+ private:
+  void reserve(unsigned cap);
+
+  char* data_;  // cap_ + 1 bytes, the last always zero
+  unsigned size_;
+  unsigned cap_;
+};
+
+// An ordered sequence of values in contiguous storage.
+class TUL_API TulVector : public TulRefObject {
+ public:
+  TulVector();
+  // filled: n Nil elements; otherwise empty with room for n.
+  TulVector(unsigned n, bool filled);
+  TulVector(const TulVector& other);
+  TulVector& operator=(const TulVector& other);
+  ~TulVector() override;
+
+  unsigned size() const { return size_; }
+  unsigned capacity() const { return cap_; }
+  TulValue* data() { return data_; }
+  const TulValue* data() const { return data_; }
+  TulValue& operator[](unsigned i) { return data_[i]; }
+  const TulValue& operator[](unsigned i) const { return data_[i]; }
+
+  void push_back(const TulValue& v);
+  void pop_back();  // nothing on an empty vector
+  void clear();
+  ValPtr last();    // cursor on the last element (index -1 when empty)
+  // Capacity becomes max(n, size); returns the capacity.
+  unsigned setCapacity(unsigned n);
+  // Capacity becomes the size; returns the capacity.
+  unsigned shrink();
+
+ private:
+  void reallocate(unsigned cap);
+
+  TulValue* data_;
+  unsigned size_;
+  unsigned cap_;
+};
+
+// The value-stack cursor: a vector and an index into it.
+struct ValPtr {
+  TulVector* vec;
+  int index;
+
+  TulValue& operator*() const { return (*vec)[static_cast<unsigned>(index)]; }
+  TulValue* operator->() const { return &**this; }
+  ValPtr& operator+=(int n) { index += n; return *this; }
+  ValPtr& operator-=(int n) { index -= n; return *this; }
+};
+
+// One key/value record of a dictionary. A record outlives its dictionary's
+// hold on it while values refer to it: once erased it keeps its key, loses
+// its value and answers erased() (it is then no longer linked).
+class TUL_API TulDictionaryEntry : public TulRefObject {
+ public:
+  ~TulDictionaryEntry() override;
+
+  TulString key;
+  TulValue value;
+  TulDictionaryEntry* next;  // the next entry in insertion order, or null
+
+  TulDictionaryEntry& operator=(const TulValue& v);
+  void setValue(const TulValue& v, bool flag1, bool flag2);
+
+  // Host side.
+  bool erased() const { return owner_ == nullptr; }
+  TulDictionary* owner() const { return owner_; }
+
+ private:
+  friend class TulDictionary;
+  TulDictionaryEntry(TulDictionary* owner, const TulString& k);
+
+  TulDictionary* owner_;
+  TulDictionaryEntry* prev_;
+  TulDictionaryEntry* hashNext_;
+  std::uint32_t hash_;
+};
+
+// Maps string keys to values; keeps insertion order and finds keys through a
+// hash table in O(1) on average.
+class TUL_API TulDictionary : public TulRefObject {
+ public:
+  explicit TulDictionary(bool flag = false);
+  TulDictionary(const TulDictionary& other);  // a copy in the same order
+  TulDictionary& operator=(const TulDictionary& other);
+  ~TulDictionary() override;
+
+  TulDictionaryEntry* find(const TulString& key) const;
+  TulDictionaryEntry* find(const char* key) const;
+  // The entry for key, appended with a Nil value when missing.
+  TulDictionaryEntry* operator[](const TulString& key);
+  TulDictionaryEntry* operator[](const char* key);
+  bool erase(const TulString& key);
+  // False, and nothing changes, for an entry of another dictionary or one
+  // already erased.
+  bool erase(TulDictionaryEntry* entry);
+  void clear();
+  unsigned count() const { return count_; }
+  TulDictionaryEntry* getFirst() const { return first_; }
+
+ private:
+  TulDictionaryEntry* lookup(const char* key, unsigned len,
+                             std::uint32_t hash) const;
+  void unlink(TulDictionaryEntry* e);
+  void rehash(unsigned buckets);
+
+  TulDictionaryEntry* first_;
+  TulDictionaryEntry* last_;
+  TulDictionaryEntry** buckets_;
+  unsigned bucketCount_;
+  unsigned count_;
+};

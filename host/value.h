@@ -1,0 +1,195 @@
+// The host's tagged value, its reference-counted base and the value-stack
+// cursor: the smallest part of the contract between a native class library
+// and the host virtual machine.
+//
+// Invariant: a TulValue is 16 bytes with its type tag in the first byte, and
+// a value that holds a reference-counted host object holds one strong
+// reference to it (a weak object reference, tag ObjectRef, holds none).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#if defined(_WIN32)
+#  if defined(TUL_RUNTIME_BUILD)
+#    define TUL_API __declspec(dllexport)
+#  else
+#    define TUL_API __declspec(dllimport)
+#  endif
+#else
+#  define TUL_API __attribute__((visibility("default")))
+#endif
+
+class TulVirtualMachine;
+class TulInterpreter;
+class TulClass;
+class TulObject;
+class TulString;
+class TulVector;
+class TulBuffer;
+class TulCharBuffer;
+class TulDictionary;
+class TulDictionaryEntry;
+struct ValPtr;
+
+// One enumeration serves as the tag stored in a value and as the type code
+// handed to TulInterpreter::checkType. The numbers are part of the contract.
+enum class TulValueType : std::uint8_t {
+  Nil = 0,
+  Empty = 1,
+  // Type codes that only checkType understands.
+  Number = 3,  // any number
+  Int = 4,     // an integer-valued number
+  UInt = 6,    // a non-negative integer-valued number
+  Handle = 7,  // an integer, or nil as 0
+  // Numeric scalar tags: everything from 64 to 77 is a number, nothing else.
+  I32 = 64,
+  U32 = 65,
+  F32 = 66,
+  F64 = 67,
+  Bool = 68,
+  Char = 69,
+  // Reference tags.
+  Object = 160,
+  Class = 168,
+  String = 176,
+  Buffer = 177,
+  CharBuffer = 178,
+  Vector = 180,
+  Dictionary = 184,
+  DictEntry = 185,
+  Function = 192,  // a callable of the host's own (script functions)
+  ObjectRef = 224, // a weak reference to an object
+};
+
+constexpr bool isNumericTag(TulValueType t) {
+  return static_cast<int>(t) >= 64 && static_cast<int>(t) <= 77;
+}
+
+// Shared between a host object and its weak references; outlives the object
+// while weak references remain, and then answers null.
+struct TulWeakLink {
+  class TulRefObject* target;
+  int count;
+};
+
+// Base of every host object that values refer to. Objects are created with a
+// count of zero; the first TulValue (or handle) that takes charge of one
+// raises it to one. The object is destroyed when the count returns to zero.
+class TUL_API TulRefObject {
+ public:
+  TulRefObject();
+  TulRefObject(const TulRefObject&);
+  TulRefObject& operator=(const TulRefObject&) { return *this; }
+  virtual ~TulRefObject();
+
+  void retain() { ++refs_; }
+  void release();
+  int refCount() const { return refs_; }
+
+  // The weak link of this object, created on first use.
+  TulWeakLink* weakLink();
+
+ protected:
+  // Called when the count reaches zero. The default deletes the object; a
+  // subclass may run last work first (script destructors) and may keep the
+  // object alive by retaining it again.
+  virtual void lastReleased();
+
+ private:
+  int refs_;
+  TulWeakLink* weak_;
+};
+
+// The host's tagged value.
+class TUL_API TulValue {
+ public:
+  TulValue();  // Nil
+  TulValue(int v, bool address = false);
+  explicit TulValue(unsigned int v);
+  explicit TulValue(float v);
+  explicit TulValue(double v);
+  // weak: a reference that does not keep the object alive (tag ObjectRef).
+  TulValue(TulObject* o, bool weak = false);
+  TulValue(TulClass* c, bool flag = false);
+  TulValue(TulString* s, bool flag = false);
+  TulValue(TulBuffer* b, bool flag = false);
+  TulValue(TulCharBuffer* b, bool flag = false);
+  TulValue(TulDictionary* d, bool flag = false);
+  TulValue(TulVector* v, bool flag = false, bool flag2 = false);
+  TulValue(const TulValue& v, bool flag);
+  explicit TulValue(TulDictionaryEntry* e);
+
+  TulValue(const TulValue& other);
+  TulValue(TulValue&& other) noexcept;
+  TulValue& operator=(const TulValue& other);
+  TulValue& operator=(TulValue&& other) noexcept;
+  ~TulValue();
+
+  // Releases what the value held; the tag becomes Empty.
+  void dispose();
+
+  TulValueType type() const { return static_cast<TulValueType>(tag_); }
+
+  // Numbers convert by value (doubles truncate toward zero and saturate);
+  // every non-number converts to 0.
+  explicit operator int() const;
+  explicit operator unsigned int() const;
+  explicit operator float() const;
+  explicit operator double() const;
+  // Pointer conversions give the payload when the value is of that kind and
+  // null otherwise. A weak reference gives null once its object is gone.
+  explicit operator TulObject*() const;
+  explicit operator TulClass*() const;
+  explicit operator TulString*() const;
+  explicit operator TulVector*() const;
+  explicit operator TulBuffer*() const;
+  explicit operator TulCharBuffer*() const;
+  explicit operator TulDictionary*() const;
+  explicit operator TulDictionaryEntry*() const;
+
+  // The address of what the value holds, for native code: the number itself
+  // for a number (a 32-bit integer, a float or a double in the platform's
+  // format, stored inside the value), the characters of a string or char
+  // buffer, the first byte of a byte buffer; null for anything else.
+  void* addr();
+
+  // Host side (the runtime and host programs).
+  bool isNumber() const { return isNumericTag(type()); }
+  bool isInteger() const;  // a number with an integral value
+  bool isObject() const {
+    return type() == TulValueType::Object || type() == TulValueType::ObjectRef;
+  }
+  bool isAddress() const { return (flags_ & kAddressFlag) != 0; }
+  static TulValue boolean(bool b);
+  // A value of a reference tag for a host object of the runtime's own kinds
+  // (Function); takes charge of the object.
+  static TulValue fromRef(TulValueType tag, TulRefObject* obj);
+  // The referenced host object of a reference tag (not weak), else null.
+  TulRefObject* refObject() const;
+
+ private:
+  static constexpr std::uint8_t kAddressFlag = 1;
+
+  void setRef(TulValueType tag, TulRefObject* obj);
+  void clear();
+
+  std::uint8_t tag_;
+  std::uint8_t flags_;
+  std::uint16_t reserved16_;
+  std::uint32_t reserved32_;
+  union Payload {
+    std::int32_t i;
+    std::uint32_t u;
+    float f;
+    double d;
+    TulRefObject* ref;
+    TulWeakLink* weak;
+  } v_;
+};
+
+static_assert(sizeof(TulValue) == 16, "TulValue is 16 bytes");
+
+// Native method: (vm, argc, sp) with sp at the last occupied stack slot; the
+// result slot lies argc slots below sp.
+using NativeMethod = bool (*)(TulVirtualMachine* vm, int argc, ValPtr& sp);

@@ -1,0 +1,11 @@
+// The class tables of the library, each defined at the end of its class's
+// source file.
+#pragma once
+
+#include "module/registrar.h"
+
+extern const ClassSpec kPointSpec;
+extern const ClassSpec kSizeSpec;
+extern const ClassSpec kRectSpec;
+extern const ClassSpec kAccelSpec;
+extern const ClassSpec kMsgSpec;

@@ -1,0 +1,31 @@
+// Every error text the library reports, in one place. Tests compare whole
+// strings, so the punctuation here is part of the interface: some texts end
+// with a period and some do not.
+#pragma once
+
+namespace err {
+
+// The native-method frame.
+constexpr const char* kInvalidThis = "invalid 'this' pointer";
+constexpr const char* kTooFew = "too few arguments";
+constexpr const char* kTooMany = "too many arguments";
+
+// Lookups of the library's own classes and static members (printf formats).
+constexpr const char* kClassNotFound = "Class %s not found.";
+constexpr const char* kMemberNotFound = "Member %s::%s not found.";
+constexpr const char* kPointClassNotFound = "POINT class not found.";
+constexpr const char* kSizeClassNotFound = "SIZE class not found.";
+
+// Arguments and data members of the value classes.
+constexpr const char* kInvalidMemberData = "invalid member data";
+constexpr const char* kInvalidArgument = "Invalid argument";
+constexpr const char* kInvalidArgumentDot = "Invalid argument.";
+constexpr const char* kInvalidPt = "Invalid data (_pt)";
+constexpr const char* kInvalidRect = "Invalid data (_rect)";
+constexpr const char* kInvalidMsg = "Invalid data (_msg)";
+constexpr const char* kInvalidAccel = "Invalid data (_accel)";
+constexpr const char* kPointExpected = "POINT argument expected";
+constexpr const char* kMsgExpected = "MSG argument expected";
+constexpr const char* kAccelExpected = "ACCEL argument expected";
+
+}  // namespace err

@@ -1,0 +1,113 @@
+// The native-method frame (see frame.h). Slot p is the result slot; for an
+// instance method p+1 is `this` and the arguments follow, for a static method
+// the arguments start at p+1. argc counts every slot after p.
+#include "module/frame.h"
+
+#include "module/errors.h"
+
+Frame::Frame(TulVirtualMachine* vm, int argc, ValPtr& sp)
+    : vm_(vm), interp_(vm->interpreter()), sp_(sp), result_(sp), argc_(argc),
+      first_(1), nargs_(argc) {
+  result_ -= argc;
+}
+
+bool Frame::checkCounts(int minArgs, int maxArgs) const {
+  if (nargs_ < minArgs) return fail(err::kTooFew);
+  if (nargs_ > maxArgs) return fail(err::kTooMany);
+  return true;
+}
+
+bool Frame::enter(int minArgs, int maxArgs) {
+  // Without a slot for `this` there is no object to call the method on.
+  if (argc_ < 1) return fail(err::kInvalidThis);
+  const TulValue& self = (*result_.vec)[static_cast<unsigned>(result_.index + 1)];
+  self_ = static_cast<TulObject*>(self);
+  if (!self_) return fail(err::kInvalidThis);
+  first_ = 2;
+  nargs_ = argc_ - 1;
+  return checkCounts(minArgs, maxArgs);
+}
+
+bool Frame::enterStatic(int minArgs, int maxArgs) {
+  first_ = 1;
+  nargs_ = argc_;
+  return checkCounts(minArgs, maxArgs);
+}
+
+TulValue& Frame::arg(int i) const {
+  return (*result_.vec)[static_cast<unsigned>(result_.index + first_ + i)];
+}
+
+ValPtr Frame::argCursor(int i) const {
+  return ValPtr{result_.vec, result_.index + first_ + i};
+}
+
+TulValue* Frame::member(Member m) const { return memberSlot(self_, m); }
+
+bool Frame::intArg(int i, int& out) const {
+  const TulValue& v = arg(i);
+  if (!interp_->checkType(v, TulValueType::Int)) return false;
+  out = static_cast<int>(v);
+  return true;
+}
+
+bool Frame::ret(const TulValue& v) {
+  *result_ = v;
+  sp_ = result_;
+  return true;
+}
+
+bool Frame::retSelf() { return ret(TulValue(self_)); }
+
+bool Frame::retNothing() {
+  result_->dispose();
+  sp_ = result_;
+  return true;
+}
+
+bool Frame::fail(const char* message, const char* detail) const {
+  return interp_->returnError(message, detail);
+}
+
+bool Frame::badType(const TulValue& actual, TulValueType expected) const {
+  return interp_->badType(actual.type(), expected);
+}
+
+TulObject* objectOfClass(const TulValue& v, Name cls) {
+  TulObject* obj = static_cast<TulObject*>(v);
+  if (!obj || !obj->getClass()) return nullptr;
+  return obj->getClass()->isSubtypeOf(nameString(cls)) ? obj : nullptr;
+}
+
+TulValue* memberSlot(TulObject* obj, Member m) {
+  if (!obj) return nullptr;
+  TulVector* data = obj->getMemberData();
+  int index = memberIndex(m);
+  if (!data || index < 0 || static_cast<unsigned>(index) >= data->size())
+    return nullptr;
+  return &(*data)[static_cast<unsigned>(index)];
+}
+
+TulBuffer* bufferMember(TulObject* obj, Member m, unsigned minSize) {
+  TulValue* slot = memberSlot(obj, m);
+  TulBuffer* buf = slot ? static_cast<TulBuffer*>(*slot) : nullptr;
+  return buf && buf->size() >= minSize ? buf : nullptr;
+}
+
+TulClass* findClass(TulVirtualMachine* vm, const TulString& name) {
+  TulDictionaryEntry* e = vm->classes().find(name);
+  return e ? static_cast<TulClass*>(e->value) : nullptr;
+}
+
+TulValue newObjectWith(TulClass* cls, Member m, const TulValue& v) {
+  TulValue obj(new TulObject(cls));
+  TulValue* slot = memberSlot(static_cast<TulObject*>(obj), m);
+  if (!slot) return TulValue();
+  *slot = v;
+  return obj;
+}
+
+bool isObjectOf(const TulValue& v, TulClass* cls) {
+  TulObject* obj = static_cast<TulObject*>(v);
+  return obj && obj->getClass() && obj->getClass()->isSubtypeOf(cls);
+}

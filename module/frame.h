@@ -1,0 +1,100 @@
+// The native-method frame. Every native method opens with a Frame: it finds
+// the result slot, fetches `this`, checks the argument counts and writes the
+// result, so the order of the shared checks (this, too few, too many) lives
+// here and nowhere else.
+//
+// Invariant: a method either returns one of the ret*() results (true, the
+// caller's cursor now on the result slot) or the false of a report, with the
+// caller's cursor untouched.
+#pragma once
+
+#include "host/tul.h"
+#include "module/members.h"
+#include "module/names.h"
+
+class Frame {
+ public:
+  Frame(TulVirtualMachine* vm, int argc, ValPtr& sp);
+
+  // Instance methods: checks `this`, then minArgs and maxArgs, which count
+  // the script's arguments (not `this`). False after the report.
+  bool enter(int minArgs, int maxArgs);
+  // Static methods: the same count checks, without `this`.
+  bool enterStatic(int minArgs, int maxArgs);
+
+  TulVirtualMachine* vm() const { return vm_; }
+  TulInterpreter& interp() const { return *interp_; }
+  TulObject* self() const { return self_; }
+  int argCount() const { return nargs_; }
+  // The i-th script argument, from 0, and a stack cursor on it.
+  TulValue& arg(int i) const;
+  ValPtr argCursor(int i) const;
+  // The slot of one of this object's data members through the member index
+  // cache; null when the object has no such slot.
+  TulValue* member(Member m) const;
+
+  // The i-th argument as an integer, after the host's integer check. False
+  // after the host's report.
+  bool intArg(int i, int& out) const;
+
+  // The data member m when it holds a value of the given tag; otherwise a
+  // bad-type report (actual: the member's tag) and null.
+  template <class T>
+  T* memberAs(Member m, TulValueType tag) const {
+    TulValue* slot = member(m);
+    if (slot && slot->type() == tag) return static_cast<T*>(*slot);
+    badType(slot ? *slot : TulValue(), tag);
+    return nullptr;
+  }
+
+  // Results. Each writes the result slot, moves the caller's cursor onto it
+  // and returns true.
+  bool ret(const TulValue& v);
+  bool retInt(int v) { return ret(TulValue(v)); }
+  bool retBool(bool b) { return ret(TulValue(b ? 1 : 0)); }
+  bool retSelf();     // constructors: the object itself
+  bool retNothing();  // the result slot is left empty
+
+  // Reports (they always return false).
+  bool fail(const char* message, const char* detail = nullptr) const;
+  bool badType(const TulValue& actual, TulValueType expected) const;
+
+ private:
+  bool checkCounts(int minArgs, int maxArgs) const;
+
+  TulVirtualMachine* vm_;
+  TulInterpreter* interp_;
+  ValPtr& sp_;
+  ValPtr result_;  // p: the result slot
+  int argc_;
+  int first_;      // offset of the first script argument from p
+  int nargs_;
+  TulObject* self_ = nullptr;
+};
+
+// The object a value refers to when that object's class is the named class
+// or derives from it; null otherwise.
+TulObject* objectOfClass(const TulValue& v, Name cls);
+
+// The slot of data member m of obj through the member index cache; null when
+// obj has no such slot (an object of an unrelated class, say).
+TulValue* memberSlot(TulObject* obj, Member m);
+
+// The byte buffer held in data member m of obj when it holds one of at least
+// minSize bytes; null otherwise.
+TulBuffer* bufferMember(TulObject* obj, Member m, unsigned minSize);
+
+// True for a value that stands for one character: a number of any of the
+// host's numeric tags.
+inline bool isCharacter(const TulValue& v) { return isNumericTag(v.type()); }
+
+// A new object of cls, made natively (no script constructor runs), with data
+// member m set to v. Nil when cls has no such member.
+TulValue newObjectWith(TulClass* cls, Member m, const TulValue& v);
+
+// True when v is an object whose class is cls or derives from it.
+bool isObjectOf(const TulValue& v, TulClass* cls);
+
+// A registered class by name; null when there is no entry or it holds no
+// class.
+TulClass* findClass(TulVirtualMachine* vm, const TulString& name);

@@ -1,0 +1,123 @@
+// The host's byte buffer and character buffer.
+//
+// Invariant: storage is never null (a zero-capacity buffer still owns one
+// byte), bytes a size change uncovers are zero, and a character buffer keeps
+// every byte from its size to its capacity (inclusive) at zero.
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "host/containers.h"
+
+namespace {
+
+constexpr unsigned kMinGrowth = 16;
+
+// The capacity to grow to for one more element: doubling, saturating.
+unsigned grownCapacity(unsigned cap) {
+  if (cap < kMinGrowth) return kMinGrowth;
+  return cap > UINT32_MAX / 2 ? UINT32_MAX - 1 : cap * 2;
+}
+
+}  // namespace
+
+// --- TulBuffer --------------------------------------------------------------
+
+TulBuffer::TulBuffer() : TulBuffer(0u) {}
+
+TulBuffer::TulBuffer(unsigned capacity) : data_(nullptr), size_(0), cap_(0) {
+  if (!reserve(capacity)) throw std::bad_alloc();
+}
+
+TulBuffer::TulBuffer(const TulBuffer& other) : TulBuffer(other.size_) {
+  if (other.size_) std::memcpy(data_, other.data_, other.size_);
+  size_ = other.size_;
+}
+
+TulBuffer& TulBuffer::operator=(const TulBuffer& other) {
+  if (this == &other) return *this;
+  if (!reserve(other.size_)) throw std::bad_alloc();
+  if (other.size_) std::memcpy(data_, other.data_, other.size_);
+  size_ = other.size_;
+  return *this;
+}
+
+TulBuffer::~TulBuffer() { std::free(data_); }
+
+// False, with nothing changed, when the memory cannot be had.
+bool TulBuffer::reserve(unsigned cap) {
+  if (data_ && cap <= cap_) return true;
+  void* p = std::realloc(data_, cap ? cap : 1u);
+  if (!p) return false;
+  data_ = static_cast<unsigned char*>(p);
+  cap_ = cap;
+  return true;
+}
+
+bool TulBuffer::setSize(unsigned size) {
+  if (!reserve(size)) return false;
+  if (size > size_) std::memset(data_ + size_, 0, size - size_);
+  size_ = size;
+  return true;
+}
+
+unsigned TulBuffer::push_back(unsigned char b) {
+  if (size_ == cap_ && !reserve(grownCapacity(cap_))) return size_;
+  data_[size_++] = b;
+  return size_;
+}
+
+// --- TulCharBuffer ----------------------------------------------------------
+
+TulCharBuffer::TulCharBuffer() : TulCharBuffer(0u) {}
+
+TulCharBuffer::TulCharBuffer(unsigned capacity)
+    : data_(nullptr), size_(0), cap_(0) {
+  reserve(capacity);
+}
+
+TulCharBuffer::TulCharBuffer(const TulCharBuffer& other)
+    : TulCharBuffer(other.cap_) {
+  std::memcpy(data_, other.data_, other.cap_ + 1u);
+  size_ = other.size_;
+}
+
+TulCharBuffer& TulCharBuffer::operator=(const TulCharBuffer& other) {
+  if (this == &other) return *this;
+  reserve(other.cap_);
+  std::memset(data_, 0, cap_ + 1u);
+  std::memcpy(data_, other.data_, other.size_);
+  size_ = other.size_;
+  return *this;
+}
+
+TulCharBuffer::~TulCharBuffer() { std::free(data_); }
+
+// The bytes gained are zero, which keeps the terminator and the zero tail.
+void TulCharBuffer::reserve(unsigned cap) {
+  if (data_ && cap <= cap_) return;
+  if (cap >= UINT32_MAX) throw std::bad_alloc();
+  const unsigned oldBytes = data_ ? cap_ + 1u : 0u;
+  void* p = std::realloc(data_, cap + 1u);
+  if (!p) throw std::bad_alloc();
+  data_ = static_cast<char*>(p);
+  std::memset(data_ + oldBytes, 0, cap + 1u - oldBytes);
+  cap_ = cap;
+}
+
+void TulCharBuffer::clear() {
+  std::memset(data_, 0, size_);
+  size_ = 0;
+}
+
+void TulCharBuffer::push_back(char c) {
+  if (size_ == cap_) reserve(grownCapacity(cap_));
+  data_[size_++] = c;
+}
+
+// Whatever a caller wrote past the new end is zeroed, restoring the tail.
+void TulCharBuffer::adjustSize() {
+  const void* nul = std::memchr(data_, 0, cap_);
+  size_ = nul ? static_cast<unsigned>(static_cast<const char*>(nul) - data_) : cap_;
+  std::memset(data_ + size_, 0, cap_ + 1u - size_);
+}

@@ -1,0 +1,218 @@
+// Script classes: member layout, static members, method tables and the
+// lookups through the class chain, plus the class introspection of runtime.h.
+//
+// Invariant: the chain of bases never loops (setBaseClass refuses a cycle),
+// so every walk up the chain ends.
+#include <cstring>
+#include <string>
+
+#include "runtime/machine_impl.h"
+
+using tulrt::detail::report;
+
+namespace {
+
+const TulClassState& stateOf(const TulClass* cls) { return cls->state(); }
+
+const TulClass* baseOf(const TulClass* cls) { return stateOf(cls).base.get(); }
+
+bool missingName(const char* name) { return !name || !*name; }
+
+// The base's layout, then the class's own members; a name already taken
+// keeps its first index.
+void rebuildLayout(TulClassState& s) {
+  s.layout = s.base ? s.base->state().layout : std::vector<std::string>{};
+  s.layout.insert(s.layout.end(), s.ownMembers.begin(), s.ownMembers.end());
+  s.memberIndex.clear();
+  for (std::size_t i = 0; i < s.layout.size(); ++i)
+    s.memberIndex.emplace(s.layout[i], static_cast<int>(i));
+}
+
+bool bindMethod(TulClass* cls, bool isStatic, const char* name, NativeMethod native,
+                std::shared_ptr<const tulrt::ScriptMethod> script) {
+  if (!cls) return false;
+  TulClassState& s = cls->state();
+  if (missingName(name) || (!native && !(script && *script)))
+    return report(s.machine, "Method binding needs a name and a function");
+  (isStatic ? s.staticMethods : s.methods).bind(name, native, std::move(script));
+  return true;
+}
+
+}  // namespace
+
+// --- MethodTable ------------------------------------------------------------
+
+void MethodTable::bind(const char* name, NativeMethod native,
+                       std::shared_ptr<const tulrt::ScriptMethod> script) {
+  auto it = index_.find(name);
+  if (it == index_.end()) {
+    index_.emplace(name, entries_.size());
+    entries_.push_back(MethodEntry{name, native, std::move(script)});
+    return;
+  }
+  MethodEntry& e = entries_[it->second];
+  e.native = native;
+  e.script = std::move(script);
+}
+
+const MethodEntry* MethodTable::find(const char* name) const {
+  auto it = index_.find(name);
+  return it == index_.end() ? nullptr : &entries_[it->second];
+}
+
+std::vector<std::string> MethodTable::names() const {
+  std::vector<std::string> out;
+  for (const MethodEntry& e : entries_) out.push_back(e.name);
+  return out;
+}
+
+void MethodTable::clear() {
+  index_.clear();
+  entries_.clear();
+}
+
+// --- TulClass ---------------------------------------------------------------
+
+// The machine keeps the class (one reference) until it is torn down, so a
+// class that never gets registered is freed all the same.
+TulClass::TulClass(TulVirtualMachine& vm) : state_(new TulClassState) {
+  state_->vm = &vm;
+  state_->machine = &tulrt::detail::implOf(&vm);
+  state_->statics = tulrt::Ref<TulDictionary>(new TulDictionary(false));
+  state_->machine->classList.push_back(this);
+  retain();
+}
+
+TulClass::~TulClass() { delete state_; }
+
+TulVirtualMachine& TulClass::getVM() { return *state_->vm; }
+
+const TulString& TulClass::getName() const { return state_->name; }
+
+bool TulClass::addDataMember(const char* name) {
+  if (missingName(name)) return report(state_->machine, "Data member needs a name");
+  if (state_->memberIndex.count(name))
+    return report(state_->machine, std::string("Data member ") + name + " already defined");
+  state_->ownMembers.push_back(name);
+  rebuildLayout(*state_);
+  return true;
+}
+
+bool TulClass::addStaticDataMember(const char* name, const TulValue& initial) {
+  if (missingName(name)) return report(state_->machine, "Static member needs a name");
+  if (state_->statics->find(name))
+    return report(state_->machine, std::string("Static member ") + name + " already defined");
+  (*state_->statics)[name]->value = initial;
+  return true;
+}
+
+bool TulClass::addMethod(const char* name, NativeMethod fn, unsigned char) {
+  return bindMethod(this, false, name, fn, nullptr);
+}
+
+bool TulClass::addStaticMethod(const char* name, NativeMethod fn, unsigned char) {
+  return bindMethod(this, true, name, fn, nullptr);
+}
+
+bool TulClass::setBaseClass(TulClass* base) {
+  if (!base || base->isSubtypeOf(this))
+    return report(state_->machine, std::string("Invalid base class for ") + state_->name.c_str());
+  state_->base = tulrt::Ref<TulClass>(base);
+  rebuildLayout(*state_);
+  return true;
+}
+
+// Bases first, so members a base gained since are picked up all the way up.
+void TulClass::fixupDataDefs() {
+  if (state_->base) state_->base->fixupDataDefs();
+  rebuildLayout(*state_);
+}
+
+int TulClass::getMemberIndex(const TulString& name) {
+  auto it = state_->memberIndex.find(std::string(name.c_str(), name.length()));
+  return it == state_->memberIndex.end() ? -1 : it->second;
+}
+
+TulDictionaryEntry* TulClass::findOwnMember(const TulString& name, bool) {
+  return state_->statics->find(name);
+}
+
+bool TulClass::isSubtypeOf(const TulString& className) {
+  for (const TulClass* c = this; c; c = baseOf(c))
+    if (stateOf(c).name.compare(className) == 0) return true;
+  return false;
+}
+
+bool TulClass::isSubtypeOf(TulClass* other) {
+  for (const TulClass* c = this; c; c = baseOf(c))
+    if (c == other) return true;
+  return false;
+}
+
+// --- Lookup and introspection -----------------------------------------------
+
+namespace tulrt {
+namespace detail {
+
+Callee findMethod(const TulClass* cls, const char* name, bool isStatic) {
+  if (!name) return Callee{};
+  for (const TulClass* c = cls; c; c = baseOf(c)) {
+    const TulClassState& s = stateOf(c);
+    const MethodEntry* e = (isStatic ? s.staticMethods : s.methods).find(name);
+    if (e) return Callee{e->native, e->script};
+  }
+  return Callee{};
+}
+
+}  // namespace detail
+
+bool addScriptMethod(TulClass* cls, const char* name, ScriptMethod fn) {
+  return bindMethod(cls, false, name, nullptr,
+                    std::make_shared<const ScriptMethod>(std::move(fn)));
+}
+
+bool addStaticScriptMethod(TulClass* cls, const char* name, ScriptMethod fn) {
+  return bindMethod(cls, true, name, nullptr,
+                    std::make_shared<const ScriptMethod>(std::move(fn)));
+}
+
+const char* className(const TulClass* cls) {
+  return cls ? stateOf(cls).name.c_str() : "";
+}
+
+TulClass* baseClass(const TulClass* cls) {
+  return cls ? stateOf(cls).base.get() : nullptr;
+}
+
+std::vector<std::string> dataMemberNames(const TulClass* cls) {
+  return cls ? stateOf(cls).layout : std::vector<std::string>{};
+}
+
+std::vector<std::string> staticMemberNames(const TulClass* cls) {
+  std::vector<std::string> out;
+  if (!cls) return out;
+  for (const TulDictionaryEntry* e = stateOf(cls).statics->getFirst(); e; e = e->next)
+    out.emplace_back(e->key.c_str(), e->key.length());
+  return out;
+}
+
+std::vector<std::string> ownMethodNames(const TulClass* cls) {
+  return cls ? stateOf(cls).methods.names() : std::vector<std::string>{};
+}
+
+std::vector<std::string> ownStaticMethodNames(const TulClass* cls) {
+  return cls ? stateOf(cls).staticMethods.names() : std::vector<std::string>{};
+}
+
+TulValue* findStatic(TulClass* cls, const char* name) {
+  if (!name) return nullptr;
+  for (const TulClass* c = cls; c; c = baseOf(c))
+    if (TulDictionaryEntry* e = stateOf(c).statics->find(name)) return &e->value;
+  return nullptr;
+}
+
+bool hasMethod(const TulClass* cls, const char* name, bool isStatic) {
+  return static_cast<bool>(detail::findMethod(cls, name, isStatic));
+}
+
+}  // namespace tulrt

@@ -1,0 +1,274 @@
+// The interpreter: the error record, type checks, and the call frames through
+// which every method (native or C++-written) is run.
+//
+// Invariant: a call leaves the stack as it found it: every slot its frame
+// used is Nil again and `top` and `depth` are restored, whether the call
+// succeeded or failed.
+#include <cassert>
+#include <exception>
+#include <new>
+#include <string>
+
+#include "runtime/machine_impl.h"
+
+using tulrt::ErrorRecord;
+using tulrt::Machine;
+using tulrt::detail::Callee;
+using tulrt::detail::implOf;
+using tulrt::detail::report;
+
+namespace tulrt {
+namespace detail {
+
+Machine::Impl& implOf(const TulInterpreter* in) {
+  return *reinterpret_cast<const InterpSlot*>(static_cast<const Interpreter*>(in))->owner;
+}
+
+bool report(Machine::Impl* m, const std::string& message, const char* detail) {
+  if (!m) return false;
+  m->error = ErrorRecord{};
+  m->error.set = true;
+  m->error.message = message;
+  m->error.hasDetail = detail != nullptr;
+  if (detail) m->error.detail = detail;
+  return false;
+}
+
+}  // namespace detail
+}  // namespace tulrt
+
+namespace {
+
+constexpr const char* kStackOverflow = "stack overflow";
+
+std::string methodNotFound(const TulClass* cls, const char* name) {
+  return std::string("Method ") + tulrt::className(cls) + "::" + (name ? name : "") +
+         " not found";
+}
+
+bool isNonNegative(const TulValue& v) { return static_cast<double>(v) >= 0; }
+
+// Whether v passes as the type code; see checkType.
+bool accepts(const TulValue& v, TulValueType code) {
+  switch (code) {
+    case TulValueType::Number: return v.isNumber();
+    case TulValueType::Int: return v.isInteger();
+    case TulValueType::UInt: return v.isInteger() && isNonNegative(v);
+    case TulValueType::Handle:
+      return v.isInteger() || v.type() == TulValueType::Nil;
+    case TulValueType::Object:
+      return v.type() == TulValueType::Object || static_cast<TulObject*>(v) != nullptr;
+    default: return v.type() == code;
+  }
+}
+
+// Runs the callee, turning a C++ exception that escapes it (a C++-written
+// method's own, or an allocation a script asked for that cannot be had) into
+// a script error: the frame must still be unwound by the caller.
+bool runCallee(Machine::Impl& m, const Callee& c, int argc, ValPtr& sp) {
+  assert(c && "a call frame needs a method");
+  TulVirtualMachine* vm = m.self;
+  try {
+    if (c.native) return c.native(vm, argc, sp);
+    return (*c.script)(vm, argc, sp);
+  } catch (const std::bad_alloc&) {
+    return report(&m, "out of memory");
+  } catch (const std::exception& e) {
+    return report(&m, std::string("unhandled exception: ") + e.what());
+  } catch (...) {
+    return report(&m, "unhandled exception");
+  }
+}
+
+// Empties the slots [from, to]. Each value is moved out before it is
+// released: a destructor run by the release may make calls of its own, which
+// take slots above the restored top.
+void resetSlots(TulVector& stack, int from, int to) {
+  for (int i = from; i <= to; ++i) {
+    TulValue dropped(std::move(stack[static_cast<unsigned>(i)]));
+  }
+}
+
+// The last slot a frame used: its arguments, or further if the callee moved
+// its cursor up to push values of its own.
+int frameEnd(const TulVector& stack, const ValPtr& sp, int lastArg) {
+  const bool movedUp = sp.vec == &stack && sp.index > lastArg &&
+                       sp.index < static_cast<int>(stack.size());
+  return movedUp ? sp.index : lastArg;
+}
+
+bool fitsFrame(const Machine::Impl& m, int slots) {
+  const long long last = static_cast<long long>(m.top) + slots;
+  return m.depth < tulrt::kMaxCallDepth && last < static_cast<long long>(m.stack->size());
+}
+
+}  // namespace
+
+namespace tulrt {
+namespace detail {
+
+// The frame: the result slot at p = top+1, then `this` (instance calls), then
+// the arguments; the callee gets sp on the last of them.
+bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
+            const TulValue* args, int nargs, TulValue& result) {
+  const int argc = (self ? 1 : 0) + nargs;
+  if (!fitsFrame(m, argc + 1)) return report(&m, kStackOverflow);
+  TulVector& stack = *m.stack;
+  const int p = m.top + 1;
+  const int savedTop = m.top;
+  const int firstArg = p + 1 + (self ? 1 : 0);
+  stack[static_cast<unsigned>(p)] = TulValue();
+  if (self) stack[static_cast<unsigned>(p + 1)] = *self;
+  for (int i = 0; i < nargs; ++i) stack[static_cast<unsigned>(firstArg + i)] = args[i];
+  ValPtr sp{&stack, p + argc};
+  m.top = p + argc;
+  ++m.depth;
+  const bool ok = runCallee(m, c, argc, sp);
+  --m.depth;
+  TulValue answer(std::move(stack[static_cast<unsigned>(p)]));
+  m.top = savedTop;
+  resetSlots(stack, p, frameEnd(stack, sp, p + argc));
+  if (ok) result = std::move(answer);
+  return ok;
+}
+
+// The constructor is the method that the nearest class of the chain binds
+// under its own name.
+bool construct(Machine::Impl& m, TulValue& out, TulClass* cls, const TulValue* args,
+               int nargs) {
+  if (!cls) return report(&m, "invalid class");
+  TulValue obj(new TulObject(cls));  // owned by obj from here
+  Callee ctor;
+  for (const TulClass* c = cls; c && !ctor; c = baseClass(c)) {
+    const char* name = className(c);
+    if (*name && c->state().methods.find(name))
+      ctor = findMethod(c, name, false);
+  }
+  if (!ctor) {
+    if (nargs > 0) return report(&m, "too many arguments");
+    out = obj;
+    return true;
+  }
+  TulValue ignored;
+  if (!invoke(m, ctor, &obj, args, nargs, ignored)) {
+    // An object whose constructor failed was never made: no dtor for it.
+    TulObjectAccess::dtorRan(*static_cast<TulObject*>(obj)) = true;
+    return false;
+  }
+  out = obj;
+  return true;
+}
+
+}  // namespace detail
+}  // namespace tulrt
+
+// --- TulInterpreter: the library's side -------------------------------------
+
+bool TulInterpreter::returnError(const char* message, const char* detail) {
+  return report(&implOf(this), message ? message : "", detail);
+}
+
+bool TulInterpreter::badType(TulValueType actual, TulValueType expected) {
+  Machine::Impl& m = implOf(this);
+  report(&m, std::string("Bad type: expected ") + tulrt::typeName(expected) + ", got " +
+                 tulrt::typeName(actual));
+  m.error.typeError = true;
+  m.error.actual = actual;
+  m.error.expected = expected;
+  return false;
+}
+
+bool TulInterpreter::checkType(const TulValue& v, TulValueType code) {
+  return accepts(v, code) || badType(v.type(), code);
+}
+
+TulString* TulInterpreter::getStringFromValueExtern(TulValue& v) {
+  return static_cast<TulString*>(v);
+}
+
+bool TulInterpreter::createObject(TulValue& out, const TulString& className,
+                                  TulVector* args) {
+  Machine::Impl& m = implOf(this);
+  TulClass* cls = m.self->findClass(className.c_str());
+  if (!cls) return report(&m, std::string("Class ") + className.c_str() + " not found");
+  const bool hasArgs = args && args->size();
+  return tulrt::detail::construct(m, out, cls, hasArgs ? args->data() : nullptr,
+                                  hasArgs ? static_cast<int>(args->size()) : 0);
+}
+
+bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, const char* name,
+                                  TulVector* args) {
+  Machine::Impl& m = implOf(this);
+  if (!obj) return report(&m, "invalid object");
+  const TulValue self(obj);
+  const bool hasArgs = args && args->size();
+  return m.self->interp().call(result, obj->getClass(), name, &self,
+                               hasArgs ? args->data() : nullptr,
+                               hasArgs ? static_cast<int>(args->size()) : 0);
+}
+
+// --- Interpreter: the runtime's own face ------------------------------------
+
+namespace tulrt {
+
+Machine& Interpreter::machine() { return *implOf(this).self; }
+
+const ErrorRecord& Interpreter::lastError() const {
+  return implOf(this).error;
+}
+
+void Interpreter::clearError() { implOf(this).error = ErrorRecord{}; }
+
+bool Interpreter::call(TulValue& result, TulClass* cls, const char* name,
+                       const TulValue* self, const TulValue* args, int nargs) {
+  Machine::Impl& m = implOf(this);
+  if (!cls) return report(&m, self ? "invalid object" : "invalid class");
+  const detail::Callee callee = detail::findMethod(cls, name, self == nullptr);
+  if (!callee) return report(&m, methodNotFound(cls, name));
+  return detail::invoke(m, callee, self, args, nargs, result);
+}
+
+bool Interpreter::callMember(TulValue& result, TulObject* obj, const char* name,
+                             std::initializer_list<TulValue> args) {
+  if (!obj) return report(&implOf(this), "invalid object");
+  const TulValue self(obj);
+  return call(result, obj->getClass(), name, &self, args.begin(),
+              static_cast<int>(args.size()));
+}
+
+bool Interpreter::callStatic(TulValue& result, TulClass* cls, const char* name,
+                             std::initializer_list<TulValue> args) {
+  return call(result, cls, name, nullptr, args.begin(), static_cast<int>(args.size()));
+}
+
+// Looked up from the base; a class without a base has nothing to inherit.
+bool Interpreter::callInherited(TulValue& result, TulClass* cls, TulObject* obj,
+                                const char* name, std::initializer_list<TulValue> args) {
+  Machine::Impl& m = implOf(this);
+  if (!cls || !obj) return report(&m, "invalid object");
+  TulClass* base = baseClass(cls);
+  const detail::Callee callee = detail::findMethod(base, name, false);
+  if (!callee) return report(&m, methodNotFound(base ? base : cls, name));
+  const TulValue self(obj);
+  return detail::invoke(m, callee, &self, args.begin(), static_cast<int>(args.size()),
+                        result);
+}
+
+bool Interpreter::construct(TulValue& out, TulClass* cls,
+                            std::initializer_list<TulValue> args) {
+  return detail::construct(implOf(this), out, cls, args.begin(),
+                           static_cast<int>(args.size()));
+}
+
+// An empty handler brings back the default (printing to stderr).
+void Interpreter::setDtorErrorHandler(std::function<void(const ErrorRecord&)> handler) {
+  implOf(this).dtorErrorHandler = std::move(handler);
+}
+
+int Interpreter::callDepth() const { return implOf(this).depth; }
+
+unsigned Interpreter::stackUsed() const {
+  return static_cast<unsigned>(implOf(this).top + 1);
+}
+
+}  // namespace tulrt

@@ -1,0 +1,173 @@
+// Machines: creation, class registration and teardown.
+//
+// Invariant: teardown releases everything the machine made. It runs the
+// remaining dtors while the machine can still run code, then, with dtors
+// switched off, empties members, statics and (for a thread's last machine)
+// every container, which breaks any reference cycle among them.
+#include <string>
+#include <vector>
+
+#include "runtime/machine_impl.h"
+
+using tulrt::Machine;
+using tulrt::Ref;
+using tulrt::detail::implOf;
+using tulrt::detail::report;
+
+namespace {
+
+// The thread's live machines, most recent first, linked through prevLive.
+thread_local Machine::Impl* tLiveMachines = nullptr;
+
+// A dtor may create objects whose own dtors must run too; this many rounds
+// is plenty for that and still ends if dtors keep resurrecting objects.
+constexpr int kMaxTeardownRounds = 16;
+
+void unlinkLive(Machine::Impl* m) {
+  for (Machine::Impl** p = &tLiveMachines; *p; p = &(*p)->prevLive) {
+    if (*p == m) {
+      *p = m->prevLive;
+      return;
+    }
+  }
+}
+
+bool isOnlyLiveMachine(const Machine::Impl* m) {
+  return tLiveMachines == m && m->prevLive == nullptr;
+}
+
+// The machine's objects that someone owns (an object still at count zero
+// belongs to nobody, and retaining it would free it).
+std::vector<Ref<TulObject>> ownedObjects(const Machine::Impl& m) {
+  std::vector<Ref<TulObject>> out;
+  for (TulObject* o : m.objects)
+    if (o->refCount() > 0) out.emplace_back(o);
+  return out;
+}
+
+void clearStack(Machine::Impl& m) {
+  TulVector& stack = *m.stack;
+  for (unsigned i = 0; i < stack.size(); ++i) {
+    TulValue dropped(std::move(stack[i]));
+  }
+  m.top = -1;
+}
+
+// Whether any dtor ran this round.
+bool runPendingDtors(Machine::Impl& m) {
+  bool ran = false;
+  for (const Ref<TulObject>& o : ownedObjects(m)) {
+    if (TulObjectAccess::dtorRan(*o) || !tulrt::detail::wantsDtor(*o)) continue;
+    tulrt::detail::runDtor(*o);
+    ran = true;
+  }
+  return ran;
+}
+
+// Members become Nil (sizes stay, for whoever still holds an object).
+void breakCycles(Machine::Impl& m) {
+  for (const Ref<TulObject>& o : ownedObjects(m)) {
+    TulVector& members = *o->getMemberData();
+    for (unsigned i = 0; i < members.size(); ++i) {
+      TulValue dropped(std::move(members[i]));
+    }
+  }
+  for (TulClass* cls : m.classList) {
+    TulClassState& s = cls->state();
+    s.statics->clear();
+    s.methods.clear();
+    s.staticMethods.clear();
+  }
+}
+
+// Classes still held elsewhere outlive the machine, cut off from it.
+void releaseClasses(Machine::Impl& m) {
+  m.classes->clear();
+  m.classes.reset();
+  std::vector<TulClass*> classes;
+  classes.swap(m.classList);
+  for (TulClass* cls : classes) cls->state().machine = nullptr;
+  for (TulClass* cls : classes) cls->release();
+}
+
+}  // namespace
+
+// --- TulVirtualMachine: the library's side ----------------------------------
+
+namespace tulrt {
+namespace detail {
+
+Machine::Impl& implOf(TulVirtualMachine* vm) { return static_cast<Machine*>(vm)->impl(); }
+
+}  // namespace detail
+}  // namespace tulrt
+
+TulInterpreter* TulVirtualMachine::interpreter() { return &implOf(this).slot.interp; }
+
+TulDictionary& TulVirtualMachine::classes() { return *implOf(this).classes; }
+
+bool TulVirtualMachine::registerNativeClass(const char* name, TulClass* cls) {
+  Machine::Impl& m = implOf(this);
+  if (!name || !*name || !cls)
+    return report(&m, "Class registration needs a name and a class");
+  if (m.classes->find(name))
+    return report(&m, std::string("Class ") + name + " already registered");
+  cls->state().name = name;
+  (*m.classes)[name]->value = TulValue(cls);
+  return true;
+}
+
+bool TulVirtualMachine::isInDbg() { return implOf(this).inDbg; }
+
+// --- Machine ----------------------------------------------------------------
+
+namespace tulrt {
+
+Machine::Machine(unsigned stackSlots) : impl_(new Impl) {
+  impl_->self = this;
+  impl_->slot.owner = impl_;
+  impl_->classes = Ref<TulDictionary>(new TulDictionary(false));
+  impl_->stack = Ref<TulVector>(new TulVector(stackSlots, true));
+  impl_->prevLive = tLiveMachines;
+  tLiveMachines = impl_;
+}
+
+Machine::~Machine() {
+  Impl& m = *impl_;
+  clearStack(m);
+  for (int round = 0; round < kMaxTeardownRounds && runPendingDtors(m); ++round) {
+  }
+  m.dtorsEnabled = false;
+  breakCycles(m);
+  if (isOnlyLiveMachine(impl_)) detail::clearLiveContainers();
+  releaseClasses(m);
+  m.stack.reset();
+  unlinkLive(impl_);
+  delete impl_;
+}
+
+Interpreter& Machine::interp() { return impl_->slot.interp; }
+
+void Machine::setInDbg(bool on) { impl_->inDbg = on; }
+
+TulClass* Machine::findClass(const char* name) {
+  const TulDictionaryEntry* e = name ? impl_->classes->find(name) : nullptr;
+  return e ? static_cast<TulClass*>(e->value) : nullptr;
+}
+
+TulClass* Machine::defineClass(const char* name, TulClass* base,
+                               std::initializer_list<const char*> members) {
+  auto* cls = new TulClass(*this);  // kept by the machine until teardown
+  if (base && !cls->setBaseClass(base)) return nullptr;
+  if (!registerNativeClass(name, cls)) return nullptr;
+  for (const char* member : members)
+    if (!cls->addDataMember(member)) return nullptr;
+  cls->fixupDataDefs();
+  return cls;
+}
+
+const std::vector<TulClass*>& Machine::allClasses() const { return impl_->classList; }
+
+Machine* Machine::current() { return tLiveMachines ? tLiveMachines->self : nullptr; }
+
+}  // namespace tulrt

@@ -1,0 +1,97 @@
+// The private side of a machine: its interpreter, stack, error record, class
+// list and live objects, and the runtime-internal calls shared by its files.
+//
+// Invariant: `top` is the index of the highest stack slot in use by a call
+// (-1 when idle); every slot above it is Nil, so a nested call may take the
+// slots from top+1 without saving anything.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <type_traits>
+#include <unordered_set>
+#include <vector>
+
+#include "runtime/class_state.h"
+#include "runtime/ref.h"
+#include "runtime/runtime.h"
+
+namespace tulrt {
+
+// The interpreter has no data of its own: it sits first in this slot, next to
+// its machine, so the machine is found from the interpreter's address.
+struct InterpSlot {
+  Interpreter interp;
+  Machine::Impl* owner = nullptr;
+};
+static_assert(std::is_standard_layout<InterpSlot>::value,
+              "the interpreter's address must be its slot's address");
+
+struct Machine::Impl {
+  Machine* self = nullptr;
+  InterpSlot slot;
+  Ref<TulDictionary> classes;
+  // Every class made for this machine; each holds one reference from here
+  // until teardown.
+  std::vector<TulClass*> classList;
+  Ref<TulVector> stack;
+  int top = -1;
+  int depth = 0;
+  ErrorRecord error;
+  bool inDbg = false;
+  // Cleared during teardown once every remaining dtor has run, so cycles can
+  // be broken without calling into script code again.
+  bool dtorsEnabled = true;
+  std::function<void(const ErrorRecord&)> dtorErrorHandler;  // empty: stderr
+  // Objects of this machine's classes that are alive (not owned from here).
+  std::unordered_set<TulObject*> objects;
+  Impl* prevLive = nullptr;  // the thread's list of live machines
+};
+
+namespace detail {
+
+Machine::Impl& implOf(TulVirtualMachine* vm);
+Machine::Impl& implOf(const TulInterpreter* in);
+
+// Records the error in the machine (when there is one); always false.
+bool report(Machine::Impl* m, const std::string& message,
+            const char* detail = nullptr);
+
+// A method found by lookup, copied out so that rebinding during the call
+// cannot pull it away.
+struct Callee {
+  NativeMethod native = nullptr;
+  std::shared_ptr<const ScriptMethod> script;
+  explicit operator bool() const { return native || script; }
+};
+
+// Looks `name` up in cls, then in its bases.
+Callee findMethod(const TulClass* cls, const char* name, bool isStatic);
+
+// Runs one call frame (see interpreter.cpp); result is written on success
+// only.
+bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
+            const TulValue* args, int nargs, TulValue& result);
+
+// Creates an object of cls and runs the constructor of its chain.
+bool construct(Machine::Impl& m, TulValue& out, TulClass* cls,
+               const TulValue* args, int nargs);
+
+// Runs obj's `dtor` once, reporting a failure to the handler.
+void runDtor(TulObject& obj);
+bool wantsDtor(TulObject& obj);
+
+// Every vector and dictionary alive in the process, so the last machine can
+// break cycles among them.
+void trackContainer(TulRefObject* c);
+void untrackContainer(TulRefObject* c);
+void clearLiveContainers();
+
+}  // namespace detail
+}  // namespace tulrt
+
+// The runtime's door into TulObject's private state.
+class TulObjectAccess {
+ public:
+  static bool& dtorRan(TulObject& o) { return o.dtorRan_; }
+};

@@ -1,0 +1,77 @@
+// Script objects and their destructors.
+//
+// Invariant: an object's `dtor` runs at most once, while its machine is alive
+// and before its members are released; a failing `dtor` goes to the
+// machine's handler and never leaves the error record changed.
+#include <cstdio>
+#include <utility>
+
+#include "runtime/machine_impl.h"
+
+using tulrt::Machine;
+
+namespace {
+
+Machine::Impl* machineOf(TulClass* cls) {
+  return cls ? cls->state().machine : nullptr;
+}
+
+}  // namespace
+
+// The members vector and the class are held through references taken here
+// and dropped in the destructor (the fields are raw by the host's layout).
+TulObject::TulObject(TulClass* cls) : class_(cls), members_(nullptr), dtorRan_(false) {
+  const auto slots = cls ? static_cast<unsigned>(cls->state().layout.size()) : 0u;
+  members_ = new TulVector(slots, true);
+  members_->retain();
+  if (!cls) return;
+  cls->retain();
+  if (Machine::Impl* m = machineOf(cls)) m->objects.insert(this);
+}
+
+TulObject::~TulObject() {
+  if (Machine::Impl* m = machineOf(class_)) m->objects.erase(this);
+  members_->release();
+  if (class_) class_->release();
+}
+
+void TulObject::lastReleased() {
+  if (!dtorRan_ && tulrt::detail::wantsDtor(*this)) {
+    tulrt::detail::runDtor(*this);  // its last release lands here again
+    return;
+  }
+  delete this;
+}
+
+namespace tulrt {
+namespace detail {
+
+bool wantsDtor(TulObject& obj) {
+  Machine::Impl* m = machineOf(obj.getClass());
+  return m && m->dtorsEnabled && hasMethod(obj.getClass(), "dtor");
+}
+
+// The object is held for the call, so it is deleted by the release at the end
+// unless the dtor stored a reference to it somewhere.
+void runDtor(TulObject& obj) {
+  TulObjectAccess::dtorRan(obj) = true;
+  Machine::Impl& m = *machineOf(obj.getClass());
+  obj.retain();
+  {
+    const ErrorRecord saved = m.error;
+    const TulValue self(&obj);
+    TulValue result;
+    const Callee dtor = findMethod(obj.getClass(), "dtor", false);
+    if (!invoke(m, dtor, &self, nullptr, 0, result)) {
+      if (m.dtorErrorHandler)
+        m.dtorErrorHandler(m.error);
+      else
+        std::fprintf(stderr, "error in dtor: %s\n", m.error.message.c_str());
+    }
+    m.error = saved;
+  }
+  obj.release();
+}
+
+}  // namespace detail
+}  // namespace tulrt

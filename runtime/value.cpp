@@ -1,0 +1,354 @@
+// Reference counting, weak links and the tagged value.
+//
+// Invariant: a value whose tag lies in [Object, ObjectRef) holds one strong
+// reference through v_.ref; an ObjectRef value holds one count of a weak
+// link through v_.weak; every other tag holds no reference at all.
+#include "host/value.h"
+
+#include <atomic>
+#include <cassert>
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <utility>
+
+#include "host/vm.h"
+#include "runtime/runtime.h"
+
+namespace {
+
+// Every TulRefObject constructed minus those destroyed.
+std::atomic<long> gLiveObjects{0};
+
+constexpr int kFirstRefTag = static_cast<int>(TulValueType::Object);
+constexpr int kWeakTag = static_cast<int>(TulValueType::ObjectRef);
+
+bool isStrongTag(std::uint8_t tag) {
+  return tag >= kFirstRefTag && tag < kWeakTag;
+}
+
+void dropWeakLink(TulWeakLink* link) {
+  if (--link->count == 0 && link->target == nullptr) delete link;
+}
+
+// Doubles truncate toward zero and saturate; NaN gives 0.
+std::int32_t saturateToInt(double d) {
+  if (std::isnan(d)) return 0;
+  if (d >= static_cast<double>(INT32_MAX)) return INT32_MAX;
+  if (d <= static_cast<double>(INT32_MIN)) return INT32_MIN;
+  return static_cast<std::int32_t>(d);
+}
+
+// Negative doubles wrap like the negative integers they truncate to, so -1.0
+// and -1 give the same unsigned value.
+std::uint32_t saturateToUnsigned(double d) {
+  if (std::isnan(d)) return 0;
+  if (d >= static_cast<double>(UINT32_MAX)) return UINT32_MAX;
+  if (d < 0) return static_cast<std::uint32_t>(saturateToInt(d));
+  return static_cast<std::uint32_t>(d);
+}
+
+}  // namespace
+
+// --- TulRefObject -----------------------------------------------------------
+
+TulRefObject::TulRefObject() : refs_(0), weak_(nullptr) { ++gLiveObjects; }
+
+TulRefObject::TulRefObject(const TulRefObject&) : TulRefObject() {}
+
+TulRefObject::~TulRefObject() {
+  assert(refs_ == 0 && "host object destroyed while referenced");
+  if (weak_) {
+    weak_->target = nullptr;
+    if (weak_->count == 0) delete weak_;
+  }
+  --gLiveObjects;
+}
+
+void TulRefObject::release() {
+  assert(refs_ > 0 && "release without a matching retain");
+  if (--refs_ == 0) lastReleased();
+}
+
+TulWeakLink* TulRefObject::weakLink() {
+  if (!weak_) weak_ = new TulWeakLink{this, 0};
+  return weak_;
+}
+
+void TulRefObject::lastReleased() { delete this; }
+
+// --- TulValue: construction and lifetime ------------------------------------
+
+TulValue::TulValue() : tag_(0), flags_(0), reserved16_(0), reserved32_(0) {
+  v_.d = 0;
+}
+
+TulValue::TulValue(int v, bool address) : TulValue() {
+  tag_ = static_cast<std::uint8_t>(TulValueType::I32);
+  flags_ = address ? kAddressFlag : 0;
+  v_.i = v;
+}
+
+TulValue::TulValue(unsigned int v) : TulValue() {
+  tag_ = static_cast<std::uint8_t>(TulValueType::U32);
+  v_.u = v;
+}
+
+TulValue::TulValue(float v) : TulValue() {
+  tag_ = static_cast<std::uint8_t>(TulValueType::F32);
+  v_.f = v;
+}
+
+TulValue::TulValue(double v) : TulValue() {
+  tag_ = static_cast<std::uint8_t>(TulValueType::F64);
+  v_.d = v;
+}
+
+TulValue::TulValue(TulObject* o, bool weak) : TulValue() {
+  if (!weak) {
+    setRef(TulValueType::Object, o);
+    return;
+  }
+  if (!o) return;
+  tag_ = static_cast<std::uint8_t>(TulValueType::ObjectRef);
+  v_.weak = o->weakLink();
+  ++v_.weak->count;
+}
+
+TulValue::TulValue(TulClass* c, bool) : TulValue() {
+  setRef(TulValueType::Class, c);
+}
+TulValue::TulValue(TulString* s, bool) : TulValue() {
+  setRef(TulValueType::String, s);
+}
+TulValue::TulValue(TulBuffer* b, bool) : TulValue() {
+  setRef(TulValueType::Buffer, b);
+}
+TulValue::TulValue(TulCharBuffer* b, bool) : TulValue() {
+  setRef(TulValueType::CharBuffer, b);
+}
+TulValue::TulValue(TulDictionary* d, bool) : TulValue() {
+  setRef(TulValueType::Dictionary, d);
+}
+TulValue::TulValue(TulVector* v, bool, bool) : TulValue() {
+  setRef(TulValueType::Vector, v);
+}
+TulValue::TulValue(const TulValue& v, bool) : TulValue(v) {}
+TulValue::TulValue(TulDictionaryEntry* e) : TulValue() {
+  setRef(TulValueType::DictEntry, e);
+}
+
+TulValue::TulValue(const TulValue& other)
+    : tag_(other.tag_),
+      flags_(other.flags_),
+      reserved16_(0),
+      reserved32_(0),
+      v_(other.v_) {
+  if (isStrongTag(tag_)) v_.ref->retain();
+  if (tag_ == kWeakTag) ++v_.weak->count;
+}
+
+TulValue::TulValue(TulValue&& other) noexcept
+    : tag_(other.tag_),
+      flags_(other.flags_),
+      reserved16_(0),
+      reserved32_(0),
+      v_(other.v_) {
+  other.tag_ = 0;
+  other.flags_ = 0;
+  other.v_.d = 0;
+}
+
+TulValue& TulValue::operator=(const TulValue& other) {
+  if (this != &other) *this = TulValue(other);
+  return *this;
+}
+
+// The new contents are in place before the old ones are released: releasing
+// may run a script destructor that reads or overwrites this very value.
+TulValue& TulValue::operator=(TulValue&& other) noexcept {
+  if (this == &other) return *this;
+  TulValue old(std::move(*this));
+  tag_ = other.tag_;
+  flags_ = other.flags_;
+  v_ = other.v_;
+  other.tag_ = 0;
+  other.flags_ = 0;
+  other.v_.d = 0;
+  return *this;
+}
+
+TulValue::~TulValue() { clear(); }
+
+void TulValue::dispose() {
+  clear();
+  tag_ = static_cast<std::uint8_t>(TulValueType::Empty);
+}
+
+void TulValue::setRef(TulValueType tag, TulRefObject* obj) {
+  assert(isStrongTag(static_cast<std::uint8_t>(tag)) && "not a reference tag");
+  if (!obj || !isStrongTag(static_cast<std::uint8_t>(tag))) return;
+  tag_ = static_cast<std::uint8_t>(tag);
+  v_.ref = obj;
+  obj->retain();
+}
+
+// Leaves the value Nil before releasing, for the same reason as assignment.
+void TulValue::clear() {
+  const std::uint8_t tag = tag_;
+  const Payload v = v_;
+  tag_ = 0;
+  flags_ = 0;
+  v_.d = 0;
+  if (isStrongTag(tag)) v.ref->release();
+  if (tag == kWeakTag) dropWeakLink(v.weak);
+}
+
+TulValue TulValue::boolean(bool b) {
+  TulValue v;
+  v.tag_ = static_cast<std::uint8_t>(TulValueType::Bool);
+  v.v_.i = b ? 1 : 0;
+  return v;
+}
+
+TulValue TulValue::fromRef(TulValueType tag, TulRefObject* obj) {
+  TulValue v;
+  v.setRef(tag, obj);
+  return v;
+}
+
+TulRefObject* TulValue::refObject() const {
+  return isStrongTag(tag_) ? v_.ref : nullptr;
+}
+
+// The payload itself for a number; the storage of a string or buffer.
+void* TulValue::addr() {
+  if (isNumber()) return &v_;
+  switch (type()) {
+    case TulValueType::String: return static_cast<TulString*>(v_.ref)->data();
+    case TulValueType::CharBuffer: return static_cast<TulCharBuffer*>(v_.ref)->data();
+    case TulValueType::Buffer: return static_cast<TulBuffer*>(v_.ref)->data();
+    default: return nullptr;
+  }
+}
+
+// --- TulValue: conversions --------------------------------------------------
+
+bool TulValue::isInteger() const {
+  if (!isNumber()) return false;
+  if (type() != TulValueType::F32 && type() != TulValueType::F64) return true;
+  const double d = static_cast<double>(*this);
+  return std::isfinite(d) && std::trunc(d) == d;
+}
+
+TulValue::operator int() const {
+  switch (type()) {
+    case TulValueType::U32: return static_cast<int>(v_.u);
+    case TulValueType::F32: return saturateToInt(v_.f);
+    case TulValueType::F64: return saturateToInt(v_.d);
+    default: return isNumber() ? v_.i : 0;
+  }
+}
+
+TulValue::operator unsigned int() const {
+  switch (type()) {
+    case TulValueType::U32: return v_.u;
+    case TulValueType::F32: return saturateToUnsigned(v_.f);
+    case TulValueType::F64: return saturateToUnsigned(v_.d);
+    default: return isNumber() ? static_cast<unsigned>(v_.i) : 0u;
+  }
+}
+
+TulValue::operator float() const {
+  return static_cast<float>(static_cast<double>(*this));
+}
+
+TulValue::operator double() const {
+  switch (type()) {
+    case TulValueType::U32: return v_.u;
+    case TulValueType::F32: return v_.f;
+    case TulValueType::F64: return v_.d;
+    default: return isNumber() ? v_.i : 0;
+  }
+}
+
+// A weak reference answers null once its object is gone or is being
+// destroyed (its count is back at zero), so no caller sees a dying object.
+TulValue::operator TulObject*() const {
+  if (type() == TulValueType::Object) return static_cast<TulObject*>(v_.ref);
+  if (type() != TulValueType::ObjectRef) return nullptr;
+  TulRefObject* target = v_.weak->target;
+  if (!target || target->refCount() == 0) return nullptr;
+  return static_cast<TulObject*>(target);
+}
+
+#define TUL_REF_CONVERSION(Type, Tag)                                  \
+  TulValue::operator Type*() const {                                   \
+    return type() == TulValueType::Tag ? static_cast<Type*>(v_.ref)    \
+                                       : nullptr;                      \
+  }
+TUL_REF_CONVERSION(TulClass, Class)
+TUL_REF_CONVERSION(TulString, String)
+TUL_REF_CONVERSION(TulVector, Vector)
+TUL_REF_CONVERSION(TulBuffer, Buffer)
+TUL_REF_CONVERSION(TulCharBuffer, CharBuffer)
+TUL_REF_CONVERSION(TulDictionary, Dictionary)
+TUL_REF_CONVERSION(TulDictionaryEntry, DictEntry)
+#undef TUL_REF_CONVERSION
+
+// --- Process-wide queries ---------------------------------------------------
+
+namespace tulrt {
+
+long liveObjects() { return gLiveObjects.load(); }
+
+namespace {
+
+struct TagName {
+  TulValueType tag;
+  const char* name;
+};
+
+constexpr TagName kTagNames[] = {
+    {TulValueType::Nil, "nil"},
+    {TulValueType::Empty, "empty"},
+    {TulValueType::Number, "number"},
+    {TulValueType::Int, "int"},
+    {TulValueType::UInt, "uint"},
+    {TulValueType::Handle, "handle"},
+    {TulValueType::I32, "int"},
+    {TulValueType::U32, "uint"},
+    {TulValueType::F32, "float"},
+    {TulValueType::F64, "double"},
+    {TulValueType::Bool, "bool"},
+    {TulValueType::Char, "char"},
+    {TulValueType::Object, "object"},
+    {TulValueType::Class, "class"},
+    {TulValueType::String, "string"},
+    {TulValueType::Buffer, "buffer"},
+    {TulValueType::CharBuffer, "char buffer"},
+    {TulValueType::Vector, "vector"},
+    {TulValueType::Dictionary, "dictionary"},
+    {TulValueType::DictEntry, "dictionary entry"},
+    {TulValueType::Function, "function"},
+    {TulValueType::ObjectRef, "object reference"},
+};
+
+// "tag N" for every byte, built once so the names stay valid for good.
+struct UnknownTagNames {
+  char text[256][8];
+  UnknownTagNames() {
+    for (int i = 0; i < 256; ++i) std::snprintf(text[i], sizeof text[i], "tag %d", i);
+  }
+};
+
+}  // namespace
+
+const char* typeName(TulValueType t) {
+  for (const TagName& n : kTagNames)
+    if (n.tag == t) return n.name;
+  static const UnknownTagNames unknown;
+  return unknown.text[static_cast<int>(t)];
+}
+
+}  // namespace tulrt

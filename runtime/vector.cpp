@@ -1,0 +1,104 @@
+// The host vector: values in contiguous storage, 16 bytes each.
+//
+// Invariant: elements [0, size_) are constructed values and [size_, cap_) is
+// raw storage; storage moves only when the capacity changes. A value is
+// always moved out of the vector before it is released, because releasing
+// may run a script destructor that uses this very vector.
+#include <cstdlib>
+#include <new>
+#include <utility>
+
+#include "runtime/machine_impl.h"
+
+namespace {
+
+constexpr unsigned kMinCapacity = 4;
+constexpr unsigned kMaxElements = UINT32_MAX / sizeof(TulValue);
+
+unsigned grownCapacity(unsigned cap) {
+  if (cap < kMinCapacity) return kMinCapacity;
+  return cap > kMaxElements / 2 ? kMaxElements : cap * 2;
+}
+
+}  // namespace
+
+TulVector::TulVector() : data_(nullptr), size_(0), cap_(0) {
+  tulrt::detail::trackContainer(this);
+}
+
+TulVector::TulVector(unsigned n, bool filled) : TulVector() {
+  reallocate(n);
+  if (!filled) return;
+  for (; size_ < n; ++size_) new (data_ + size_) TulValue();
+}
+
+TulVector::TulVector(const TulVector& other) : TulVector() {
+  reallocate(other.size_);
+  for (; size_ < other.size_; ++size_) new (data_ + size_) TulValue(other.data_[size_]);
+}
+
+// Built as a copy first: other may be reachable only through this vector.
+TulVector& TulVector::operator=(const TulVector& other) {
+  if (this == &other) return *this;
+  TulVector copy(other);
+  std::swap(data_, copy.data_);
+  std::swap(size_, copy.size_);
+  std::swap(cap_, copy.cap_);
+  return *this;
+}
+
+TulVector::~TulVector() {
+  tulrt::detail::untrackContainer(this);
+  clear();
+  std::free(data_);
+}
+
+void TulVector::reallocate(unsigned cap) {
+  if (cap > kMaxElements) throw std::bad_alloc();
+  TulValue* fresh = nullptr;
+  if (cap) {
+    fresh = static_cast<TulValue*>(std::malloc(cap * sizeof(TulValue)));
+    if (!fresh) throw std::bad_alloc();
+  }
+  for (unsigned i = 0; i < size_; ++i) {
+    new (fresh + i) TulValue(std::move(data_[i]));
+    data_[i].~TulValue();
+  }
+  std::free(data_);
+  data_ = fresh;
+  cap_ = cap;
+}
+
+// v may be an element of this vector: it is copied before storage moves.
+void TulVector::push_back(const TulValue& v) {
+  if (size_ < cap_) {
+    new (data_ + size_) TulValue(v);
+    ++size_;
+    return;
+  }
+  TulValue copy(v);
+  reallocate(grownCapacity(cap_));
+  new (data_ + size_) TulValue(std::move(copy));
+  ++size_;
+}
+
+void TulVector::pop_back() {
+  if (size_ == 0) return;
+  --size_;
+  TulValue last(std::move(data_[size_]));
+  data_[size_].~TulValue();
+}
+
+void TulVector::clear() {
+  while (size_) pop_back();
+}
+
+ValPtr TulVector::last() { return ValPtr{this, static_cast<int>(size_) - 1}; }
+
+unsigned TulVector::setCapacity(unsigned n) {
+  const unsigned want = n < size_ ? size_ : n;
+  if (want != cap_) reallocate(want);
+  return cap_;
+}
+
+unsigned TulVector::shrink() { return setCapacity(size_); }

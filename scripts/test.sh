@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Builds everything and runs every test: the 32-bit Linux build with its test
+# suite (through qemu-i386 where the machine cannot run i386 code), then the
+# Windows cross build, whose DLL's export and import tables are checked.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/setup.sh
+
+echo "== linux-x86: build"
+cmake --preset linux-x86 >/dev/null
+cmake --build --preset linux-x86
+echo "== linux-x86: tests"
+ctest --preset linux-x86
+
+echo "== windows-x86: build"
+cmake --preset windows-x86 >/dev/null
+cmake --build --preset windows-x86
+echo "== windows-x86: export table"
+scripts/check-exports.sh windows build/windows-x86/bin/tul2class.dll

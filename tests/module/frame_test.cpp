@@ -1,0 +1,109 @@
+// The frame rules, checked for every method of every class straight from the
+// registrars' own binding tables, and the registration contract.
+#include <set>
+#include <string>
+
+#include "module/classes.h"
+#include "module/errors.h"
+#include "tests/support/host.h"
+
+namespace {
+
+class FrameRules : public HostTest {};
+
+// Methods that need at least one argument (besides every set* and add*).
+bool takesArguments(const std::string& cls, const std::string& method) {
+  static const std::set<std::string> kNeedArguments = {
+      "OP_ADD", "OP_ADD_R", "OP_SUB", "OP_VREF", "OP_VSET", "equals", "compare",
+      "icompare", "find", "replace", "substr", "insert", "append", "push_back",
+      "push_front", "slice", "erase", "Struct.getValue"};
+  return method.compare(0, 3, "set") == 0 || method.compare(0, 3, "add") == 0 ||
+         kNeedArguments.count(method) || kNeedArguments.count(cls + "." + method);
+}
+
+// Methods without an upper bound on their arguments.
+bool unbounded(const std::string& cls, const std::string& method) {
+  return (cls == "String" && method == "String") || (cls == "Vector" && method == "insert");
+}
+
+TEST_F(FrameRules, NonObjectThisIsRefusedBeforeTheCount) {
+  for (const ClassSpec* spec : registrationOrder())
+    for (const MethodRow& m : spec->methods)
+      for (const TulValue& self : {TulValue(5), TulValue(), TulValue(2.5)})
+        EXPECT_EQ(rawCallError(spec->name, m.name, self, 40), err::kInvalidThis)
+            << spec->name << "." << m.name;
+}
+
+TEST_F(FrameRules, TooManyArgumentsIsReportedBeforeAnyArgumentIsRead) {
+  for (const ClassSpec* spec : registrationOrder()) {
+    TulValue obj = make(spec->name);
+    for (const MethodRow& m : spec->methods) {
+      if (unbounded(spec->name, m.name)) continue;
+      EXPECT_EQ(rawCallError(spec->name, m.name, obj, 5), err::kTooMany)
+          << spec->name << "." << m.name;
+    }
+  }
+}
+
+TEST_F(FrameRules, MethodsThatNeedArgumentsReportTooFew) {
+  for (const ClassSpec* spec : registrationOrder()) {
+    TulValue obj = make(spec->name);
+    for (const MethodRow& m : spec->methods) {
+      if (!takesArguments(spec->name, m.name)) continue;
+      EXPECT_EQ(rawCallError(spec->name, m.name, obj, 0), err::kTooFew)
+          << spec->name << "." << m.name;
+    }
+  }
+}
+
+TEST_F(FrameRules, AFailedCallLeavesTheStackAsItWas) {
+  TulValue p = make("POINT", {TulValue(1), TulValue(2)});
+  unsigned used = interp().stackUsed();
+  EXPECT_EQ(errorOf(p, "OP_ADD", {TulValue(7)}), err::kInvalidArgument);
+  EXPECT_EQ(interp().stackUsed(), used);
+}
+
+class Registration : public HostTest {};
+
+TEST_F(Registration, ClassesComeInTheFixedOrder) {
+  std::vector<std::string> names;
+  for (TulDictionaryEntry* e = vm_->classes().getFirst(); e; e = e->next)
+    names.push_back(e->key.c_str());
+  EXPECT_EQ(names, (std::vector<std::string>{"POINT", "SIZE", "RECT", "ACCEL", "MSG"}));
+}
+
+TEST_F(Registration, SizeSharesPointsMemberAndConstructor) {
+  EXPECT_EQ(tulrt::baseClass(cls("SIZE")), cls("POINT"));
+  EXPECT_EQ(tulrt::dataMemberNames(cls("SIZE")), (std::vector<std::string>{"_pt"}));
+  TulValue s = make("SIZE", {TulValue(3), TulValue(4)});
+  TulValue p = make("POINT", {TulValue(3), TulValue(4)});
+  EXPECT_EQ(callInt(s, "getW"), callInt(p, "getX"));
+  EXPECT_EQ(callInt(s, "getH"), callInt(p, "getY"));
+}
+
+TEST_F(Registration, NullMachineRegistersNothing) { RegisterNativeModule(nullptr); }
+
+TEST_F(Registration, ASecondCallIsRefusedClassByClassWithoutHarm) {
+  RegisterNativeModule(vm_);
+  EXPECT_TRUE(interp().lastError().set);
+  EXPECT_EQ(vm_->classes().count(), 5u);
+  EXPECT_EQ(callInt(make("POINT", {TulValue(7)}), "getX"), 7);
+}
+
+// A machine where another class already holds the name RECT.
+class RefusedRegistration : public ::testing::Test {};
+
+TEST_F(RefusedRegistration, ARefusedClassDoesNotStopTheOthers) {
+  long before = tulrt::liveObjects();
+  {
+    tulrt::Machine vm;
+    TulClass* squatter = vm.defineClass("RECT", nullptr);
+    RegisterNativeModule(&vm);
+    EXPECT_EQ(vm.findClass("RECT"), squatter);
+    EXPECT_NE(vm.findClass("MSG"), nullptr);
+    EXPECT_NE(vm.findClass("ACCEL"), nullptr);
+  }
+  EXPECT_EQ(tulrt::liveObjects(), before);
+}
+
+}  // namespace

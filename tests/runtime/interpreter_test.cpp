@@ -1,0 +1,252 @@
+// The interpreter: the error record, checkType, method dispatch through the
+// class chain (overrides, constructors, inherited and static calls) and the
+// value stack's frames and overflow.
+#include <algorithm>
+#include <limits>
+#include <string>
+
+#include "host/tul.h"
+#include "tests/runtime/test_support.h"
+
+namespace {
+
+using rtest::frameSlot;
+using rtest::returnValue;
+
+TulObject* self(const ValPtr& sp, int argc) { return static_cast<TulObject*>(frameSlot(sp, argc, 1)); }
+
+// BASE, a native class: its constructor stores its argument count in `tag`.
+bool base_new(TulVirtualMachine*, int argc, ValPtr& sp) {
+  (*self(sp, argc)->getMemberData())[0] = TulValue(argc - 1);
+  return true;
+}
+bool base_name(TulVirtualMachine*, int argc, ValPtr& sp) {
+  return returnValue(sp, argc, TulValue(1));
+}
+// Calls back into the interpreter, as library methods that defer to script
+// overrides do.
+bool base_describe(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  TulValue name;
+  if (!vm->interpreter()->invokeMember(name, self(sp, argc), "name", nullptr)) return false;
+  return returnValue(sp, argc, name);
+}
+bool base_make(TulVirtualMachine*, int argc, ValPtr& sp) {
+  return returnValue(sp, argc, TulValue(argc * 100));
+}
+
+class InterpreterTest : public rtest::MachineTest {
+ protected:
+  void SetUp() override {
+    MachineTest::SetUp();
+    base = new TulClass(vm());  // kept by the machine, as the library's classes are
+    ASSERT_TRUE(vm().registerNativeClass("BASE", base));
+    base->addDataMember("tag");
+    base->addMethod("BASE", base_new, 0);
+    base->addMethod("name", base_name, 0);
+    base->addMethod("describe", base_describe, 0);
+    base->addStaticMethod("make", base_make, 0);
+    base->fixupDataDefs();
+    derived = vm().defineClass("DERIVED", base, {"extra"});
+    tulrt::addScriptMethod(derived, "name", [](TulVirtualMachine*, int argc, ValPtr& sp) {
+      return returnValue(sp, argc, TulValue(2));
+    });
+  }
+
+  TulValue make(TulClass* cls) {
+    TulValue out;
+    EXPECT_TRUE(in().construct(out, cls)) << lastMessage();
+    return out;
+  }
+  int callInt(TulObject* obj, const char* name) {
+    TulValue r;
+    EXPECT_TRUE(in().callMember(r, obj, name)) << lastMessage();
+    return static_cast<int>(r);
+  }
+
+  TulClass* base = nullptr;
+  TulClass* derived = nullptr;
+};
+
+TEST_F(InterpreterTest, ErrorRecordKeepsMessageDetailAndTypeTags) {
+  TulInterpreter* interp = vm().interpreter();
+  EXPECT_FALSE(interp->returnError("boom", nullptr));
+  EXPECT_EQ(lastMessage(), "boom");
+  EXPECT_FALSE(in().lastError().hasDetail);
+  EXPECT_FALSE(interp->returnError("bad", "why"));
+  EXPECT_EQ(in().lastError().detail, "why");
+  EXPECT_FALSE(interp->badType(TulValueType::String, TulValueType::Int));
+  const tulrt::ErrorRecord& e = in().lastError();
+  EXPECT_EQ(e.message, "Bad type: expected int, got string");
+  EXPECT_TRUE(e.typeError);
+  EXPECT_EQ(e.actual, TulValueType::String);
+  EXPECT_EQ(e.expected, TulValueType::Int);
+  interp->badType(static_cast<TulValueType>(99), TulValueType::CharBuffer);
+  EXPECT_EQ(lastMessage(), "Bad type: expected char buffer, got tag 99");
+  in().clearError();
+  TulValue s(new TulString("hi"));
+  TulValue n(3);
+  EXPECT_STREQ(interp->getStringFromValueExtern(s)->c_str(), "hi");
+  EXPECT_EQ(interp->getStringFromValueExtern(n), nullptr);
+  EXPECT_FALSE(in().lastError().set);
+}
+
+TEST_F(InterpreterTest, CheckTypeAcceptsByCode) {
+  const TulValue obj = make(base);
+  TulValue dead;
+  {
+    const TulValue gone = make(base);
+    dead = TulValue(static_cast<TulObject*>(gone), true);
+  }
+  const TulValueType codes[] = {TulValueType::Number, TulValueType::Int,    TulValueType::UInt,
+                                TulValueType::Handle, TulValueType::Object, TulValueType::String};
+  struct Row {
+    const char* name;
+    TulValue value;
+    const char* accepted;  // one mark per code: Number Int UInt Handle Object String
+  };
+  const Row rows[] = {
+      {"int 5", TulValue(5), "yyyy.."},
+      {"int -1", TulValue(-1), "yy.y.."},
+      {"double 2.0", TulValue(2.0), "yyyy.."},
+      {"double 2.5", TulValue(2.5), "y....."},
+      {"double nan", TulValue(std::numeric_limits<double>::quiet_NaN()), "y....."},
+      {"nil", TulValue(), "...y.."},
+      {"string", TulValue(new TulString("5")), ".....y"},
+      {"object", obj, "....y."},
+      {"live weak", TulValue(static_cast<TulObject*>(obj), true), "....y."},
+      {"dead weak", dead, "......"},
+  };
+  for (const Row& row : rows) {
+    for (int i = 0; i < 6; ++i) {
+      SCOPED_TRACE(std::string(row.name) + " as " + tulrt::typeName(codes[i]));
+      in().clearError();
+      const bool ok = vm().interpreter()->checkType(row.value, codes[i]);
+      EXPECT_EQ(ok, row.accepted[i] == 'y');
+      EXPECT_EQ(in().lastError().set, !ok);
+      if (ok) continue;
+      EXPECT_EQ(in().lastError().actual, row.value.type());
+      EXPECT_EQ(in().lastError().expected, codes[i]);
+    }
+  }
+}
+
+TEST_F(InterpreterTest, OverrideWinsThroughInvokeMemberAndNativeCallbacks) {
+  const TulValue b = make(base);
+  const TulValue d = make(derived);
+  auto* dobj = static_cast<TulObject*>(d);
+  EXPECT_EQ(callInt(static_cast<TulObject*>(b), "describe"), 1);
+  EXPECT_EQ(callInt(dobj, "describe"), 2);
+  TulValue r;
+  ASSERT_TRUE(vm().interpreter()->invokeMember(r, dobj, "name", nullptr));
+  EXPECT_EQ(static_cast<int>(r), 2);
+  ASSERT_TRUE(in().callInherited(r, derived, dobj, "name"));
+  EXPECT_EQ(static_cast<int>(r), 1);
+}
+
+TEST_F(InterpreterTest, CreateObjectRunsNearestConstructorOfTheChain) {
+  TulVector args;
+  args.push_back(TulValue(5));
+  args.push_back(TulValue(6));
+  TulValue out;
+  ASSERT_TRUE(vm().interpreter()->createObject(out, TulString("DERIVED"), &args));
+  auto* obj = static_cast<TulObject*>(out);
+  ASSERT_NE(obj, nullptr);
+  EXPECT_EQ(obj->getClass(), derived);
+  EXPECT_EQ(static_cast<int>((*obj->getMemberData())[0]), 2);  // BASE's ctor saw both
+  EXPECT_EQ(derived->getMemberIndex(TulString("tag")), base->getMemberIndex(TulString("tag")));
+
+  // A constructor of its own replaces the base's; it may still call it.
+  tulrt::addScriptMethod(derived, "DERIVED", [this](TulVirtualMachine*, int argc, ValPtr& sp) {
+    TulObject* o = self(sp, argc);
+    (*o->getMemberData())[1] = TulValue(9);
+    TulValue ignored;
+    return in().callInherited(ignored, derived, o, "BASE");
+  });
+  ASSERT_TRUE(vm().interpreter()->createObject(out, TulString("DERIVED"), &args));
+  obj = static_cast<TulObject*>(out);
+  EXPECT_EQ(static_cast<int>((*obj->getMemberData())[0]), 0);
+  EXPECT_EQ(static_cast<int>((*obj->getMemberData())[1]), 9);
+}
+
+TEST_F(InterpreterTest, LookupAndCreationFailuresAreReportedAndStaticsStaySeparate) {
+  const TulValue d = make(derived);
+  auto* obj = static_cast<TulObject*>(d);
+  TulValue r(5);
+  EXPECT_FALSE(vm().interpreter()->invokeMember(r, obj, "nope", nullptr));
+  EXPECT_EQ(lastMessage(), "Method DERIVED::nope not found");
+  EXPECT_FALSE(vm().interpreter()->invokeMember(r, nullptr, "name", nullptr));
+  EXPECT_EQ(lastMessage(), "invalid object");
+  EXPECT_FALSE(in().callMember(r, obj, "make"));
+  EXPECT_FALSE(in().callStatic(r, derived, "name"));
+  EXPECT_FALSE(vm().interpreter()->createObject(r, TulString("NOPE"), nullptr));
+  EXPECT_EQ(lastMessage(), "Class NOPE not found");
+  vm().defineClass("PLAIN", nullptr);  // no constructor anywhere in its chain
+  TulVector args(1, true);
+  EXPECT_FALSE(vm().interpreter()->createObject(r, TulString("PLAIN"), &args));
+  EXPECT_EQ(lastMessage(), "too many arguments");
+  EXPECT_EQ(static_cast<int>(r), 5);  // failures leave the result alone
+  ASSERT_TRUE(in().callStatic(r, derived, "make", {TulValue(1), TulValue(2)}));
+  EXPECT_EQ(static_cast<int>(r), 200);  // found on BASE, called without `this`
+}
+
+TEST_F(InterpreterTest, FrameHoldsResultThisAndArgumentsInOrder) {
+  const TulValue d = make(derived);
+  tulrt::addScriptMethod(derived, "probe", [&d](TulVirtualMachine*, int argc, ValPtr& sp) {
+    EXPECT_EQ(argc, 3);
+    EXPECT_EQ(frameSlot(sp, argc, 0).type(), TulValueType::Nil);
+    EXPECT_EQ(static_cast<TulObject*>(frameSlot(sp, argc, 1)), static_cast<TulObject*>(d));
+    const int sum = static_cast<int>(frameSlot(sp, argc, 2)) * 10 +
+                    static_cast<int>(frameSlot(sp, argc, 3));
+    sp -= argc;  // native methods hand the cursor back on the result slot
+    *sp = TulValue(sum);
+    return true;
+  });
+  TulValue r;
+  ASSERT_TRUE(in().callMember(r, static_cast<TulObject*>(d), "probe", {TulValue(4), TulValue(2)}));
+  EXPECT_EQ(static_cast<int>(r), 42);
+  EXPECT_EQ(in().stackUsed(), 0u);
+  EXPECT_EQ(in().callDepth(), 0);
+}
+
+TEST_F(InterpreterTest, FailingMethodKeepsResultAndItsError) {
+  tulrt::addScriptMethod(derived, "fail", [](TulVirtualMachine* vm, int, ValPtr&) {
+    return vm->interpreter()->returnError("failed on purpose", nullptr);
+  });
+  const TulValue d = make(derived);
+  const TulValue arg(new TulString("released after the call"));
+  TulValue r(42);
+  EXPECT_FALSE(in().callMember(r, static_cast<TulObject*>(d), "fail", {arg}));
+  EXPECT_EQ(static_cast<int>(r), 42);
+  EXPECT_EQ(lastMessage(), "failed on purpose");
+  EXPECT_EQ(in().stackUsed(), 0u);
+  EXPECT_EQ(static_cast<TulString*>(arg)->refCount(), 1);  // no stack slot keeps it
+}
+
+TEST_F(InterpreterTest, UnboundedRecursionIsAStackOverflowNotACrash) {
+  int deepest = 0;
+  tulrt::addScriptMethod(derived, "recurse", [&](TulVirtualMachine*, int argc, ValPtr& sp) {
+    deepest = std::max(deepest, in().callDepth());
+    TulValue r;
+    return in().callMember(r, self(sp, argc), "recurse", {TulValue(1), TulValue(2)});
+  });
+  const TulValue d = make(derived);
+  TulValue r;
+  EXPECT_FALSE(in().callMember(r, static_cast<TulObject*>(d), "recurse"));
+  EXPECT_EQ(lastMessage(), "stack overflow");
+  EXPECT_EQ(deepest, tulrt::kMaxCallDepth);
+  EXPECT_EQ(in().callDepth(), 0);
+  EXPECT_EQ(in().stackUsed(), 0u);
+}
+
+TEST(SmallStackTest, CallNeedingMoreSlotsThanTheStackHasOverflows) {
+  tulrt::Machine small(4);
+  TulClass* cls = small.defineClass("C", nullptr);
+  tulrt::addStaticScriptMethod(cls, "f", [](TulVirtualMachine*, int, ValPtr&) { return true; });
+  TulValue r;
+  EXPECT_TRUE(small.interp().callStatic(r, cls, "f", {TulValue(1), TulValue(2), TulValue(3)}));
+  EXPECT_FALSE(small.interp().callStatic(r, cls, "f", {TulValue(1), TulValue(2), TulValue(3),
+                                                        TulValue(4)}));
+  EXPECT_EQ(small.interp().lastError().message, "stack overflow");
+}
+
+}  // namespace

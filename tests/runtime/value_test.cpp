@@ -1,0 +1,99 @@
+// TulValue: reference counting, weak references, conversions and layout.
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "host/tul.h"
+#include "tests/runtime/test_support.h"
+
+namespace {
+
+TEST(ValueTest, LayoutPutsTagFirstAndPayloadAtAddr) {
+  TulValue i(-7);
+  TulValue d(2.5);
+  EXPECT_EQ(reinterpret_cast<const unsigned char*>(&i)[0], 64);
+  EXPECT_EQ(*static_cast<std::int32_t*>(i.addr()), -7);
+  EXPECT_EQ(*static_cast<double*>(d.addr()), 2.5);
+  EXPECT_EQ(static_cast<char*>(d.addr()) - reinterpret_cast<char*>(&d), 8);
+  TulValue s(new TulString("abc"));
+  EXPECT_EQ(s.addr(), static_cast<TulString*>(s)->data());
+  EXPECT_EQ(TulValue().addr(), nullptr);
+  EXPECT_TRUE(TulValue(5, true).isAddress());
+  EXPECT_FALSE(TulValue(5).isAddress());
+}
+
+TEST(ValueTest, CopiesRetainMovesTransferDisposeReleases) {
+  const long before = tulrt::liveObjects();
+  auto* s = new TulString("x");
+  {
+    TulValue a(s);
+    EXPECT_EQ(s->refCount(), 1);
+    TulValue b(a);
+    TulValue c;
+    c = b;
+    EXPECT_EQ(s->refCount(), 3);
+    TulValue d(std::move(c));
+    EXPECT_EQ(s->refCount(), 3);
+    EXPECT_EQ(c.type(), TulValueType::Nil);
+    a = a;  // self-assignment keeps the reference
+    b.dispose();
+    EXPECT_EQ(b.type(), TulValueType::Empty);
+    EXPECT_EQ(s->refCount(), 2);
+    EXPECT_EQ(TulString(*s).refCount(), 0);  // a copied object starts unowned
+  }
+  EXPECT_EQ(tulrt::liveObjects(), before);
+}
+
+using WeakRefTest = rtest::MachineTest;
+
+TEST_F(WeakRefTest, WeakReferenceDoesNotKeepAliveAndGoesNull) {
+  TulClass* cls = vm().defineClass("THING", nullptr);
+  TulValue strong(new TulObject(cls));
+  auto* obj = static_cast<TulObject*>(strong);
+  TulValue weak(obj, true);
+  TulValue weakCopy(weak);
+  EXPECT_EQ(weak.type(), TulValueType::ObjectRef);
+  EXPECT_EQ(obj->refCount(), 1);
+  EXPECT_EQ(static_cast<TulObject*>(weakCopy), obj);
+  EXPECT_TRUE(weak.isObject());
+  strong = TulValue();
+  EXPECT_EQ(static_cast<TulObject*>(weak), nullptr);
+  EXPECT_EQ(static_cast<TulObject*>(weakCopy), nullptr);
+}
+
+struct NumberCase {
+  const char* name;
+  TulValue value;
+  int asInt;
+  unsigned asUnsigned;
+  bool integer;
+};
+
+TEST(ValueTest, NumbersConvertTruncatingAndSaturating) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const NumberCase cases[] = {
+      {"int -5", TulValue(-5), -5, 0xFFFFFFFBu, true},
+      {"uint max", TulValue(0xFFFFFFFFu), -1, 0xFFFFFFFFu, true},
+      {"double 2.9", TulValue(2.9), 2, 2u, false},
+      {"double -2.9", TulValue(-2.9), -2, 0xFFFFFFFEu, false},
+      {"double 4.0", TulValue(4.0), 4, 4u, true},
+      {"float 1.5", TulValue(1.5f), 1, 1u, false},
+      {"double 1e20", TulValue(1e20), 2147483647, 0xFFFFFFFFu, true},
+      {"double -1e20", TulValue(-1e20), -2147483647 - 1, 0x80000000u, true},
+      {"double inf", TulValue(inf), 2147483647, 0xFFFFFFFFu, false},
+      {"double nan", TulValue(std::nan("")), 0, 0u, false},
+      {"bool true", TulValue::boolean(true), 1, 1u, true},
+      {"nil", TulValue(), 0, 0u, false},
+      {"string", TulValue(new TulString("12")), 0, 0u, false},
+  };
+  for (const NumberCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(static_cast<int>(c.value), c.asInt);
+    EXPECT_EQ(static_cast<unsigned>(c.value), c.asUnsigned);
+    EXPECT_EQ(c.value.isInteger(), c.integer);
+  }
+  EXPECT_EQ(static_cast<double>(TulValue(0xFFFFFFFFu)), 4294967295.0);
+  EXPECT_EQ(static_cast<float>(TulValue(3)), 3.0f);
+}
+
+}  // namespace
