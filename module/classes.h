@@ -4,6 +4,11 @@
 
 #include "module/registrar.h"
 
+extern const ClassSpec kStringSpec;
+extern const ClassSpec kStructSpec;
+extern const ClassSpec kVectorSpec;
+extern const ClassSpec kDictIteratorSpec;
+extern const ClassSpec kDictionarySpec;
 extern const ClassSpec kPointSpec;
 extern const ClassSpec kSizeSpec;
 extern const ClassSpec kRectSpec;

@@ -13,7 +13,8 @@
 namespace {
 
 constexpr const ClassSpec* kOrder[] = {
-    &kPointSpec, &kSizeSpec, &kRectSpec, &kAccelSpec, &kMsgSpec,
+    &kStringSpec, &kStructSpec, &kVectorSpec, &kDictIteratorSpec, &kDictionarySpec,
+    &kPointSpec,  &kSizeSpec,   &kRectSpec,   &kAccelSpec,        &kMsgSpec,
 };
 
 void moduleLoad() { buildNames(); }
@@ -26,11 +27,11 @@ Table<const ClassSpec*> registrationOrder() { return Table<const ClassSpec*>(kOr
 
 void RegisterNativeModule(TulVirtualMachine* vm) {
   if (!vm) return;
-  for (const ClassSpec* spec : kOrder) {
+  for (const ClassSpec* desc : kOrder) {
     try {
-      registerClass(vm, *spec);
+      registerClass(vm, *desc);
     } catch (...) {
-      vm->interpreter()->returnError("out of memory registering class", spec->name);
+      vm->interpreter()->returnError("out of memory registering class", desc->name);
     }
   }
 }

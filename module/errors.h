@@ -16,6 +16,21 @@ constexpr const char* kMemberNotFound = "Member %s::%s not found.";
 constexpr const char* kPointClassNotFound = "POINT class not found.";
 constexpr const char* kSizeClassNotFound = "SIZE class not found.";
 
+// Containers.
+constexpr const char* kSubscriptOutOfRange = "subscript out of range";
+constexpr const char* kPopFromEmpty = "Can't pop value from empty vector.";
+constexpr const char* kNotADictionaryClass = "Argument is not of class type Dictionary.";
+constexpr const char* kArgumentDamaged = "Structure of argument damaged.";
+constexpr const char* kIteratorCreationFailed = "Creation of dictionary iterator failed";
+constexpr const char* kInvalidIterator = "Invalid iterator.";
+constexpr const char* kNotAnIterator = "Comparison is not a dictionary iterator.";
+constexpr const char* kNotAnIteratorDetail = "DictIterator::equals";
+
+// Struct (the member's name or class follows as the detail).
+constexpr const char* kStructMemberDefined = "Struct member already defined: ";
+constexpr const char* kStructMemberNotFound = "Struct member not found: ";
+constexpr const char* kNotAStruct = "Object is not of type Struct: ";
+
 // Arguments and data members of the value classes.
 constexpr const char* kInvalidMemberData = "invalid member data";
 constexpr const char* kInvalidArgument = "Invalid argument";

@@ -5,7 +5,7 @@
 
 namespace {
 // -1 until the registrar fills it; extend the list with the enumeration.
-int gIndex[] = {-1, -1, -1, -1};
+int gIndex[] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
 static_assert(sizeof(gIndex) / sizeof(gIndex[0]) ==
                   static_cast<size_t>(Member::Count),
               "one cache slot per member");

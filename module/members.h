@@ -7,6 +7,12 @@
 #pragma once
 
 enum class Member : int {
+  StringStr,
+  StructData,
+  StructDataDict,
+  VectorVec,
+  DictIteratorCurrent,
+  DictionaryDict,
   PointPt,  // SIZE inherits it at the same index
   RectRect,
   AccelAccel,

@@ -3,24 +3,24 @@
 
 #include "module/frame.h"
 
-void registerClass(TulVirtualMachine* vm, const ClassSpec& spec) {
+void registerClass(TulVirtualMachine* vm, const ClassSpec& desc) {
   // The host owns the class from here on, registered or not.
   TulClass* cls = new TulClass(*vm);
-  if (spec.base) {
-    TulClass* base = findClass(vm, TulString(spec.base));
+  if (desc.base) {
+    TulClass* base = findClass(vm, TulString(desc.base));
     if (!base) return;
     cls->setBaseClass(base);
   }
-  if (!vm->registerNativeClass(spec.name, cls)) return;
+  if (!vm->registerNativeClass(desc.name, cls)) return;
 
-  for (const MemberRow& m : spec.members) cls->addDataMember(m.name);
-  for (const StaticRow& s : spec.statics)
+  for (const MemberRow& m : desc.members) cls->addDataMember(m.name);
+  for (const StaticRow& s : desc.statics)
     cls->addStaticDataMember(nameText(s.name), TulValue(s.initial));
-  for (const MethodRow& m : spec.methods) cls->addMethod(m.name, m.fn, 0);
-  for (const MethodRow& m : spec.staticMethods)
+  for (const MethodRow& m : desc.methods) cls->addMethod(m.name, m.fn, 0);
+  for (const MethodRow& m : desc.staticMethods)
     cls->addStaticMethod(m.name, m.fn, 0);
   cls->fixupDataDefs();
 
-  for (const MemberRow& m : spec.members)
+  for (const MemberRow& m : desc.members)
     setMemberIndex(m.id, cls->getMemberIndex(TulString(m.name)));
 }

@@ -1,7 +1,7 @@
 // Registration as data: each class is one ClassSpec (name, base, data members,
 // static data members, methods and static methods in binding order), and one
-// generic registrar turns a spec into a host class and fills the member index
-// cache. An alias is a second row naming the same function.
+// generic registrar turns such a description into a host class and fills the
+// member index cache. An alias is a second row naming the same function.
 #pragma once
 
 #include <cstddef>
@@ -50,7 +50,7 @@ struct ClassSpec {
 // Creates, registers and fills one class. A refused registration, or a base
 // that is not registered, leaves the class out; nothing is reported beyond
 // what the host reported itself.
-void registerClass(TulVirtualMachine* vm, const ClassSpec& spec);
+void registerClass(TulVirtualMachine* vm, const ClassSpec& desc);
 
 // The classes in the order RegisterNativeModule registers them.
 Table<const ClassSpec*> registrationOrder();

@@ -1,0 +1,166 @@
+// Struct layout building: the constructor and the twelve adding methods,
+// and the class table.
+// Members lie at byte offsets without alignment; numbers are little-endian;
+// an indirect member's 4 bytes hold the address of what its record keeps.
+//
+// Invariant: steps that can fail all come before the first change, so a
+// reported error leaves the structure as it was.
+#include <cstdint>
+#include <cstring>
+
+#include "marshal/struct.h"
+#include "module/classes.h"
+#include "module/errors.h"
+
+using namespace structrec;
+
+namespace {
+
+enum class Kind { Int, Int8, Int16, Float, Double, IntPtr, FloatPtr, DoublePtr, String, CBuffer, Buffer, Struct };
+
+struct KindInfo {
+  unsigned width;  // bytes in _data
+  bool indirect;
+};
+
+constexpr KindInfo info(Kind k) {
+  switch (k) {
+    case Kind::Int8: return {1, false};
+    case Kind::Int16: return {2, false};
+    case Kind::Int:
+    case Kind::Float: return {4, false};
+    case Kind::Double: return {8, false};
+    default: return {4, true};
+  }
+}
+
+void writeLE(unsigned char* p, std::uint32_t v, unsigned width) {
+  for (unsigned i = 0; i < width; ++i, v >>= 8) p[i] = static_cast<unsigned char>(v & 0xFF);
+}
+
+// The value a member of kind k keeps for the argument, or a report and Nil.
+TulValue memberValue(Frame& f, Kind k, const TulValue& a) {
+  switch (k) {
+    case Kind::Int:
+    case Kind::IntPtr: return TulValue(static_cast<int>(a));
+    case Kind::Int8: return TulValue(static_cast<int>(static_cast<signed char>(static_cast<int>(a) & 0xFF)));
+    case Kind::Int16: return TulValue(static_cast<int>(static_cast<std::int16_t>(static_cast<int>(a) & 0xFFFF)));
+    case Kind::Float:
+    case Kind::FloatPtr: return TulValue(static_cast<float>(a));
+    case Kind::Double:
+    case Kind::DoublePtr: return TulValue(static_cast<double>(a));
+    case Kind::String: {
+      TulValue copy = a;
+      TulString* s = f.interp().getStringFromValueExtern(copy);
+      if (s) return TulValue(s);
+      f.badType(a, TulValueType::String);
+      return TulValue();
+    }
+    case Kind::CBuffer:
+      if (a.type() == TulValueType::CharBuffer) return a;
+      f.badType(a, TulValueType::CharBuffer);
+      return TulValue();
+    case Kind::Buffer:
+      if (a.type() == TulValueType::Buffer) return a;
+      f.badType(a, TulValueType::Buffer);
+      return TulValue();
+    case Kind::Struct: {
+      if (!a.isObject()) {
+        f.badType(a, TulValueType::Object);
+        return TulValue();
+      }
+      TulObject* obj = static_cast<TulObject*>(a);
+      if (isObjectOf(a, f.self()->getClass())) return a;
+      f.fail(err::kNotAStruct, obj && obj->getClass() ? obj->getClass()->getName().c_str() : "");
+      return TulValue();
+    }
+  }
+  return TulValue();
+}
+
+// A direct member's bytes.
+void writeDirect(unsigned char* p, Kind k, TulValue& value) {
+  switch (k) {
+    case Kind::Float:
+    case Kind::Double: std::memcpy(p, value.addr(), info(k).width); break;
+    default: writeLE(p, static_cast<std::uint32_t>(static_cast<int>(value)), info(k).width);
+  }
+}
+
+template <Kind K>
+bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  Frame f(vm, argc, sp);
+  if (!f.enter(2, 3)) return false;
+  TulDictionary* dict = f.memberAs<TulDictionary>(Member::StructDataDict, TulValueType::Dictionary);
+  if (!dict) return false;
+  TulBuffer* data = f.memberAs<TulBuffer>(Member::StructData, TulValueType::Buffer);
+  if (!data) return false;
+  TulString* name = f.interp().getStringFromValueExtern(f.arg(0));
+  if (!name) return f.badType(f.arg(0), TulValueType::String);
+  if (dict->find(*name)) return f.fail(err::kStructMemberDefined, name->c_str());
+
+  unsigned size = data->size();
+  unsigned offset = size;
+  if (f.argCount() == 3) {
+    int requested;
+    if (!f.intArg(2, requested)) return false;
+    if (requested >= 0 && static_cast<unsigned>(requested) <= size)
+      offset = static_cast<unsigned>(requested);
+  }
+  TulValue value = memberValue(f, K, f.arg(1));
+  if (value.type() == TulValueType::Nil) return false;
+
+  const KindInfo kind = info(K);
+  while (data->size() < offset + kind.width) data->push_back(0);
+  auto* record = new TulVector(kFields, false);
+  *(*dict)[*name] = TulValue(record);
+  record->push_back(TulValue(static_cast<int>(offset)));
+  record->push_back(value);
+  unsigned char* at = data->data() + offset;
+  if (kind.indirect)
+    writeLE(at, static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(targetOf(record))), 4);
+  else
+    writeDirect(at, K, (*record)[kValue]);
+  record->push_back(TulValue(static_cast<int>(kind.width)));
+  record->push_back(TulValue(kind.indirect ? 1 : 0));
+  return f.retInt(static_cast<int>(offset));
+}
+
+bool struct_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  Frame f(vm, argc, sp);
+  if (!f.enter(0, 0)) return false;
+  TulValue* dict = f.member(Member::StructDataDict);
+  TulValue* data = f.member(Member::StructData);
+  if (!dict || !data) return f.badType(TulValue(), TulValueType::Buffer);
+  *dict = TulValue(new TulDictionary(false));
+  *data = TulValue(new TulBuffer());
+  return f.retSelf();
+}
+
+constexpr MemberRow kStructMembers[] = {
+    {"_data", Member::StructData},
+    {"_dataDict", Member::StructDataDict},
+};
+
+constexpr MethodRow kStructMethods[] = {
+    {"Struct", struct_new},
+    {"addInt", struct_add<Kind::Int>},
+    {"addIntPtr", struct_add<Kind::IntPtr>},
+    {"addInt8", struct_add<Kind::Int8>},
+    {"addInt16", struct_add<Kind::Int16>},
+    {"addDouble", struct_add<Kind::Double>},
+    {"addDoublePtr", struct_add<Kind::DoublePtr>},
+    {"addFloat", struct_add<Kind::Float>},
+    {"addFloatPtr", struct_add<Kind::FloatPtr>},
+    {"addString", struct_add<Kind::String>},
+    {"addCBuffer", struct_add<Kind::CBuffer>},
+    {"addBuffer", struct_add<Kind::Buffer>},
+    {"addStruct", struct_add<Kind::Struct>},
+    {"getValue", struct_getValue},
+    {"getData", struct_getData},
+    {"update", struct_update},
+};
+
+}  // namespace
+
+const ClassSpec kStructSpec = {"Struct", nullptr, kStructMembers, {}, kStructMethods, {}};
