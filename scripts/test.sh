@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds everything and runs every test: the 32-bit Linux build with its test
-# suite (through qemu-i386 where the machine cannot run i386 code), then the
-# Windows cross build, whose DLL's export and import tables are checked.
+# suite (through qemu-i386 where the machine cannot run i386 code), the same
+# suite built with AddressSanitizer and UBSan, then the Windows cross build,
+# whose DLL's export and import tables are checked.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -12,6 +13,11 @@ cmake --preset linux-x86 >/dev/null
 cmake --build --preset linux-x86
 echo "== linux-x86: tests"
 ctest --preset linux-x86
+
+echo "== linux-x86-asan: build and tests"
+cmake --preset linux-x86-asan >/dev/null
+cmake --build --preset linux-x86-asan
+ASAN_OPTIONS=detect_leaks=0 ctest --preset linux-x86-asan
 
 echo "== windows-x86: build"
 cmake --preset windows-x86 >/dev/null

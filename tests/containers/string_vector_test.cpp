@@ -89,7 +89,8 @@ TEST_F(StringTest, EditingInPlace) {
 
 TEST_F(StringTest, BuffersForNativeCalls) {
   TulValue s = str("ab\x80");
-  TulBuffer* a = static_cast<TulBuffer*>(call(s, "a_buf"));
+  TulValue aValue = call(s, "a_buf");
+  TulBuffer* a = static_cast<TulBuffer*>(aValue);
   ASSERT_NE(a, nullptr);
   EXPECT_EQ(std::vector<unsigned char>(a->data(), a->data() + a->size()),
             (std::vector<unsigned char>{'a', 'b', 0x80, 0}));
