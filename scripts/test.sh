@@ -19,6 +19,9 @@ cmake --preset linux-x86-asan >/dev/null
 cmake --build --preset linux-x86-asan
 ASAN_OPTIONS=detect_leaks=0 ctest --preset linux-x86-asan
 
+echo "== win32 layer: behaviour probes against Wine"
+bash tests/win32/compare-with-wine.sh
+
 echo "== windows-x86: build"
 cmake --preset windows-x86 >/dev/null
 cmake --build --preset windows-x86

@@ -1,0 +1,107 @@
+// DestroyWindow: the order of WM_DESTROY and WM_NCDESTROY over a tree, owned
+// windows, parent notification, hiding first, and what is left afterwards.
+#include "probe.h"
+
+using namespace probe;
+
+namespace {
+
+HWND create(const char* name, DWORD ex, DWORD style, HWND parent, int id = 0) {
+  expect(name);
+  HWND hwnd = CreateWindowExA(ex, "ProbeDestroy", name, style, 0, 0, 100, 100, parent,
+                              (HMENU)(INT_PTR)id, GetModuleHandleA(NULL), NULL);
+  if (hwnd) nameWindow(hwnd, name);
+  return hwnd;
+}
+
+HWND g_peekDuringDestroy;
+int g_childrenAliveInParentDestroy = -1;
+
+LRESULT CALLBACK destroyProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  record(hwnd, msg, wp, lp);
+  if (msg == WM_DESTROY && hwnd == g_peekDuringDestroy)
+    g_childrenAliveInParentDestroy = IsWindow(GetWindow(hwnd, GW_CHILD));
+  return DefWindowProcA(hwnd, msg, wp, lp);
+}
+
+void tree() {
+  HWND p = create("P", 0, WS_OVERLAPPEDWINDOW, NULL);
+  HWND c1 = create("c1", 0, WS_CHILD, p, 1);
+  create("g1", 0, WS_CHILD, c1, 2);
+  create("g2", 0, WS_CHILD, c1, 3);
+  create("c2", WS_EX_NOPARENTNOTIFY, WS_CHILD, p, 4);
+  clearLog();
+  g_peekDuringDestroy = p;
+  BOOL ok = DestroyWindow(p);
+  printf("destroy tree: %d, children alive during parent's WM_DESTROY: %d\n", ok,
+         g_childrenAliveInParentDestroy);
+  printLog("destroy tree");
+  printf("IsWindow after: %d %d\n", IsWindow(p), IsWindow(c1));
+}
+
+void child() {
+  HWND p = create("P", 0, WS_OVERLAPPEDWINDOW, NULL);
+  HWND c = create("c", 0, WS_CHILD | WS_VISIBLE, p, 7);
+  create("g", 0, WS_CHILD, c, 8);
+  clearLog();
+  DestroyWindow(c);
+  printLog("destroy visible child");
+  ShowWindow(p, SW_SHOW);
+  clearLog();
+  DestroyWindow(p);
+  printLog("destroy visible top-level");
+}
+
+void owned() {
+  HWND o = create("O", 0, WS_OVERLAPPEDWINDOW, NULL);
+  HWND a = create("a", 0, WS_POPUP, o);
+  create("ac", 0, WS_CHILD, a);
+  create("b", 0, WS_OVERLAPPED, o);
+  HWND oc = create("oc", 0, WS_CHILD, o);
+  clearLog();
+  DestroyWindow(o);
+  printLog("destroy owner");
+  printf("owned gone: %d, child gone: %d\n", !IsWindow(a), !IsWindow(oc));
+}
+
+void afterwards() {
+  HWND p = create("P", 0, WS_OVERLAPPEDWINDOW, NULL);
+  HWND q = create("Q", 0, WS_OVERLAPPEDWINDOW, NULL);
+  PostMessageA(p, WM_USER, 1, 2);
+  PostMessageA(q, WM_USER + 1, 3, 4);
+  PostMessageA(p, WM_USER + 2, 5, 6);
+  DestroyWindow(p);
+  clearLog();
+  pump();
+  printLog("posted messages after destroy");
+  BOOL ok = DestroyWindow(p);
+  printf("destroy again: %d\n", ok);
+  SetLastError(0);
+  ok = DestroyWindow((HWND)(INT_PTR)0x7ffe);
+  printf("destroy bogus handle: %d err=%lu\n", ok, GetLastError());
+  SetLastError(0);
+  BOOL posted = PostMessageA(p, WM_USER, 0, 0);
+  printf("post to destroyed: %d err=%lu\n", posted, GetLastError());
+  SetLastError(0);
+  LRESULT sent = SendMessageA(p, WM_USER, 0, 0);
+  printf("send to destroyed: %ld err=%lu\n", (long)sent, GetLastError());
+  clearLog();
+  SendMessageA(q, WM_CLOSE, 0, 0);
+  printLog("WM_CLOSE through DefWindowProc");
+  printf("closed window gone: %d\n", !IsWindow(q));
+  HWND r = create("R", 0, WS_OVERLAPPEDWINDOW, NULL);
+  printf("new handle differs from destroyed ones: %d\n", r != p && r != q);
+  DestroyWindow(r);
+  clearLog();
+}
+
+}  // namespace
+
+int main() {
+  registerClass("ProbeDestroy", destroyProc);
+  tree();
+  child();
+  owned();
+  afterwards();
+  return 0;
+}

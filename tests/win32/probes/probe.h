@@ -1,0 +1,251 @@
+// Shared helpers of the behaviour probes: plain Win32 programs that print what
+// the system did, built both against the layer and for the real system.
+// Invariant: nothing printed depends on pointer size or on handle values --
+// windows are printed by the names the probe gave them, never as numbers.
+#ifndef TUL_WIN32_PROBE_H
+#define TUL_WIN32_PROBE_H
+
+#include <windows.h>
+#include <stdio.h>
+#include <string.h>
+
+namespace probe {
+
+struct MsgName {
+  UINT msg;
+  const char* name;
+};
+
+// Only these messages are recorded; activation, IME and icon traffic differs
+// between systems and is left out on purpose.
+const MsgName kWatched[] = {
+    {WM_CREATE, "CREATE"},
+    {WM_DESTROY, "DESTROY"},
+    {WM_MOVE, "MOVE"},
+    {WM_SIZE, "SIZE"},
+    {WM_ACTIVATE, "ACTIVATE"},
+    {WM_SETFOCUS, "SETFOCUS"},
+    {WM_KILLFOCUS, "KILLFOCUS"},
+    {WM_SETTEXT, "SETTEXT"},
+    {WM_GETTEXT, "GETTEXT"},
+    {WM_GETTEXTLENGTH, "GETTEXTLENGTH"},
+    {WM_PAINT, "PAINT"},
+    {WM_CLOSE, "CLOSE"},
+    {WM_QUERYOPEN, "QUERYOPEN"},
+    {WM_ERASEBKGND, "ERASEBKGND"},
+    {WM_SHOWWINDOW, "SHOWWINDOW"},
+    {WM_GETMINMAXINFO, "GETMINMAXINFO"},
+    {WM_CHILDACTIVATE, "CHILDACTIVATE"},
+    {WM_WINDOWPOSCHANGING, "WINDOWPOSCHANGING"},
+    {WM_WINDOWPOSCHANGED, "WINDOWPOSCHANGED"},
+    {WM_STYLECHANGING, "STYLECHANGING"},
+    {WM_STYLECHANGED, "STYLECHANGED"},
+    {WM_NCCREATE, "NCCREATE"},
+    {WM_NCDESTROY, "NCDESTROY"},
+    {WM_NCCALCSIZE, "NCCALCSIZE"},
+    {WM_NCPAINT, "NCPAINT"},
+    {WM_KEYDOWN, "KEYDOWN"},
+    {WM_KEYUP, "KEYUP"},
+    {WM_CHAR, "CHAR"},
+    {WM_SYSKEYDOWN, "SYSKEYDOWN"},
+    {WM_SYSCHAR, "SYSCHAR"},
+    {WM_COMMAND, "COMMAND"},
+    {WM_SYSCOMMAND, "SYSCOMMAND"},
+    {WM_TIMER, "TIMER"},
+    {WM_HSCROLL, "HSCROLL"},
+    {WM_VSCROLL, "VSCROLL"},
+    {WM_PARENTNOTIFY, "PARENTNOTIFY"},
+    {WM_USER, "USER"},
+    {WM_USER + 1, "USER+1"},
+    {WM_USER + 2, "USER+2"},
+    {WM_APP, "APP"},
+};
+
+inline const char* msgName(UINT msg) {
+  for (const MsgName& m : kWatched)
+    if (m.msg == msg) return m.name;
+  return nullptr;
+}
+
+// Windows get names when they are created: the name set by expect() is given
+// to the first unknown window that receives a message.
+struct Named {
+  HWND hwnd;
+  char name[16];
+};
+inline Named g_named[128];
+inline int g_namedCount;
+inline const char* g_pending = "?";
+
+inline void expect(const char* name) { g_pending = name; }
+
+inline void nameWindow(HWND hwnd, const char* name) {
+  if (g_namedCount == 128) return;
+  g_named[g_namedCount].hwnd = hwnd;
+  snprintf(g_named[g_namedCount].name, sizeof g_named[0].name, "%s", name);
+  ++g_namedCount;
+}
+
+inline const char* hname(HWND hwnd) {
+  if (!hwnd) return "NULL";
+  if (hwnd == GetDesktopWindow()) return "desktop";
+  for (int i = g_namedCount - 1; i >= 0; --i)
+    if (g_named[i].hwnd == hwnd) return g_named[i].name;
+  return "?";
+}
+
+inline void adopt(HWND hwnd) {
+  if (strcmp(hname(hwnd), "?") != 0) return;
+  nameWindow(hwnd, g_pending);
+}
+
+struct Logged {
+  HWND hwnd;
+  UINT msg;
+  WPARAM wp;
+  LPARAM lp;
+  UINT swpFlags;  // WM_WINDOWPOS*: the flags, read while the pointer is valid
+  int extra[4];   // message-specific values read at the time
+};
+inline Logged g_log[1024];
+inline int g_logCount;
+
+// Activation and focus traffic around minimising and restoring differs
+// between systems; probes about geometry switch it off.
+inline bool g_ignoreFocus;
+
+inline bool isFocusMessage(UINT msg) {
+  return msg == WM_ACTIVATE || msg == WM_SETFOCUS || msg == WM_KILLFOCUS;
+}
+
+inline void record(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  adopt(hwnd);
+  if (!msgName(msg) || g_logCount == 1024) return;
+  if (g_ignoreFocus && isFocusMessage(msg)) return;
+  Logged& e = g_log[g_logCount++];
+  e.hwnd = hwnd;
+  e.msg = msg;
+  e.wp = wp;
+  e.lp = lp;
+  e.swpFlags = 0;
+  memset(e.extra, 0, sizeof e.extra);
+  if (msg == WM_WINDOWPOSCHANGING || msg == WM_WINDOWPOSCHANGED) {
+    const WINDOWPOS* wp2 = reinterpret_cast<const WINDOWPOS*>(lp);
+    e.swpFlags = wp2->flags;
+    e.extra[0] = wp2->x;
+    e.extra[1] = wp2->y;
+    e.extra[2] = wp2->cx;
+    e.extra[3] = wp2->cy;
+  }
+}
+
+// Flags worth comparing; the others are internal bookkeeping of a system.
+const UINT kSwpShown = SWP_NOSIZE | SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE |
+                       SWP_FRAMECHANGED | SWP_SHOWWINDOW | SWP_HIDEWINDOW;
+
+inline void printOne(const Logged& e) {
+  printf(" %s:%s", hname(e.hwnd), msgName(e.msg));
+  switch (e.msg) {
+  case WM_SIZE:
+    printf("(%d,%dx%d)", (int)e.wp, (int)(short)LOWORD(e.lp), (int)(short)HIWORD(e.lp));
+    break;
+  case WM_MOVE:
+    printf("(%d,%d)", (int)(short)LOWORD(e.lp), (int)(short)HIWORD(e.lp));
+    break;
+  case WM_SHOWWINDOW:
+  case WM_NCCALCSIZE:
+  case WM_ACTIVATE:
+    printf("(%d)", (int)LOWORD(e.wp));
+    break;
+  case WM_WINDOWPOSCHANGING:
+  case WM_WINDOWPOSCHANGED:
+    printf("(%#x)", (unsigned)(e.swpFlags & kSwpShown));
+    break;
+  case WM_PARENTNOTIFY:
+    printf("(%s,%s)", msgName(LOWORD(e.wp)) ? msgName(LOWORD(e.wp)) : "?",
+           hname((HWND)e.lp));
+    break;
+  case WM_COMMAND:
+    printf("(%#x,%s)", (unsigned)e.wp, hname((HWND)e.lp));
+    break;
+  case WM_SYSCOMMAND:
+    printf("(%#x,%#x)", (unsigned)e.wp, (unsigned)e.lp);
+    break;
+  case WM_KEYDOWN:
+  case WM_KEYUP:
+  case WM_CHAR:
+  case WM_SYSKEYDOWN:
+  case WM_SYSCHAR:
+  case WM_TIMER:
+  case WM_STYLECHANGING:
+  case WM_STYLECHANGED:
+    printf("(%d)", (int)e.wp);
+    break;
+  case WM_HSCROLL:
+  case WM_VSCROLL:
+    printf("(%d,%d)", (int)LOWORD(e.wp), (int)(short)HIWORD(e.wp));
+    break;
+  default:
+    break;
+  }
+}
+
+// Prints and clears the record: "label: P:NCCREATE P:NCCALCSIZE(0) ...".
+inline void printLog(const char* label) {
+  printf("%s:", label);
+  if (g_logCount == 0) printf(" (none)");
+  for (int i = 0; i < g_logCount; ++i) printOne(g_log[i]);
+  printf("\n");
+  g_logCount = 0;
+}
+
+inline void clearLog() { g_logCount = 0; }
+
+// The recording procedure most probes use for their windows.
+inline LRESULT CALLBACK loggingProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  record(hwnd, msg, wp, lp);
+  return DefWindowProcA(hwnd, msg, wp, lp);
+}
+
+inline ATOM registerClass(const char* name, WNDPROC proc, HBRUSH background = NULL,
+                          UINT style = 0, int wndExtra = 0) {
+  WNDCLASSEXA wc;
+  memset(&wc, 0, sizeof wc);
+  wc.cbSize = sizeof wc;
+  wc.style = style;
+  wc.lpfnWndProc = proc;
+  wc.cbWndExtra = wndExtra;
+  wc.hInstance = GetModuleHandleA(NULL);
+  wc.hCursor = LoadCursorA(NULL, IDC_ARROW);
+  wc.hbrBackground = background;
+  wc.lpszClassName = name;
+  return RegisterClassExA(&wc);
+}
+
+inline void printRect(const char* label, const RECT& r) {
+  printf("%s: (%ld,%ld)-(%ld,%ld) %ldx%ld\n", label, (long)r.left, (long)r.top,
+         (long)r.right, (long)r.bottom, (long)(r.right - r.left),
+         (long)(r.bottom - r.top));
+}
+
+inline void printWindowRects(const char* label, HWND hwnd) {
+  RECT w, c;
+  GetWindowRect(hwnd, &w);
+  GetClientRect(hwnd, &c);
+  printf("%s: window (%ld,%ld) %ldx%ld client %ldx%ld\n", label, (long)w.left,
+         (long)w.top, (long)(w.right - w.left), (long)(w.bottom - w.top),
+         (long)c.right, (long)c.bottom);
+}
+
+// Drains posted messages without waiting, dispatching them.
+inline void pump() {
+  MSG msg;
+  while (PeekMessageA(&msg, NULL, 0, 0, PM_REMOVE)) {
+    TranslateMessage(&msg);
+    DispatchMessageA(&msg);
+  }
+}
+
+}  // namespace probe
+
+#endif

@@ -1,0 +1,143 @@
+// ShowWindow: return values, the geometry and style of minimised, maximised
+// and restored windows, their messages, and GetWindowPlacement.
+#include "probe.h"
+
+using namespace probe;
+
+namespace {
+
+HWND create(const char* name, DWORD style, int x, int y, int w, int h, HWND parent,
+            const char* cls = "ProbeShow") {
+  expect(name);
+  HWND hwnd = CreateWindowExA(0, cls, name, style, x, y, w, h, parent, NULL,
+                              GetModuleHandleA(NULL), NULL);
+  if (hwnd) nameWindow(hwnd, name);
+  return hwnd;
+}
+
+void printPlacement(const char* label, HWND hwnd) {
+  WINDOWPLACEMENT wp;
+  memset(&wp, 0, sizeof wp);
+  wp.length = sizeof wp;
+  BOOL ok = GetWindowPlacement(hwnd, &wp);
+  printf("%s: placement %d flags %u show %u min (%ld,%ld) max (%ld,%ld) normal (%ld,%ld)-(%ld,%ld)\n",
+         label, ok, wp.flags, wp.showCmd, (long)wp.ptMinPosition.x, (long)wp.ptMinPosition.y,
+         (long)wp.ptMaxPosition.x, (long)wp.ptMaxPosition.y, (long)wp.rcNormalPosition.left,
+         (long)wp.rcNormalPosition.top, (long)wp.rcNormalPosition.right,
+         (long)wp.rcNormalPosition.bottom);
+}
+
+void printState(const char* label, HWND hwnd) {
+  printWindowRects(label, hwnd);
+  DWORD style = GetWindowLongA(hwnd, GWL_STYLE);
+  printf("%s: visible %d iconic %d zoomed %d min-style %d max-style %d\n", label,
+         IsWindowVisible(hwnd), IsIconic(hwnd), IsZoomed(hwnd), (style & WS_MINIMIZE) != 0,
+         (style & WS_MAXIMIZE) != 0);
+}
+
+void returnValues() {
+  const int cmds[] = {SW_HIDE, SW_SHOWNORMAL, SW_SHOWMINIMIZED, SW_SHOWMAXIMIZED,
+                      SW_SHOWNOACTIVATE, SW_SHOW, SW_MINIMIZE, SW_SHOWMINNOACTIVE,
+                      SW_SHOWNA, SW_RESTORE, SW_SHOWDEFAULT, SW_FORCEMINIMIZE};
+  for (int cmd : cmds) {
+    HWND h = create("r", WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL);
+    BOOL first = ShowWindow(h, cmd);
+    BOOL second = ShowWindow(h, cmd);
+    printf("cmd %2d: returns %d then %d, visible %d iconic %d zoomed %d\n", cmd, first,
+           second, IsWindowVisible(h), IsIconic(h), IsZoomed(h));
+    DestroyWindow(h);
+  }
+  clearLog();
+}
+
+void topLevel() {
+  HWND h = create("P", WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL);
+  printPlacement("new hidden", h);
+  ShowWindow(h, SW_SHOWNORMAL);
+  clearLog();
+  ShowWindow(h, SW_MINIMIZE);
+  printLog("minimize");
+  printState("minimized", h);
+  printPlacement("minimized", h);
+  ShowWindow(h, SW_RESTORE);
+  printLog("restore from minimized");
+  printState("restored", h);
+  ShowWindow(h, SW_MAXIMIZE);
+  printLog("maximize");
+  printState("maximized", h);
+  printPlacement("maximized", h);
+  ShowWindow(h, SW_HIDE);
+  printLog("hide maximized");
+  printState("hidden maximized", h);
+  printPlacement("hidden maximized", h);
+  ShowWindow(h, SW_RESTORE);
+  printLog("restore hidden maximized");
+  printState("restored", h);
+  MoveWindow(h, 40, 50, 200, 100, FALSE);
+  ShowWindow(h, SW_SHOWMINIMIZED);
+  clearLog();
+  printPlacement("minimized after move", h);
+  ShowWindow(h, SW_HIDE);
+  printPlacement("hidden minimized", h);
+  ShowWindow(h, SW_SHOWNORMAL);
+  printState("shown normal", h);
+  clearLog();
+  ShowWindow(h, SW_HIDE);
+  printLog("hide");
+  WINDOWPLACEMENT wp;
+  memset(&wp, 0, sizeof wp);
+  wp.length = 0;
+  SetLastError(0);
+  BOOL ok = GetWindowPlacement(h, &wp);
+  printf("placement with length 0: %d err=%lu\n", ok, GetLastError());
+  DestroyWindow(h);
+  clearLog();
+}
+
+void createdMaximized() {
+  HWND h = create("M", WS_OVERLAPPEDWINDOW | WS_MAXIMIZE, 10, 20, 300, 200, NULL);
+  printLog("created maximized, hidden");
+  printState("created maximized", h);
+  ShowWindow(h, SW_SHOW);
+  printLog("first show of a maximized window");
+  DestroyWindow(h);
+  clearLog();
+}
+
+void children() {
+  // The parent does not record: how it repaints around its child is not the
+  // point here.
+  HWND p = create("P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 20, 300, 200, NULL,
+                  "ProbeShowQuiet");
+  HWND c = create("c", WS_CHILD | WS_CAPTION | WS_THICKFRAME, 10, 10, 150, 80, p);
+  clearLog();
+  BOOL was = ShowWindow(c, SW_SHOW);
+  printf("child show returns %d\n", was);
+  printLog("show child");
+  ShowWindow(c, SW_MINIMIZE);
+  printLog("minimize child");
+  printState("minimized child", c);
+  ShowWindow(c, SW_MAXIMIZE);
+  printLog("maximize child");
+  printState("maximized child", c);
+  ShowWindow(c, SW_RESTORE);
+  printLog("restore child");
+  was = ShowWindow(c, SW_HIDE);
+  printf("child hide returns %d\n", was);
+  printLog("hide child");
+  DestroyWindow(p);
+  clearLog();
+}
+
+}  // namespace
+
+int main() {
+  registerClass("ProbeShow", loggingProc);
+  registerClass("ProbeShowQuiet", DefWindowProcA);
+  g_ignoreFocus = true;
+  returnValues();
+  topLevel();
+  createdMaximized();
+  children();
+  return 0;
+}

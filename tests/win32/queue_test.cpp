@@ -1,0 +1,122 @@
+// Waiting without hanging: GetMessageA's idle hook and its -1 when nothing
+// can arrive, timers driven by the simulated clock, and timer procedures.
+#include "tests/win32/layer_test.h"
+
+namespace {
+
+using layertest::Expect;
+using layertest::LayerTest;
+
+class Queue : public LayerTest {};
+
+TEST_F(Queue, NothingToWaitForReturnsMinusOneWithADiagnostic) {
+  layertest::pumpAll();
+  MSG m;
+  testing::internal::CaptureStderr();
+  BOOL r = GetMessageA(&m, NULL, 0, 0);
+  std::string err = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(r, -1);
+  EXPECT_NE(err.find("GetMessageA: nothing can arrive"), std::string::npos) << err;
+  EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << "one line";
+}
+
+TEST_F(Queue, TheIdleHookActsAsTheUser) {
+  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW | WS_VISIBLE, true);
+  int calls = 0;
+  win32sim::setIdleHook([&] {
+    ++calls;
+    if (calls == 1) win32sim::typeText("x");
+    else win32sim::closeWindow(h);
+  });
+  MSG m;
+  int chars = 0;
+  while (GetMessageA(&m, NULL, 0, 0) > 0) {
+    TranslateMessage(&m);
+    if (m.message == WM_CHAR) ++chars;
+    DispatchMessageA(&m);
+  }
+  EXPECT_EQ(m.message, static_cast<UINT>(WM_QUIT));
+  EXPECT_EQ(calls, 2);
+  EXPECT_EQ(chars, 1);
+  EXPECT_FALSE(IsWindow(h));
+  layertest::recorded().clear();
+}
+
+TEST_F(Queue, AHookThatDoesNothingEndsTheWait) {
+  layertest::pumpAll();
+  int calls = 0;
+  win32sim::setIdleHook([&] { ++calls; });
+  MSG m;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(GetMessageA(&m, NULL, 0, 0), -1);
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_F(Queue, TimersFireOnTheSimulatedClock) {
+  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW);
+  DWORD start = GetTickCount();
+  EXPECT_EQ(SetTimer(h, 1, 100, NULL), 1u);
+  EXPECT_EQ(SetTimer(h, 2, 250, NULL), 2u);
+  MSG m;
+  EXPECT_FALSE(PeekMessageA(&m, NULL, WM_TIMER, WM_TIMER, PM_REMOVE)) << "not due yet";
+  std::vector<std::pair<WPARAM, DWORD>> fired;
+  while (fired.size() < 4 && GetMessageA(&m, NULL, 0, 0) > 0)
+    if (m.message == WM_TIMER) fired.emplace_back(m.wParam, m.time - start);
+  std::vector<std::pair<WPARAM, DWORD>> want = {{1, 100}, {1, 200}, {2, 250}, {1, 300}};
+  EXPECT_EQ(fired, want) << "waiting jumps the clock to the next timer";
+  EXPECT_TRUE(KillTimer(h, 1));
+  EXPECT_TRUE(KillTimer(h, 2));
+  EXPECT_FALSE(KillTimer(h, 2));
+  win32sim::advanceClock(1000);
+  EXPECT_FALSE(PeekMessageA(&m, NULL, WM_TIMER, WM_TIMER, PM_REMOVE));
+  DestroyWindow(h);
+  layertest::recorded().clear();
+}
+
+int g_procCalls;
+void CALLBACK timerProc(HWND, UINT msg, UINT_PTR, DWORD) {
+  if (msg == WM_TIMER) ++g_procCalls;
+}
+
+TEST_F(Queue, TimerProceduresAndThreadTimers) {
+  g_procCalls = 0;
+  UINT_PTR id = SetTimer(NULL, 0, 10, timerProc);
+  EXPECT_NE(id, 0u);
+  Sleep(15);  // Sleep moves the simulated clock
+  MSG m;
+  ASSERT_TRUE(PeekMessageA(&m, NULL, 0, 0, PM_REMOVE));
+  EXPECT_EQ(m.message, static_cast<UINT>(WM_TIMER));
+  EXPECT_EQ(m.hwnd, nullptr);
+  DispatchMessageA(&m);
+  EXPECT_EQ(g_procCalls, 1);
+  EXPECT_TRUE(KillTimer(NULL, id));
+}
+
+TEST_F(Queue, DestroyingAWindowKillsItsTimers) {
+  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW);
+  SetTimer(h, 5, 10, NULL);
+  EXPECT_EQ(win32sim::counts().timers, before_.timers + 1);
+  DestroyWindow(h);
+  EXPECT_EQ(win32sim::counts().timers, before_.timers);
+  layertest::recorded().clear();
+}
+
+TEST_F(Queue, PostedMessagesComeBeforeInputAndInputBeforePaint) {
+  HWND h = layertest::createMain();
+  layertest::pumpAll();
+  InvalidateRect(h, NULL, FALSE);
+  win32sim::pressKey('Q');
+  PostMessageA(h, WM_USER, 0, 0);
+  MSG m;
+  std::vector<UINT> order;
+  while (PeekMessageA(&m, NULL, 0, 0, PM_REMOVE)) {
+    order.push_back(m.message);
+    DispatchMessageA(&m);
+  }
+  EXPECT_EQ(order, (std::vector<UINT>{WM_USER, WM_KEYDOWN, WM_KEYUP, WM_PAINT}));
+  layertest::recorded().clear();
+  DestroyWindow(h);
+}
+
+}  // namespace

@@ -1,0 +1,261 @@
+// Pixels: what erasing, GDI drawing and scrolling leave in a window, how
+// clipping keeps windows apart, how the screen is composed, and that a
+// screenshot is a PNG that decodes to those pixels.
+#include "tests/win32/layer_test.h"
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+using layertest::LayerTest;
+
+class Screen : public LayerTest {};
+
+constexpr COLORREF kWhite = RGB(255, 255, 255);
+constexpr COLORREF kRed = RGB(255, 0, 0);
+constexpr COLORREF kBlue = RGB(0, 0, 255);
+
+// A window whose WM_PAINT fills its client area with a brush of one colour.
+HWND paintedWindow(DWORD style, int x, int y, int w, int h, HWND parent, COLORREF* color) {
+  layertest::messageHook() = [](HWND hwnd, UINT msg, WPARAM, LPARAM, LRESULT* answer) {
+    if (msg != WM_PAINT) return false;
+    auto* c = reinterpret_cast<COLORREF*>(GetWindowLongA(hwnd, GWL_USERDATA));
+    PAINTSTRUCT ps;
+    HDC dc = BeginPaint(hwnd, &ps);
+    if (c) {
+      HBRUSH b = CreateSolidBrush(*c);
+      RECT r;
+      GetClientRect(hwnd, &r);
+      FillRect(dc, &r, b);
+      DeleteObject(b);
+    }
+    EndPaint(hwnd, &ps);
+    *answer = 0;
+    return true;
+  };
+  HWND hwnd = CreateWindowExA(0, layertest::kClass, "w", style, x, y, w, h, parent, NULL, NULL, NULL);
+  SetWindowLongA(hwnd, GWL_USERDATA, reinterpret_cast<LONG>(color));
+  InvalidateRect(hwnd, NULL, TRUE);
+  UpdateWindow(hwnd);
+  return hwnd;
+}
+
+TEST_F(Screen, EraseUsesTheClassBrushAndDrawingFollowsTheDc) {
+  HWND h = layertest::createMain();
+  layertest::pumpAll();
+  EXPECT_EQ(win32sim::pixel(h, 5, 5), kWhite) << "COLOR_WINDOW + 1 background";
+  HDC dc = GetDC(h);
+  HBRUSH red = CreateSolidBrush(kRed);
+  RECT r = {10, 10, 20, 15};
+  FillRect(dc, &r, red);
+  EXPECT_EQ(win32sim::pixel(h, 10, 10), kRed);
+  EXPECT_EQ(win32sim::pixel(h, 19, 14), kRed);
+  EXPECT_EQ(win32sim::pixel(h, 20, 14), kWhite) << "right edge excluded";
+  EXPECT_EQ(win32sim::pixel(h, 19, 15), kWhite) << "bottom edge excluded";
+
+  HPEN pen = CreatePen(PS_SOLID, 1, kBlue);
+  HGDIOBJ oldPen = SelectObject(dc, pen);
+  MoveToEx(dc, 30, 40, NULL);
+  LineTo(dc, 40, 40);
+  EXPECT_EQ(win32sim::pixel(h, 30, 40), kBlue);
+  EXPECT_EQ(win32sim::pixel(h, 39, 40), kBlue);
+  EXPECT_EQ(win32sim::pixel(h, 40, 40), kWhite) << "LineTo stops before its end point";
+  HGDIOBJ oldBrush = SelectObject(dc, red);
+  Rectangle(dc, 50, 50, 60, 60);
+  EXPECT_EQ(win32sim::pixel(h, 50, 50), kBlue) << "outline in the pen";
+  EXPECT_EQ(win32sim::pixel(h, 55, 55), kRed) << "inside in the brush";
+  SelectObject(dc, oldPen);
+  SelectObject(dc, oldBrush);
+
+  SetTextColor(dc, RGB(0, 128, 0));
+  SetBkColor(dc, RGB(1, 2, 3));
+  TextOutA(dc, 100, 100, "I", 1);
+  EXPECT_EQ(win32sim::pixel(h, 100, 100), RGB(1, 2, 3)) << "opaque background";
+  EXPECT_EQ(win32sim::pixel(h, 102, 104), RGB(0, 128, 0)) << "the stem of the I";
+  ReleaseDC(h, dc);
+  DeleteObject(pen);
+  DeleteObject(red);
+  DestroyWindow(h);
+}
+
+TEST_F(Screen, MappingModesScaleDrawing) {
+  HWND h = layertest::createMain();
+  HDC dc = GetDC(h);
+  SetMapMode(dc, MM_LOMETRIC);  // 0.1 mm, y upwards
+  POINT p = {254, -254};        // one inch right, one inch down
+  LPtoDP(dc, &p, 1);
+  EXPECT_EQ(p.x, 96);
+  EXPECT_EQ(p.y, 96);
+  ReleaseDC(h, dc);
+  DestroyWindow(h);
+}
+
+TEST_F(Screen, ChildrenAndClipping) {
+  COLORREF red = kRed, blue = kBlue;
+  HWND p = paintedWindow(WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, 100, 100, 200, 150, NULL, &red);
+  HWND c = paintedWindow(WS_CHILD | WS_VISIBLE, 10, 10, 50, 40, p, &blue);
+  layertest::pumpAll();
+  EXPECT_EQ(win32sim::pixel(p, 5, 5), kRed);
+  EXPECT_EQ(win32sim::pixel(p, 15, 15), kBlue) << "the child drew over its area";
+  EXPECT_EQ(win32sim::pixel(c, 0, 0), kBlue);
+  EXPECT_EQ(win32sim::pixel(c, 50, 0), CLR_INVALID) << "outside the child's client area";
+  InvalidateRect(p, NULL, TRUE);
+  UpdateWindow(p);
+  EXPECT_EQ(win32sim::pixel(p, 15, 15), kBlue) << "WS_CLIPCHILDREN keeps the parent out";
+  EXPECT_EQ(win32sim::screenPixel(100 + 15, 100 + 15), kBlue);
+  DestroyWindow(p);
+}
+
+TEST_F(Screen, TheScreenComposesWindowsInZOrder) {
+  COLORREF red = kRed, blue = kBlue;
+  HWND below = paintedWindow(WS_POPUP | WS_VISIBLE, 0, 0, 100, 100, NULL, &red);
+  HWND above = paintedWindow(WS_POPUP | WS_VISIBLE, 50, 50, 100, 100, NULL, &blue);
+  EXPECT_EQ(win32sim::screenPixel(10, 10), kRed);
+  EXPECT_EQ(win32sim::screenPixel(60, 60), kBlue);
+  EXPECT_EQ(win32sim::screenPixel(500, 500), GetSysColor(COLOR_DESKTOP));
+  EXPECT_EQ(win32sim::screenPixel(-1, 0), CLR_INVALID);
+  ShowWindow(above, SW_HIDE);
+  EXPECT_EQ(win32sim::screenPixel(60, 60), kRed) << "hidden windows do not show";
+  EXPECT_EQ(win32sim::pixel(above, 20, 20), kBlue) << "but keep their pixels";
+  DestroyWindow(above);
+  DestroyWindow(below);
+}
+
+TEST_F(Screen, ScrollWindowExMovesPixelsAndChildren) {
+  COLORREF red = kRed, blue = kBlue;
+  HWND p = paintedWindow(WS_POPUP | WS_VISIBLE, 0, 0, 200, 200, NULL, &red);
+  HWND c = paintedWindow(WS_CHILD | WS_VISIBLE, 0, 50, 20, 20, p, &blue);
+  layertest::pumpAll();
+  ASSERT_EQ(win32sim::pixel(p, 5, 55), kBlue);
+  RECT uncovered;
+  int kind = ScrollWindowEx(p, 0, -30, NULL, NULL, NULL, &uncovered, SW_SCROLLCHILDREN);
+  EXPECT_EQ(kind, SIMPLEREGION);
+  EXPECT_EQ(uncovered.top, 170);
+  EXPECT_EQ(win32sim::pixel(p, 5, 25), kBlue) << "pixels moved up";
+  RECT r;
+  GetWindowRect(c, &r);
+  EXPECT_EQ(r.top, 20) << "the child moved with them";
+  GetUpdateRect(p, &r, FALSE);
+  EXPECT_TRUE(IsRectEmpty(&r)) << "nothing invalidated without SW_INVALIDATE";
+  DestroyWindow(p);
+}
+
+TEST_F(Screen, NonClientAreaIsDrawn) {
+  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_VSCROLL);
+  layertest::pumpAll();
+  RECT w;
+  GetWindowRect(h, &w);
+  EXPECT_EQ(win32sim::screenPixel(w.left + 150, w.top + 6), GetSysColor(COLOR_ACTIVECAPTION));
+  POINT origin = {0, 0};
+  ClientToScreen(h, &origin);
+  RECT c;
+  GetClientRect(h, &c);
+  EXPECT_EQ(win32sim::screenPixel(origin.x + c.right + 8, origin.y + c.bottom / 2),
+            GetSysColor(COLOR_SCROLLBAR))
+      << "the middle of the vertical scroll bar's track";
+  DestroyWindow(h);
+}
+
+// ---- PNG: decode what the encoder wrote (stored or fixed-Huffman blocks) ----
+
+struct BitReader {
+  const std::vector<unsigned char>& data;
+  size_t pos = 0;
+  int bit = 0;
+  unsigned get(int n) {
+    unsigned v = 0;
+    for (int i = 0; i < n; ++i) {
+      v |= ((data.at(pos) >> bit) & 1u) << i;
+      if (++bit == 8) {
+        bit = 0;
+        ++pos;
+      }
+    }
+    return v;
+  }
+  unsigned code(int n) {  // most significant bit first
+    unsigned v = 0;
+    for (int i = 0; i < n; ++i) v = (v << 1) | get(1);
+    return v;
+  }
+};
+
+int fixedSymbol(BitReader& r) {
+  unsigned v = r.code(7);
+  if (v <= 0x17) return static_cast<int>(v) + 256;
+  v = (v << 1) | r.get(1);
+  if (v >= 0x30 && v <= 0xBF) return static_cast<int>(v - 0x30);
+  if (v >= 0xC0 && v <= 0xC7) return static_cast<int>(v - 0xC0 + 280);
+  v = (v << 1) | r.get(1);
+  return static_cast<int>(v - 0x190 + 144);
+}
+
+std::vector<unsigned char> inflateFixed(const std::vector<unsigned char>& z) {
+  static const int lbase[] = {3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 15, 17, 19, 23, 27, 31, 35, 43, 51, 59,
+                              67, 83, 99, 115, 131, 163, 195, 227, 258};
+  static const int lextra[] = {0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5, 0};
+  static const int dbase[] = {1, 2, 3, 4, 5, 7, 9, 13, 17, 25, 33, 49, 65, 97, 129, 193, 257, 385, 513,
+                              769, 1025, 1537, 2049, 3073, 4097, 6145, 8193, 12289, 16385, 24577};
+  static const int dextra[] = {0, 0, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13};
+  std::vector<unsigned char> out;
+  BitReader r{z, 2};
+  bool last = false;
+  while (!last) {
+    last = r.get(1) != 0;
+    unsigned type = r.get(2);
+    EXPECT_EQ(type, 1u) << "the encoder writes fixed-Huffman blocks";
+    if (type != 1) return out;
+    for (;;) {
+      int sym = fixedSymbol(r);
+      if (sym < 256) {
+        out.push_back(static_cast<unsigned char>(sym));
+        continue;
+      }
+      if (sym == 256) break;
+      int len = lbase[sym - 257] + static_cast<int>(r.get(lextra[sym - 257]));
+      int d = static_cast<int>(r.code(5));
+      int dist = dbase[d] + static_cast<int>(r.get(dextra[d]));
+      for (int i = 0; i < len; ++i) out.push_back(out[out.size() - static_cast<size_t>(dist)]);
+    }
+  }
+  return out;
+}
+
+unsigned be32(const std::vector<unsigned char>& b, size_t at) {
+  return (unsigned{b[at]} << 24) | (unsigned{b[at + 1]} << 16) | (unsigned{b[at + 2]} << 8) | b[at + 3];
+}
+
+TEST_F(Screen, ScreenshotIsAPngOfTheScreen) {
+  COLORREF red = kRed;
+  HWND h = paintedWindow(WS_POPUP | WS_VISIBLE, 10, 20, 30, 40, NULL, &red);
+  std::string path = testing::TempDir() + "win32_screen_test.png";
+  ASSERT_TRUE(win32sim::saveScreenshot(path));
+  std::ifstream f(path, std::ios::binary);
+  std::vector<unsigned char> png((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+  std::remove(path.c_str());
+  ASSERT_GT(png.size(), 33u);
+  EXPECT_EQ(0, memcmp(png.data(), "\x89PNG\r\n\x1a\n", 8));
+  EXPECT_EQ(be32(png, 16), 1024u);
+  EXPECT_EQ(be32(png, 20), 768u);
+  std::vector<unsigned char> z;
+  for (size_t at = 8; at + 8 <= png.size();) {
+    unsigned len = be32(png, at);
+    if (memcmp(&png[at + 4], "IDAT", 4) == 0) z.insert(z.end(), png.begin() + static_cast<long>(at) + 8,
+                                                       png.begin() + static_cast<long>(at + 8 + len));
+    at += 12 + len;
+  }
+  std::vector<unsigned char> raw = inflateFixed(z);
+  ASSERT_EQ(raw.size(), static_cast<size_t>(768 * (1024 * 3 + 1)));
+  auto at = [&raw](int x, int y) {
+    size_t i = static_cast<size_t>(y) * (1024 * 3 + 1) + 1 + static_cast<size_t>(x) * 3;
+    return RGB(raw[i], raw[i + 1], raw[i + 2]);
+  };
+  EXPECT_EQ(at(15, 25), kRed);
+  EXPECT_EQ(at(600, 600), GetSysColor(COLOR_DESKTOP));
+  DestroyWindow(h);
+}
+
+}  // namespace

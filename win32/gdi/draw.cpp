@@ -1,0 +1,256 @@
+// Drawing through a DC: rectangles, lines, ellipses, pixels and text with the
+// built-in font. Invariant: coordinates are logical (through the DC's
+// mapping mode) and every pixel written passes the DC's clip region.
+#include "gdi/gdi.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+namespace w32 {
+
+namespace {
+
+Painter painterOf(const DeviceContext& dc) {
+  Painter p;
+  p.surface = dc.surface.get();
+  p.origin = dc.origin;
+  p.clip = dc.clip;
+  return p;
+}
+
+// The pen's colour and width; false for a null pen.
+bool penOf(const DeviceContext& dc, COLORREF* color, int* width) {
+  GdiObject* pen = gdiObject(dc.pen);
+  if (!pen || pen->style == PS_NULL) return false;
+  *color = (dc.pen == GetStockObject(DC_PEN)) ? dc.dcPenColor : pen->color;
+  *width = pen->width;
+  return true;
+}
+
+void dot(const Painter& p, int x, int y, int width, COLORREF c) {
+  if (width <= 1) {
+    p.pixel(x, y, c);
+    return;
+  }
+  int half = width / 2;
+  p.fill(makeRect(x - half, y - half, x - half + width, y - half + width), c);
+}
+
+// Bresenham from (x0,y0) up to, not including, (x1,y1).
+void line(const Painter& p, POINT a, POINT b, int width, COLORREF c) {
+  LONG dx = std::labs(b.x - a.x), dy = -std::labs(b.y - a.y);
+  LONG sx = a.x < b.x ? 1 : -1, sy = a.y < b.y ? 1 : -1;
+  LONG err = dx + dy;
+  LONG x = a.x, y = a.y;
+  while (x != b.x || y != b.y) {
+    dot(p, static_cast<int>(x), static_cast<int>(y), width, c);
+    LONG e2 = 2 * err;
+    if (e2 >= dy) {
+      err += dy;
+      x += sx;
+    }
+    if (e2 <= dx) {
+      err += dx;
+      y += sy;
+    }
+  }
+}
+
+void drawString(const DeviceContext& dc, POINT at, const char* s, int n) {
+  Painter p = painterOf(dc);
+  COLORREF bk = dc.bkColor;
+  p.text(static_cast<int>(at.x), static_cast<int>(at.y), s, n, dc.textColor,
+         dc.bkMode == OPAQUE ? &bk : nullptr);
+}
+
+}  // namespace
+
+}  // namespace w32
+
+using namespace w32;
+
+extern "C" {
+
+int WINAPI FillRect(HDC hDC, const RECT* lprc, HBRUSH hbr) {
+  DeviceContext* dc = deviceContext(hDC);
+  COLORREF color;
+  if (!dc || !lprc || !brushColor(hbr, dc, &color)) return 0;
+  painterOf(*dc).fill(toDeviceRect(*dc, *lprc), color);
+  return 1;
+}
+
+int WINAPI FrameRect(HDC hDC, const RECT* lprc, HBRUSH hbr) {
+  DeviceContext* dc = deviceContext(hDC);
+  COLORREF color;
+  if (!dc || !lprc || !brushColor(hbr, dc, &color)) return 0;
+  RECT r = toDeviceRect(*dc, *lprc);
+  if (rectEmpty(r)) return 1;
+  painterOf(*dc).frame(r, color);
+  return 1;
+}
+
+BOOL WINAPI Rectangle(HDC hdc, int left, int top, int right, int bottom) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc) return FALSE;
+  RECT r = toDeviceRect(*dc, makeRect(left, top, right, bottom));
+  Painter p = painterOf(*dc);
+  COLORREF pen = 0;
+  int width = 1;
+  bool outlined = penOf(*dc, &pen, &width);
+  COLORREF fill;
+  if (brushColor(static_cast<HBRUSH>(dc->brush), dc, &fill)) {
+    RECT inside = outlined ? r : makeRect(r.left, r.top, r.right - 1, r.bottom - 1);
+    p.fill(inside, fill);
+  }
+  if (outlined) {
+    for (int i = 0; i < width && rectWidth(r) > 2 * i && rectHeight(r) > 2 * i; ++i)
+      p.frame(makeRect(r.left + i, r.top + i, r.right - i, r.bottom - i), pen);
+  }
+  return TRUE;
+}
+
+BOOL WINAPI Ellipse(HDC hdc, int left, int top, int right, int bottom) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc) return FALSE;
+  RECT r = toDeviceRect(*dc, makeRect(left, top, right, bottom));
+  if (rectEmpty(r)) return TRUE;
+  Painter p = painterOf(*dc);
+  COLORREF pen = 0, fill = 0;
+  int width = 1;
+  bool outlined = penOf(*dc, &pen, &width);
+  bool filled = brushColor(static_cast<HBRUSH>(dc->brush), dc, &fill);
+  double a = rectWidth(r) / 2.0, b = rectHeight(r) / 2.0;
+  double cx = r.left + a, cy = r.top + b;
+  for (LONG y = r.top; y < r.bottom; ++y) {
+    double t = (y + 0.5 - cy) / b;
+    double s = 1.0 - t * t;
+    double half = s > 0 ? a * std::sqrt(s) : 0.0;
+    LONG x0 = static_cast<LONG>(cx - half + 0.5), x1 = static_cast<LONG>(cx + half + 0.5);
+    if (filled) p.fill(makeRect(x0, y, x1, y + 1), fill);
+    if (outlined && x1 > x0) {
+      p.pixel(static_cast<int>(x0), static_cast<int>(y), pen);
+      p.pixel(static_cast<int>(x1 - 1), static_cast<int>(y), pen);
+    }
+  }
+  return TRUE;
+}
+
+BOOL WINAPI MoveToEx(HDC hdc, int x, int y, LPPOINT lppt) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc) return FALSE;
+  if (lppt) *lppt = dc->position;
+  dc->position = POINT{x, y};
+  return TRUE;
+}
+
+BOOL WINAPI LineTo(HDC hdc, int x, int y) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc) return FALSE;
+  COLORREF pen;
+  int width = 1;
+  if (penOf(*dc, &pen, &width)) {
+    line(painterOf(*dc), toDevice(*dc, dc->position.x, dc->position.y), toDevice(*dc, x, y), width,
+         pen);
+  }
+  dc->position = POINT{x, y};
+  return TRUE;
+}
+
+COLORREF WINAPI SetPixel(HDC hdc, int x, int y, COLORREF color) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc) return CLR_INVALID;
+  POINT d = toDevice(*dc, x, y);
+  LONG sx = d.x + dc->origin.x, sy = d.y + dc->origin.y;
+  if (!dc->surface || !dc->clip.contains(sx, sy)) return CLR_INVALID;
+  dc->surface->set(static_cast<int>(sx), static_cast<int>(sy), color & 0xFFFFFF);
+  return color & 0xFFFFFF;
+}
+
+COLORREF WINAPI GetPixel(HDC hdc, int x, int y) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc || !dc->surface) return CLR_INVALID;
+  POINT d = toDevice(*dc, x, y);
+  LONG sx = d.x + dc->origin.x, sy = d.y + dc->origin.y;
+  if (!dc->clip.contains(sx, sy)) return CLR_INVALID;
+  return dc->surface->get(static_cast<int>(sx), static_cast<int>(sy));
+}
+
+BOOL WINAPI TextOutA(HDC hdc, int x, int y, LPCSTR lpString, int c) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc || c < 0 || (c > 0 && !lpString)) return FALSE;
+  drawString(*dc, toDevice(*dc, x, y), lpString, c);
+  return TRUE;
+}
+
+BOOL WINAPI GetTextExtentPoint32A(HDC hdc, LPCSTR lpString, int c, LPSIZE psizl) {
+  if (!deviceContext(hdc) || !psizl || c < 0 || (c > 0 && !lpString)) return FALSE;
+  psizl->cx = c * kCharWidth;
+  psizl->cy = kCharHeight;
+  return TRUE;
+}
+
+BOOL WINAPI GetTextMetricsA(HDC hdc, LPTEXTMETRICA lptm) {
+  if (!deviceContext(hdc) || !lptm) return FALSE;
+  memset(lptm, 0, sizeof *lptm);
+  lptm->tmHeight = kCharHeight;
+  lptm->tmAscent = kCharAscent;
+  lptm->tmDescent = kCharHeight - kCharAscent;
+  lptm->tmAveCharWidth = kCharWidth;
+  lptm->tmMaxCharWidth = kCharWidth;
+  lptm->tmWeight = 400;
+  lptm->tmDigitizedAspectX = 96;
+  lptm->tmDigitizedAspectY = 96;
+  lptm->tmFirstChar = 32;
+  lptm->tmLastChar = 126;
+  lptm->tmDefaultChar = '?';
+  lptm->tmBreakChar = ' ';
+  lptm->tmPitchAndFamily = 0x30;  // FF_MODERN, fixed pitch
+  return TRUE;
+}
+
+int WINAPI DrawTextA(HDC hdc, LPCSTR lpchText, int cchText, LPRECT lprc, UINT format) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc || !lpchText || !lprc) return 0;
+  int n = cchText < 0 ? static_cast<int>(strlen(lpchText)) : cchText;
+  std::vector<std::pair<int, int>> lines;  // start, length
+  int start = 0;
+  for (int i = 0; i <= n; ++i) {
+    if (i == n || (!(format & DT_SINGLELINE) && lpchText[i] == '\n')) {
+      int len = i - start;
+      if (len > 0 && lpchText[start + len - 1] == '\r') --len;
+      lines.emplace_back(start, len);
+      start = i + 1;
+    }
+  }
+  int height = static_cast<int>(lines.size()) * kCharHeight;
+  int widest = 0;
+  for (const auto& l : lines) widest = std::max(widest, l.second * kCharWidth);
+  if (format & DT_CALCRECT) {
+    lprc->right = lprc->left + widest;
+    lprc->bottom = lprc->top + height;
+    return height;
+  }
+  LONG y = lprc->top;
+  if ((format & DT_SINGLELINE) && (format & DT_VCENTER))
+    y = lprc->top + (rectHeight(*lprc) - kCharHeight) / 2;
+  else if ((format & DT_SINGLELINE) && (format & DT_BOTTOM))
+    y = lprc->bottom - kCharHeight;
+  Region saved = dc->clip;
+  if (!(format & DT_NOCLIP))
+    dc->clip.intersect(offsetRect(toDeviceRect(*dc, *lprc), dc->origin.x, dc->origin.y));
+  for (const auto& l : lines) {
+    LONG width = l.second * kCharWidth;
+    LONG x = (format & DT_CENTER)  ? lprc->left + (rectWidth(*lprc) - width) / 2
+             : (format & DT_RIGHT) ? lprc->right - width
+                                   : lprc->left;
+    drawString(*dc, toDevice(*dc, static_cast<int>(x), static_cast<int>(y)), lpchText + l.first,
+               l.second);
+    y += kCharHeight;
+  }
+  dc->clip = saved;
+  return height;
+}
+
+}  // extern "C"

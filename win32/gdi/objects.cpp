@@ -1,0 +1,323 @@
+// GDI objects: the handle table, stock objects, brushes, pens, fonts,
+// regions, selection into DCs and DeleteObject's rules.
+// Invariants: handles are never reused; a stock object survives
+// DeleteObject (which still answers TRUE); an object deleted while selected
+// stays alive until the last DC lets go of it.
+#include "gdi/gdi.h"
+
+#include "user/user.h"
+
+#include <cstring>
+
+namespace w32 {
+
+namespace {
+
+constexpr ULONG_PTR kGdiBase = 0x02000000;
+constexpr ULONG_PTR kGdiStep = 4;
+constexpr int kStockCount = DC_PEN + 1;
+constexpr int kSysColorCount = COLOR_MENUBAR + 1;
+
+struct GdiTable {
+  std::vector<std::unique_ptr<GdiObject>> slots;
+  HGDIOBJ stock[kStockCount] = {};
+  HBRUSH sysBrushes[kSysColorCount] = {};
+  bool ready = false;
+};
+
+GdiTable& gdi() {
+  static GdiTable t;
+  return t;
+}
+
+HGDIOBJ addObject(std::unique_ptr<GdiObject> obj) {
+  GdiTable& t = gdi();
+  t.slots.push_back(std::move(obj));
+  return reinterpret_cast<HGDIOBJ>(kGdiBase + (t.slots.size() - 1) * kGdiStep);
+}
+
+bool slotOf(HGDIOBJ h, size_t* index) {
+  ULONG_PTR v = reinterpret_cast<ULONG_PTR>(h);
+  if (v < kGdiBase || (v - kGdiBase) % kGdiStep != 0) return false;
+  *index = (v - kGdiBase) / kGdiStep;
+  return *index < gdi().slots.size();
+}
+
+std::unique_ptr<GdiObject> makeObject(GdiKind kind, UINT style, COLORREF color, bool stock) {
+  auto o = std::make_unique<GdiObject>();
+  o->kind = kind;
+  o->style = style;
+  o->color = color;
+  o->stock = stock;
+  return o;
+}
+
+void makeStock() {
+  GdiTable& t = gdi();
+  if (t.ready) return;
+  t.ready = true;
+  struct StockDef {
+    int index;
+    GdiKind kind;
+    UINT style;
+    COLORREF color;
+  };
+  const StockDef defs[] = {
+      {WHITE_BRUSH, GdiKind::Brush, BS_SOLID, RGB(255, 255, 255)},
+      {LTGRAY_BRUSH, GdiKind::Brush, BS_SOLID, RGB(192, 192, 192)},
+      {GRAY_BRUSH, GdiKind::Brush, BS_SOLID, RGB(128, 128, 128)},
+      {DKGRAY_BRUSH, GdiKind::Brush, BS_SOLID, RGB(64, 64, 64)},
+      {BLACK_BRUSH, GdiKind::Brush, BS_SOLID, RGB(0, 0, 0)},
+      {NULL_BRUSH, GdiKind::Brush, BS_NULL, 0},
+      {WHITE_PEN, GdiKind::Pen, PS_SOLID, RGB(255, 255, 255)},
+      {BLACK_PEN, GdiKind::Pen, PS_SOLID, RGB(0, 0, 0)},
+      {NULL_PEN, GdiKind::Pen, PS_NULL, 0},
+      {OEM_FIXED_FONT, GdiKind::Font, 0, 0},
+      {ANSI_FIXED_FONT, GdiKind::Font, 0, 0},
+      {ANSI_VAR_FONT, GdiKind::Font, 0, 0},
+      {SYSTEM_FONT, GdiKind::Font, 0, 0},
+      {DEVICE_DEFAULT_FONT, GdiKind::Font, 0, 0},
+      {DEFAULT_PALETTE, GdiKind::Palette, 0, 0},
+      {SYSTEM_FIXED_FONT, GdiKind::Font, 0, 0},
+      {DEFAULT_GUI_FONT, GdiKind::Font, 0, 0},
+      {DC_BRUSH, GdiKind::Brush, BS_SOLID, RGB(255, 255, 255)},
+      {DC_PEN, GdiKind::Pen, PS_SOLID, RGB(0, 0, 0)},
+  };
+  for (const StockDef& d : defs) t.stock[d.index] = addObject(makeObject(d.kind, d.style, d.color, true));
+}
+
+void freeObject(HGDIOBJ h) {
+  size_t index = 0;
+  if (slotOf(h, &index)) gdi().slots[index].reset();
+}
+
+void release(HGDIOBJ h) {
+  GdiObject* o = gdiObject(h);
+  if (!o) return;
+  if (o->selections > 0) --o->selections;
+  if (o->deletePending && o->selections == 0) freeObject(h);
+}
+
+HGDIOBJ* slotFor(DeviceContext& dc, GdiKind kind) {
+  switch (kind) {
+  case GdiKind::Brush: return &dc.brush;
+  case GdiKind::Pen: return &dc.pen;
+  case GdiKind::Font: return &dc.font;
+  default: return nullptr;
+  }
+}
+
+}  // namespace
+
+GdiObject* gdiObject(HGDIOBJ h) {
+  makeStock();
+  size_t index = 0;
+  if (!slotOf(h, &index)) return nullptr;
+  return gdi().slots[index].get();
+}
+
+DeviceContext* deviceContext(HDC hdc) {
+  GdiObject* o = gdiObject(hdc);
+  return (o && o->kind == GdiKind::DC) ? o->dc.get() : nullptr;
+}
+
+HDC createDC(std::unique_ptr<DeviceContext> dc) {
+  makeStock();
+  selectDefaults(*dc);
+  auto o = makeObject(GdiKind::DC, 0, 0, false);
+  o->dc = std::move(dc);
+  return static_cast<HDC>(addObject(std::move(o)));
+}
+
+void freeDC(HDC hdc) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc) return;
+  deselectAll(*dc);
+  freeObject(hdc);
+}
+
+void selectDefaults(DeviceContext& dc) {
+  makeStock();
+  dc.brush = gdi().stock[WHITE_BRUSH];
+  dc.pen = gdi().stock[BLACK_PEN];
+  dc.font = gdi().stock[SYSTEM_FONT];
+}
+
+void deselectAll(DeviceContext& dc) {
+  HGDIOBJ held[] = {dc.brush, dc.pen, dc.font};
+  dc.brush = dc.pen = dc.font = nullptr;
+  for (HGDIOBJ h : held) release(h);
+}
+
+int liveGdiCount(GdiKind kind) {
+  int n = 0;
+  for (const auto& o : gdi().slots)
+    if (o && !o->stock && o->sysColor < 0 && o->kind == kind) ++n;
+  return n;
+}
+
+HBRUSH systemColorBrush(int index) {
+  makeStock();
+  if (index < 0 || index >= kSysColorCount) return nullptr;
+  HBRUSH& b = gdi().sysBrushes[index];
+  if (!b) {
+    auto o = makeObject(GdiKind::Brush, BS_SOLID, sysColor(index), true);
+    o->sysColor = index;
+    b = static_cast<HBRUSH>(addObject(std::move(o)));
+  }
+  return b;
+}
+
+bool brushColor(HBRUSH brush, const DeviceContext* dc, COLORREF* color) {
+  ULONG_PTR value = reinterpret_cast<ULONG_PTR>(brush);
+  if (value >= 1 && value <= static_cast<ULONG_PTR>(kSysColorCount)) {
+    *color = sysColor(static_cast<int>(value - 1));
+    return true;
+  }
+  GdiObject* o = gdiObject(brush);
+  if (!o || o->kind != GdiKind::Brush || o->style == BS_NULL) return false;
+  *color = (dc && brush == gdi().stock[DC_BRUSH]) ? dc->dcBrushColor : o->color;
+  return true;
+}
+
+}  // namespace w32
+
+using namespace w32;
+
+extern "C" {
+
+HBRUSH WINAPI CreateSolidBrush(COLORREF color) {
+  makeStock();
+  return static_cast<HBRUSH>(addObject(makeObject(GdiKind::Brush, BS_SOLID, color & 0xFFFFFF, false)));
+}
+
+HBRUSH WINAPI CreateBrushIndirect(const LOGBRUSH* plbrush) {
+  if (!plbrush) return NULL;
+  makeStock();
+  UINT style = plbrush->lbStyle == BS_NULL ? BS_NULL : BS_SOLID;
+  return static_cast<HBRUSH>(addObject(makeObject(GdiKind::Brush, style, plbrush->lbColor, false)));
+}
+
+HPEN WINAPI CreatePen(int iStyle, int cWidth, COLORREF color) {
+  makeStock();
+  auto o = makeObject(GdiKind::Pen, static_cast<UINT>(iStyle), color & 0xFFFFFF, false);
+  o->width = cWidth < 1 ? 1 : cWidth;
+  return static_cast<HPEN>(addObject(std::move(o)));
+}
+
+HGDIOBJ WINAPI GetStockObject(int i) {
+  makeStock();
+  if (i < 0 || i >= kStockCount) return NULL;
+  return gdi().stock[i];
+}
+
+BOOL WINAPI DeleteObject(HGDIOBJ ho) {
+  GdiObject* o = gdiObject(ho);
+  if (!o || o->kind == GdiKind::DC) return FALSE;
+  if (o->stock) return TRUE;
+  if (o->selections > 0) {
+    o->deletePending = true;
+    return TRUE;
+  }
+  freeObject(ho);
+  return TRUE;
+}
+
+HGDIOBJ WINAPI SelectObject(HDC hdc, HGDIOBJ h) {
+  DeviceContext* dc = deviceContext(hdc);
+  GdiObject* o = gdiObject(h);
+  if (!dc || !o || o->deletePending) return NULL;
+  if (o->kind == GdiKind::Region) {
+    dc->clip.intersect(offsetRect(toDeviceRect(*dc, o->rect), dc->origin.x, dc->origin.y));
+    return reinterpret_cast<HGDIOBJ>(static_cast<ULONG_PTR>(SIMPLEREGION));
+  }
+  HGDIOBJ* slot = slotFor(*dc, o->kind);
+  if (!slot) return NULL;
+  HGDIOBJ old = *slot;
+  *slot = h;
+  ++o->selections;
+  release(old);
+  return old;
+}
+
+HGDIOBJ WINAPI GetCurrentObject(HDC hdc, UINT type) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc) return NULL;
+  switch (type) {
+  case OBJ_BRUSH: return dc->brush;
+  case OBJ_PEN: return dc->pen;
+  case OBJ_FONT: return dc->font;
+  default: return NULL;
+  }
+}
+
+DWORD WINAPI GetObjectType(HGDIOBJ h) {
+  GdiObject* o = gdiObject(h);
+  if (!o) return 0;
+  switch (o->kind) {
+  case GdiKind::Brush: return OBJ_BRUSH;
+  case GdiKind::Pen: return OBJ_PEN;
+  case GdiKind::Font: return OBJ_FONT;
+  case GdiKind::Region: return OBJ_REGION;
+  case GdiKind::Palette: return OBJ_PAL;
+  case GdiKind::DC: return OBJ_DC;
+  }
+  return 0;
+}
+
+int WINAPI GetObjectA(HANDLE h, int c, LPVOID pv) {
+  GdiObject* o = gdiObject(h);
+  if (!o) return 0;
+  if (o->kind == GdiKind::Brush) {
+    if (!pv) return sizeof(LOGBRUSH);
+    if (c < static_cast<int>(sizeof(LOGBRUSH))) return 0;
+    LOGBRUSH lb = {o->style, o->color, 0};
+    memcpy(pv, &lb, sizeof lb);
+    return sizeof lb;
+  }
+  if (o->kind == GdiKind::Pen) {
+    if (!pv) return sizeof(LOGPEN);
+    if (c < static_cast<int>(sizeof(LOGPEN))) return 0;
+    LOGPEN lp;
+    lp.lopnStyle = o->style;
+    lp.lopnWidth.x = o->width;
+    lp.lopnWidth.y = 0;
+    lp.lopnColor = o->color;
+    memcpy(pv, &lp, sizeof lp);
+    return sizeof lp;
+  }
+  return 0;
+}
+
+HRGN WINAPI CreateRectRgn(int x1, int y1, int x2, int y2) {
+  makeStock();
+  auto o = makeObject(GdiKind::Region, 0, 0, false);
+  o->rect = makeRect(x1 < x2 ? x1 : x2, y1 < y2 ? y1 : y2, x1 < x2 ? x2 : x1, y1 < y2 ? y2 : y1);
+  return static_cast<HRGN>(addObject(std::move(o)));
+}
+
+HRGN WINAPI CreateRectRgnIndirect(const RECT* lprect) {
+  if (!lprect) return NULL;
+  return CreateRectRgn(lprect->left, lprect->top, lprect->right, lprect->bottom);
+}
+
+BOOL WINAPI SetRectRgn(HRGN hrgn, int left, int top, int right, int bottom) {
+  GdiObject* o = gdiObject(hrgn);
+  if (!o || o->kind != GdiKind::Region) return FALSE;
+  o->rect = makeRect(left < right ? left : right, top < bottom ? top : bottom,
+                     left < right ? right : left, top < bottom ? bottom : top);
+  return TRUE;
+}
+
+int WINAPI GetRgnBox(HRGN hrgn, LPRECT lprc) {
+  GdiObject* o = gdiObject(hrgn);
+  if (!o || o->kind != GdiKind::Region || !lprc) return ERROR;
+  if (rectEmpty(o->rect)) {
+    *lprc = makeRect(0, 0, 0, 0);
+    return NULLREGION;
+  }
+  *lprc = o->rect;
+  return SIMPLEREGION;
+}
+
+}  // extern "C"

@@ -1,0 +1,84 @@
+// Pixel surfaces and the clipped painter that draws on them.
+// Invariant: every write is bounds-checked against the surface and clipped
+// by the painter's region, so no caller can scribble outside its window.
+#include "gdi/gdi.h"
+
+#include <algorithm>
+
+namespace w32 {
+
+void Surface::resize(int newWidth, int newHeight, COLORREF fill) {
+  std::vector<COLORREF> next(static_cast<size_t>(newWidth) * static_cast<size_t>(newHeight), fill);
+  int w = std::min(width, newWidth), h = std::min(height, newHeight);
+  for (int y = 0; y < h; ++y)
+    std::copy_n(&pixels[static_cast<size_t>(y) * static_cast<size_t>(width)], w,
+                &next[static_cast<size_t>(y) * static_cast<size_t>(newWidth)]);
+  pixels.swap(next);
+  width = newWidth;
+  height = newHeight;
+}
+
+COLORREF Surface::get(int x, int y) const {
+  if (x < 0 || y < 0 || x >= width || y >= height) return CLR_INVALID;
+  return pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
+}
+
+void Surface::set(int x, int y, COLORREF c) {
+  if (x < 0 || y < 0 || x >= width || y >= height) return;
+  pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)] = c;
+}
+
+void Surface::fill(const RECT& r, COLORREF c) {
+  RECT a = intersectRects(r, makeRect(0, 0, width, height));
+  for (LONG y = a.top; y < a.bottom; ++y)
+    std::fill_n(&pixels[static_cast<size_t>(y) * static_cast<size_t>(width) +
+                        static_cast<size_t>(a.left)],
+                a.right - a.left, c);
+}
+
+void Surface::scroll(const RECT& area, int dx, int dy) {
+  RECT a = intersectRects(area, makeRect(0, 0, width, height));
+  if (rectEmpty(a)) return;
+  std::vector<COLORREF> copy(pixels);
+  for (LONG y = a.top; y < a.bottom; ++y) {
+    for (LONG x = a.left; x < a.right; ++x) {
+      LONG sx = x - dx, sy = y - dy;
+      if (!pointInRect(a, sx, sy)) continue;
+      pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)] =
+          copy[static_cast<size_t>(sy) * static_cast<size_t>(width) + static_cast<size_t>(sx)];
+    }
+  }
+}
+
+void Painter::fill(const RECT& r, COLORREF c) const {
+  if (!surface) return;
+  RECT s = offsetRect(r, origin.x, origin.y);
+  for (const RECT& part : clip.rects()) surface->fill(intersectRects(s, part), c);
+}
+
+void Painter::frame(const RECT& r, COLORREF c) const {
+  fill(makeRect(r.left, r.top, r.right, r.top + 1), c);
+  fill(makeRect(r.left, r.bottom - 1, r.right, r.bottom), c);
+  fill(makeRect(r.left, r.top, r.left + 1, r.bottom), c);
+  fill(makeRect(r.right - 1, r.top, r.right, r.bottom), c);
+}
+
+void Painter::pixel(int x, int y, COLORREF c) const {
+  if (!surface) return;
+  LONG sx = x + origin.x, sy = y + origin.y;
+  if (clip.contains(sx, sy)) surface->set(sx, sy, c);
+}
+
+void Painter::text(int x, int y, const char* s, int n, COLORREF fg, const COLORREF* bk) const {
+  for (int i = 0; i < n; ++i) {
+    int cx = x + i * kCharWidth;
+    if (bk) fill(makeRect(cx, y, cx + kCharWidth, y + kCharHeight), *bk);
+    unsigned char rows[kCharHeight];
+    glyphRows(static_cast<unsigned char>(s[i]), rows);
+    for (int row = 0; row < kCharHeight; ++row)
+      for (int col = 0; col < 5; ++col)
+        if (rows[row] & (0x10 >> col)) pixel(cx + col, y + row, fg);
+  }
+}
+
+}  // namespace w32

@@ -1,0 +1,123 @@
+// The simulated user and screen of the Linux Win32 layer: the test face that
+// tests and the runner use to act as a person at the keyboard and mouse, to
+// answer file dialogs, to look at pixels and to count live objects.
+// Invariant: nothing here is a Win32 name; programs written for the system
+// never need this header, and everything it does goes through the same
+// queue and procedures that the system's own input would.
+#ifndef TUL_WIN32_SIM_H
+#define TUL_WIN32_SIM_H
+
+#include <windows.h>
+#include <commdlg.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace win32sim {
+
+// ---- Keyboard: queued as input, seen by GetMessageA in order ----
+
+enum Modifier : unsigned {
+  kNoModifier = 0,
+  kShift = 1,
+  kControl = 2,
+  kAlt = 4,
+};
+
+TUL_WIN32_API void keyDown(int vk);
+TUL_WIN32_API void keyUp(int vk);
+// Presses the modifiers, then the key, and releases them in reverse order.
+TUL_WIN32_API void pressKey(int vk, unsigned modifiers = kNoModifier);
+// Types printable ASCII text (and '\n' as Return, '\t' as Tab) key by key,
+// with Shift where a US keyboard needs it. Other characters are skipped.
+TUL_WIN32_API void typeText(const char* text);
+
+// ---- Mouse: a left click at a point of a window's client area ----
+
+TUL_WIN32_API void click(HWND hwnd, int x, int y);
+
+// ---- Scroll bars (SB_HORZ / SB_VERT of a window, or SB_CTL of a control).
+// As the system's tracking loop does, these send WM_HSCROLL/WM_VSCROLL at
+// once and end with SB_ENDSCROLL; the program moves the thumb itself. ----
+
+TUL_WIN32_API void clickScrollArrow(HWND hwnd, int bar, bool towardsEnd);
+TUL_WIN32_API void clickScrollPage(HWND hwnd, int bar, bool towardsEnd);
+// SB_THUMBTRACK for every position (nTrackPos follows them), then
+// SB_THUMBPOSITION with the last one and SB_ENDSCROLL.
+TUL_WIN32_API void dragScrollThumb(HWND hwnd, int bar, const std::vector<int>& positions);
+
+// ---- Windows as a user handles them ----
+
+// Drags the border: WM_ENTERSIZEMOVE, the move to the new outer size,
+// WM_EXITSIZEMOVE.
+TUL_WIN32_API void resizeWindow(HWND hwnd, int width, int height);
+// A click on the close box, queued as input: DefWindowProcA turns it into
+// WM_SYSCOMMAND(SC_CLOSE), hence WM_CLOSE.
+TUL_WIN32_API void closeWindow(HWND hwnd);
+
+// ---- Dialogs ----
+
+// The next GetOpenFileNameA/GetSaveFileNameA takes the first queued answer.
+TUL_WIN32_API void queueFileDialogAnswer(const std::string& path);
+TUL_WIN32_API void queueFileDialogCancel();
+// The next MessageBoxA answers this instead of its default button.
+TUL_WIN32_API void queueMessageBoxAnswer(int id);
+
+// What the last file dialog was given, copied when it was called (the
+// pointers in ofn are the caller's and may be gone).
+struct FileDialogCall {
+  bool save = false;
+  OPENFILENAMEA ofn{};
+  std::vector<std::string> filter;  // description, pattern, description, ...
+  std::string initialDir;
+  std::string title;
+  std::string defExt;
+  std::string initialFile;
+};
+// False when no file dialog has been called yet.
+TUL_WIN32_API bool lastFileDialog(FileDialogCall* out);
+
+// ---- Screen ----
+
+// The colour of a point of hwnd's client area as last drawn, or CLR_INVALID
+// outside it or for an invalid window.
+TUL_WIN32_API COLORREF pixel(HWND hwnd, int x, int y);
+// The colour of a screen point with all visible windows composed on the
+// desktop; CLR_INVALID outside the screen.
+TUL_WIN32_API COLORREF screenPixel(int x, int y);
+// Writes the whole screen as an RGB PNG; false if the file cannot be written.
+TUL_WIN32_API bool saveScreenshot(const std::string& path);
+
+// ---- Counters of live objects, to catch leaks ----
+
+struct Counts {
+  int windows = 0;            // excluding the desktop
+  int classes = 0;            // application classes
+  int gdiObjects = 0;         // brushes, pens, fonts and regions, stock ones excluded
+  int brushes = 0;
+  int pens = 0;
+  int regions = 0;
+  int dcs = 0;                // device contexts from GetDC/BeginPaint not yet released
+  int acceleratorTables = 0;
+  int timers = 0;
+};
+TUL_WIN32_API Counts counts();
+
+// ---- The simulated clock (milliseconds) ----
+
+TUL_WIN32_API DWORD now();
+TUL_WIN32_API void advanceClock(DWORD ms);
+
+// ---- Waiting ----
+
+// Called whenever GetMessageA would wait: the hook may act as the user
+// (queue keys, click, close a window, post a message). If nothing can arrive
+// after it ran and no timer is due, GetMessageA returns -1 with a one-line
+// diagnostic on stderr instead of hanging. An empty function removes it.
+using IdleHook = std::function<void()>;
+TUL_WIN32_API void setIdleHook(IdleHook hook);
+
+}  // namespace win32sim
+
+#endif  // TUL_WIN32_SIM_H

@@ -1,0 +1,88 @@
+// kernel32: the thread's last error, module handles and the simulated clock
+// behind GetTickCount and Sleep. Invariant: the layer has exactly one
+// thread, so the "thread" last error is one process-wide value.
+#include "kernel/kernel.h"
+
+#include <cstdio>
+#include <cstring>
+#include <strings.h>
+
+namespace w32 {
+
+namespace {
+
+struct KernelState {
+  DWORD lastError = 0;
+  DWORD clock = 1000;  // milliseconds; an arbitrary non-zero start
+};
+
+KernelState& kernel() {
+  static KernelState state;
+  return state;
+}
+
+// The image base of a 32-bit executable, as the system gives it.
+constexpr ULONG_PTR kExeModule = 0x00400000;
+
+struct SystemModule {
+  const char* name;
+  ULONG_PTR base;
+};
+
+constexpr SystemModule kSystemModules[] = {
+    {"kernel32", 0x7b000000}, {"user32", 0x7b100000},   {"gdi32", 0x7b200000},
+    {"comctl32", 0x7b300000}, {"comdlg32", 0x7b400000},
+};
+
+bool sameModuleName(const char* asked, const char* name) {
+  size_t n = strlen(name);
+  if (strncasecmp(asked, name, n) != 0) return false;
+  return asked[n] == '\0' || strcasecmp(asked + n, ".dll") == 0;
+}
+
+}  // namespace
+
+DWORD clockNow() { return kernel().clock; }
+
+void clockAdvance(DWORD ms) { kernel().clock += ms; }
+
+HINSTANCE mainModule() { return reinterpret_cast<HINSTANCE>(kExeModule); }
+
+}  // namespace w32
+
+extern "C" {
+
+DWORD WINAPI GetLastError(void) { return w32::kernel().lastError; }
+
+void WINAPI SetLastError(DWORD dwErrCode) { w32::kernel().lastError = dwErrCode; }
+
+HMODULE WINAPI GetModuleHandleA(LPCSTR lpModuleName) {
+  if (!lpModuleName) return w32::mainModule();
+  for (const w32::SystemModule& m : w32::kSystemModules)
+    if (w32::sameModuleName(lpModuleName, m.name)) return reinterpret_cast<HMODULE>(m.base);
+  SetLastError(ERROR_MOD_NOT_FOUND);
+  return NULL;
+}
+
+DWORD WINAPI GetTickCount(void) { return w32::clockNow(); }
+
+void WINAPI Sleep(DWORD dwMilliseconds) { w32::clockAdvance(dwMilliseconds); }
+
+void WINAPI OutputDebugStringA(LPCSTR lpOutputString) {
+  if (lpOutputString) fprintf(stderr, "%s", lpOutputString);
+}
+
+int WINAPI MulDiv(int nNumber, int nNumerator, int nDenominator) {
+  if (nDenominator == 0) return -1;
+  long long product = static_cast<long long>(nNumber) * nNumerator;
+  long long den = nDenominator;
+  bool negative = (product < 0) != (den < 0);
+  long long a = product < 0 ? -product : product;
+  long long b = den < 0 ? -den : den;
+  long long result = (a + b / 2) / b;  // halves round away from zero
+  if (negative) result = -result;
+  if (result > 0x7fffffffLL || result < -0x7fffffffLL - 1) return -1;
+  return static_cast<int>(result);
+}
+
+}  // extern "C"

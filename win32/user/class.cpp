@@ -1,0 +1,249 @@
+// Window classes: registration, lookup by name or atom, class data.
+// Invariants: names compare case-insensitively; an application class hides a
+// system class of the same name; a class is freed only when no window uses
+// it (windows hold a shared reference, UnregisterClassA refuses while any
+// window exists).
+#include "user/user.h"
+
+#include <cstring>
+#include <strings.h>
+
+namespace w32 {
+
+namespace {
+
+constexpr ATOM kFirstAppAtom = 0xC000;
+constexpr ATOM kFirstSystemAtom = 0x8000;  // the system's own class atoms sit below 0xC000
+
+struct ClassTable {
+  std::vector<std::shared_ptr<WindowClass>> app;
+  std::vector<std::shared_ptr<WindowClass>> system;
+  ATOM nextAppAtom = kFirstAppAtom;
+  ATOM nextSystemAtom = kFirstSystemAtom;
+  bool systemRegistered = false;
+};
+
+ClassTable& classes() {
+  static ClassTable table;
+  return table;
+}
+
+void ensureSystemClasses() {
+  ClassTable& t = classes();
+  if (t.systemRegistered) return;
+  t.systemRegistered = true;
+  registerSystemClasses();
+}
+
+bool matches(const WindowClass& c, LPCSTR name) {
+  if (IS_INTRESOURCE(name)) return c.atom == LOWORD(reinterpret_cast<ULONG_PTR>(name));
+  return strcasecmp(c.name.c_str(), name) == 0;
+}
+
+std::shared_ptr<WindowClass> findIn(const std::vector<std::shared_ptr<WindowClass>>& list,
+                                    LPCSTR name) {
+  for (const auto& c : list)
+    if (matches(*c, name)) return c;
+  return nullptr;
+}
+
+ATOM addClass(const WNDCLASSEXA& wc, bool system) {
+  ClassTable& t = classes();
+  auto c = std::make_shared<WindowClass>();
+  c->name = wc.lpszClassName;
+  c->atom = system ? t.nextSystemAtom++ : t.nextAppAtom++;
+  c->style = wc.style;
+  c->proc = wc.lpfnWndProc;
+  c->clsExtra = wc.cbClsExtra;
+  c->wndExtra = wc.cbWndExtra;
+  c->instance = wc.hInstance;
+  c->icon = wc.hIcon;
+  c->iconSmall = wc.hIconSm;
+  c->cursor = wc.hCursor;
+  c->background = wc.hbrBackground;
+  c->menuName = wc.lpszMenuName;
+  c->extra.assign(static_cast<size_t>(wc.cbClsExtra), 0);
+  c->system = system;
+  (system ? t.system : t.app).push_back(c);
+  return c->atom;
+}
+
+bool validClassArguments(const WNDCLASSEXA* wc) {
+  return wc && wc->cbSize == sizeof(WNDCLASSEXA) && wc->lpszClassName && wc->cbClsExtra >= 0 &&
+         wc->cbWndExtra >= 0;
+}
+
+// Reads or writes one class value; false for an unknown index.
+bool classLong(WindowClass& c, int index, LONG* value, bool write) {
+  if (index >= 0) {
+    if (static_cast<size_t>(index) + sizeof(LONG) > c.extra.size()) return false;
+    if (write) memcpy(&c.extra[static_cast<size_t>(index)], value, sizeof(LONG));
+    else memcpy(value, &c.extra[static_cast<size_t>(index)], sizeof(LONG));
+    return true;
+  }
+  switch (index) {
+  case GCL_STYLE:
+    if (write) c.style = static_cast<UINT>(*value);
+    else *value = static_cast<LONG>(c.style);
+    return true;
+  case GCL_WNDPROC:
+    if (write) c.proc = reinterpret_cast<WNDPROC>(*value);
+    else *value = reinterpret_cast<LONG>(c.proc);
+    return true;
+  case GCL_HBRBACKGROUND:
+    if (write) c.background = reinterpret_cast<HBRUSH>(*value);
+    else *value = reinterpret_cast<LONG>(c.background);
+    return true;
+  case GCL_HCURSOR:
+    if (write) c.cursor = reinterpret_cast<HCURSOR>(*value);
+    else *value = reinterpret_cast<LONG>(c.cursor);
+    return true;
+  case GCL_HICON:
+    if (write) c.icon = reinterpret_cast<HICON>(*value);
+    else *value = reinterpret_cast<LONG>(c.icon);
+    return true;
+  case GCL_HMODULE:
+    if (write) c.instance = reinterpret_cast<HINSTANCE>(*value);
+    else *value = reinterpret_cast<LONG>(c.instance);
+    return true;
+  case GCL_CBWNDEXTRA:
+    if (write) c.wndExtra = static_cast<int>(*value);
+    else *value = c.wndExtra;
+    return true;
+  case GCL_CBCLSEXTRA:
+    if (write) return false;
+    *value = c.clsExtra;
+    return true;
+  case GCW_ATOM:
+    if (write) return false;
+    *value = c.atom;
+    return true;
+  default:
+    return false;
+  }
+}
+
+}  // namespace
+
+std::shared_ptr<WindowClass> findClass(LPCSTR name, HINSTANCE /*instance*/) {
+  ensureSystemClasses();
+  if (!name) return nullptr;
+  if (auto c = findIn(classes().app, name)) return c;
+  return findIn(classes().system, name);
+}
+
+int liveClassCount() { return static_cast<int>(classes().app.size()); }
+
+// Called by the controls while the table is being set up.
+ATOM registerSystemClass(const WNDCLASSEXA& wc) { return addClass(wc, true); }
+
+}  // namespace w32
+
+using namespace w32;
+
+extern "C" {
+
+ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* lpwcx) {
+  ensureSystemClasses();
+  if (!validClassArguments(lpwcx)) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return 0;
+  }
+  if (findIn(classes().app, lpwcx->lpszClassName)) {
+    SetLastError(ERROR_CLASS_ALREADY_EXISTS);
+    return 0;
+  }
+  return addClass(*lpwcx, false);
+}
+
+ATOM WINAPI RegisterClassA(const WNDCLASSA* lpWndClass) {
+  if (!lpWndClass) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return 0;
+  }
+  WNDCLASSEXA ex;
+  memset(&ex, 0, sizeof ex);
+  ex.cbSize = sizeof ex;
+  ex.style = lpWndClass->style;
+  ex.lpfnWndProc = lpWndClass->lpfnWndProc;
+  ex.cbClsExtra = lpWndClass->cbClsExtra;
+  ex.cbWndExtra = lpWndClass->cbWndExtra;
+  ex.hInstance = lpWndClass->hInstance;
+  ex.hIcon = lpWndClass->hIcon;
+  ex.hCursor = lpWndClass->hCursor;
+  ex.hbrBackground = lpWndClass->hbrBackground;
+  ex.lpszMenuName = lpWndClass->lpszMenuName;
+  ex.lpszClassName = lpWndClass->lpszClassName;
+  return RegisterClassExA(&ex);
+}
+
+BOOL WINAPI UnregisterClassA(LPCSTR lpClassName, HINSTANCE /*hInstance*/) {
+  ensureSystemClasses();
+  auto& app = classes().app;
+  for (auto it = app.begin(); it != app.end(); ++it) {
+    if (!lpClassName || !matches(**it, lpClassName)) continue;
+    if ((*it)->windowCount > 0) {
+      SetLastError(ERROR_CLASS_HAS_WINDOWS);
+      return FALSE;
+    }
+    app.erase(it);
+    return TRUE;
+  }
+  SetLastError(ERROR_CLASS_DOES_NOT_EXIST);
+  return FALSE;
+}
+
+BOOL WINAPI GetClassInfoExA(HINSTANCE hInstance, LPCSTR lpszClass, LPWNDCLASSEXA lpwcx) {
+  auto c = findClass(lpszClass, hInstance);
+  if (!c || !lpwcx) {
+    SetLastError(ERROR_CLASS_DOES_NOT_EXIST);
+    return FALSE;
+  }
+  lpwcx->style = c->style;
+  lpwcx->lpfnWndProc = c->proc;
+  lpwcx->cbClsExtra = c->clsExtra;
+  lpwcx->cbWndExtra = c->wndExtra;
+  lpwcx->hInstance = c->system ? NULL : c->instance;
+  lpwcx->hIcon = c->icon;
+  lpwcx->hCursor = c->cursor;
+  lpwcx->hbrBackground = c->background;
+  lpwcx->lpszMenuName = c->menuName;
+  lpwcx->lpszClassName = lpszClass;
+  lpwcx->hIconSm = c->iconSmall;
+  return c->atom;
+}
+
+int WINAPI GetClassNameA(HWND hWnd, LPSTR lpClassName, int nMaxCount) {
+  Window* w = checkWindow(hWnd);
+  if (!w || !lpClassName || nMaxCount <= 0) return 0;
+  const std::string& name = w->cls ? w->cls->name : std::string("#32769");
+  size_t n = name.size() < static_cast<size_t>(nMaxCount - 1) ? name.size()
+                                                              : static_cast<size_t>(nMaxCount - 1);
+  memcpy(lpClassName, name.data(), n);
+  lpClassName[n] = '\0';
+  return static_cast<int>(n);
+}
+
+DWORD WINAPI GetClassLongA(HWND hWnd, int nIndex) {
+  Window* w = checkWindow(hWnd);
+  if (!w || !w->cls) return 0;
+  LONG value = 0;
+  if (!classLong(*w->cls, nIndex, &value, false)) {
+    SetLastError(ERROR_INVALID_INDEX);
+    return 0;
+  }
+  return static_cast<DWORD>(value);
+}
+
+DWORD WINAPI SetClassLongA(HWND hWnd, int nIndex, LONG dwNewLong) {
+  Window* w = checkWindow(hWnd);
+  if (!w || !w->cls) return 0;
+  LONG old = 0;
+  if (!classLong(*w->cls, nIndex, &old, false) || !classLong(*w->cls, nIndex, &dwNewLong, true)) {
+    SetLastError(ERROR_INVALID_INDEX);
+    return 0;
+  }
+  return static_cast<DWORD>(old);
+}
+
+}  // extern "C"

@@ -1,0 +1,221 @@
+// DefWindowProcA: the system's default reaction to each message a window
+// procedure passes on. Invariant: it only ever acts on the window it is
+// given, through the same public and internal calls a program could make,
+// so a procedure that handles a message itself gets exactly nothing of this.
+#include "user/user.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace w32 {
+
+namespace {
+
+LRESULT onNcCreate(Window& w, const CREATESTRUCTA* cs) {
+  if (cs && cs->lpszName && !IS_INTRESOURCE(cs->lpszName)) w.text = cs->lpszName;
+  if (w.style & (WS_HSCROLL | WS_VSCROLL)) createScrollData(w);
+  return TRUE;
+}
+
+LRESULT onNcCalcSize(Window& w, WPARAM wp, LPARAM lp) {
+  if (!lp) return 0;
+  if (wp) {
+    auto* p = reinterpret_cast<NCCALCSIZE_PARAMS*>(lp);
+    p->rgrc[0] = clientFromWindow(w, p->rgrc[0]);
+  } else {
+    auto* r = reinterpret_cast<RECT*>(lp);
+    *r = clientFromWindow(w, *r);
+  }
+  return 0;
+}
+
+// The system's brush for hbrBackground values 1..COLOR_MAX+1, else the brush.
+HBRUSH classBrush(const Window& w) {
+  if (!w.cls || !w.cls->background) return nullptr;
+  ULONG_PTR value = reinterpret_cast<ULONG_PTR>(w.cls->background);
+  if (value <= COLOR_MENUBAR + 1) return systemColorBrush(static_cast<int>(value - 1));
+  return w.cls->background;
+}
+
+LRESULT onEraseBackground(Window& w, HDC dc) {
+  HBRUSH brush = classBrush(w);
+  if (!brush) return 0;
+  RECT r = makeRect(0, 0, rectWidth(w.client), rectHeight(w.client));
+  FillRect(dc, &r, brush);
+  return 1;
+}
+
+LRESULT onGetText(const Window& w, WPARAM size, LPARAM lp) {
+  if (size == 0 || !lp) return 0;
+  char* out = reinterpret_cast<char*>(lp);
+  size_t n = std::min(w.text.size(), static_cast<size_t>(size - 1));
+  memcpy(out, w.text.data(), n);
+  out[n] = '\0';
+  return static_cast<LRESULT>(n);
+}
+
+LRESULT onSetText(HWND hwnd, LPARAM lp) {
+  Window* w = findWindow(hwnd);
+  w->text = lp ? reinterpret_cast<const char*>(lp) : "";
+  if ((w->style & WS_CAPTION) == WS_CAPTION || (w->style & WS_MINIMIZE)) paintNonClient(hwnd);
+  return TRUE;
+}
+
+void onWindowPosChanged(HWND hwnd, const WINDOWPOS* wp) {
+  if (!(wp->flags & kSwpNoClientMove)) {
+    Window* w = findWindow(hwnd);
+    if (!w) return;
+    sendMessage(hwnd, WM_MOVE, 0, MAKELPARAM(w->client.left, w->client.top));
+  }
+  if (!(wp->flags & kSwpNoClientSize) || (wp->flags & kSwpStateChanged)) {
+    Window* w = findWindow(hwnd);
+    if (!w) return;
+    WPARAM kind = (w->style & WS_MINIMIZE)   ? SIZE_MINIMIZED
+                  : (w->style & WS_MAXIMIZE) ? SIZE_MAXIMIZED
+                                             : SIZE_RESTORED;
+    sendMessage(hwnd, WM_SIZE, kind, MAKELPARAM(rectWidth(w->client), rectHeight(w->client)));
+  }
+}
+
+// Keeps a new size within the tracking limits of WM_GETMINMAXINFO.
+void onWindowPosChanging(HWND hwnd, WINDOWPOS* wp) {
+  Window* w = findWindow(hwnd);
+  if (!w || (wp->flags & SWP_NOSIZE) || !sendsMinMaxInfo(w->style)) return;
+  DWORD style = w->style;
+  MINMAXINFO mmi = queryMinMaxInfo(hwnd);
+  wp->cx = std::min<int>(wp->cx, mmi.ptMaxTrackSize.x);
+  wp->cy = std::min<int>(wp->cy, mmi.ptMaxTrackSize.y);
+  if (!(style & WS_MINIMIZE)) {
+    wp->cx = std::max<int>(wp->cx, mmi.ptMinTrackSize.x);
+    wp->cy = std::max<int>(wp->cy, mmi.ptMinTrackSize.y);
+  }
+}
+
+LRESULT onSysCommand(HWND hwnd, WPARAM wp) {
+  switch (wp & 0xFFF0) {
+  case SC_CLOSE:
+    return sendMessage(hwnd, WM_CLOSE, 0, 0);
+  case SC_MINIMIZE:
+    ShowWindow(hwnd, SW_MINIMIZE);
+    return 0;
+  case SC_MAXIMIZE:
+    ShowWindow(hwnd, SW_MAXIMIZE);
+    return 0;
+  case SC_RESTORE:
+    ShowWindow(hwnd, SW_RESTORE);
+    return 0;
+  default:
+    return 0;
+  }
+}
+
+HWND rootOf(HWND hwnd) {
+  Window* w = findWindow(hwnd);
+  return w ? topLevelOf(*w).hwnd : nullptr;
+}
+
+LRESULT hitTest(const Window& w, LPARAM lp) {
+  POINT pt{static_cast<SHORT>(LOWORD(lp)), static_cast<SHORT>(HIWORD(lp))};
+  RECT win = windowRectOnScreen(w);
+  if (!pointInRect(win, pt.x, pt.y)) return HTNOWHERE;
+  POINT c = clientOriginOnScreen(w);
+  RECT client = makeRect(c.x, c.y, c.x + rectWidth(w.client), c.y + rectHeight(w.client));
+  if (pointInRect(client, pt.x, pt.y)) return HTCLIENT;
+  LONG x = pt.x - win.left, y = pt.y - win.top;
+  if (pointInRect(scrollBarRect(w, SB_VERT), x, y)) return HTVSCROLL;
+  if (pointInRect(scrollBarRect(w, SB_HORZ), x, y)) return HTHSCROLL;
+  RECT in = frameInsets(w.style, w.exStyle, false);
+  if ((w.style & WS_CAPTION) == WS_CAPTION && y >= in.left && y < in.top) {
+    if ((w.style & WS_SYSMENU) && x >= rectWidth(win) - in.left - 18) return HTCLOSE;
+    return HTCAPTION;
+  }
+  return HTBORDER;
+}
+
+LRESULT controlColor(HDC dc, UINT msg) {
+  bool editLike = msg == WM_CTLCOLOREDIT || msg == WM_CTLCOLORLISTBOX;
+  SetTextColor(dc, sysColor(editLike ? COLOR_WINDOWTEXT : COLOR_BTNTEXT));
+  SetBkColor(dc, sysColor(editLike ? COLOR_WINDOW : COLOR_BTNFACE));
+  int brush = msg == WM_CTLCOLORSCROLLBAR ? COLOR_SCROLLBAR : editLike ? COLOR_WINDOW : COLOR_BTNFACE;
+  return reinterpret_cast<LRESULT>(systemColorBrush(brush));
+}
+
+}  // namespace
+
+}  // namespace w32
+
+using namespace w32;
+
+extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam) {
+  Window* w = findWindow(hWnd);
+  if (!w) return 0;
+  switch (Msg) {
+  case WM_NCCREATE:
+    return onNcCreate(*w, reinterpret_cast<const CREATESTRUCTA*>(lParam));
+  case WM_NCCALCSIZE:
+    return onNcCalcSize(*w, wParam, lParam);
+  case WM_NCPAINT:
+    paintNonClient(hWnd);
+    return 0;
+  case WM_NCACTIVATE:
+    paintNonClient(hWnd);
+    return TRUE;
+  case WM_NCHITTEST:
+    return hitTest(*w, lParam);
+  case WM_NCLBUTTONDOWN:
+    // The system tracks the button until it is released over the box.
+    if (wParam == HTCLOSE) sendMessage(hWnd, WM_SYSCOMMAND, SC_CLOSE, lParam);
+    return 0;
+  case WM_PAINT: {
+    PAINTSTRUCT ps;
+    BeginPaint(hWnd, &ps);
+    EndPaint(hWnd, &ps);
+    return 0;
+  }
+  case WM_ERASEBKGND:
+  case WM_ICONERASEBKGND:
+    return onEraseBackground(*w, reinterpret_cast<HDC>(wParam));
+  case WM_CLOSE:
+    DestroyWindow(hWnd);
+    return 0;
+  case WM_SETTEXT:
+    return onSetText(hWnd, lParam);
+  case WM_GETTEXT:
+    return onGetText(*w, wParam, lParam);
+  case WM_GETTEXTLENGTH:
+    return static_cast<LRESULT>(w->text.size());
+  case WM_WINDOWPOSCHANGING:
+    onWindowPosChanging(hWnd, reinterpret_cast<WINDOWPOS*>(lParam));
+    return 0;
+  case WM_WINDOWPOSCHANGED:
+    onWindowPosChanged(hWnd, reinterpret_cast<const WINDOWPOS*>(lParam));
+    return 0;
+  case WM_ACTIVATE:
+    if (LOWORD(wParam) != WA_INACTIVE && !(w->style & WS_MINIMIZE)) SetFocus(hWnd);
+    return 0;
+  case WM_SYSKEYDOWN:
+    if (wParam == VK_F4 && (lParam & 0x20000000))
+      PostMessageA(rootOf(hWnd), WM_SYSCOMMAND, SC_CLOSE, 0);
+    return 0;
+  case WM_SYSCHAR:
+    sendMessage(rootOf(hWnd), WM_SYSCOMMAND, SC_KEYMENU, static_cast<LPARAM>(wParam));
+    return 0;
+  case WM_SYSCOMMAND:
+    return onSysCommand(hWnd, wParam);
+  case WM_QUERYOPEN:
+  case WM_QUERYENDSESSION:
+    return TRUE;
+  case WM_MOUSEACTIVATE:
+    return 1;  // MA_ACTIVATE
+  case WM_CTLCOLORMSGBOX:
+  case WM_CTLCOLOREDIT:
+  case WM_CTLCOLORLISTBOX:
+  case WM_CTLCOLORBTN:
+  case WM_CTLCOLORDLG:
+  case WM_CTLCOLORSCROLLBAR:
+  case WM_CTLCOLORSTATIC:
+    return controlColor(reinterpret_cast<HDC>(wParam), Msg);
+  default:
+    return 0;
+  }
+}

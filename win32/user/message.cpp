@@ -1,0 +1,506 @@
+// The thread's message queue: sending, posting, retrieval in the system's
+// order (posted messages, then WM_QUIT, then input, then WM_PAINT, then
+// WM_TIMER), keyboard translation, timers on the simulated clock, and the
+// idle hook that stands in for waiting.
+// Invariants: WM_PAINT and WM_TIMER are never stored -- they are made when
+// retrieval finds nothing earlier in the order; the key state that
+// GetKeyState reports changes only when an input message is retrieved.
+#include "user/user.h"
+
+#include "kernel/kernel.h"
+
+#include <win32sim.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <deque>
+
+namespace w32 {
+
+namespace {
+
+constexpr UINT kMinTimerInterval = 10;  // USER_TIMER_MINIMUM, milliseconds
+constexpr UINT_PTR kFirstThreadTimer = 0x7FFE0000;
+constexpr DWORD kThreadId = 1;
+
+struct InputEvent {
+  UINT message;
+  WPARAM wParam;
+  LPARAM lParam;
+  HWND target;  // mouse input: the window under the point; keys: null (the focus)
+  POINT screen;
+};
+
+struct Timer {
+  HWND hwnd;
+  UINT_PTR id;
+  UINT interval;
+  TIMERPROC proc;
+  DWORD due;
+};
+
+struct Queue {
+  std::deque<MSG> posted;
+  std::deque<InputEvent> input;
+  std::vector<Timer> timers;
+  bool quit = false;
+  int quitCode = 0;
+  BYTE keys[256] = {};       // the thread's key state, as of the last retrieved input
+  BYTE asyncKeys[256] = {};  // the keyboard itself
+  DWORD lastTime = 0;
+  POINT lastPos{};
+  POINT cursor{};
+  UINT_PTR nextThreadTimer = kFirstThreadTimer;
+  win32sim::IdleHook idleHook;
+  bool inIdleHook = false;
+};
+
+Queue& queue() {
+  static Queue q;
+  return q;
+}
+
+bool inRange(UINT msg, UINT first, UINT last) {
+  if (first == 0 && last == 0) return true;
+  return msg >= first && msg <= last;
+}
+
+bool windowMatches(HWND filter, HWND hwnd) {
+  if (!filter) return true;
+  if (filter == reinterpret_cast<HWND>(-1)) return hwnd == nullptr;
+  return hwnd == filter || isAncestor(filter, hwnd);
+}
+
+MSG makeMsg(HWND hwnd, UINT message, WPARAM wp, LPARAM lp) {
+  MSG m;
+  m.hwnd = hwnd;
+  m.message = message;
+  m.wParam = wp;
+  m.lParam = lp;
+  m.time = clockNow();
+  m.pt = queue().cursor;
+  return m;
+}
+
+bool isKeyMessage(UINT m) { return m >= WM_KEYFIRST && m <= WM_KEYLAST; }
+bool isMouseMessage(UINT m) {
+  return (m >= WM_MOUSEFIRST && m <= WM_MOUSELAST) || (m >= WM_NCMOUSEMOVE && m <= WM_NCLBUTTONDBLCLK);
+}
+
+// Keyboard input goes to the focus; with none, to the active window as
+// system keys; with neither it is dropped.
+HWND keyTarget(UINT* message) {
+  if (HWND f = focusWindow()) return f;
+  HWND a = activeWindow();
+  if (!a) return nullptr;
+  if (*message == WM_KEYDOWN) *message = WM_SYSKEYDOWN;
+  else if (*message == WM_KEYUP) *message = WM_SYSKEYUP;
+  return a;
+}
+
+void applyKeyState(const MSG& m) {
+  Queue& q = queue();
+  if (m.message == WM_KEYDOWN || m.message == WM_SYSKEYDOWN) {
+    BYTE& k = q.keys[m.wParam & 0xff];
+    if (!(k & 0x80)) k = static_cast<BYTE>(k ^ 0x01);  // the toggle bit flips on each press
+    k = static_cast<BYTE>(k | 0x80);
+  } else if (m.message == WM_KEYUP || m.message == WM_SYSKEYUP) {
+    q.keys[m.wParam & 0xff] = static_cast<BYTE>(q.keys[m.wParam & 0xff] & ~0x80);
+  } else if (m.message == WM_LBUTTONDOWN) {
+    q.keys[VK_LBUTTON] |= 0x80;
+  } else if (m.message == WM_LBUTTONUP) {
+    q.keys[VK_LBUTTON] = static_cast<BYTE>(q.keys[VK_LBUTTON] & ~0x80);
+  }
+  BYTE sides[][3] = {{VK_SHIFT, VK_LSHIFT, VK_RSHIFT},
+                     {VK_CONTROL, VK_LCONTROL, VK_RCONTROL},
+                     {VK_MENU, VK_LMENU, VK_RMENU}};
+  for (auto& s : sides)
+    if (m.wParam == s[0] && isKeyMessage(m.message)) q.keys[s[1]] = q.keys[s[0]];
+}
+
+// A mouse click on a window of an inactive top-level window activates it.
+void mouseActivate(HWND target) {
+  Window* w = findWindow(target);
+  if (!w) return;
+  HWND top = topLevelOf(*w).hwnd;
+  if (activeWindow() != top) activate(top);
+}
+
+bool takeInput(HWND filter, UINT first, UINT last, bool remove, MSG* out) {
+  Queue& q = queue();
+  auto it = q.input.begin();
+  while (it != q.input.end()) {
+    UINT message = it->message;
+    HWND target = isMouseMessage(message) ? it->target : keyTarget(&message);
+    if (target && !findWindow(target)) target = nullptr;
+    if (!target) {
+      if (!remove) {
+        ++it;
+        continue;
+      }
+      applyKeyState(makeMsg(nullptr, message, it->wParam, it->lParam));
+      it = q.input.erase(it);
+      continue;
+    }
+    if (!inRange(message, first, last) || !windowMatches(filter, target)) {
+      ++it;
+      continue;
+    }
+    *out = makeMsg(target, message, it->wParam, it->lParam);
+    out->pt = it->screen;
+    if (remove) {
+      q.cursor = it->screen;
+      q.input.erase(it);
+      applyKeyState(*out);
+      if (out->message == WM_LBUTTONDOWN) mouseActivate(target);
+    }
+    return true;
+  }
+  return false;
+}
+
+bool takeTimer(HWND filter, UINT first, UINT last, bool remove, MSG* out) {
+  Queue& q = queue();
+  if (!inRange(WM_TIMER, first, last)) return false;
+  Timer* best = nullptr;
+  for (Timer& t : q.timers) {
+    if (t.due > clockNow() || !windowMatches(filter, t.hwnd)) continue;
+    if (!best || t.due < best->due) best = &t;
+  }
+  if (!best) return false;
+  *out = makeMsg(best->hwnd, WM_TIMER, best->id, reinterpret_cast<LPARAM>(best->proc));
+  if (remove) best->due = clockNow() + best->interval;
+  return true;
+}
+
+bool peek(MSG* msg, HWND filter, UINT first, UINT last, bool remove) {
+  Queue& q = queue();
+  for (auto it = q.posted.begin(); it != q.posted.end(); ++it) {
+    if (!inRange(it->message, first, last) || !windowMatches(filter, it->hwnd)) continue;
+    *msg = *it;
+    if (remove) q.posted.erase(it);
+    return true;
+  }
+  if (q.quit && inRange(WM_QUIT, first, last)) {
+    *msg = makeMsg(nullptr, WM_QUIT, static_cast<WPARAM>(q.quitCode), 0);
+    if (remove) q.quit = false;
+    return true;
+  }
+  if (takeInput(filter, first, last, remove, msg)) return true;
+  if (filter != reinterpret_cast<HWND>(-1) && inRange(WM_PAINT, first, last)) {
+    if (HWND h = nextWindowToPaint(filter)) {
+      *msg = makeMsg(h, WM_PAINT, 0, 0);
+      return true;
+    }
+  }
+  return takeTimer(filter, first, last, remove, msg);
+}
+
+bool anyTimer() { return !queue().timers.empty(); }
+
+void advanceToNextTimer() {
+  DWORD soonest = 0;
+  bool found = false;
+  for (const Timer& t : queue().timers) {
+    if (!found || t.due < soonest) soonest = t.due;
+    found = true;
+  }
+  if (found && soonest > clockNow()) clockAdvance(soonest - clockNow());
+}
+
+bool validFilter(HWND filter) {
+  return !filter || filter == reinterpret_cast<HWND>(-1) || findWindow(filter);
+}
+
+// The character a key gives with the current key state, US layout; 0 if none.
+int translateKey(UINT vk, const BYTE* keys) {
+  bool shift = keys[VK_SHIFT] & 0x80;
+  bool ctrl = keys[VK_CONTROL] & 0x80;
+  bool caps = keys[VK_CAPITAL] & 0x01;
+  if (vk >= 'A' && vk <= 'Z') {
+    if (ctrl) return static_cast<int>(vk - 'A' + 1);
+    return (shift != caps) ? static_cast<int>(vk) : static_cast<int>(vk - 'A' + 'a');
+  }
+  if (vk >= '0' && vk <= '9') {
+    if (ctrl) return 0;
+    static const char kShiftedDigits[] = ")!@#$%^&*(";
+    return shift ? kShiftedDigits[vk - '0'] : static_cast<int>(vk);
+  }
+  switch (vk) {
+  case VK_SPACE: return ' ';
+  case VK_RETURN: return ctrl ? '\n' : '\r';
+  case VK_BACK: return ctrl ? 0x7f : '\b';
+  case VK_TAB: return ctrl ? 0 : '\t';
+  case VK_ESCAPE: return 0x1b;
+  case VK_MULTIPLY: return '*';
+  case VK_ADD: return '+';
+  case VK_SUBTRACT: return '-';
+  case VK_DECIMAL: return '.';
+  case VK_DIVIDE: return '/';
+  default: break;
+  }
+  if (vk >= VK_NUMPAD0 && vk <= VK_NUMPAD9) return static_cast<int>('0' + vk - VK_NUMPAD0);
+  if (ctrl) return 0;
+  struct Oem {
+    UINT vk;
+    char plain, shifted;
+  };
+  static const Oem kOem[] = {{VK_OEM_1, ';', ':'},     {VK_OEM_PLUS, '=', '+'},
+                             {VK_OEM_COMMA, ',', '<'}, {VK_OEM_MINUS, '-', '_'},
+                             {VK_OEM_PERIOD, '.', '>'}, {VK_OEM_2, '/', '?'},
+                             {VK_OEM_3, '`', '~'},     {VK_OEM_4, '[', '{'},
+                             {VK_OEM_5, '\\', '|'},    {VK_OEM_6, ']', '}'},
+                             {VK_OEM_7, '\'', '"'}};
+  for (const Oem& o : kOem)
+    if (o.vk == vk) return shift ? o.shifted : o.plain;
+  return 0;
+}
+
+// Stands in for waiting: the idle hook first, then the clock jumps to the
+// next timer. False when nothing can ever arrive.
+bool waitForSomething(HWND filter, UINT first, UINT last) {
+  Queue& q = queue();
+  MSG probe;
+  if (q.idleHook && !q.inIdleHook) {
+    q.inIdleHook = true;
+    win32sim::IdleHook hook = q.idleHook;
+    hook();
+    q.inIdleHook = false;
+    if (peek(&probe, filter, first, last, false)) return true;
+  }
+  if (anyTimer()) {
+    advanceToNextTimer();
+    return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+LRESULT sendMessage(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  Window* w = findWindow(hwnd);
+  if (!w || !w->proc) return 0;
+  return w->proc(hwnd, msg, wp, lp);
+}
+
+void sendParentNotify(HWND hwnd, UINT event) {
+  Window* w = findWindow(hwnd);
+  if (!w || (w->style & (WS_CHILD | WS_POPUP)) != WS_CHILD) return;
+  if (w->exStyle & WS_EX_NOPARENTNOTIFY) return;
+  Window* p = parentOf(*w);
+  if (!p || isDesktop(*p)) return;
+  sendMessage(p->hwnd, WM_PARENTNOTIFY, MAKEWPARAM(event, w->id), reinterpret_cast<LPARAM>(hwnd));
+}
+
+void purgeWindow(HWND hwnd) {
+  Queue& q = queue();
+  q.posted.erase(std::remove_if(q.posted.begin(), q.posted.end(),
+                                [hwnd](const MSG& m) { return m.hwnd == hwnd; }),
+                 q.posted.end());
+  q.timers.erase(std::remove_if(q.timers.begin(), q.timers.end(),
+                                [hwnd](const Timer& t) { return t.hwnd == hwnd; }),
+                 q.timers.end());
+  for (InputEvent& e : q.input)
+    if (e.target == hwnd) e.target = nullptr;
+}
+
+void queueInput(UINT message, WPARAM wp, LPARAM lp, HWND target, POINT screen) {
+  queue().input.push_back(InputEvent{message, wp, lp, target, screen});
+}
+
+void setAsyncKey(int vk, bool down) {
+  BYTE& k = queue().asyncKeys[vk & 0xff];
+  k = static_cast<BYTE>(down ? (k | 0x80) : (k & ~0x80));
+}
+
+bool asyncKeyDown(int vk) { return (queue().asyncKeys[vk & 0xff] & 0x80) != 0; }
+
+int liveTimerCount() { return static_cast<int>(queue().timers.size()); }
+
+}  // namespace w32
+
+namespace win32sim {
+
+void setIdleHook(IdleHook hook) { w32::queue().idleHook = std::move(hook); }
+
+}  // namespace win32sim
+
+using namespace w32;
+
+extern "C" {
+
+LRESULT WINAPI SendMessageA(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam) {
+  if (!checkWindow(hWnd)) return 0;
+  return sendMessage(hWnd, Msg, wParam, lParam);
+}
+
+BOOL WINAPI PostMessageA(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam) {
+  if (hWnd && !checkWindow(hWnd)) return FALSE;
+  queue().posted.push_back(makeMsg(hWnd, Msg, wParam, lParam));
+  return TRUE;
+}
+
+BOOL WINAPI PostThreadMessageA(DWORD idThread, UINT Msg, WPARAM wParam, LPARAM lParam) {
+  if (idThread != kThreadId) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  return PostMessageA(NULL, Msg, wParam, lParam);
+}
+
+DWORD WINAPI GetCurrentThreadId(void) { return kThreadId; }
+
+BOOL WINAPI PeekMessageA(LPMSG lpMsg, HWND hWnd, UINT wMsgFilterMin, UINT wMsgFilterMax,
+                         UINT wRemoveMsg) {
+  if (!validFilter(hWnd)) {
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return FALSE;
+  }
+  MSG m;
+  if (!peek(&m, hWnd, wMsgFilterMin, wMsgFilterMax, (wRemoveMsg & PM_REMOVE) != 0)) return FALSE;
+  queue().lastTime = m.time;
+  queue().lastPos = m.pt;
+  if (lpMsg) *lpMsg = m;
+  return TRUE;
+}
+
+BOOL WINAPI GetMessageA(LPMSG lpMsg, HWND hWnd, UINT wMsgFilterMin, UINT wMsgFilterMax) {
+  if (!validFilter(hWnd)) {
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return -1;
+  }
+  for (;;) {
+    MSG m;
+    if (peek(&m, hWnd, wMsgFilterMin, wMsgFilterMax, true)) {
+      queue().lastTime = m.time;
+      queue().lastPos = m.pt;
+      if (lpMsg) *lpMsg = m;
+      return m.message != WM_QUIT;
+    }
+    if (!waitForSomething(hWnd, wMsgFilterMin, wMsgFilterMax)) {
+      fprintf(stderr,
+              "GetMessageA: nothing can arrive (no input, posted message, paint or timer); "
+              "returning -1 instead of waiting forever\n");
+      return -1;
+    }
+  }
+}
+
+BOOL WINAPI WaitMessage(void) {
+  MSG m;
+  if (peek(&m, nullptr, 0, 0, false)) return TRUE;
+  return waitForSomething(nullptr, 0, 0);
+}
+
+DWORD WINAPI GetQueueStatus(UINT flags) {
+  Queue& q = queue();
+  DWORD status = 0;
+  if (!q.posted.empty() || q.quit) status |= QS_POSTMESSAGE;
+  for (const InputEvent& e : q.input) status |= isMouseMessage(e.message) ? QS_MOUSEBUTTON : QS_KEY;
+  if (nextWindowToPaint(nullptr)) status |= QS_PAINT;
+  for (const Timer& t : q.timers)
+    if (t.due <= clockNow()) status |= QS_TIMER;
+  status &= flags;
+  return MAKELONG(status, status);
+}
+
+LONG WINAPI GetMessageTime(void) { return static_cast<LONG>(queue().lastTime); }
+
+DWORD WINAPI GetMessagePos(void) {
+  return static_cast<DWORD>(MAKELONG(queue().lastPos.x, queue().lastPos.y));
+}
+
+BOOL WINAPI TranslateMessage(const MSG* lpMsg) {
+  if (!lpMsg) return FALSE;
+  UINT m = lpMsg->message;
+  if (m != WM_KEYDOWN && m != WM_KEYUP && m != WM_SYSKEYDOWN && m != WM_SYSKEYUP) return FALSE;
+  if (m == WM_KEYUP || m == WM_SYSKEYUP) return TRUE;
+  int ch = translateKey(static_cast<UINT>(lpMsg->wParam), queue().keys);
+  if (ch) {
+    UINT charMsg = m == WM_KEYDOWN ? WM_CHAR : WM_SYSCHAR;
+    queue().posted.push_back(makeMsg(lpMsg->hwnd, charMsg, static_cast<WPARAM>(ch), lpMsg->lParam));
+  }
+  return TRUE;
+}
+
+LRESULT WINAPI DispatchMessageA(const MSG* lpMsg) {
+  if (!lpMsg) return 0;
+  if (lpMsg->message == WM_TIMER && lpMsg->lParam) {
+    reinterpret_cast<TIMERPROC>(lpMsg->lParam)(lpMsg->hwnd, WM_TIMER, lpMsg->wParam, clockNow());
+    return 0;
+  }
+  if (!lpMsg->hwnd) return 0;
+  if (!checkWindow(lpMsg->hwnd)) return 0;
+  return sendMessage(lpMsg->hwnd, lpMsg->message, lpMsg->wParam, lpMsg->lParam);
+}
+
+void WINAPI PostQuitMessage(int nExitCode) {
+  queue().quit = true;
+  queue().quitCode = nExitCode;
+}
+
+UINT_PTR WINAPI SetTimer(HWND hWnd, UINT_PTR nIDEvent, UINT uElapse, TIMERPROC lpTimerFunc) {
+  if (hWnd && !checkWindow(hWnd)) return 0;
+  Queue& q = queue();
+  UINT interval = std::max(uElapse, kMinTimerInterval);
+  if (interval > 0x7FFFFFFF) interval = 0x7FFFFFFF;
+  UINT_PTR id = nIDEvent;
+  if (!hWnd) {
+    bool existing = std::any_of(q.timers.begin(), q.timers.end(),
+                                [&](const Timer& t) { return !t.hwnd && t.id == nIDEvent; });
+    if (!existing || nIDEvent == 0) id = q.nextThreadTimer++;
+  }
+  for (Timer& t : q.timers) {
+    if (t.hwnd == hWnd && t.id == id) {
+      t.interval = interval;
+      t.proc = lpTimerFunc;
+      t.due = clockNow() + interval;
+      return (hWnd && !id) ? 1 : id;
+    }
+  }
+  q.timers.push_back(Timer{hWnd, id, interval, lpTimerFunc, clockNow() + interval});
+  return (hWnd && !id) ? 1 : id;
+}
+
+BOOL WINAPI KillTimer(HWND hWnd, UINT_PTR uIDEvent) {
+  Queue& q = queue();
+  auto it = std::find_if(q.timers.begin(), q.timers.end(),
+                         [&](const Timer& t) { return t.hwnd == hWnd && t.id == uIDEvent; });
+  if (it == q.timers.end()) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  q.timers.erase(it);
+  return TRUE;
+}
+
+SHORT WINAPI GetKeyState(int nVirtKey) {
+  BYTE k = queue().keys[nVirtKey & 0xff];
+  SHORT state = static_cast<SHORT>(k & 0x01);
+  if (k & 0x80) state = static_cast<SHORT>(state | static_cast<SHORT>(0xff80));
+  return state;
+}
+
+SHORT WINAPI GetAsyncKeyState(int vKey) {
+  return asyncKeyDown(vKey) ? static_cast<SHORT>(0x8000) : 0;
+}
+
+BOOL WINAPI GetKeyboardState(PBYTE lpKeyState) {
+  if (!lpKeyState) return FALSE;
+  std::copy(queue().keys, queue().keys + 256, lpKeyState);
+  return TRUE;
+}
+
+BOOL WINAPI SetKeyboardState(LPBYTE lpKeyState) {
+  if (!lpKeyState) return FALSE;
+  std::copy(lpKeyState, lpKeyState + 256, queue().keys);
+  return TRUE;
+}
+
+BOOL WINAPI GetCursorPos(LPPOINT lpPoint) {
+  if (!lpPoint) return FALSE;
+  *lpPoint = queue().cursor;
+  return TRUE;
+}
+
+}  // extern "C"

@@ -1,0 +1,337 @@
+// Painting on the window manager's side: update regions (kept as bounding
+// rectangles), the erase handshake of BeginPaint, UpdateWindow, and the
+// device contexts of windows with their visible regions.
+// Invariants: only drawable windows (visible, with visible ancestors) ever
+// hold an update region; invalidating a window that does not clip its
+// children invalidates them too, with erase and frame; a DC's clip never
+// reaches outside its window's visible part.
+#include "user/user.h"
+
+#include <cstring>
+
+namespace w32 {
+
+namespace {
+
+RECT clientBox(const Window& w) {
+  return makeRect(0, 0, rectWidth(w.client), rectHeight(w.client));
+}
+
+// r (in w's client coordinates) seen from the child's client area.
+RECT toChildClient(const Window& child, const RECT& r) {
+  return offsetRect(r, -child.client.left, -child.client.top);
+}
+
+// Removes cut from the bounding box when the result is still a rectangle.
+RECT subtractFromBox(const RECT& box, const RECT& cut) {
+  RECT overlap = intersectRects(box, cut);
+  if (rectEmpty(overlap)) return box;
+  if (rectsEqual(overlap, box)) return makeRect(0, 0, 0, 0);
+  RECT r = box;
+  bool fullWidth = overlap.left == box.left && overlap.right == box.right;
+  bool fullHeight = overlap.top == box.top && overlap.bottom == box.bottom;
+  if (fullWidth && overlap.top == box.top) r.top = overlap.bottom;
+  else if (fullWidth && overlap.bottom == box.bottom) r.bottom = overlap.top;
+  else if (fullHeight && overlap.left == box.left) r.left = overlap.right;
+  else if (fullHeight && overlap.right == box.right) r.right = overlap.left;
+  return r;
+}
+
+void invalidateAllWindows() {
+  std::vector<HWND> tops = desktopWindow().children;
+  for (HWND h : tops) {
+    Window* w = findWindow(h);
+    if (!w) continue;
+    invalidate(*w, nullptr, true, true);
+    for (HWND d : descendantsPreOrder(h))
+      if (Window* dw = findWindow(d)) invalidate(*dw, nullptr, true, true);
+    eraseNow(h, true);
+  }
+}
+
+bool paintOne(HWND hwnd) {
+  Window* w = findWindow(hwnd);
+  if (!w || !needsPaint(*w)) return false;
+  sendMessage(hwnd, WM_PAINT, 0, 0);
+  return true;
+}
+
+}  // namespace
+
+void invalidate(Window& w, const RECT* rect, bool erase, bool frame) {
+  if (!isDrawable(w) || isDesktop(w)) return;
+  RECT area = rect ? intersectRects(*rect, clientBox(w)) : clientBox(w);
+  if (!rectEmpty(area)) {
+    w.update = unionRects(w.update, area);
+    if (erase) w.erasePending = true;
+  }
+  if (frame) w.ncPending = true;
+  if (w.style & WS_CLIPCHILDREN) return;
+  RECT inParent = rect ? *rect : clientBox(w);
+  for (HWND c : w.children) {
+    Window* child = findWindow(c);
+    if (!child || rectEmpty(intersectRects(inParent, child->window))) continue;
+    RECT part = toChildClient(*child, inParent);
+    invalidate(*child, &part, true, true);
+  }
+}
+
+void validate(Window& w, const RECT* rect) {
+  RECT area = rect ? *rect : clientBox(w);
+  w.update = rect ? subtractFromBox(w.update, area) : makeRect(0, 0, 0, 0);
+  if (rectEmpty(w.update)) {
+    w.update = makeRect(0, 0, 0, 0);
+    w.erasePending = false;
+    w.eraseFailed = false;
+  }
+  if (w.style & WS_CLIPCHILDREN) return;
+  for (HWND c : w.children) {
+    Window* child = findWindow(c);
+    if (!child || rectEmpty(intersectRects(area, child->window))) continue;
+    RECT part = toChildClient(*child, area);
+    validate(*child, &part);
+  }
+}
+
+void eraseNow(HWND hwnd, bool children) {
+  WindowRef w = pinWindow(hwnd);
+  if (!w || !isDrawable(*w)) return;
+  if (w->ncPending) {
+    w->ncPending = false;
+    sendMessage(hwnd, WM_NCPAINT, 1, 0);
+    if (w->dead) return;
+  }
+  if (w->erasePending && !rectEmpty(w->update)) {
+    w->erasePending = false;
+    RECT area = w->update;
+    HDC dc = makeWindowDC(*w, false, &area, false);
+    LRESULT erased = sendMessage(hwnd, WM_ERASEBKGND, reinterpret_cast<WPARAM>(dc), 0);
+    freeDC(dc);
+    if (w->dead) return;
+    if (!erased) w->eraseFailed = true;
+  }
+  if (!children) return;
+  std::vector<HWND> kids = w->children;
+  for (HWND c : kids) eraseNow(c, true);
+}
+
+bool needsPaint(const Window& w) {
+  return !isDesktop(w) && isDrawable(w) && (!rectEmpty(w.update) || w.ncPending);
+}
+
+HWND nextWindowToPaint(HWND filter) {
+  for (HWND top : desktopWindow().children) {
+    std::vector<HWND> order{top};
+    std::vector<HWND> below = descendantsPreOrder(top);
+    order.insert(order.end(), below.begin(), below.end());
+    for (HWND h : order) {
+      Window* w = findWindow(h);
+      if (!w || !needsPaint(*w)) continue;
+      if (filter && h != filter && !isAncestor(filter, h)) continue;
+      return h;
+    }
+  }
+  return nullptr;
+}
+
+Region visibleRegion(const Window& w, bool wholeWindow) {
+  Region region;
+  if (!isDrawable(w)) return region;
+  Window& top = topLevelOf(const_cast<Window&>(w));
+  if (!top.surface) return region;
+  POINT at = surfaceOrigin(w);
+  RECT area = wholeWindow ? makeRect(0, 0, rectWidth(w.window), rectHeight(w.window))
+                          : offsetRect(w.client, -w.window.left, -w.window.top);
+  region.add(offsetRect(area, at.x, at.y));
+  region.intersect(makeRect(0, 0, top.surface->width, top.surface->height));
+  for (const Window* a = parentOf(w); a && !isDesktop(*a) && a != &top; a = parentOf(*a)) {
+    POINT ao = surfaceOrigin(*a);
+    region.intersect(offsetRect(offsetRect(a->client, -a->window.left, -a->window.top), ao.x, ao.y));
+  }
+  if (w.style & WS_CLIPCHILDREN) {
+    for (HWND c : w.children) {
+      Window* child = findWindow(c);
+      if (child && (child->style & WS_VISIBLE)) {
+        POINT co = surfaceOrigin(*child);
+        region.subtract(makeRect(co.x, co.y, co.x + rectWidth(child->window),
+                                 co.y + rectHeight(child->window)));
+      }
+    }
+  }
+  Window* parent = parentOf(w);
+  if ((w.style & WS_CLIPSIBLINGS) && parent && !isDesktop(*parent)) {
+    for (HWND s : parent->children) {
+      if (s == w.hwnd) break;
+      Window* sib = findWindow(s);
+      if (sib && (sib->style & WS_VISIBLE)) {
+        POINT so = surfaceOrigin(*sib);
+        region.subtract(makeRect(so.x, so.y, so.x + rectWidth(sib->window),
+                                 so.y + rectHeight(sib->window)));
+      }
+    }
+  }
+  return region;
+}
+
+Painter painterFor(const Window& w, bool wholeWindow) {
+  Painter p;
+  Window& top = topLevelOf(const_cast<Window&>(w));
+  p.surface = top.surface.get();
+  p.origin = surfaceOrigin(w);
+  if (!wholeWindow) {
+    p.origin.x += w.client.left - w.window.left;
+    p.origin.y += w.client.top - w.window.top;
+  }
+  p.clip = visibleRegion(w, wholeWindow);
+  return p;
+}
+
+HDC makeWindowDC(const Window& w, bool wholeWindow, const RECT* clientClip, bool paint) {
+  auto dc = std::make_unique<DeviceContext>();
+  dc->hwnd = w.hwnd;
+  dc->paint = paint;
+  Window& top = topLevelOf(const_cast<Window&>(w));
+  dc->surface = top.surface;
+  Painter p = painterFor(w, wholeWindow);
+  dc->origin = p.origin;
+  dc->clip = p.clip;
+  if (clientClip) {
+    POINT client = painterFor(w, false).origin;
+    dc->clip.intersect(offsetRect(*clientClip, client.x, client.y));
+  }
+  return createDC(std::move(dc));
+}
+
+}  // namespace w32
+
+using namespace w32;
+
+extern "C" {
+
+BOOL WINAPI InvalidateRect(HWND hWnd, const RECT* lpRect, BOOL bErase) {
+  if (!hWnd) {
+    invalidateAllWindows();
+    return TRUE;
+  }
+  Window* w = checkWindow(hWnd);
+  if (!w) return FALSE;
+  invalidate(*w, lpRect, bErase != FALSE, false);
+  return TRUE;
+}
+
+BOOL WINAPI InvalidateRgn(HWND hWnd, HRGN hRgn, BOOL bErase) {
+  if (!hRgn) return InvalidateRect(hWnd, nullptr, bErase);
+  RECT box;
+  if (GetRgnBox(hRgn, &box) == ERROR) return FALSE;
+  return InvalidateRect(hWnd, &box, bErase);
+}
+
+BOOL WINAPI ValidateRect(HWND hWnd, const RECT* lpRect) {
+  Window* w = checkWindow(hWnd ? hWnd : desktopHandle());
+  if (!w) return FALSE;
+  validate(*w, lpRect);
+  return TRUE;
+}
+
+BOOL WINAPI ValidateRgn(HWND hWnd, HRGN hRgn) {
+  if (!hRgn) return ValidateRect(hWnd, nullptr);
+  RECT box;
+  if (GetRgnBox(hRgn, &box) == ERROR) return FALSE;
+  return ValidateRect(hWnd, &box);
+}
+
+BOOL WINAPI RedrawWindow(HWND hWnd, const RECT* lprcUpdate, HRGN hrgnUpdate, UINT flags) {
+  if (!hWnd) hWnd = desktopHandle();
+  Window* w = checkWindow(hWnd);
+  if (!w) return FALSE;
+  RECT box;
+  const RECT* area = lprcUpdate;
+  if (!area && hrgnUpdate && GetRgnBox(hrgnUpdate, &box) != ERROR) area = &box;
+  if (isDesktop(*w) && (flags & RDW_INVALIDATE)) {
+    invalidateAllWindows();
+    return TRUE;
+  }
+  if (flags & RDW_INVALIDATE) invalidate(*w, area, (flags & RDW_ERASE) != 0, (flags & RDW_FRAME) != 0);
+  if (flags & RDW_VALIDATE) validate(*w, area);
+  if (flags & RDW_ERASENOW) eraseNow(hWnd, !(flags & RDW_NOCHILDREN));
+  if (flags & RDW_UPDATENOW) UpdateWindow(hWnd);
+  return TRUE;
+}
+
+BOOL WINAPI UpdateWindow(HWND hWnd) {
+  if (!checkWindow(hWnd)) return FALSE;
+  paintOne(hWnd);
+  for (HWND d : descendantsPreOrder(hWnd)) paintOne(d);
+  return TRUE;
+}
+
+BOOL WINAPI GetUpdateRect(HWND hWnd, LPRECT lpRect, BOOL bErase) {
+  Window* w = checkWindow(hWnd);
+  if (!w) return FALSE;
+  if (bErase) {
+    eraseNow(hWnd, false);
+    if (!(w = findWindow(hWnd))) return FALSE;
+  }
+  if (lpRect) *lpRect = w->update;
+  return !rectEmpty(w->update);
+}
+
+HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
+  WindowRef w = pinWindow(hWnd);
+  if (!w) {
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return NULL;
+  }
+  if (!lpPaint) return NULL;
+  if (w->ncPending) {
+    w->ncPending = false;
+    sendMessage(hWnd, WM_NCPAINT, 1, 0);
+    if (w->dead) return NULL;
+  }
+  RECT area = w->update;
+  bool erase = w->erasePending && !rectEmpty(area);
+  BOOL fErase = w->eraseFailed;
+  w->update = makeRect(0, 0, 0, 0);
+  w->erasePending = false;
+  w->eraseFailed = false;
+  HDC dc = makeWindowDC(*w, false, &area, true);
+  if (erase) fErase = sendMessage(hWnd, WM_ERASEBKGND, reinterpret_cast<WPARAM>(dc), 0) == 0;
+  memset(lpPaint, 0, sizeof *lpPaint);
+  lpPaint->hdc = dc;
+  lpPaint->fErase = fErase;
+  lpPaint->rcPaint = area;
+  return dc;
+}
+
+BOOL WINAPI EndPaint(HWND /*hWnd*/, const PAINTSTRUCT* lpPaint) {
+  if (!lpPaint) return TRUE;
+  DeviceContext* dc = deviceContext(lpPaint->hdc);
+  if (dc && dc->paint) freeDC(lpPaint->hdc);
+  return TRUE;
+}
+
+HDC WINAPI GetDC(HWND hWnd) {
+  Window* w = checkWindow(hWnd ? hWnd : desktopHandle());
+  if (!w) return NULL;
+  return makeWindowDC(*w, isDesktop(*w), nullptr, false);
+}
+
+HDC WINAPI GetWindowDC(HWND hWnd) {
+  Window* w = checkWindow(hWnd ? hWnd : desktopHandle());
+  if (!w) return NULL;
+  return makeWindowDC(*w, true, nullptr, false);
+}
+
+int WINAPI ReleaseDC(HWND /*hWnd*/, HDC hDC) {
+  DeviceContext* dc = deviceContext(hDC);
+  if (!dc || dc->paint) return 0;
+  freeDC(hDC);
+  return 1;
+}
+
+HWND WINAPI WindowFromDC(HDC hDC) {
+  DeviceContext* dc = deviceContext(hDC);
+  return dc ? dc->hwnd : NULL;
+}
+
+}  // extern "C"

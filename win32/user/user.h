@@ -1,0 +1,223 @@
+// The window manager's private view, shared by the files of user/ and by the
+// simulated user: windows and classes, lookup, coordinates, and the internal
+// entry points each concern offers the others.
+// Invariants: a handle names one window for the life of the process (slots
+// are never reused); a Window is reached only through its handle, and code
+// that sends a message re-reads the window afterwards (or holds a WindowRef),
+// because any procedure may destroy any window.
+#ifndef TUL_WIN32_USER_USER_H
+#define TUL_WIN32_USER_USER_H
+
+#include <windows.h>
+
+#include "gdi/gdi.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace w32 {
+
+struct Surface;
+
+// Flags the system adds to WM_WINDOWPOSCHANGED for DefWindowProc's benefit.
+constexpr UINT kSwpNoClientSize = 0x0800;
+constexpr UINT kSwpNoClientMove = 0x1000;
+constexpr UINT kSwpStateChanged = 0x8000;
+
+// The system's fixed geometry (see docs/win32.md for where each comes from).
+constexpr int kScreenWidth = 1024;
+constexpr int kScreenHeight = 768;
+constexpr int kMinimizedWidth = 160;
+constexpr int kMinimizedHeight = 24;
+constexpr int kIconicPosition = -32000;
+
+struct WindowClass {
+  std::string name;
+  ATOM atom = 0;
+  UINT style = 0;
+  WNDPROC proc = nullptr;
+  int clsExtra = 0;
+  int wndExtra = 0;
+  HINSTANCE instance = nullptr;
+  HICON icon = nullptr;
+  HICON iconSmall = nullptr;
+  HCURSOR cursor = nullptr;
+  HBRUSH background = nullptr;
+  LPCSTR menuName = nullptr;
+  std::vector<BYTE> extra;
+  int windowCount = 0;
+  bool system = false;
+};
+
+struct ScrollBarInfo {
+  int min = 0;
+  int max = 100;
+  UINT page = 0;
+  int pos = 0;
+  int trackPos = 0;
+  bool tracking = false;
+  UINT disabledArrows = ESB_ENABLE_BOTH;
+};
+
+// State the built-in control procedures keep per window.
+struct ControlState {
+  int check = BST_UNCHECKED;
+  bool pushed = false;
+  DWORD selStart = 0;
+  DWORD selEnd = 0;
+  UINT limit = 30000;
+  ScrollBarInfo bar;  // a SCROLLBAR control's own bar
+};
+
+struct Window {
+  HWND hwnd = nullptr;
+  std::shared_ptr<WindowClass> cls;
+  HWND parent = nullptr;  // the desktop for top-level windows; null for the desktop
+  HWND owner = nullptr;
+  std::vector<HWND> children;  // z-order, top first
+  DWORD style = 0;
+  DWORD exStyle = 0;
+  WNDPROC proc = nullptr;
+  HINSTANCE instance = nullptr;
+  UINT_PTR id = 0;  // GWL_ID: the hMenu argument of a child
+  LONG userData = 0;
+  std::vector<BYTE> extra;
+  std::string text;
+
+  RECT window{};  // parent-client coordinates
+  RECT client{};  // parent-client coordinates
+  RECT normal{};  // restored rectangle, parent-client coordinates
+  POINT minPos{-1, -1};
+  POINT maxPos{-1, -1};
+  bool restoreToMaximized = false;
+  bool needSize = false;  // WM_SIZE/WM_MOVE owed to the first ShowWindow
+  bool destroying = false;
+  bool dead = false;
+  bool enabled = true;
+
+  RECT update{};  // client coordinates; bounding box of the update region
+  bool erasePending = false;
+  bool eraseFailed = false;  // an early erase returned 0: BeginPaint reports fErase
+  bool ncPending = false;
+
+  bool hasScrollData = false;
+  ScrollBarInfo hbar;
+  ScrollBarInfo vbar;
+  ControlState ctl;
+
+  std::shared_ptr<Surface> surface;  // top-level windows and the desktop only
+};
+
+using WindowRef = std::shared_ptr<Window>;
+
+// ---- Windows and handles (win.cpp) ----
+
+Window* findWindow(HWND hwnd);   // a live window (the desktop included) or null
+Window* checkWindow(HWND hwnd);  // as findWindow; sets ERROR_INVALID_WINDOW_HANDLE when null
+WindowRef pinWindow(HWND hwnd);  // keeps the object alive across sends
+Window& desktopWindow();
+HWND desktopHandle();
+inline bool isDesktop(const Window& w) { return w.parent == nullptr; }
+inline bool isChild(const Window& w) { return (w.style & WS_CHILD) != 0; }
+bool isTopLevel(const Window& w);
+Window* parentOf(const Window& w);
+Window& topLevelOf(Window& w);
+bool isAncestor(HWND ancestor, HWND hwnd);
+std::vector<HWND> descendantsPreOrder(HWND hwnd);
+int liveWindowCount();
+void forEachWindowPreOrder(HWND root, void (*fn)(Window&, void*), void* context);
+
+// ---- Coordinates (winpos.cpp) ----
+
+POINT clientOriginOnScreen(const Window& w);
+RECT windowRectOnScreen(const Window& w);
+// Where w's window rectangle starts in its top-level window's surface.
+POINT surfaceOrigin(const Window& w);
+bool isDrawable(const Window& w);  // it and every ancestor are visible
+
+// ---- Positions, showing, activation (winpos.cpp) ----
+
+struct PositionRequest {
+  HWND insertAfter = HWND_TOP;
+  int x = 0, y = 0, cx = 0, cy = 0;
+  UINT flags = 0;
+  bool forceMove = false;     // SetParent: WM_MOVE even though the numbers stay
+  bool stateChanged = false;  // minimised/maximised/restored: WM_SIZE is owed
+};
+BOOL setWindowPos(HWND hwnd, const PositionRequest& request);
+void resizeSurfaceFor(Window& w);
+// Puts a hidden window into the minimised or maximised state without showing it.
+void changeMinMaxState(HWND hwnd, int cmd);
+HWND activeWindow();
+HWND focusWindow();
+void activate(HWND topLevel);
+void deactivate(HWND topLevel);
+HWND setFocus(HWND hwnd);
+// Clears activation and focus that point into a window being destroyed.
+void forgetWindow(HWND hwnd);
+
+// ---- Non-client area (nonclient.cpp) ----
+
+int systemMetric(int index);
+COLORREF sysColor(int index);
+// The frame and scroll-bar widths around the client area for these styles.
+RECT frameInsets(DWORD style, DWORD exStyle, bool menu);
+RECT clientFromWindow(const Window& w, const RECT& windowRect);
+MINMAXINFO queryMinMaxInfo(HWND hwnd);
+bool sendsMinMaxInfo(DWORD style);
+void paintNonClient(HWND hwnd);
+RECT scrollBarRect(const Window& w, int bar);  // window coordinates; empty if not shown
+
+// ---- Painting (painting.cpp) ----
+
+// rect in client coordinates, null for the whole client area. frame marks the
+// non-client area too. Children share the invalidation unless the window
+// clips them.
+void invalidate(Window& w, const RECT* rect, bool erase, bool frame);
+void validate(Window& w, const RECT* rect);
+// Sends the owed WM_NCPAINT and WM_ERASEBKGND now (the update region stays).
+void eraseNow(HWND hwnd, bool children);
+bool needsPaint(const Window& w);
+// The part of w's client area (or of its whole window) that reaches its
+// top-level surface, in surface coordinates; empty when w is not drawable.
+Region visibleRegion(const Window& w, bool wholeWindow);
+Painter painterFor(const Window& w, bool wholeWindow);
+HDC makeWindowDC(const Window& w, bool wholeWindow, const RECT* clientClip, bool paint);
+HWND nextWindowToPaint(HWND filter);
+
+// ---- Queue (message.cpp) ----
+
+LRESULT sendMessage(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
+void sendParentNotify(HWND hwnd, UINT event);
+void purgeWindow(HWND hwnd);
+void queueInput(UINT message, WPARAM wp, LPARAM lp, HWND target, POINT screen);
+void setAsyncKey(int vk, bool down);
+bool asyncKeyDown(int vk);
+int liveTimerCount();
+
+// ---- Classes (class.cpp) ----
+
+std::shared_ptr<WindowClass> findClass(LPCSTR name, HINSTANCE instance);
+int liveClassCount();
+ATOM registerSystemClass(const WNDCLASSEXA& wc);
+
+// ---- Scroll bars (scroll.cpp) ----
+
+void createScrollData(Window& w);
+// The bar's data, or null when the window has none. SB_CTL reaches the
+// control's own.
+ScrollBarInfo* scrollInfoOf(Window& w, int bar);
+void scrollControlPaint(HWND hwnd);
+
+// ---- Accelerators (accel.cpp) ----
+
+int liveAcceleratorCount();
+
+// ---- Controls (controls.cpp) ----
+
+void registerSystemClasses();
+
+}  // namespace w32
+
+#endif

@@ -1,0 +1,790 @@
+// Window positions: coordinates, SetWindowPos and its messages, ShowWindow
+// with minimise/maximise/restore, placement, activation and focus.
+// Invariants: a window's rectangles are stored in its parent's client
+// coordinates; WM_WINDOWPOSCHANGING is sent before anything changes and
+// WM_WINDOWPOSCHANGED after everything has, with the flags describing what
+// really changed; a top-level window's surface always matches its size.
+#include "user/user.h"
+
+#include "gdi/gdi.h"
+
+#include <algorithm>
+
+namespace w32 {
+
+namespace {
+
+struct FocusState {
+  HWND active = nullptr;
+  HWND focus = nullptr;
+  HWND capture = nullptr;
+};
+
+FocusState& focusState() {
+  static FocusState s;
+  return s;
+}
+
+constexpr COLORREF kUnpaintedColor = RGB(255, 255, 255);
+
+bool sameSize(const RECT& a, const RECT& b) {
+  return rectWidth(a) == rectWidth(b) && rectHeight(a) == rectHeight(b);
+}
+
+bool sameOrigin(const RECT& a, const RECT& b) { return a.left == b.left && a.top == b.top; }
+
+// Moves hwnd in its parent's z-order; true if the order changed.
+bool applyZOrder(Window& w, HWND insertAfter) {
+  Window* p = parentOf(w);
+  if (!p) return false;
+  std::vector<HWND> order = p->children;
+  order.erase(std::remove(order.begin(), order.end(), w.hwnd), order.end());
+  auto at = order.begin();
+  if (insertAfter == HWND_BOTTOM) {
+    at = order.end();
+  } else if (insertAfter != HWND_TOP && insertAfter != HWND_TOPMOST &&
+             insertAfter != HWND_NOTOPMOST) {
+    auto it = std::find(order.begin(), order.end(), insertAfter);
+    at = it == order.end() ? order.begin() : it + 1;
+  }
+  order.insert(at, w.hwnd);
+  if (order == p->children) return false;
+  p->children = order;
+  return true;
+}
+
+WPARAM sizeKind(const Window& w) {
+  if (w.style & WS_MINIMIZE) return SIZE_MINIMIZED;
+  if (w.style & WS_MAXIMIZE) return SIZE_MAXIMIZED;
+  return SIZE_RESTORED;
+}
+
+void sendSizeAndMove(HWND hwnd) {
+  Window* w = findWindow(hwnd);
+  if (!w) return;
+  RECT c = w->client;
+  sendMessage(hwnd, WM_SIZE, sizeKind(*w), MAKELPARAM(rectWidth(c), rectHeight(c)));
+  if ((w = findWindow(hwnd)) == nullptr) return;
+  sendMessage(hwnd, WM_MOVE, 0, MAKELPARAM(w->client.left, w->client.top));
+}
+
+// The parent area a child leaves (or would cover) needs repainting.
+void exposeParentArea(Window& child, const RECT& area) {
+  Window* p = parentOf(child);
+  if (!p || isDesktop(*p)) return;
+  invalidate(*p, &area, true, false);
+}
+
+// One SetWindowPos in progress: what was asked, what the window was, what
+// it becomes.
+struct Move {
+  WINDOWPOS wp{};
+  UINT flags = 0;  // wp.flags without SHOW/HIDE requests that change nothing
+  RECT oldWindow{}, oldClient{}, newWindow{}, newClient{};
+  bool sized = false;
+  bool moved = false;
+  bool wasVisible = false;
+};
+
+// The WINDOWPOS of WM_WINDOWPOSCHANGING: what is kept is filled in.
+WINDOWPOS requestedPos(const Window& w, const PositionRequest& request) {
+  WINDOWPOS wp;
+  wp.hwnd = w.hwnd;
+  wp.hwndInsertAfter = request.insertAfter;
+  wp.x = request.x;
+  wp.y = request.y;
+  wp.cx = std::max(request.cx, 0);
+  wp.cy = std::max(request.cy, 0);
+  wp.flags = request.flags;
+  if (wp.flags & SWP_NOMOVE) {
+    wp.x = w.window.left;
+    wp.y = w.window.top;
+  }
+  if (wp.flags & SWP_NOSIZE) {
+    wp.cx = rectWidth(w.window);
+    wp.cy = rectHeight(w.window);
+  }
+  if (wp.hwndInsertAfter == w.hwnd) wp.flags |= SWP_NOZORDER;
+  return wp;
+}
+
+// Reads back what WM_WINDOWPOSCHANGING left and works out the change.
+void planMove(const Window& w, const PositionRequest& request, Move* m) {
+  m->flags = m->wp.flags;
+  m->wasVisible = (w.style & WS_VISIBLE) != 0;
+  if (m->wasVisible) m->flags &= ~static_cast<UINT>(SWP_SHOWWINDOW);
+  else m->flags &= ~static_cast<UINT>(SWP_HIDEWINDOW);
+  m->oldWindow = w.window;
+  m->oldClient = w.client;
+  m->newWindow = makeRect(m->wp.x, m->wp.y, m->wp.x + m->wp.cx, m->wp.y + m->wp.cy);
+  m->sized = !sameSize(m->oldWindow, m->newWindow);
+  m->moved = !sameOrigin(m->oldWindow, m->newWindow) || request.forceMove;
+  m->newClient = offsetRect(m->oldClient, m->newWindow.left - m->oldWindow.left,
+                            m->newWindow.top - m->oldWindow.top);
+}
+
+// WM_NCCALCSIZE(TRUE) decides the new client rectangle; false if the
+// window went away meanwhile.
+bool calcClient(HWND hwnd, Move* m) {
+  NCCALCSIZE_PARAMS params;
+  params.rgrc[0] = m->newWindow;
+  params.rgrc[1] = m->oldWindow;
+  params.rgrc[2] = m->oldClient;
+  params.lppos = &m->wp;
+  sendMessage(hwnd, WM_NCCALCSIZE, TRUE, reinterpret_cast<LPARAM>(&params));
+  if (!findWindow(hwnd)) return false;
+  m->newClient = params.rgrc[0];
+  return true;
+}
+
+// Stores the new rectangles, z-order and visibility; true if the z-order
+// changed.
+bool applyMove(Window& w, const Move& m) {
+  w.window = m.newWindow;
+  w.client = m.newClient;
+  if (!(w.style & (WS_MINIMIZE | WS_MAXIMIZE))) w.normal = m.newWindow;
+  bool zChanged = !(m.flags & SWP_NOZORDER) && applyZOrder(w, m.wp.hwndInsertAfter);
+  if (m.flags & SWP_SHOWWINDOW) w.style |= WS_VISIBLE;
+  if (m.flags & SWP_HIDEWINDOW) w.style &= ~static_cast<DWORD>(WS_VISIBLE);
+  resizeSurfaceFor(w);
+  return zChanged;
+}
+
+// The flags of WM_WINDOWPOSCHANGED: what was asked plus what did not change.
+UINT changedFlags(const Window& w, const Move& m, bool zChanged, const PositionRequest& request) {
+  UINT flags = m.flags;
+  if (!m.sized) flags |= SWP_NOSIZE;
+  if (!m.moved) flags |= SWP_NOMOVE;
+  if (!zChanged) flags |= SWP_NOZORDER;
+  if (sameSize(m.oldClient, w.client)) flags |= kSwpNoClientSize;
+  if (sameOrigin(m.oldClient, w.client) && !request.forceMove) flags |= kSwpNoClientMove;
+  if (request.stateChanged) flags |= kSwpStateChanged;
+  return flags;
+}
+
+// Redraw after a change of position, size, frame or visibility.
+void redrawAfterMove(Window& w, UINT flags, const RECT& oldWindow, const RECT& oldClient,
+                     bool wasVisible) {
+  HWND hwnd = w.hwnd;
+  if (flags & SWP_HIDEWINDOW) {
+    if (wasVisible && isChild(w)) exposeParentArea(w, oldWindow);
+    return;
+  }
+  if (!isDrawable(w)) return;
+  bool sized = !sameSize(oldWindow, w.window);
+  bool moved = !sameOrigin(oldWindow, w.window);
+  if (flags & SWP_SHOWWINDOW) {
+    invalidate(w, nullptr, true, true);
+    for (HWND d : descendantsPreOrder(hwnd))
+      if (Window* dw = findWindow(d); dw && isDrawable(*dw)) invalidate(*dw, nullptr, true, true);
+    if (!isChild(w)) eraseNow(hwnd, false);
+    return;
+  }
+  if (!sized && !moved && !(flags & SWP_FRAMECHANGED)) return;
+  if (isChild(w)) {
+    if (moved || sized) {
+      exposeParentArea(w, oldWindow);
+      invalidate(w, nullptr, true, true);
+    } else {
+      invalidate(w, nullptr, true, true);
+    }
+    if (Window* p = parentOf(w)) eraseNow(p->hwnd, false);
+    return;
+  }
+  if (!sized && !(flags & SWP_FRAMECHANGED)) return;
+  w.ncPending = true;
+  bool all = (flags & SWP_FRAMECHANGED) ||
+             ((w.cls && (w.cls->style & CS_HREDRAW)) && rectWidth(oldClient) != rectWidth(w.client)) ||
+             ((w.cls && (w.cls->style & CS_VREDRAW)) && rectHeight(oldClient) != rectHeight(w.client));
+  if (all) {
+    invalidate(w, nullptr, true, false);
+  } else {
+    RECT right = makeRect(rectWidth(oldClient), 0, rectWidth(w.client), rectHeight(w.client));
+    RECT bottom = makeRect(0, rectHeight(oldClient), rectWidth(w.client), rectHeight(w.client));
+    invalidate(w, &right, true, false);
+    invalidate(w, &bottom, true, false);
+  }
+  eraseNow(hwnd, false);
+}
+
+void activateOther(HWND leaving) {
+  for (HWND h : desktopWindow().children) {
+    Window* w = findWindow(h);
+    if (!w || h == leaving || w->destroying || !(w->style & WS_VISIBLE) ||
+        (w->style & (WS_MINIMIZE | WS_DISABLED)))
+      continue;
+    activate(h);
+    return;
+  }
+}
+
+// ---- Minimise and maximise ----
+
+POINT minimizedPosition(Window& w) {
+  if (!isChild(w)) return POINT{kIconicPosition, kIconicPosition};
+  Window* p = parentOf(w);
+  LONG bottom = p ? rectHeight(p->client) : kScreenHeight;
+  return POINT{0, bottom - kMinimizedHeight};
+}
+
+RECT maximizedRect(const MINMAXINFO& mmi) {
+  return makeRect(mmi.ptMaxPosition.x, mmi.ptMaxPosition.y, mmi.ptMaxPosition.x + mmi.ptMaxSize.x,
+                  mmi.ptMaxPosition.y + mmi.ptMaxSize.y);
+}
+
+constexpr UINT kNothingToDo = SWP_NOSIZE | SWP_NOMOVE;
+
+UINT minimize(Window& w, RECT* rect, bool* stateChanged) {
+  w.restoreToMaximized = (w.style & WS_MAXIMIZE) != 0;
+  HWND focus = focusState().focus;
+  if (focus == w.hwnd || isAncestor(w.hwnd, focus)) setFocus(isChild(w) ? w.parent : nullptr);
+  if (w.dead) return kNothingToDo;
+  if (!(w.style & WS_MINIMIZE)) *stateChanged = true;
+  w.style = (w.style | WS_MINIMIZE) & ~static_cast<DWORD>(WS_MAXIMIZE);
+  POINT at = minimizedPosition(w);
+  w.minPos = at;
+  *rect = makeRect(at.x, at.y, at.x + kMinimizedWidth, at.y + kMinimizedHeight);
+  return SWP_NOCOPYBITS;
+}
+
+UINT maximize(Window& w, RECT* rect, bool* stateChanged) {
+  if ((w.style & WS_MAXIMIZE) && (w.style & WS_VISIBLE)) return kNothingToDo;
+  MINMAXINFO mmi = queryMinMaxInfo(w.hwnd);
+  if (w.dead) return kNothingToDo;
+  if (!(w.style & WS_MAXIMIZE)) *stateChanged = true;
+  w.style = (w.style | WS_MAXIMIZE) & ~static_cast<DWORD>(WS_MINIMIZE);
+  *rect = maximizedRect(mmi);
+  return 0;
+}
+
+// Back to the normal rectangle, or to maximised if the window was maximised
+// when it was minimised.
+UINT restore(Window& w, RECT* rect, bool* stateChanged) {
+  DWORD old = w.style;
+  w.style &= ~static_cast<DWORD>(WS_MINIMIZE | WS_MAXIMIZE);
+  if ((old & WS_MINIMIZE) && w.restoreToMaximized) {
+    MINMAXINFO mmi = queryMinMaxInfo(w.hwnd);
+    if (w.dead) return kNothingToDo;
+    w.style |= WS_MAXIMIZE;
+    *stateChanged = true;
+    *rect = maximizedRect(mmi);
+    return 0;
+  }
+  if (!(old & (WS_MINIMIZE | WS_MAXIMIZE))) return 0;
+  *stateChanged = true;
+  *rect = w.normal;
+  return 0;
+}
+
+// Changes the state and says where the window goes, with swp flags in the
+// system's manner (SWP_NOSIZE|SWP_NOMOVE when nothing is to be done).
+UINT minMaximize(HWND hwnd, int cmd, RECT* rect, bool* stateChanged) {
+  WindowRef w = pinWindow(hwnd);
+  bool minimizing = cmd == SW_MINIMIZE || cmd == SW_SHOWMINNOACTIVE ||
+                    cmd == SW_SHOWMINIMIZED || cmd == SW_FORCEMINIMIZE;
+  UINT swp = 0;
+  if (w->style & WS_MINIMIZE) {
+    if (minimizing) return kNothingToDo;
+    if (!sendMessage(hwnd, WM_QUERYOPEN, 0, 0) || w->dead) return kNothingToDo;
+    swp |= SWP_NOCOPYBITS;
+  }
+  if (minimizing) return swp | minimize(*w, rect, stateChanged);
+  if (cmd == SW_MAXIMIZE) return swp | maximize(*w, rect, stateChanged);
+  return swp | restore(*w, rect, stateChanged);
+}
+
+BOOL positionWithState(HWND hwnd, const RECT& r, UINT swp, bool stateChanged) {
+  PositionRequest req;
+  req.insertAfter = HWND_TOP;
+  req.x = r.left;
+  req.y = r.top;
+  req.cx = rectWidth(r);
+  req.cy = rectHeight(r);
+  req.flags = swp;
+  req.stateChanged = stateChanged;
+  return setWindowPos(hwnd, req);
+}
+
+// What ShowWindow asks of SetWindowPos for a command; done when the
+// command has nothing to do, with the answer to give.
+struct ShowPlan {
+  UINT swp = 0;
+  RECT pos{};
+  bool stateChanged = false;
+  bool done = false;
+  BOOL answer = FALSE;
+};
+
+ShowPlan finished(BOOL answer) {
+  ShowPlan p;
+  p.done = true;
+  p.answer = answer;
+  return p;
+}
+
+ShowPlan planShow(HWND hwnd, int cmd) {
+  Window& w = *findWindow(hwnd);
+  const BOOL wasVisible = (w.style & WS_VISIBLE) != 0;
+  ShowPlan plan;
+  plan.pos = w.window;
+  switch (cmd) {
+  case SW_HIDE:
+    if (!wasVisible) return finished(FALSE);
+    plan.swp |= SWP_HIDEWINDOW | SWP_NOSIZE | SWP_NOMOVE;
+    if (hwnd != focusState().active) plan.swp |= SWP_NOACTIVATE | SWP_NOZORDER;
+    return plan;
+  case SW_SHOWMINNOACTIVE:
+  case SW_MINIMIZE:
+  case SW_FORCEMINIMIZE:
+    plan.swp |= SWP_NOACTIVATE | SWP_NOZORDER;
+    [[fallthrough]];
+  case SW_SHOWMINIMIZED:
+    plan.swp |= SWP_SHOWWINDOW | SWP_FRAMECHANGED;
+    if (w.style & WS_MINIMIZE) return finished(wasVisible);
+    plan.swp |= minMaximize(hwnd, cmd, &plan.pos, &plan.stateChanged);
+    return plan;
+  case SW_SHOWMAXIMIZED:
+    if (!wasVisible) plan.swp |= SWP_SHOWWINDOW;
+    plan.swp |= SWP_FRAMECHANGED;
+    plan.swp |= minMaximize(hwnd, SW_MAXIMIZE, &plan.pos, &plan.stateChanged);
+    return plan;
+  case SW_SHOWNA:
+    plan.swp |= SWP_NOACTIVATE | SWP_SHOWWINDOW | SWP_NOSIZE | SWP_NOMOVE;
+    if (isChild(w)) plan.swp |= SWP_NOZORDER;
+    return plan;
+  case SW_SHOW:
+    if (wasVisible) return finished(TRUE);
+    plan.swp |= SWP_SHOWWINDOW | SWP_NOSIZE | SWP_NOMOVE;
+    if (isChild(w)) plan.swp |= SWP_NOACTIVATE | SWP_NOZORDER;
+    return plan;
+  case SW_SHOWNOACTIVATE:
+    plan.swp |= SWP_NOACTIVATE | SWP_NOZORDER;
+    [[fallthrough]];
+  case SW_RESTORE:
+  case SW_SHOWNORMAL:
+  case SW_SHOWDEFAULT:
+    if (!wasVisible) plan.swp |= SWP_SHOWWINDOW;
+    if (w.style & (WS_MINIMIZE | WS_MAXIMIZE)) {
+      plan.swp |= SWP_FRAMECHANGED;
+      plan.swp |= minMaximize(hwnd, SW_RESTORE, &plan.pos, &plan.stateChanged);
+    } else {
+      if (wasVisible) return finished(TRUE);
+      plan.swp |= SWP_NOSIZE | SWP_NOMOVE;
+    }
+    if (findWindow(hwnd) && isChild(w) && !plan.stateChanged) plan.swp |= SWP_NOACTIVATE | SWP_NOZORDER;
+    return plan;
+  default:
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return finished(FALSE);
+  }
+}
+
+// After the move: focus leaves a hidden window, the first show pays the owed
+// WM_SIZE/WM_MOVE, and a window leaving the minimised state takes the focus.
+void afterShow(HWND hwnd, int cmd, DWORD oldStyle, UINT swp) {
+  Window* w = findWindow(hwnd);
+  if (cmd == SW_HIDE) {
+    HWND focus = focusState().focus;
+    if (focus == hwnd || isAncestor(hwnd, focus)) setFocus(isChild(*w) ? w->parent : nullptr);
+  }
+  if ((w = findWindow(hwnd)) && w->needSize) {
+    w->needSize = false;
+    sendSizeAndMove(hwnd);
+  }
+  if ((w = findWindow(hwnd)) && (oldStyle & WS_MINIMIZE) && !(w->style & WS_MINIMIZE)) {
+    setFocus(hwnd);
+    if (!isChild(*w) && !(swp & SWP_NOACTIVATE) && findWindow(hwnd))
+      sendMessage(hwnd, WM_ACTIVATE, WA_ACTIVE, 0);
+  }
+}
+
+}  // namespace
+
+// ---- Coordinates ----
+
+POINT clientOriginOnScreen(const Window& w) {
+  POINT p{w.client.left, w.client.top};
+  for (Window* a = parentOf(w); a && !isDesktop(*a); a = parentOf(*a)) {
+    p.x += a->client.left;
+    p.y += a->client.top;
+  }
+  return p;
+}
+
+RECT windowRectOnScreen(const Window& w) {
+  Window* p = parentOf(w);
+  if (!p) return w.window;
+  POINT o = clientOriginOnScreen(*p);
+  return offsetRect(w.window, o.x, o.y);
+}
+
+POINT surfaceOrigin(const Window& w) {
+  Window& top = topLevelOf(const_cast<Window&>(w));
+  RECT mine = windowRectOnScreen(w);
+  RECT theirs = windowRectOnScreen(top);
+  return POINT{mine.left - theirs.left, mine.top - theirs.top};
+}
+
+bool isDrawable(const Window& w) {
+  for (const Window* cur = &w; cur; cur = parentOf(*cur))
+    if (!(cur->style & WS_VISIBLE)) return false;
+  return true;
+}
+
+void resizeSurfaceFor(Window& w) {
+  if (!isDesktop(w) && !isTopLevel(w)) {
+    w.surface.reset();
+    return;
+  }
+  int width = std::max<LONG>(rectWidth(w.window), 0);
+  int height = std::max<LONG>(rectHeight(w.window), 0);
+  if (!w.surface) w.surface = std::make_shared<Surface>();
+  COLORREF fill = isDesktop(w) ? sysColor(COLOR_DESKTOP) : kUnpaintedColor;
+  if (w.surface->width != width || w.surface->height != height)
+    w.surface->resize(width, height, fill);
+}
+
+// ---- SetWindowPos ----
+
+BOOL setWindowPos(HWND hwnd, const PositionRequest& request) {
+  WindowRef w = pinWindow(hwnd);
+  if (!w) {
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return FALSE;
+  }
+  if (isDesktop(*w)) return FALSE;
+  Move m;
+  m.wp = requestedPos(*w, request);
+  if (!(m.wp.flags & SWP_NOSENDCHANGING)) {
+    sendMessage(hwnd, WM_WINDOWPOSCHANGING, 0, reinterpret_cast<LPARAM>(&m.wp));
+    if (w->dead) return TRUE;
+  }
+  planMove(*w, request, &m);
+  bool nothing = !m.sized && !m.moved &&
+                 !(m.flags & (SWP_SHOWWINDOW | SWP_HIDEWINDOW | SWP_FRAMECHANGED)) &&
+                 !request.stateChanged;
+  if (nothing && (m.flags & SWP_NOZORDER)) return TRUE;
+  if (m.sized || (m.flags & SWP_FRAMECHANGED)) {
+    if (!calcClient(hwnd, &m) || w->dead) return TRUE;
+  }
+  bool zChanged = applyMove(*w, m);
+  if (nothing && !zChanged) return TRUE;
+
+  if (!(m.flags & (SWP_NOACTIVATE | SWP_HIDEWINDOW))) {
+    if (isChild(*w)) sendMessage(hwnd, WM_CHILDACTIVATE, 0, 0);
+    else if (focusState().active != hwnd) activate(hwnd);
+    if (w->dead) return TRUE;
+  }
+  if (!(m.flags & SWP_NOREDRAW)) redrawAfterMove(*w, m.flags, m.oldWindow, m.oldClient, m.wasVisible);
+  if (w->dead) return TRUE;
+
+  m.wp.x = w->window.left;
+  m.wp.y = w->window.top;
+  m.wp.cx = rectWidth(w->window);
+  m.wp.cy = rectHeight(w->window);
+  m.wp.flags = changedFlags(*w, m, zChanged, request);
+  sendMessage(hwnd, WM_WINDOWPOSCHANGED, 0, reinterpret_cast<LPARAM>(&m.wp));
+  if (w->dead) return TRUE;
+  if ((m.flags & SWP_HIDEWINDOW) && focusState().active == hwnd) deactivate(hwnd);
+  return TRUE;
+}
+
+void changeMinMaxState(HWND hwnd, int cmd) {
+  Window* w = findWindow(hwnd);
+  if (!w) return;
+  RECT r = w->window;
+  bool stateChanged = false;
+  UINT swp = minMaximize(hwnd, cmd, &r, &stateChanged);
+  if (!findWindow(hwnd)) return;
+  positionWithState(hwnd, r, swp | SWP_FRAMECHANGED | SWP_NOACTIVATE, stateChanged);
+}
+
+// ---- Activation and focus ----
+
+HWND activeWindow() { return focusState().active; }
+HWND focusWindow() { return focusState().focus; }
+
+void activate(HWND topLevel) {
+  FocusState& s = focusState();
+  HWND old = s.active;
+  if (old == topLevel) return;
+  s.active = topLevel;
+  if (Window* w = findWindow(topLevel)) applyZOrder(*w, HWND_TOP);
+  if (findWindow(old)) {
+    paintNonClient(old);
+    sendMessage(old, WM_ACTIVATE, MAKEWPARAM(WA_INACTIVE, IsIconic(old) ? 1 : 0),
+                reinterpret_cast<LPARAM>(topLevel));
+  }
+  if (s.active != topLevel || !findWindow(topLevel)) return;
+  paintNonClient(topLevel);
+  sendMessage(topLevel, WM_ACTIVATE, MAKEWPARAM(WA_ACTIVE, IsIconic(topLevel) ? 1 : 0),
+              reinterpret_cast<LPARAM>(old));
+  // A window that took no focus while activating leaves none elsewhere.
+  HWND focus = s.focus;
+  if (s.active == topLevel && focus && focus != topLevel && !isAncestor(topLevel, focus))
+    setFocus(nullptr);
+}
+
+void deactivate(HWND topLevel) {
+  FocusState& s = focusState();
+  if (s.active != topLevel) return;
+  s.active = nullptr;
+  if (findWindow(topLevel)) {
+    paintNonClient(topLevel);
+    sendMessage(topLevel, WM_ACTIVATE, MAKEWPARAM(WA_INACTIVE, IsIconic(topLevel) ? 1 : 0), 0);
+  }
+  if (s.focus && (s.focus == topLevel || isAncestor(topLevel, s.focus))) setFocus(nullptr);
+  if (!s.active) activateOther(topLevel);
+}
+
+HWND setFocus(HWND hwnd) {
+  FocusState& s = focusState();
+  if (hwnd) {
+    Window* w = checkWindow(hwnd);
+    if (!w) return nullptr;
+    if (w->style & WS_DISABLED) return nullptr;
+    if (hwnd == s.focus) return hwnd;
+    HWND top = topLevelOf(*w).hwnd;
+    if (s.active != top) activate(top);
+    if (!findWindow(hwnd)) return nullptr;
+    if (hwnd == s.focus) return hwnd;
+  }
+  HWND old = s.focus;
+  s.focus = hwnd;
+  if (old && findWindow(old)) sendMessage(old, WM_KILLFOCUS, reinterpret_cast<WPARAM>(hwnd), 0);
+  if (hwnd && s.focus == hwnd && findWindow(hwnd))
+    sendMessage(hwnd, WM_SETFOCUS, reinterpret_cast<WPARAM>(old), 0);
+  return old;
+}
+
+void forgetWindow(HWND hwnd) {
+  FocusState& s = focusState();
+  if (s.focus == hwnd) s.focus = nullptr;
+  if (s.active == hwnd) s.active = nullptr;
+  if (s.capture == hwnd) s.capture = nullptr;
+}
+
+}  // namespace w32
+
+using namespace w32;
+
+extern "C" {
+
+BOOL WINAPI GetWindowRect(HWND hWnd, LPRECT lpRect) {
+  Window* w = checkWindow(hWnd);
+  if (!w || !lpRect) return FALSE;
+  *lpRect = windowRectOnScreen(*w);
+  return TRUE;
+}
+
+BOOL WINAPI GetClientRect(HWND hWnd, LPRECT lpRect) {
+  Window* w = checkWindow(hWnd);
+  if (!w || !lpRect) return FALSE;
+  *lpRect = makeRect(0, 0, rectWidth(w->client), rectHeight(w->client));
+  return TRUE;
+}
+
+BOOL WINAPI ClientToScreen(HWND hWnd, LPPOINT lpPoint) {
+  Window* w = checkWindow(hWnd);
+  if (!w || !lpPoint) return FALSE;
+  POINT o = clientOriginOnScreen(*w);
+  lpPoint->x += o.x;
+  lpPoint->y += o.y;
+  return TRUE;
+}
+
+BOOL WINAPI ScreenToClient(HWND hWnd, LPPOINT lpPoint) {
+  Window* w = checkWindow(hWnd);
+  if (!w || !lpPoint) return FALSE;
+  POINT o = clientOriginOnScreen(*w);
+  lpPoint->x -= o.x;
+  lpPoint->y -= o.y;
+  return TRUE;
+}
+
+int WINAPI MapWindowPoints(HWND hWndFrom, HWND hWndTo, LPPOINT lpPoints, UINT cPoints) {
+  POINT from{0, 0}, to{0, 0};
+  if (hWndFrom) {
+    Window* w = checkWindow(hWndFrom);
+    if (!w) return 0;
+    from = clientOriginOnScreen(*w);
+  }
+  if (hWndTo) {
+    Window* w = checkWindow(hWndTo);
+    if (!w) return 0;
+    to = clientOriginOnScreen(*w);
+  }
+  LONG dx = from.x - to.x, dy = from.y - to.y;
+  for (UINT i = 0; lpPoints && i < cPoints; ++i) {
+    lpPoints[i].x += dx;
+    lpPoints[i].y += dy;
+  }
+  SetLastError(0);
+  return MAKELONG(dx, dy);
+}
+
+BOOL WINAPI MoveWindow(HWND hWnd, int X, int Y, int nWidth, int nHeight, BOOL bRepaint) {
+  PositionRequest req;
+  req.x = X;
+  req.y = Y;
+  req.cx = nWidth;
+  req.cy = nHeight;
+  req.flags = SWP_NOZORDER | SWP_NOACTIVATE | (bRepaint ? 0 : SWP_NOREDRAW);
+  return setWindowPos(hWnd, req);
+}
+
+BOOL WINAPI SetWindowPos(HWND hWnd, HWND hWndInsertAfter, int X, int Y, int cx, int cy,
+                         UINT uFlags) {
+  PositionRequest req;
+  req.insertAfter = hWndInsertAfter;
+  req.x = X;
+  req.y = Y;
+  req.cx = cx;
+  req.cy = cy;
+  req.flags = uFlags;
+  return setWindowPos(hWnd, req);
+}
+
+BOOL WINAPI BringWindowToTop(HWND hWnd) {
+  return SetWindowPos(hWnd, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+}
+
+BOOL WINAPI ShowWindow(HWND hWnd, int nCmdShow) {
+  WindowRef w = pinWindow(hWnd);
+  if (!w) {
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return FALSE;
+  }
+  if (isDesktop(*w)) return TRUE;
+  const DWORD oldStyle = w->style;
+  const BOOL wasVisible = (oldStyle & WS_VISIBLE) != 0;
+  const bool showFlag = nCmdShow != SW_HIDE;
+  ShowPlan plan = planShow(hWnd, nCmdShow);
+  if (plan.done || w->dead) return w->dead ? wasVisible : plan.answer;
+
+  if ((showFlag != static_cast<bool>(wasVisible) || nCmdShow == SW_SHOWNA) &&
+      nCmdShow != SW_SHOWMAXIMIZED && !plan.stateChanged) {
+    sendMessage(hWnd, WM_SHOWWINDOW, showFlag, 0);
+    if (w->dead) return wasVisible;
+  }
+  Window* parent = parentOf(*w);
+  if (isChild(*w) && parent && !IsWindowVisible(parent->hwnd) && !plan.stateChanged) {
+    if (showFlag) w->style |= WS_VISIBLE;
+    else w->style &= ~static_cast<DWORD>(WS_VISIBLE);
+  } else {
+    positionWithState(hWnd, plan.pos, plan.swp, plan.stateChanged);
+  }
+  if (!w->dead) afterShow(hWnd, nCmdShow, oldStyle, plan.swp);
+  return wasVisible;
+}
+
+BOOL WINAPI GetWindowPlacement(HWND hWnd, WINDOWPLACEMENT* lpwndpl) {
+  Window* w = checkWindow(hWnd);
+  if (!w) return FALSE;
+  if (!lpwndpl || lpwndpl->length != sizeof(WINDOWPLACEMENT)) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  lpwndpl->flags = 0;
+  lpwndpl->showCmd = (w->style & WS_MAXIMIZE)   ? SW_SHOWMAXIMIZED
+                     : (w->style & WS_MINIMIZE) ? SW_SHOWMINIMIZED
+                                                : SW_SHOWNORMAL;
+  lpwndpl->ptMinPosition = w->minPos;
+  lpwndpl->ptMaxPosition = w->maxPos;
+  lpwndpl->rcNormalPosition = w->normal;
+  return TRUE;
+}
+
+BOOL WINAPI SetWindowPlacement(HWND hWnd, const WINDOWPLACEMENT* lpwndpl) {
+  WindowRef w = pinWindow(hWnd);
+  if (!w) {
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return FALSE;
+  }
+  if (!lpwndpl || lpwndpl->length != sizeof(WINDOWPLACEMENT)) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  if (lpwndpl->flags & WPF_SETMINPOSITION) w->minPos = lpwndpl->ptMinPosition;
+  w->maxPos = lpwndpl->ptMaxPosition;
+  w->normal = lpwndpl->rcNormalPosition;
+  if (!(w->style & (WS_MINIMIZE | WS_MAXIMIZE))) {
+    const RECT& r = lpwndpl->rcNormalPosition;
+    MoveWindow(hWnd, r.left, r.top, rectWidth(r), rectHeight(r), TRUE);
+  }
+  if (!w->dead) ShowWindow(hWnd, static_cast<int>(lpwndpl->showCmd));
+  return TRUE;
+}
+
+HWND WINAPI WindowFromPoint(POINT Point) {
+  Window* found = nullptr;
+  for (HWND h : desktopWindow().children) {
+    Window* w = findWindow(h);
+    if (w && (w->style & WS_VISIBLE) && pointInRect(windowRectOnScreen(*w), Point.x, Point.y)) {
+      found = w;
+      break;
+    }
+  }
+  while (found) {
+    Window* deeper = nullptr;
+    for (HWND c : found->children) {
+      Window* w = findWindow(c);
+      if (w && (w->style & WS_VISIBLE) && !(w->style & WS_DISABLED) &&
+          pointInRect(windowRectOnScreen(*w), Point.x, Point.y)) {
+        deeper = w;
+        break;
+      }
+    }
+    if (!deeper) return found->hwnd;
+    found = deeper;
+  }
+  return NULL;
+}
+
+HWND WINAPI ChildWindowFromPoint(HWND hWndParent, POINT Point) {
+  Window* p = checkWindow(hWndParent);
+  if (!p) return NULL;
+  if (!pointInRect(makeRect(0, 0, rectWidth(p->client), rectHeight(p->client)), Point.x, Point.y))
+    return NULL;
+  for (HWND c : p->children) {
+    Window* w = findWindow(c);
+    if (w && pointInRect(w->window, Point.x, Point.y)) return c;
+  }
+  return hWndParent;
+}
+
+HWND WINAPI SetFocus(HWND hWnd) { return setFocus(hWnd); }
+HWND WINAPI GetFocus(void) { return focusState().focus; }
+HWND WINAPI GetActiveWindow(void) { return focusState().active; }
+HWND WINAPI GetForegroundWindow(void) { return focusState().active; }
+
+HWND WINAPI SetActiveWindow(HWND hWnd) {
+  HWND old = focusState().active;
+  Window* w = checkWindow(hWnd);
+  if (!w || isChild(*w)) return NULL;
+  activate(hWnd);
+  return old;
+}
+
+BOOL WINAPI SetForegroundWindow(HWND hWnd) {
+  if (!checkWindow(hWnd)) return FALSE;
+  SetActiveWindow(hWnd);
+  return GetActiveWindow() == hWnd;
+}
+
+HWND WINAPI GetCapture(void) { return focusState().capture; }
+
+HWND WINAPI SetCapture(HWND hWnd) {
+  HWND old = focusState().capture;
+  focusState().capture = findWindow(hWnd) ? hWnd : nullptr;
+  return old;
+}
+
+BOOL WINAPI ReleaseCapture(void) {
+  HWND old = focusState().capture;
+  focusState().capture = nullptr;
+  if (old && findWindow(old)) sendMessage(old, WM_CAPTURECHANGED, 0, 0);
+  return TRUE;
+}
+
+}  // extern "C"
