@@ -1,14 +1,22 @@
-// The exported entry and the library's load and unload work. The entry is
-// one of the two places where a stray C++ exception could cross into the
-// host, so it catches everything and reports it through the interpreter.
+// The exported entry and the library's load and unload work.
+//
+// The library's process-wide values, all prepared here at load and released
+// at unload: the class-name strings (module/names.cpp), the member index
+// cache (module/members.cpp, filled by registration), the window registry
+// (window/registry.cpp), the module instance and the window being created
+// (window/window_class.cpp). Nothing else outlives a call.
+//
+// The entry is one of the two places where a stray C++ exception could cross
+// into the host, so it catches everything and reports it.
 #include "module/tul2class.h"
 
-#include "module/classes.h"
-#include "module/names.h"
+#include <windows.h>
 
-#if defined(_WIN32)
-#  include <windows.h>
-#endif
+#include "module/classes.h"
+#include "module/errors.h"
+#include "module/names.h"
+#include "window/registry.h"
+#include "window/window_class.h"
 
 namespace {
 
@@ -17,9 +25,29 @@ constexpr const ClassSpec* kOrder[] = {
     &kPointSpec,  &kSizeSpec,   &kRectSpec,   &kAccelSpec,        &kMsgSpec,
 };
 
-void moduleLoad() { buildNames(); }
+// False when the window class cannot be registered: the library then
+// refuses to load (on Linux, where a loaded object cannot be refused, it
+// registers no classes instead).
+bool gLoaded = false;
 
-void moduleUnload() { destroyNames(); }
+bool moduleLoad(HINSTANCE instance) {
+  setModuleInstance(instance);
+  buildNames();
+  registryInit();
+  if (!registerWindowClass(instance)) {
+    MessageBoxA(nullptr, err::kWindowClassFailed, "Error", MB_OK);
+    return false;
+  }
+  gLoaded = true;
+  return true;
+}
+
+void moduleUnload() {
+  if (gLoaded) unregisterWindowClass();
+  gLoaded = false;
+  registryRelease();
+  destroyNames();
+}
 
 }  // namespace
 
@@ -27,6 +55,10 @@ Table<const ClassSpec*> registrationOrder() { return Table<const ClassSpec*>(kOr
 
 void RegisterNativeModule(TulVirtualMachine* vm) {
   if (!vm) return;
+  if (!gLoaded) {
+    vm->interpreter()->returnError(err::kWindowClassFailed, nullptr);
+    return;
+  }
   for (const ClassSpec* desc : kOrder) {
     try {
       registerClass(vm, *desc);
@@ -37,12 +69,14 @@ void RegisterNativeModule(TulVirtualMachine* vm) {
 }
 
 #if defined(_WIN32)
-BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
-  if (reason == DLL_PROCESS_ATTACH) moduleLoad();
+BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+  if (reason == DLL_PROCESS_ATTACH) return moduleLoad(instance) ? TRUE : FALSE;
   if (reason == DLL_PROCESS_DETACH) moduleUnload();
   return TRUE;
 }
 #else
-__attribute__((constructor)) static void onLoad() { moduleLoad(); }
+// The library's own module handle: the layer names the process's main module
+// only, so the class is registered under that instance.
+__attribute__((constructor)) static void onLoad() { moduleLoad(GetModuleHandleA(nullptr)); }
 __attribute__((destructor)) static void onUnload() { moduleUnload(); }
 #endif

@@ -10,6 +10,9 @@ constexpr const char* kInvalidThis = "invalid 'this' pointer";
 constexpr const char* kTooFew = "too few arguments";
 constexpr const char* kTooMany = "too many arguments";
 
+// Library load (shown in a message box captioned "Error").
+constexpr const char* kWindowClassFailed = "Error registering class Tul2Window";
+
 // Lookups of the library's own classes and static members (printf formats).
 constexpr const char* kClassNotFound = "Class %s not found.";
 constexpr const char* kMemberNotFound = "Member %s::%s not found.";

@@ -14,11 +14,11 @@ enum class Name : int {
   ReturnCode,
   AutoQuit,
   FileDialog,
-  POINT,
-  SIZE,
-  RECT,
-  MSG,
-  ACCEL,
+  Point,
+  Size,
+  Rect,
+  Msg,
+  Accel,
   Count
 };
 

@@ -20,7 +20,7 @@ bool accel_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
 
   std::int32_t fVirt = 0, key = 0, cmd = 0;
   if (f.argCount() == 1) {
-    TulBuffer* src = argImage(f.arg(0), Name::ACCEL, kAccelImage);
+    TulBuffer* src = argImage(f.arg(0), Name::Accel, kAccelImage);
     if (!src) return f.fail(err::kAccelExpected);
     fVirt = readField(src, kFVirt, FieldKind::U8);
     key = readField(src, kKey, FieldKind::U16);

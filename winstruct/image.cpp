@@ -62,7 +62,7 @@ int imageAddress(TulBuffer* b) {
 TulClass* pointClass(Frame& f, Name which) {
   TulClass* cls = findClass(f.vm(), nameString(which));
   if (!cls)
-    f.fail(which == Name::SIZE ? err::kSizeClassNotFound : err::kPointClassNotFound);
+    f.fail(which == Name::Size ? err::kSizeClassNotFound : err::kPointClassNotFound);
   return cls;
 }
 

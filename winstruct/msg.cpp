@@ -24,7 +24,7 @@ bool msg_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
     *slot = TulValue(newImage(kMsgImage));
     return f.retSelf();
   }
-  TulBuffer* src = argImage(f.arg(0), Name::MSG, kMsgImage);
+  TulBuffer* src = argImage(f.arg(0), Name::Msg, kMsgImage);
   if (!src) return f.fail(err::kMsgExpected);
   *slot = TulValue(new TulBuffer(*src));
   return f.retSelf();
@@ -35,7 +35,7 @@ bool msg_getPoint(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (!f.enter(0, 0)) return false;
   TulBuffer* b = imageOf(f, kMsgImage);
   if (!b) return false;
-  TulClass* cls = pointClass(f, Name::POINT);
+  TulClass* cls = pointClass(f, Name::Point);
   if (!cls) return false;
   return newPointObject(f, cls, readField(b, kPtX, FieldKind::I32),
                         readField(b, kPtY, FieldKind::I32));
@@ -48,7 +48,7 @@ bool msg_setPoint(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (!b) return false;
   std::int32_t x, y;
   if (f.argCount() == 1) {
-    TulBuffer* p = argImage(f.arg(0), Name::POINT, kPointImage);
+    TulBuffer* p = argImage(f.arg(0), Name::Point, kPointImage);
     if (!p) return f.fail(err::kPointExpected);
     x = readField(p, 0, FieldKind::I32);
     y = readField(p, 4, FieldKind::I32);

@@ -30,7 +30,7 @@ bool point_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (!slot) return f.fail(err::kInvalidPt);
 
   if (f.argCount() == 1) {
-    if (TulObject* other = objectOfClass(f.arg(0), Name::POINT)) {
+    if (TulObject* other = objectOfClass(f.arg(0), Name::Point)) {
       // A copy keeps the source's size and bytes, whatever they are.
       TulBuffer* src = bufferMember(other, Member::PointPt, 0);
       if (!src) return f.fail(err::kInvalidMemberData);
@@ -56,7 +56,7 @@ struct PointPair {
 
 bool pointPair(Frame& f, PointPair& out) {
   if (!f.enter(1, 1)) return false;
-  TulObject* other = objectOfClass(f.arg(0), Name::POINT);
+  TulObject* other = objectOfClass(f.arg(0), Name::Point);
   if (!other) return f.fail(err::kInvalidArgument);
   out.self = bufferMember(f.self(), Member::PointPt, kPointImage.size);
   out.other = bufferMember(other, Member::PointPt, kPointImage.size);

@@ -44,8 +44,8 @@ bool rect_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   *slot = TulValue(b);
   for (unsigned edge : kEdges) setField(b, edge, -1);
 
-  if (f.argCount() == 1 && objectOfClass(f.arg(0), Name::RECT)) {
-    TulBuffer* src = argImage(f.arg(0), Name::RECT, kRectImage);
+  if (f.argCount() == 1 && objectOfClass(f.arg(0), Name::Rect)) {
+    TulBuffer* src = argImage(f.arg(0), Name::Rect, kRectImage);
     if (!src) return f.fail(err::kInvalidMemberData);
     std::memcpy(b->data(), src->data(), kRectImage.size);
     return f.retSelf();
@@ -65,7 +65,7 @@ bool rect_getCorner(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   TulBuffer* b = imageOf(f, kRectImage);
   if (!b) return false;
   std::int32_t left = field(b, kLeft), top = field(b, kTop);
-  if (Which == Name::POINT) return newPointObject(f, cls, left, top);
+  if (Which == Name::Point) return newPointObject(f, cls, left, top);
   return newPointObject(f, cls, wrapDiff(field(b, kRight), left),
                         wrapDiff(field(b, kBottom), top));
 }
@@ -82,7 +82,7 @@ bool rect_setCorner(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   std::int32_t a = readField(p, 0, FieldKind::I32);
   std::int32_t c = readField(p, 4, FieldKind::I32);
   std::int32_t left = field(b, kLeft), top = field(b, kTop);
-  if (Which == Name::POINT) {
+  if (Which == Name::Point) {
     setField(b, kRight, wrapSum(field(b, kRight), wrapDiff(a, left)));
     setField(b, kBottom, wrapSum(field(b, kBottom), wrapDiff(c, top)));
     setField(b, kLeft, a);
@@ -106,7 +106,7 @@ bool rect_ok(TulVirtualMachine* vm, int argc, ValPtr& sp) {
 bool rect_equals(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   Frame f(vm, argc, sp);
   if (!f.enter(1, 1)) return false;
-  TulObject* other = objectOfClass(f.arg(0), Name::RECT);
+  TulObject* other = objectOfClass(f.arg(0), Name::Rect);
   if (!other) return f.fail(err::kInvalidArgument);
   TulBuffer* mine = imageOf(f, kRectImage);
   if (!mine) return false;
@@ -132,10 +132,10 @@ constexpr MethodRow kRectMethods[] = {
     {"setRight", rect_set<kRight>},
     {"getBottom", rect_get<kBottom>},
     {"setBottom", rect_set<kBottom>},
-    {"getPos", rect_getCorner<Name::POINT>},
-    {"setPos", rect_setCorner<Name::POINT>},
-    {"getSize", rect_getCorner<Name::SIZE>},
-    {"setSize", rect_setCorner<Name::SIZE>},
+    {"getPos", rect_getCorner<Name::Point>},
+    {"setPos", rect_setCorner<Name::Point>},
+    {"getSize", rect_getCorner<Name::Size>},
+    {"setSize", rect_setCorner<Name::Size>},
     {"ok", rect_ok},
     {"equals", rect_equals},
     {"ptr", image_ptr<kRectImage>},

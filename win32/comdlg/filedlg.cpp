@@ -30,7 +30,9 @@ struct DialogState {
 };
 
 DialogState& dialogs() {
-  static DialogState s;
+  // Never destroyed: libraries unloaded at exit still call in after static
+  // destructors have run.
+  static DialogState& s = *new DialogState;
   return s;
 }
 

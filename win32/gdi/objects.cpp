@@ -26,7 +26,9 @@ struct GdiTable {
 };
 
 GdiTable& gdi() {
-  static GdiTable t;
+  // Never destroyed: libraries unloaded at exit still call in after static
+  // destructors have run.
+  static GdiTable& t = *new GdiTable;
   return t;
 }
 

@@ -17,7 +17,9 @@ struct KernelState {
 };
 
 KernelState& kernel() {
-  static KernelState state;
+  // Never destroyed: libraries unloaded at exit still call in after static
+  // destructors have run.
+  static KernelState& state = *new KernelState;
   return state;
 }
 

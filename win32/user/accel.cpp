@@ -24,7 +24,9 @@ struct AccelTables {
 };
 
 AccelTables& tables() {
-  static AccelTables t;
+  // Never destroyed: libraries unloaded at exit still call in after static
+  // destructors have run.
+  static AccelTables& t = *new AccelTables;
   return t;
 }
 

@@ -24,7 +24,9 @@ struct ClassTable {
 };
 
 ClassTable& classes() {
-  static ClassTable table;
+  // Never destroyed: libraries unloaded at exit still call in after static
+  // destructors have run.
+  static ClassTable& table = *new ClassTable;
   return table;
 }
 

@@ -56,7 +56,9 @@ struct Queue {
 };
 
 Queue& queue() {
-  static Queue q;
+  // Never destroyed: libraries unloaded at exit still call in after static
+  // destructors have run.
+  static Queue& q = *new Queue;
   return q;
 }
 

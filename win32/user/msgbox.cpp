@@ -14,7 +14,9 @@ namespace w32 {
 namespace {
 
 std::deque<int>& queuedAnswers() {
-  static std::deque<int> answers;
+  // Never destroyed: libraries unloaded at exit still call in after static
+  // destructors have run.
+  static std::deque<int>& answers = *new std::deque<int>;
   return answers;
 }
 

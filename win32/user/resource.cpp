@@ -15,7 +15,9 @@ struct CursorState {
 };
 
 CursorState& cursors() {
-  static CursorState s;
+  // Never destroyed: libraries unloaded at exit still call in after static
+  // destructors have run.
+  static CursorState& s = *new CursorState;
   return s;
 }
 

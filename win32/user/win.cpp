@@ -29,7 +29,9 @@ struct WindowTable {
 };
 
 WindowTable& table() {
-  static WindowTable t;
+  // Never destroyed: libraries unloaded at exit still call in after static
+  // destructors have run.
+  static WindowTable& t = *new WindowTable;
   return t;
 }
 

@@ -21,7 +21,9 @@ struct FocusState {
 };
 
 FocusState& focusState() {
-  static FocusState s;
+  // Never destroyed: libraries unloaded at exit still call in after static
+  // destructors have run.
+  static FocusState& s = *new FocusState;
   return s;
 }
 
