@@ -1,31 +1,48 @@
 // tul: the host program. It makes a virtual machine, loads the class library
-// as any host would (by path, through its one exported entry) and registers
-// its classes.
+// as any host would (by path, through its one exported entry), registers its
+// classes, and runs a script on the machine or lists the classes.
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <string>
+#include <vector>
+
+#if defined(_WIN32)
+#  include <fcntl.h>
+#  include <io.h>
+#endif
 
 #include "runtime/runtime.h"
+#include "script/engine.h"
 #include "tools/tul/listing.h"
 #include "tools/tul/loader.h"
 
 namespace {
 
 constexpr const char* kUsage =
-    "usage: tul [--library PATH] --classes\n"
+    "usage: tul [--library PATH] FILE.tul [ARGS...]\n"
+    "       tul [--library PATH] -e CODE [ARGS...]\n"
+    "       tul [--library PATH] --classes\n"
     "       tul --version\n"
+    "  FILE.tul         run a script; ARGS become the script's ARGS vector\n"
+    "  -e CODE          run CODE as a script\n"
     "  --classes        list the classes the library registers\n"
     "  --library PATH   load the class library from PATH\n";
 
 struct Options {
   std::string library;
   bool classes = false;
+  std::string file;           // the script to run
+  std::string code;           // -e
+  bool haveCode = false;
+  std::vector<std::string> args;
 };
 
-// False (after printing why) for arguments tul does not know.
+// False (after printing why) for arguments tul does not know. Everything
+// after the script (or -e CODE) belongs to the script.
 bool parseOptions(int argc, char** argv, Options& opt) {
-  for (int i = 1; i < argc; ++i) {
+  int i = 1;
+  for (; i < argc; ++i) {
     if (std::strcmp(argv[i], "--classes") == 0) {
       opt.classes = true;
     } else if (std::strcmp(argv[i], "--library") == 0 && i + 1 < argc) {
@@ -36,40 +53,74 @@ bool parseOptions(int argc, char** argv, Options& opt) {
     } else if (std::strcmp(argv[i], "--help") == 0) {
       std::cout << kUsage;
       std::exit(0);
+    } else if (std::strcmp(argv[i], "-e") == 0 && i + 1 < argc) {
+      opt.code = argv[++i];
+      opt.haveCode = true;
+      ++i;
+      break;
+    } else if (argv[i][0] != '-' || std::strcmp(argv[i], "-") == 0) {
+      opt.file = argv[i++];
+      break;
     } else {
       std::cerr << "tul: unknown argument '" << argv[i] << "'\n" << kUsage;
       return false;
     }
   }
-  if (!opt.classes) {
+  for (; i < argc; ++i) opt.args.push_back(argv[i]);
+  bool script = opt.haveCode || !opt.file.empty();
+  if (opt.classes == script) {
     std::cerr << kUsage;
     return false;
   }
   return true;
 }
 
+// A failed registration is reported; --classes still lists what was
+// registered, a script does not run.
+bool registerClasses(NativeModule& module, tulrt::Machine& vm) {
+  module.entry()(&vm);
+  const tulrt::ErrorRecord& e = vm.interp().lastError();
+  if (!e.set) return true;
+  std::cerr << "tul: registration reported: " << e.message << '\n';
+  vm.interp().clearError();
+  return false;
+}
+
+int listAll(NativeModule& module) {
+  tulrt::Machine vm;
+  int status = registerClasses(module, vm) ? 0 : 1;
+  listClasses(vm, std::cout);
+  return status;
+}
+
+int runScript(NativeModule& module, const Options& opt) {
+  tulscript::Engine engine;
+  if (!registerClasses(module, engine.machine())) return tulscript::kStatusError;
+  engine.setArgs(opt.args);
+  if (opt.haveCode) return engine.runSource("-e", opt.code);
+  return engine.runFile(opt.file);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+#if defined(_WIN32)
+  // The same bytes as on every other system: "\n", never "\r\n".
+  _setmode(_fileno(stdout), _O_BINARY);
+  _setmode(_fileno(stderr), _O_BINARY);
+#endif
   Options opt;
   if (!parseOptions(argc, argv, opt)) return 2;
   if (opt.library.empty()) opt.library = defaultLibraryPath(argv[0]);
 
+  // Declared first so it is unloaded last: the machine's teardown may still
+  // run the library's native methods.
   NativeModule module;
   if (!module.load(opt.library)) {
     std::cerr << "tul: " << module.error() << '\n';
     return 1;
   }
-  int status = 0;
-  {
-    tulrt::Machine vm;
-    module.entry()(&vm);
-    const tulrt::ErrorRecord& e = vm.interp().lastError();
-    if (e.set) {
-      std::cerr << "tul: registration reported: " << e.message << '\n';
-      status = 1;
-    }
-    listClasses(vm, std::cout);
-  }
+  int status = opt.classes ? listAll(module) : runScript(module, opt);
+  std::cout.flush();
   return status;
 }

@@ -1,0 +1,142 @@
+// Script classes. A class declaration becomes a runtime class made with
+// Machine::defineClass whose methods are bound with addScriptMethod, so
+// native code reaches a script override through invokeMember, and
+// createObject runs a script constructor, exactly as with any host.
+//
+// Invariant: runMethod is the only way the runtime enters script code, and
+// it never lets an error of the interpreter cross back other than as a
+// report through the runtime's interpreter and a false result.
+#include "script/interp.h"
+
+#include <exception>
+
+#include "script/values.h"
+
+namespace tulscript {
+namespace {
+
+TulClass* classOf(const TulValue& v) { return static_cast<TulClass*>(v); }
+
+}  // namespace
+
+bool Interp::declareClass(const ClassStmt& s, Frame& f) {
+  const ClassDecl& d = *s.cls;
+  TulClass* base = nullptr;
+  if (!d.baseName.empty()) {
+    TulValue b;
+    if (!readVar(d.base, f, d.line, b)) return false;
+    base = classOf(b);
+    if (!base)
+      return fail(f, d.line, "base of class '" + d.name + "' must be a class, but '" + d.baseName +
+                                 "' is " + typeTagName(b.type()));
+  }
+  TulClass* cls = vm_->defineClass(d.name.c_str(), base);
+  if (!cls) return failFromHost(f, d.line);
+  for (const std::string& m : d.members)
+    if (!cls->addDataMember(m.c_str())) return failFromHost(f, d.line);
+  cls->fixupDataDefs();
+  for (const FunctionDecl* fn : d.methods) {
+    tulrt::ScriptMethod method = [this, fn, cls](TulVirtualMachine*, int argc, ValPtr& sp) {
+      return runMethod(*fn, cls, argc, sp);
+    };
+    if (fn->isStatic)
+      tulrt::addStaticScriptMethod(cls, fn->name.c_str(), std::move(method));
+    else
+      tulrt::addScriptMethod(cls, fn->name.c_str(), std::move(method));
+  }
+  // The class is visible before its static initializers run, so they may
+  // call its static methods.
+  defineGlobal(d.name, TulValue(cls));
+  for (const StaticVarDecl& sv : d.statics) {
+    TulValue v;
+    if (sv.init && !eval(*sv.init, f, v)) return false;
+    cls->addStaticDataMember(sv.name.c_str(), v);
+  }
+  return true;
+}
+
+// The native frame: the result slot lies argc slots below sp, then `this`
+// (instance methods), then the arguments. False after reporting a frame the
+// method cannot take.
+bool Interp::methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, const ValPtr& p,
+                             TulValue& self, std::vector<TulValue>& args) {
+  TulInterpreter& host = vm_->interp();
+  int first = p.index + 1;
+  int nargs = argc;
+  if (!fn.isStatic) {
+    if (argc < 1 || !static_cast<TulObject*>(*ValPtr{p.vec, first}))
+      return host.returnError("invalid 'this' pointer", nullptr);
+    self = *ValPtr{p.vec, first};
+    ++first;
+    --nargs;
+  }
+  if (nargs > static_cast<int>(fn.params.size())) {
+    std::string text = "too many arguments to " + std::string(tulrt::className(cls)) + "." +
+                       fn.name + " (takes " + std::to_string(fn.params.size()) + ", got " +
+                       std::to_string(nargs) + ")";
+    return host.returnError(text.c_str(), nullptr);
+  }
+  args.reserve(static_cast<std::size_t>(nargs));
+  for (int i = 0; i < nargs; ++i) args.push_back(*ValPtr{p.vec, first + i});
+  return true;
+}
+
+bool Interp::runMethod(const FunctionDecl& fn, TulClass* cls, int argc, ValPtr& sp) {
+  if (stopping()) {
+    // Objects released while an exit unwinds go without their dtor; any
+    // other method refuses, so native code calling in gives up quickly.
+    if (fn.name != "dtor" || fn.isStatic)
+      return vm_->interp().returnError("the script is stopping", nullptr);
+    sp -= argc;
+    return true;
+  }
+  ValPtr p = sp;
+  p -= argc;
+  TulValue self;
+  std::vector<TulValue> args;
+  if (!methodArguments(fn, cls, argc, p, self, args)) return false;
+
+  // This method may run while an error unwinds the script (a `dtor` of a
+  // value released on the way); that error resumes afterwards.
+  StopKind savedStop = stop_;
+  ScriptError savedError = error_;
+  stop_ = StopKind::None;
+  TulValue result;
+  bool ok = runGuarded(fn, cls, self, args, result);
+  if (ok) {
+    *p = fn.isConstructor ? self : std::move(result);
+    sp = p;
+  } else {
+    forwardToHost();
+  }
+  if (!stopping()) {
+    stop_ = savedStop;
+    error_ = std::move(savedError);
+  }
+  return ok;
+}
+
+// Runs a method for the runtime: the stack is measured from here when no
+// run is under way, and no exception gets past.
+bool Interp::runGuarded(const FunctionDecl& fn, TulClass* cls, const TulValue& self,
+                        const std::vector<TulValue>& args, TulValue& result) {
+  if (activeRuns_++ == 0) {
+    char here = 0;
+    stackBase_ = reinterpret_cast<std::uintptr_t>(&here);
+  }
+  Frame caller;
+  caller.program = fn.program;
+  bool ok = false;
+  try {
+    if (enterCall(caller, fn.line)) {
+      ok = callScript(fn, self, cls, args.data(), static_cast<int>(args.size()), result);
+      leaveCall();
+    }
+  } catch (const std::exception& e) {
+    ok = fail(caller, fn.line, std::string("internal error: ") + e.what());
+  }
+  --activeRuns_;
+  return ok;
+}
+
+}  // namespace tulscript

@@ -1,0 +1,205 @@
+// The interpreter behind Engine, shared by its source files: evaluation
+// (interpreter.cpp), classes and method frames (classes.cpp), built-ins
+// (builtins.cpp) and loading (engine.cpp).
+//
+// Invariant: a function that returns false (or Flow::Fail) has recorded why
+// in `stop_`; the runtime's error record is consulted only right after a
+// runtime call has failed, and cleared once its error has been taken over.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "runtime/runtime.h"
+#include "script/ast.h"
+#include "script/engine.h"
+#include "script/parser.h"
+
+namespace tulscript {
+
+class Interp;
+struct Frame;
+
+// How deeply print() and str() show containers inside containers.
+constexpr int kMaxDisplayDepth = 100;
+
+// What a built-in gets: its arguments, its result, and where it was called.
+struct BuiltinCall {
+  Interp& in;
+  Frame& frame;
+  int line;
+  const char* name;
+  const TulValue* args;
+  int argc;
+  TulValue& result;
+  // Fails the call with "NAME: MESSAGE".
+  bool fail(const std::string& message) const;
+};
+
+using BuiltinFn = bool (*)(BuiltinCall& call);
+
+// A function value (tag Function): script code of some program, or a
+// built-in.
+class FunctionObject : public TulRefObject {
+ public:
+  FunctionObject(std::shared_ptr<const Program> program, const FunctionDecl* decl)
+      : program_(std::move(program)), decl_(decl) {}
+  FunctionObject(const char* name, BuiltinFn fn, int minArgs, int maxArgs)
+      : builtinName_(name), builtin_(fn), minArgs_(minArgs), maxArgs_(maxArgs) {}
+
+  const FunctionDecl* decl() const { return decl_; }
+  BuiltinFn builtin() const { return builtin_; }
+  std::string name() const { return decl_ ? decl_->name : builtinName_; }
+  int minArgs() const { return minArgs_; }
+  int maxArgs() const { return maxArgs_; }  // -1: any number
+
+ private:
+  std::shared_ptr<const Program> program_;  // keeps decl_ alive
+  const FunctionDecl* decl_ = nullptr;
+  const char* builtinName_ = "";
+  BuiltinFn builtin_ = nullptr;
+  int minArgs_ = 0;
+  int maxArgs_ = 0;
+};
+
+// The function object a value holds, or null.
+FunctionObject* functionOf(const TulValue& v);
+
+// One activation: a file's top level, a function or a method.
+struct Frame {
+  const Program* program = nullptr;  // errors point into its file
+  TulValue* slots = nullptr;
+  TulValue self;             // `this`; nil outside instance methods
+  TulClass* cls = nullptr;   // the class whose method runs (for `base`)
+  TulValue ret;              // the value of `return`
+};
+
+enum class Flow { Normal, Break, Continue, Return, Fail };
+
+// Why evaluation is unwinding. Exit and Abort pass through every `catch`.
+enum class StopKind { None, Error, Exit, Abort };
+
+class Interp : public GlobalNames {
+ public:
+  explicit Interp(const EngineOptions& options);
+  ~Interp() override;
+
+  tulrt::Machine& machine() { return *vm_; }
+  const EngineOptions& options() const { return opts_; }
+  std::ostream& out() { return *out_; }
+  std::ostream& err() { return *err_; }
+
+  // engine.cpp
+  int runFile(const std::string& path);
+  int runSource(const std::string& name, const std::string& source);
+  void setArgs(const std::vector<std::string>& args);
+  const ScriptError& lastError() const { return lastError_; }
+
+  // GlobalNames
+  int globalIndex(const std::string& name) override;
+  void defineGlobal(const std::string& name, const TulValue& value);
+
+  // --- errors -------------------------------------------------------------
+  // Record an error at the frame's file and the line; always false.
+  bool fail(const Frame& f, int line, const std::string& message);
+  bool failWith(ScriptError e);
+  // Takes over the error a failed runtime call recorded (or keeps an exit or
+  // abort already under way); always false.
+  bool failFromHost(const Frame& f, int line);
+  bool stopExit(int code);
+  bool stopping() const { return stop_ == StopKind::Exit || stop_ == StopKind::Abort; }
+
+  // --- evaluation (interpreter.cpp) ---------------------------------------
+  bool eval(const Expr& e, Frame& f, TulValue& out);
+  Flow exec(const Stmt& s, Frame& f);
+  Flow execList(const std::vector<StmtPtr>& list, Frame& f);
+  bool runProgram(const Program& p);
+  // Calls a function value with arguments; `line` is the call site's.
+  bool callValue(Frame& f, int line, const TulValue& callee, const TulValue* args, int n,
+                 TulValue& out, const std::string& calleeName);
+  // Script code of a function or method; self nil for plain functions.
+  bool callScript(const FunctionDecl& fn, const TulValue& self, TulClass* cls,
+                  const TulValue* args, int n, TulValue& out);
+  // obj.name(args) through the runtime, so overrides win.
+  // self null: a static method.
+  bool callMethod(Frame& f, int line, const TulValue* self, TulClass* cls, const char* name,
+                  const TulValue* args, int n, TulValue& out);
+  // The text print() and str() show; may run toString() of objects.
+  bool display(Frame& f, int line, const TulValue& v, std::string& out, int depth = 0);
+  TulValue functionValue(const FunctionDecl& fn);
+  // A step of the budget; false (and an abort) once it is spent.
+  bool step(const Frame& f, int line);
+  // Bounds the C++ stack used by nested calls; false after the error.
+  bool enterCall(const Frame& f, int line);
+  void leaveCall() { --callDepth_; }
+  // The allocation limit for a string, buffer or vector of n units.
+  bool checkSize(const Frame& f, int line, std::uint64_t n, const char* what);
+
+  // --- classes (classes.cpp) ----------------------------------------------
+  bool declareClass(const ClassStmt& s, Frame& f);
+  // The frame the runtime hands a script method (see classes.cpp).
+  bool runMethod(const FunctionDecl& fn, TulClass* cls, int argc, ValPtr& sp);
+
+  // --- built-ins (builtins.cpp) -------------------------------------------
+  void defineBuiltins();
+
+  bool readVar(const VarRef& v, Frame& f, int line, TulValue& out);
+  bool writeVar(const VarRef& v, Frame& f, int line, const TulValue& value);
+  // The value `catch (e)` binds: a dictionary with message, detail, actual,
+  // expected, file and line.
+  TulValue errorValue(const ScriptError& e);
+  // Takes the error under way for a `catch`; false for exit and abort.
+  bool takeError(ScriptError& out);
+
+ private:
+  bool displayObject(Frame& f, int line, const TulValue& v, std::string& out, int depth);
+  bool displayContainer(Frame& f, int line, const TulValue& v, std::string& out, int depth);
+  bool callBuiltin(Frame& f, int line, const FunctionObject& fn, const TulValue* args, int n,
+                   TulValue& out);
+  bool methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, const ValPtr& p,
+                       TulValue& self, std::vector<TulValue>& args);
+  bool runGuarded(const FunctionDecl& fn, TulClass* cls, const TulValue& self,
+                  const std::vector<TulValue>& args, TulValue& result);
+  void forwardToHost();
+  bool sameAsForwarded(const tulrt::ErrorRecord& r) const;
+  std::shared_ptr<Program> loadProgram(const std::string& path, const std::string& shown,
+                                       const std::string* source, int& status);
+  bool resolveIncludes(Program& p, int& status);
+  int runLoaded(const Program& p);
+  int finish(bool ok);
+  void reportDtorError(const tulrt::ErrorRecord& e);
+
+  std::unique_ptr<tulrt::Machine> vm_;
+  EngineOptions opts_;
+  std::ostream* out_;
+  std::ostream* err_;
+
+  std::vector<TulValue> globals_;
+  std::vector<char> defined_;
+  std::unordered_map<std::string, int> globalIndex_;
+
+  std::vector<std::shared_ptr<Program>> programs_;  // by fileIndex
+  std::unordered_set<std::string> included_;
+
+  StopKind stop_ = StopKind::None;
+  ScriptError error_;       // valid while stop_ is Error
+  int exitCode_ = 0;
+  ScriptError forwarded_;   // the last error handed to the runtime
+  tulrt::ErrorRecord forwardedRecord_;  // ... as the runtime recorded it
+  bool haveForwarded_ = false;
+  std::vector<const void*> displaying_;  // containers being shown, for cycles
+  ScriptError lastError_;
+
+  std::int64_t steps_ = 0;
+  int callDepth_ = 0;
+  std::uintptr_t stackBase_ = 0;
+  std::size_t stackBudget_ = 0;
+  int activeRuns_ = 0;  // runs and method frames entered from outside
+};
+
+}  // namespace tulscript

@@ -1,0 +1,965 @@
+// The evaluator: walks expressions and statements. Objects meet operators
+// only through their hook methods (OP_ADD, OP_ADD_R, OP_SUB, OP_VREF,
+// OP_VSET, OP_INC, OP_PINC), called through the runtime exactly as native
+// code would call them, so a script override and a native method are
+// reached alike; plain values go to values.cpp.
+//
+// Each case of eval() and exec() that needs temporaries lives in its own
+// function kept out of line, so one level of script recursion costs the
+// C++ stack only the frames it really uses.
+#include "script/interp.h"
+
+#include <algorithm>
+
+#include "script/values.h"
+
+#if defined(__GNUC__)
+#  define TUL_NOINLINE __attribute__((noinline))
+#else
+#  define TUL_NOINLINE
+#endif
+
+namespace tulscript {
+namespace {
+
+const char* classNameOf(TulClass* cls) { return tulrt::className(cls); }
+
+std::string quoted(const std::string& name) { return "'" + name + "'"; }
+
+// The object a value refers to, or null (also for a weak reference whose
+// object is gone).
+TulObject* objectOf(const TulValue& v) { return static_cast<TulObject*>(v); }
+
+bool deadObject(Interp& in, Frame& f, int line) {
+  return in.fail(f, line, "the object this reference pointed to no longer exists");
+}
+
+TulString* stringOf(const TulValue& v) { return static_cast<TulString*>(v); }
+
+// --- operator hooks ---------------------------------------------------------
+
+TUL_NOINLINE bool callHook(Interp& in, Frame& f, int line, const TulValue& obj,
+                           const char* hook, const char* op, const TulValue* args, int n,
+                           TulValue& out) {
+  TulObject* o = objectOf(obj);
+  if (!o) return deadObject(in, f, line);
+  TulClass* cls = o->getClass();
+  if (!tulrt::hasMethod(cls, hook))
+    return in.fail(f, line, std::string("operator '") + op + "' is not defined for class " +
+                                classNameOf(cls) + " (no method " + hook + ")");
+  return in.callMethod(f, line, &obj, cls, hook, args, n, out);
+}
+
+bool objectOperandError(Interp& in, Frame& f, int line, const char* op, const TulValue& obj) {
+  TulObject* o = objectOf(obj);
+  if (!o) return deadObject(in, f, line);
+  return in.fail(f, line, std::string("operator '") + op + "' is not defined for class " +
+                              classNameOf(o->getClass()));
+}
+
+// a OP b with the hooks of + and - first.
+TUL_NOINLINE bool binaryOp(Interp& in, Frame& f, int line, TokenKind op, const TulValue& a,
+                           const TulValue& b, TulValue& out) {
+  if (op == TokenKind::Plus) {
+    if (a.isObject()) return callHook(in, f, line, a, "OP_ADD", "+", &b, 1, out);
+    if (b.isObject()) return callHook(in, f, line, b, "OP_ADD_R", "+", &a, 1, out);
+  }
+  if (op == TokenKind::Minus && a.isObject())
+    return callHook(in, f, line, a, "OP_SUB", "-", &b, 1, out);
+  if (a.isObject()) return objectOperandError(in, f, line, tokenSpelling(op), a);
+  if (b.isObject()) return objectOperandError(in, f, line, tokenSpelling(op), b);
+  std::string error;
+  if (!applyBinary(op, a, b, out, error)) return in.fail(f, line, error);
+  if (TulString* s = stringOf(out)) return in.checkSize(f, line, s->length(), "string");
+  return true;
+}
+
+TokenKind compoundBase(TokenKind op) {
+  switch (op) {
+    case TokenKind::PlusEq: return TokenKind::Plus;
+    case TokenKind::MinusEq: return TokenKind::Minus;
+    case TokenKind::StarEq: return TokenKind::Star;
+    case TokenKind::SlashEq: return TokenKind::Slash;
+    case TokenKind::PercentEq: return TokenKind::Percent;
+    case TokenKind::AmpEq: return TokenKind::Amp;
+    case TokenKind::PipeEq: return TokenKind::Pipe;
+    case TokenKind::CaretEq: return TokenKind::Caret;
+    case TokenKind::ShlEq: return TokenKind::Shl;
+    case TokenKind::ShrEq: return TokenKind::Shr;
+    default: return TokenKind::UShr;
+  }
+}
+
+// --- members and elements -----------------------------------------------------
+
+TUL_NOINLINE bool memberSlot(Interp& in, Frame& f, int line, const TulValue& obj,
+                             const std::string& name, bool forWrite, TulValue*& slot) {
+  if (obj.isObject()) {
+    TulObject* o = objectOf(obj);
+    if (!o) return deadObject(in, f, line);
+    TulClass* cls = o->getClass();
+    int index = cls->getMemberIndex(TulString(name.c_str()));
+    TulVector* data = o->getMemberData();
+    if (index >= 0 && data && static_cast<unsigned>(index) < data->size()) {
+      slot = &(*data)[static_cast<unsigned>(index)];
+      return true;
+    }
+    if (tulrt::hasMethod(cls, name.c_str()))
+      return in.fail(f, line, quoted(name) + " is a method of class " + classNameOf(cls) +
+                                  "; call it with " + name + "(...)");
+    return in.fail(f, line, std::string("class ") + classNameOf(cls) +
+                                " has no data member " + quoted(name));
+  }
+  if (TulClass* cls = static_cast<TulClass*>(obj)) {
+    slot = tulrt::findStatic(cls, name.c_str());
+    if (slot) return true;
+    return in.fail(f, line, std::string("class ") + classNameOf(cls) +
+                                " has no static data member " + quoted(name));
+  }
+  if (TulDictionary* d = static_cast<TulDictionary*>(obj)) {
+    TulDictionaryEntry* e = forWrite ? (*d)[name.c_str()] : d->find(name.c_str());
+    slot = e ? &e->value : nullptr;
+    return true;
+  }
+  return in.fail(f, line, std::string(forWrite ? "cannot assign member " : "cannot read member ") +
+                              quoted(name) + " of " + typeTagName(obj.type()));
+}
+
+bool readMember(Interp& in, Frame& f, int line, const TulValue& obj, const std::string& name,
+                TulValue& out) {
+  TulValue* slot = nullptr;
+  if (!memberSlot(in, f, line, obj, name, false, slot)) return false;
+  out = slot ? *slot : TulValue();
+  return true;
+}
+
+bool writeMember(Interp& in, Frame& f, int line, const TulValue& obj, const std::string& name,
+                 const TulValue& v) {
+  TulValue* slot = nullptr;
+  if (!memberSlot(in, f, line, obj, name, true, slot)) return false;
+  *slot = v;
+  return true;
+}
+
+// An element index of a sequence of `size` elements; `append` allows size.
+bool elementIndex(Interp& in, Frame& f, int line, const TulValue& key, unsigned size,
+                  const char* what, bool append, unsigned& index) {
+  // Whole doubles count as integers, as the host's own checks count them.
+  if (!key.isInteger())
+    return in.fail(f, line, std::string(what) + " index must be an integer, not " +
+                                typeTagName(key.type()));
+  std::int64_t i = isIntegral(key) ? integralValue(key)
+                                   : static_cast<std::int64_t>(static_cast<double>(key));
+  std::int64_t limit = static_cast<std::int64_t>(size) + (append ? 1 : 0);
+  if (i < 0 || i >= limit)
+    return in.fail(f, line, "index " + std::to_string(i) + " out of range for " + what +
+                                " of size " + std::to_string(size));
+  index = static_cast<unsigned>(i);
+  return true;
+}
+
+bool dictionaryKey(Interp& in, Frame& f, int line, const TulValue& key, TulString*& out) {
+  out = stringOf(key);
+  if (out) return true;
+  return in.fail(f, line, std::string("dictionary key must be a string, not ") +
+                              typeTagName(key.type()));
+}
+
+TUL_NOINLINE bool readIndex(Interp& in, Frame& f, int line, const TulValue& obj,
+                            const TulValue& key, TulValue& out) {
+  if (obj.isObject()) return callHook(in, f, line, obj, "OP_VREF", "[]", &key, 1, out);
+  unsigned i = 0;
+  if (TulVector* v = static_cast<TulVector*>(obj)) {
+    if (!elementIndex(in, f, line, key, v->size(), "vector", false, i)) return false;
+    out = (*v)[i];
+    return true;
+  }
+  if (TulDictionary* d = static_cast<TulDictionary*>(obj)) {
+    TulString* k = nullptr;
+    if (!dictionaryKey(in, f, line, key, k)) return false;
+    TulDictionaryEntry* e = d->find(*k);
+    out = e ? e->value : TulValue();
+    return true;
+  }
+  if (TulString* s = stringOf(obj)) {
+    if (!elementIndex(in, f, line, key, s->length(), "string", false, i)) return false;
+    out = TulValue(static_cast<int>(static_cast<unsigned char>(s->c_str()[i])));
+    return true;
+  }
+  if (TulBuffer* b = static_cast<TulBuffer*>(obj)) {
+    if (!elementIndex(in, f, line, key, b->size(), "buffer", false, i)) return false;
+    out = TulValue(static_cast<int>(b->data()[i]));
+    return true;
+  }
+  if (TulCharBuffer* b = static_cast<TulCharBuffer*>(obj)) {
+    if (!elementIndex(in, f, line, key, b->size(), "charbuffer", false, i)) return false;
+    out = TulValue(static_cast<int>(static_cast<unsigned char>(b->data()[i])));
+    return true;
+  }
+  return in.fail(f, line, std::string("cannot index ") + typeTagName(obj.type()));
+}
+
+bool byteValue(Interp& in, Frame& f, int line, const TulValue& v, const char* what,
+               unsigned char& out) {
+  if (!v.isNumber())
+    return in.fail(f, line, std::string("a ") + what + " element must be a number, not " +
+                                typeTagName(v.type()));
+  out = static_cast<unsigned char>(static_cast<unsigned>(v) & 0xFFu);
+  return true;
+}
+
+TUL_NOINLINE bool writeIndex(Interp& in, Frame& f, int line, const TulValue& obj,
+                             const TulValue& key, const TulValue& v) {
+  if (obj.isObject()) {
+    TulValue args[2] = {key, v};
+    TulValue ignored;
+    return callHook(in, f, line, obj, "OP_VSET", "[]=", args, 2, ignored);
+  }
+  unsigned i = 0;
+  if (TulVector* vec = static_cast<TulVector*>(obj)) {
+    if (!elementIndex(in, f, line, key, vec->size(), "vector", true, i)) return false;
+    if (i < vec->size()) {
+      (*vec)[i] = v;
+      return true;
+    }
+    if (!in.checkSize(f, line, std::uint64_t(i) + 1, "vector")) return false;
+    vec->push_back(v);
+    return true;
+  }
+  if (TulDictionary* d = static_cast<TulDictionary*>(obj)) {
+    TulString* k = nullptr;
+    if (!dictionaryKey(in, f, line, key, k)) return false;
+    *(*d)[*k] = v;
+    return true;
+  }
+  unsigned char byte = 0;
+  if (TulBuffer* b = static_cast<TulBuffer*>(obj)) {
+    if (!elementIndex(in, f, line, key, b->size(), "buffer", false, i)) return false;
+    if (!byteValue(in, f, line, v, "buffer", byte)) return false;
+    b->data()[i] = byte;
+    return true;
+  }
+  if (TulCharBuffer* b = static_cast<TulCharBuffer*>(obj)) {
+    if (!elementIndex(in, f, line, key, b->size(), "charbuffer", false, i)) return false;
+    if (!byteValue(in, f, line, v, "charbuffer", byte)) return false;
+    b->data()[i] = static_cast<char>(byte);
+    return true;
+  }
+  if (stringOf(obj)) return in.fail(f, line, "strings are read-only: cannot assign an element");
+  return in.fail(f, line, std::string("cannot assign an element of ") + typeTagName(obj.type()));
+}
+
+// --- places -------------------------------------------------------------------
+
+// An assignable place with its container and key evaluated once, so that
+// `a[f()] += 1` calls f once.
+struct Place {
+  const Expr* target = nullptr;
+  TulValue object;  // Member and Index
+  TulValue key;     // Index
+};
+
+bool resolvePlace(Interp& in, const Expr& target, Frame& f, Place& p) {
+  p.target = &target;
+  if (target.kind == ExprKind::Variable) return true;
+  const auto& m = static_cast<const MemberExpr&>(target);
+  if (!in.eval(*m.object, f, p.object)) return false;
+  return target.kind != ExprKind::Index || in.eval(*m.index, f, p.key);
+}
+
+bool readPlace(Interp& in, const Place& p, Frame& f, TulValue& out) {
+  const Expr& t = *p.target;
+  if (t.kind == ExprKind::Variable)
+    return in.readVar(static_cast<const VariableExpr&>(t).var, f, t.line, out);
+  if (t.kind == ExprKind::Member)
+    return readMember(in, f, t.line, p.object, static_cast<const MemberExpr&>(t).name, out);
+  return readIndex(in, f, t.line, p.object, p.key, out);
+}
+
+bool writePlace(Interp& in, const Place& p, Frame& f, const TulValue& v) {
+  const Expr& t = *p.target;
+  if (t.kind == ExprKind::Variable)
+    return in.writeVar(static_cast<const VariableExpr&>(t).var, f, t.line, v);
+  if (t.kind == ExprKind::Member)
+    return writeMember(in, f, t.line, p.object, static_cast<const MemberExpr&>(t).name, v);
+  return writeIndex(in, f, t.line, p.object, p.key, v);
+}
+
+// --- expressions ----------------------------------------------------------------
+
+TUL_NOINLINE bool evalVector(Interp& in, const ListExpr& e, Frame& f, TulValue& out) {
+  if (!in.checkSize(f, e.line, e.values.size(), "vector")) return false;
+  TulValue result(new TulVector(static_cast<unsigned>(e.values.size()), false));
+  TulVector* v = static_cast<TulVector*>(result);
+  for (const ExprPtr& x : e.values) {
+    TulValue item;
+    if (!in.eval(*x, f, item)) return false;
+    v->push_back(item);
+  }
+  out = std::move(result);
+  return true;
+}
+
+TUL_NOINLINE bool evalDictionary(Interp& in, const ListExpr& e, Frame& f, TulValue& out) {
+  TulValue result(new TulDictionary());
+  TulDictionary* d = static_cast<TulDictionary*>(result);
+  for (std::size_t i = 0; i < e.keys.size(); ++i) {
+    TulValue key, value;
+    if (!in.eval(*e.keys[i], f, key)) return false;
+    TulString* k = nullptr;
+    if (!dictionaryKey(in, f, e.keys[i]->line, key, k)) return false;
+    if (!in.eval(*e.values[i], f, value)) return false;
+    *(*d)[*k] = value;
+  }
+  out = std::move(result);
+  return true;
+}
+
+TUL_NOINLINE bool evalUnary(Interp& in, const UnaryExpr& e, Frame& f, TulValue& out) {
+  TulValue v;
+  if (!in.eval(*e.operand, f, v)) return false;
+  if (e.op == TokenKind::Bang) {
+    out = TulValue(truthy(v) ? 0 : 1);
+    return true;
+  }
+  if (v.isObject()) return objectOperandError(in, f, e.line, tokenSpelling(e.op), v);
+  std::string error;
+  if (!applyUnary(e.op, v, out, error)) return in.fail(f, e.line, error);
+  return true;
+}
+
+TUL_NOINLINE bool evalBinary(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
+  TulValue a, b;
+  if (!in.eval(*e.left, f, a) || !in.eval(*e.right, f, b)) return false;
+  if (e.op == TokenKind::EqEq || e.op == TokenKind::BangEq) {
+    bool eq = valuesEqual(a, b);
+    out = TulValue((e.op == TokenKind::EqEq) == eq ? 1 : 0);
+    return true;
+  }
+  return binaryOp(in, f, e.line, e.op, a, b, out);
+}
+
+// && and || give the operand that decided, as in JavaScript.
+TUL_NOINLINE bool evalLogical(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
+  if (!in.eval(*e.left, f, out)) return false;
+  bool decided = e.op == TokenKind::AmpAmp ? !truthy(out) : truthy(out);
+  if (decided) return true;
+  return in.eval(*e.right, f, out);
+}
+
+TUL_NOINLINE bool evalAssign(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
+  Place p;
+  if (!resolvePlace(in, *e.left, f, p)) return false;
+  TulValue value;
+  if (e.op == TokenKind::Eq) {
+    if (!in.eval(*e.right, f, value)) return false;
+  } else {
+    TulValue old, rhs;
+    if (!readPlace(in, p, f, old) || !in.eval(*e.right, f, rhs)) return false;
+    if (!binaryOp(in, f, e.line, compoundBase(e.op), old, rhs, value)) return false;
+  }
+  if (!writePlace(in, p, f, value)) return false;
+  out = std::move(value);
+  return true;
+}
+
+// ++a on an object is a = a.OP_INC() and gives the new a; a++ is
+// tmp = a; a = a.OP_PINC() and gives tmp.
+TUL_NOINLINE bool evalIncDec(Interp& in, const IncDecExpr& e, Frame& f, TulValue& out) {
+  Place p;
+  TulValue old, updated;
+  if (!resolvePlace(in, *e.target, f, p) || !readPlace(in, p, f, old)) return false;
+  const char* op = e.increment ? "++" : "--";
+  if (old.isObject()) {
+    if (!e.increment) return objectOperandError(in, f, e.line, op, old);
+    const char* hook = e.prefix ? "OP_INC" : "OP_PINC";
+    if (!callHook(in, f, e.line, old, hook, op, nullptr, 0, updated)) return false;
+  } else {
+    if (!old.isNumber())
+      return in.fail(f, e.line, std::string("cannot apply '") + op + "' to " +
+                                    typeTagName(old.type()));
+    std::string error;
+    if (!applyBinary(e.increment ? TokenKind::Plus : TokenKind::Minus, old, TulValue(1),
+                     updated, error))
+      return in.fail(f, e.line, error);
+  }
+  if (!writePlace(in, p, f, updated)) return false;
+  out = e.prefix ? std::move(updated) : std::move(old);
+  return true;
+}
+
+bool evalArgs(Interp& in, const std::vector<ExprPtr>& list, Frame& f,
+              std::vector<TulValue>& args) {
+  args.resize(list.size());
+  for (std::size_t i = 0; i < list.size(); ++i)
+    if (!in.eval(*list[i], f, args[i])) return false;
+  return true;
+}
+
+TUL_NOINLINE bool evalCall(Interp& in, const CallExpr& e, Frame& f, TulValue& out) {
+  TulValue callee;
+  if (!in.eval(*e.callee, f, callee)) return false;
+  std::vector<TulValue> args;
+  if (!evalArgs(in, e.args, f, args)) return false;
+  std::string name = e.callee->kind == ExprKind::Variable
+                         ? static_cast<const VariableExpr&>(*e.callee).var.name
+                         : std::string();
+  return in.callValue(f, e.line, callee, args.data(), static_cast<int>(args.size()), out, name);
+}
+
+// `this.Base(args)` where Base is a class the object derives from: runs
+// the constructor Base defines, or the one it inherits.
+bool ancestorConstructor(TulClass* cls, const std::string& name, TulClass*& owner,
+                         std::string& ctor) {
+  TulClass* c = cls;
+  while (c && name != classNameOf(c)) c = tulrt::baseClass(c);
+  if (!c) return false;
+  for (owner = c; owner; owner = tulrt::baseClass(owner)) {
+    ctor = classNameOf(owner);
+    std::vector<std::string> own = tulrt::ownMethodNames(owner);
+    if (std::find(own.begin(), own.end(), ctor) != own.end()) return true;
+  }
+  ctor.clear();
+  return true;
+}
+
+bool callOnObject(Interp& in, Frame& f, int line, const TulValue& obj, const std::string& name,
+                  const std::vector<TulValue>& args, TulValue& out) {
+  TulObject* o = objectOf(obj);
+  if (!o) return deadObject(in, f, line);
+  TulClass* cls = o->getClass();
+  int n = static_cast<int>(args.size());
+  if (tulrt::hasMethod(cls, name.c_str()))
+    return in.callMethod(f, line, &obj, cls, name.c_str(), args.data(), n, out);
+  TulClass* owner = nullptr;
+  std::string ctor;
+  if (ancestorConstructor(cls, name, owner, ctor)) {
+    if (!ctor.empty() && !in.callMethod(f, line, &obj, owner, ctor.c_str(), args.data(), n, out))
+      return false;
+    out = obj;
+    return true;
+  }
+  if (tulrt::hasMethod(cls, name.c_str(), true))
+    return in.fail(f, line, quoted(name) + " is a static method of class " + classNameOf(cls) +
+                                "; call it as " + classNameOf(cls) + "." + name + "(...)");
+  return in.fail(f, line, std::string("class ") + classNameOf(cls) + " has no method " +
+                              quoted(name));
+}
+
+bool callOnClass(Interp& in, Frame& f, int line, TulClass* cls, const std::string& name,
+                 const std::vector<TulValue>& args, TulValue& out) {
+  if (tulrt::hasMethod(cls, name.c_str(), true))
+    return in.callMethod(f, line, nullptr, cls, name.c_str(), args.data(),
+                         static_cast<int>(args.size()), out);
+  if (tulrt::hasMethod(cls, name.c_str()))
+    return in.fail(f, line, quoted(name) + " is not a static method of class " +
+                                classNameOf(cls) + "; call it on an object");
+  return in.fail(f, line, std::string("class ") + classNameOf(cls) + " has no static method " +
+                              quoted(name));
+}
+
+TUL_NOINLINE bool evalMethodCall(Interp& in, const CallExpr& e, Frame& f, TulValue& out) {
+  TulValue obj;
+  if (!in.eval(*e.callee, f, obj)) return false;
+  std::vector<TulValue> args;
+  if (!evalArgs(in, e.args, f, args)) return false;
+  if (obj.isObject()) return callOnObject(in, f, e.line, obj, e.name, args, out);
+  if (TulClass* cls = static_cast<TulClass*>(obj))
+    return callOnClass(in, f, e.line, cls, e.name, args, out);
+  if (TulDictionary* d = static_cast<TulDictionary*>(obj)) {
+    TulDictionaryEntry* entry = d->find(e.name.c_str());
+    if (!entry) return in.fail(f, e.line, "dictionary has no member " + quoted(e.name));
+    TulValue callee = entry->value;
+    return in.callValue(f, e.line, callee, args.data(), static_cast<int>(args.size()), out,
+                        e.name);
+  }
+  return in.fail(f, e.line, "cannot call method " + quoted(e.name) + " on " +
+                                typeTagName(obj.type()));
+}
+
+TUL_NOINLINE bool evalBaseCall(Interp& in, const CallExpr& e, Frame& f, TulValue& out) {
+  std::vector<TulValue> args;
+  if (!evalArgs(in, e.args, f, args)) return false;
+  TulClass* base = f.cls ? tulrt::baseClass(f.cls) : nullptr;
+  if (!base || !tulrt::hasMethod(base, e.name.c_str()))
+    return in.fail(f, e.line, std::string("base class ") + (base ? classNameOf(base) : "?") +
+                                  " has no method " + quoted(e.name));
+  return in.callMethod(f, e.line, &f.self, base, e.name.c_str(), args.data(),
+                       static_cast<int>(args.size()), out);
+}
+
+TUL_NOINLINE bool evalMember(Interp& in, const MemberExpr& e, Frame& f, TulValue& out) {
+  TulValue obj;
+  if (!in.eval(*e.object, f, obj)) return false;
+  return readMember(in, f, e.line, obj, e.name, out);
+}
+
+TUL_NOINLINE bool evalIndex(Interp& in, const MemberExpr& e, Frame& f, TulValue& out) {
+  TulValue obj, key;
+  if (!in.eval(*e.object, f, obj) || !in.eval(*e.index, f, key)) return false;
+  return readIndex(in, f, e.line, obj, key, out);
+}
+
+// --- statements -------------------------------------------------------------------
+
+// Body flows that end a loop: break ends it normally, return and failure
+// leave the loop with that flow.
+bool loopEnds(Flow fl, Flow& result) {
+  if (fl == Flow::Break) {
+    result = Flow::Normal;
+    return true;
+  }
+  if (fl == Flow::Return || fl == Flow::Fail) {
+    result = fl;
+    return true;
+  }
+  return false;
+}
+
+TUL_NOINLINE Flow execWhile(Interp& in, const IfStmt& s, Frame& f) {
+  for (;;) {
+    if (!in.step(f, s.line)) return Flow::Fail;
+    TulValue c;
+    if (!in.eval(*s.cond, f, c)) return Flow::Fail;
+    if (!truthy(c)) return Flow::Normal;
+    Flow result;
+    if (loopEnds(in.exec(*s.then, f), result)) return result;
+  }
+}
+
+TUL_NOINLINE Flow execFor(Interp& in, const ForStmt& s, Frame& f) {
+  if (s.init) {
+    Flow fl = in.exec(*s.init, f);
+    if (fl != Flow::Normal) return fl;
+  }
+  for (;;) {
+    if (!in.step(f, s.line)) return Flow::Fail;
+    if (s.cond) {
+      TulValue c;
+      if (!in.eval(*s.cond, f, c)) return Flow::Fail;
+      if (!truthy(c)) return Flow::Normal;
+    }
+    Flow result;
+    if (loopEnds(in.exec(*s.body, f), result)) return result;
+    TulValue ignored;
+    if (s.step && !in.eval(*s.step, f, ignored)) return Flow::Fail;
+  }
+}
+
+// Vectors give their values, read afresh each turn so the body may change
+// the vector; dictionaries give the keys they had when the loop began,
+// skipping those erased meanwhile.
+TUL_NOINLINE Flow execForIn(Interp& in, const ForInStmt& s, Frame& f) {
+  TulValue seq;
+  if (!in.eval(*s.iterable, f, seq)) return Flow::Fail;
+  Flow result;
+  if (TulVector* v = static_cast<TulVector*>(seq)) {
+    for (unsigned i = 0; i < v->size(); ++i) {
+      if (!in.step(f, s.line)) return Flow::Fail;
+      TulValue item = (*v)[i];
+      if (!in.writeVar(s.var, f, s.line, item)) return Flow::Fail;
+      if (loopEnds(in.exec(*s.body, f), result)) return result;
+    }
+    return Flow::Normal;
+  }
+  TulDictionary* d = static_cast<TulDictionary*>(seq);
+  if (!d) {
+    in.fail(f, s.line, std::string("cannot iterate over ") + typeTagName(seq.type()) +
+                           " (for ... in takes a vector or a dictionary)");
+    return Flow::Fail;
+  }
+  std::vector<TulValue> keys;
+  for (TulDictionaryEntry* e = d->getFirst(); e; e = e->next)
+    keys.push_back(makeString(e->key.c_str(), e->key.length()));
+  for (const TulValue& key : keys) {
+    if (!in.step(f, s.line)) return Flow::Fail;
+    if (!d->find(*static_cast<TulString*>(key))) continue;
+    if (!in.writeVar(s.var, f, s.line, key)) return Flow::Fail;
+    if (loopEnds(in.exec(*s.body, f), result)) return result;
+  }
+  return Flow::Normal;
+}
+
+TUL_NOINLINE Flow execTry(Interp& in, const TryStmt& s, Frame& f) {
+  Flow fl = in.exec(*s.body, f);
+  ScriptError caught;
+  if (fl != Flow::Fail || !in.takeError(caught)) return fl;
+  if (!in.writeVar(s.caught, f, s.line, in.errorValue(caught))) return Flow::Fail;
+  return in.exec(*s.handler, f);
+}
+
+TUL_NOINLINE Flow execThrow(Interp& in, const ExprStmt& s, Frame& f) {
+  TulValue v;
+  if (!in.eval(*s.value, f, v)) return Flow::Fail;
+  ScriptError e;
+  e.file = f.program->fileName;
+  e.line = s.line;
+  // Throwing a caught error again keeps its texts.
+  TulDictionary* d = static_cast<TulDictionary*>(v);
+  TulDictionaryEntry* message = d ? d->find("message") : nullptr;
+  if (message && stringOf(message->value)) {
+    e.message = stringOf(message->value)->c_str();
+    TulDictionaryEntry* detail = d->find("detail");
+    if (detail && stringOf(detail->value)) {
+      e.hasDetail = true;
+      e.detail = stringOf(detail->value)->c_str();
+    }
+  } else if (!in.display(f, s.line, v, e.message)) {
+    return Flow::Fail;
+  }
+  in.failWith(std::move(e));
+  return Flow::Fail;
+}
+
+TUL_NOINLINE Flow execVar(Interp& in, const VarStmt& s, Frame& f) {
+  TulValue v;
+  if (s.init && !in.eval(*s.init, f, v)) return Flow::Fail;
+  if (s.var.kind == VarRef::Kind::Local) {
+    f.slots[s.var.index] = std::move(v);
+    return Flow::Normal;
+  }
+  in.defineGlobal(s.var.name, v);
+  return Flow::Normal;
+}
+
+TUL_NOINLINE Flow execIf(Interp& in, const IfStmt& s, Frame& f) {
+  TulValue c;
+  if (!in.eval(*s.cond, f, c)) return Flow::Fail;
+  if (truthy(c)) return in.exec(*s.then, f);
+  return s.otherwise ? in.exec(*s.otherwise, f) : Flow::Normal;
+}
+
+TUL_NOINLINE Flow execReturn(Interp& in, const ExprStmt& s, Frame& f) {
+  if (!s.value) {
+    f.ret = TulValue();
+    return Flow::Return;
+  }
+  return in.eval(*s.value, f, f.ret) ? Flow::Return : Flow::Fail;
+}
+
+TUL_NOINLINE Flow execExpr(Interp& in, const ExprStmt& s, Frame& f) {
+  TulValue ignored;
+  return in.eval(*s.value, f, ignored) ? Flow::Normal : Flow::Fail;
+}
+
+}  // namespace
+
+bool Interp::eval(const Expr& e, Frame& f, TulValue& out) {
+  switch (e.kind) {
+    case ExprKind::Nil: out = TulValue(); return true;
+    case ExprKind::Int: out = TulValue(static_cast<const LiteralExpr&>(e).intValue); return true;
+    case ExprKind::Double:
+      out = TulValue(static_cast<const LiteralExpr&>(e).doubleValue);
+      return true;
+    case ExprKind::String: out = makeString(static_cast<const LiteralExpr&>(e).text); return true;
+    case ExprKind::VectorLit: return evalVector(*this, static_cast<const ListExpr&>(e), f, out);
+    case ExprKind::DictLit: return evalDictionary(*this, static_cast<const ListExpr&>(e), f, out);
+    case ExprKind::Variable:
+      return readVar(static_cast<const VariableExpr&>(e).var, f, e.line, out);
+    case ExprKind::This: out = f.self; return true;
+    case ExprKind::FunctionLit:
+      out = functionValue(*static_cast<const FunctionExpr&>(e).fn);
+      return true;
+    case ExprKind::Unary: return evalUnary(*this, static_cast<const UnaryExpr&>(e), f, out);
+    case ExprKind::Binary: return evalBinary(*this, static_cast<const BinaryExpr&>(e), f, out);
+    case ExprKind::Logical: return evalLogical(*this, static_cast<const BinaryExpr&>(e), f, out);
+    case ExprKind::Conditional: {
+      const auto& c = static_cast<const ConditionalExpr&>(e);
+      if (!eval(*c.cond, f, out)) return false;
+      return eval(truthy(out) ? *c.then : *c.otherwise, f, out);
+    }
+    case ExprKind::Assign: return evalAssign(*this, static_cast<const BinaryExpr&>(e), f, out);
+    case ExprKind::IncDec: return evalIncDec(*this, static_cast<const IncDecExpr&>(e), f, out);
+    case ExprKind::Call: return evalCall(*this, static_cast<const CallExpr&>(e), f, out);
+    case ExprKind::MethodCall:
+      return evalMethodCall(*this, static_cast<const CallExpr&>(e), f, out);
+    case ExprKind::BaseCall: return evalBaseCall(*this, static_cast<const CallExpr&>(e), f, out);
+    case ExprKind::Member: return evalMember(*this, static_cast<const MemberExpr&>(e), f, out);
+    case ExprKind::Index: return evalIndex(*this, static_cast<const MemberExpr&>(e), f, out);
+  }
+  return fail(f, e.line, "internal error: unknown expression");
+}
+
+Flow Interp::exec(const Stmt& s, Frame& f) {
+  if (!step(f, s.line)) return Flow::Fail;
+  switch (s.kind) {
+    case StmtKind::Expr: return execExpr(*this, static_cast<const ExprStmt&>(s), f);
+    case StmtKind::Var: return execVar(*this, static_cast<const VarStmt&>(s), f);
+    case StmtKind::Block: return execList(static_cast<const BlockStmt&>(s).body, f);
+    case StmtKind::If: return execIf(*this, static_cast<const IfStmt&>(s), f);
+    case StmtKind::While: return execWhile(*this, static_cast<const IfStmt&>(s), f);
+    case StmtKind::For: return execFor(*this, static_cast<const ForStmt&>(s), f);
+    case StmtKind::ForIn: return execForIn(*this, static_cast<const ForInStmt&>(s), f);
+    case StmtKind::Break: return Flow::Break;
+    case StmtKind::Continue: return Flow::Continue;
+    case StmtKind::Return: return execReturn(*this, static_cast<const ExprStmt&>(s), f);
+    case StmtKind::Try: return execTry(*this, static_cast<const TryStmt&>(s), f);
+    case StmtKind::Throw: return execThrow(*this, static_cast<const ExprStmt&>(s), f);
+    case StmtKind::Function: {
+      const auto& fs = static_cast<const FunctionStmt&>(s);
+      if (fs.hoisted) return Flow::Normal;
+      if (fs.var.kind == VarRef::Kind::Local) {
+        f.slots[fs.var.index] = functionValue(*fs.fn);
+        return Flow::Normal;
+      }
+      defineGlobal(fs.var.name, functionValue(*fs.fn));
+      return Flow::Normal;
+    }
+    case StmtKind::Class:
+      return declareClass(static_cast<const ClassStmt&>(s), f) ? Flow::Normal : Flow::Fail;
+    case StmtKind::Include: {
+      const Program* p = static_cast<const IncludeStmt&>(s).program;
+      return !p || runProgram(*p) ? Flow::Normal : Flow::Fail;
+    }
+  }
+  fail(f, s.line, "internal error: unknown statement");
+  return Flow::Fail;
+}
+
+Flow Interp::execList(const std::vector<StmtPtr>& list, Frame& f) {
+  for (const StmtPtr& s : list) {
+    Flow fl = exec(*s, f);
+    if (fl != Flow::Normal) return fl;
+  }
+  return Flow::Normal;
+}
+
+bool Interp::runProgram(const Program& p) {
+  std::vector<TulValue> slots(static_cast<std::size_t>(std::max(p.slotCount, 1)));
+  Frame f;
+  f.program = &p;
+  f.slots = slots.data();
+  // Functions of a file exist before its first statement runs, so they may
+  // call each other whatever their order.
+  for (const StmtPtr& s : p.body.body) {
+    if (s->kind != StmtKind::Function) continue;
+    const auto& fs = static_cast<const FunctionStmt&>(*s);
+    if (fs.hoisted) defineGlobal(fs.var.name, functionValue(*fs.fn));
+  }
+  Flow fl = execList(p.body.body, f);
+  return fl != Flow::Fail;
+}
+
+bool Interp::readVar(const VarRef& v, Frame& f, int line, TulValue& out) {
+  if (v.kind == VarRef::Kind::Local) {
+    out = f.slots[v.index];
+    return true;
+  }
+  std::size_t i = static_cast<std::size_t>(v.index);
+  if (defined_[i]) {
+    out = globals_[i];
+    return true;
+  }
+  // A class the module registered is visible under its name.
+  if (TulClass* cls = vm_->findClass(v.name.c_str())) {
+    out = TulValue(cls);
+    return true;
+  }
+  return fail(f, line, "undefined variable " + quoted(v.name));
+}
+
+bool Interp::writeVar(const VarRef& v, Frame& f, int line, const TulValue& value) {
+  if (v.kind == VarRef::Kind::Local) {
+    f.slots[v.index] = value;
+    return true;
+  }
+  std::size_t i = static_cast<std::size_t>(v.index);
+  if (!defined_[i])
+    return fail(f, line, "assignment to undeclared variable " + quoted(v.name) +
+                             " (declare it with var)");
+  globals_[i] = value;
+  return true;
+}
+
+// A built-in checks its argument count here, so each one sees only the
+// counts it accepts.
+bool Interp::callBuiltin(Frame& f, int line, const FunctionObject& fn, const TulValue* args,
+                         int n, TulValue& out) {
+  std::string name = fn.name();
+  if (n < fn.minArgs() || (fn.maxArgs() >= 0 && n > fn.maxArgs())) {
+    std::string want = fn.minArgs() == fn.maxArgs() ? std::to_string(fn.minArgs())
+                       : fn.maxArgs() < 0 ? "at least " + std::to_string(fn.minArgs())
+                                          : std::to_string(fn.minArgs()) + " to " +
+                                                std::to_string(fn.maxArgs());
+    bool one = want == "1" || (want.size() > 2 && want.compare(want.size() - 2, 2, " 1") == 0);
+    return fail(f, line, name + ": expected " + want + " argument" + (one ? "" : "s") +
+                             ", got " + std::to_string(n));
+  }
+  out = TulValue();
+  BuiltinCall call{*this, f, line, name.c_str(), args, n, out};
+  return fn.builtin()(call);
+}
+
+bool Interp::callValue(Frame& f, int line, const TulValue& callee, const TulValue* args, int n,
+                       TulValue& out, const std::string& calleeName) {
+  if (FunctionObject* fn = functionOf(callee)) {
+    if (fn->builtin()) return callBuiltin(f, line, *fn, args, n, out);
+    const FunctionDecl& decl = *fn->decl();
+    if (n > static_cast<int>(decl.params.size()))
+      return fail(f, line, "too many arguments to " +
+                               (decl.name.empty() ? std::string("function") : quoted(decl.name)) +
+                               " (takes " + std::to_string(decl.params.size()) + ", got " +
+                               std::to_string(n) + ")");
+    if (!enterCall(f, line)) return false;
+    bool ok = callScript(decl, TulValue(), nullptr, args, n, out);
+    leaveCall();
+    return ok;
+  }
+  if (TulClass* cls = static_cast<TulClass*>(callee)) {
+    TulVector argv(static_cast<unsigned>(n), false);
+    for (int i = 0; i < n; ++i) argv.push_back(args[i]);
+    if (!vm_->interp().createObject(out, TulString(classNameOf(cls)), &argv))
+      return failFromHost(f, line);
+    return true;
+  }
+  std::string what = calleeName.empty()
+                         ? "a value of type " + std::string(typeTagName(callee.type()))
+                         : quoted(calleeName) + " (" + typeTagName(callee.type()) + ")";
+  return fail(f, line, "cannot call " + what + ": not a function or class");
+}
+
+bool Interp::callScript(const FunctionDecl& fn, const TulValue& self, TulClass* cls,
+                        const TulValue* args, int n, TulValue& out) {
+  std::vector<TulValue> slots(static_cast<std::size_t>(std::max(fn.slotCount, 1)));
+  for (int i = 0; i < n && i < static_cast<int>(fn.params.size()); ++i)
+    slots[static_cast<std::size_t>(i)] = args[i];
+  if (fn.selfSlot >= 0) slots[static_cast<std::size_t>(fn.selfSlot)] = functionValue(fn);
+  Frame frame;
+  frame.program = fn.program;
+  frame.slots = slots.data();
+  frame.self = self;
+  frame.cls = cls;
+  Flow fl = execList(fn.body.body, frame);
+  if (fl == Flow::Fail) return false;
+  out = fl == Flow::Return ? std::move(frame.ret) : TulValue();
+  return true;
+}
+
+bool Interp::callMethod(Frame& f, int line, const TulValue* self, TulClass* cls,
+                        const char* name, const TulValue* args, int n, TulValue& out) {
+  if (!enterCall(f, line)) return false;
+  TulValue result;
+  bool ok = vm_->interp().call(result, cls, name, self, args, n);
+  leaveCall();
+  if (!ok) return failFromHost(f, line);
+  out = std::move(result);
+  return true;
+}
+
+namespace {
+
+// The text of a value that is not a container or an object.
+bool displayPlain(const TulValue& v, std::string& out, int depth) {
+  switch (v.type()) {
+    case TulValueType::Nil: case TulValueType::Empty: out += "nil"; return true;
+    case TulValueType::String: {
+      TulString* s = stringOf(v);
+      if (depth > 0) out += '"';
+      out.append(s->c_str(), s->length());
+      if (depth > 0) out += '"';
+      return true;
+    }
+    case TulValueType::Class:
+      out += std::string("<class ") + classNameOf(static_cast<TulClass*>(v)) + ">";
+      return true;
+    case TulValueType::Function: {
+      std::string name = functionOf(v) ? functionOf(v)->name() : "";
+      out += name.empty() ? "<function>" : "<function " + name + ">";
+      return true;
+    }
+    case TulValueType::Buffer:
+      out += "<buffer of " + std::to_string(static_cast<TulBuffer*>(v)->size()) + " bytes>";
+      return true;
+    case TulValueType::CharBuffer:
+      out += "<charbuffer of " + std::to_string(static_cast<TulCharBuffer*>(v)->size()) + " chars>";
+      return true;
+    case TulValueType::DictEntry:
+      out += std::string("<dictentry ") + static_cast<TulDictionaryEntry*>(v)->key.c_str() + ">";
+      return true;
+    default: break;
+  }
+  if (v.isNumber()) {
+    out += formatNumber(v);
+    return true;
+  }
+  if (v.isObject() || static_cast<TulVector*>(v) || static_cast<TulDictionary*>(v)) return false;
+  out += std::string("<") + typeTagName(v.type()) + ">";
+  return true;
+}
+
+}  // namespace
+
+// An object shows through its toString() when its class has one.
+bool Interp::displayObject(Frame& f, int line, const TulValue& v, std::string& out, int depth) {
+  TulObject* o = objectOf(v);
+  if (!o) {
+    out += "<gone object>";
+    return true;
+  }
+  TulClass* cls = o->getClass();
+  if (!tulrt::hasMethod(cls, "toString")) {
+    out += std::string("<") + classNameOf(cls) + " object>";
+    return true;
+  }
+  TulValue text;
+  if (!callMethod(f, line, &v, cls, "toString", nullptr, 0, text)) return false;
+  if (TulString* s = stringOf(text)) {
+    out.append(s->c_str(), s->length());
+    return true;
+  }
+  return display(f, line, text, out, depth + 1);
+}
+
+// Containers show as literals; one met again inside itself shows as [...]
+// or {...}, and nesting past a depth is cut short the same way.
+bool Interp::displayContainer(Frame& f, int line, const TulValue& v, std::string& out,
+                              int depth) {
+  TulVector* vec = static_cast<TulVector*>(v);
+  TulDictionary* dict = static_cast<TulDictionary*>(v);
+  const void* id = v.refObject();
+  if (depth > kMaxDisplayDepth ||
+      std::find(displaying_.begin(), displaying_.end(), id) != displaying_.end()) {
+    out += vec ? "[...]" : "{...}";
+    return true;
+  }
+  displaying_.push_back(id);
+  bool ok = true;
+  out += vec ? "[" : "{";
+  if (vec) {
+    for (unsigned i = 0; ok && i < vec->size(); ++i) {
+      if (i) out += ", ";
+      TulValue item = (*vec)[i];
+      ok = display(f, line, item, out, depth + 1);
+    }
+  } else {
+    for (TulDictionaryEntry* e = dict->getFirst(); ok && e; e = e->next) {
+      if (e != dict->getFirst()) out += ", ";
+      out += '"';
+      out.append(e->key.c_str(), e->key.length());
+      out += "\": ";
+      TulValue item = e->value;
+      ok = display(f, line, item, out, depth + 1);
+    }
+  }
+  out += vec ? "]" : "}";
+  displaying_.pop_back();
+  return ok;
+}
+
+bool Interp::display(Frame& f, int line, const TulValue& v, std::string& out, int depth) {
+  if (displayPlain(v, out, depth)) return true;
+  if (v.isObject()) return displayObject(f, line, v, out, depth);
+  return displayContainer(f, line, v, out, depth);
+}
+
+TulValue Interp::functionValue(const FunctionDecl& fn) {
+  std::shared_ptr<const Program> program = programs_[static_cast<std::size_t>(fn.program->fileIndex)];
+  return TulValue::fromRef(TulValueType::Function, new FunctionObject(std::move(program), &fn));
+}
+
+FunctionObject* functionOf(const TulValue& v) {
+  if (v.type() != TulValueType::Function) return nullptr;
+  return static_cast<FunctionObject*>(v.refObject());
+}
+
+}  // namespace tulscript

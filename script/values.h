@@ -1,0 +1,53 @@
+// What the language does with plain host values: truth, equality, the
+// arithmetic, bitwise and comparison operators, and the short type names
+// and text forms that scripts see. Objects never reach these functions:
+// the interpreter dispatches them to their operator hooks first.
+//
+// Invariant: integer results wrap at 32 bits; no operation here has
+// undefined behaviour for any pair of inputs (INT_MIN / -1 included).
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "host/tul.h"
+#include "script/lexer.h"
+
+namespace tulscript {
+
+// Numbers without a fraction part: every numeric tag but F32 and F64.
+bool isIntegral(const TulValue& v);
+bool isFloating(const TulValue& v);
+// The exact value of an integral number (U32 keeps its unsigned value).
+std::int64_t integralValue(const TulValue& v);
+
+// nil, the empty value, 0 and 0.0 are false; everything else is true.
+bool truthy(const TulValue& v);
+
+// Numbers by value, strings by content, nil and empty alike, everything
+// else by identity.
+bool valuesEqual(const TulValue& a, const TulValue& b);
+
+// The binary operators on plain values (+ - * / % & | ^ << >> >>> and the
+// four orderings). False with `error` set when the operator does not apply
+// to the operands or an integer is divided by zero.
+bool applyBinary(TokenKind op, const TulValue& a, const TulValue& b, TulValue& out,
+                 std::string& error);
+// Unary minus and plus, and ~.
+bool applyUnary(TokenKind op, const TulValue& v, TulValue& out, std::string& error);
+
+// The short name `typeof` gives: "nil", "int", "double", "string", ... For
+// the type codes that only checkType understands: "number", "uint", "handle".
+const char* typeTagName(TulValueType t);
+
+// The shortest decimal form that reads back as the same double, with ".0"
+// added to whole numbers: 1.5, 0.1, 3.0, 1e+21, inf, nan.
+std::string formatDouble(double d);
+// The text of a number.
+std::string formatNumber(const TulValue& v);
+
+// A string value holding a copy of the bytes.
+TulValue makeString(const std::string& s);
+TulValue makeString(const char* data, std::size_t size);
+
+}  // namespace tulscript

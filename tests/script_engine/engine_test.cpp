@@ -1,0 +1,222 @@
+// The engine in process: script classes reached from native code the way
+// the library reaches them (invokeMember, createObject), errors and exits
+// crossing native frames, the resource limits, and lifetimes.
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+#include "module/frame.h"
+#include "module/tul2class.h"
+#include "runtime/runtime.h"
+#include "script/engine.h"
+
+namespace tulscript {
+namespace {
+
+// A native class standing for library code that calls back into scripts:
+// `hook` has a native default, `callHook(x)` calls this.hook(x) through
+// invokeMember, and the static `make(name, x)` creates an object by class
+// name through createObject.
+bool caller_hook(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  Frame f(vm, argc, sp);
+  if (!f.enter(1, 1)) return false;
+  return f.ret(TulValue(new TulString("native hook")));
+}
+
+bool caller_callHook(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  Frame f(vm, argc, sp);
+  if (!f.enter(1, 1)) return false;
+  TulVector args(1, false);
+  args.push_back(f.arg(0));
+  TulValue result;
+  if (!f.interp().invokeMember(result, f.self(), "hook", &args)) return false;
+  return f.ret(result);
+}
+
+bool caller_make(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  Frame f(vm, argc, sp);
+  if (!f.enterStatic(2, 2)) return false;
+  TulString* name = static_cast<TulString*>(f.arg(0));
+  if (!name) return f.fail("class name expected");
+  TulVector args(1, false);
+  args.push_back(f.arg(1));
+  TulValue made;
+  if (!f.interp().createObject(made, *name, &args)) return false;
+  return f.ret(made);
+}
+
+void registerCaller(TulVirtualMachine& vm) {
+  TulClass* cls = new TulClass(vm);  // the machine keeps it
+  ASSERT_TRUE(vm.registerNativeClass("Caller", cls));
+  cls->addMethod("hook", caller_hook, 0);
+  cls->addMethod("callHook", caller_callHook, 0);
+  cls->addStaticMethod("make", caller_make, 0);
+  cls->fixupDataDefs();
+}
+
+struct Outcome {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+class EngineTest : public ::testing::Test {
+ protected:
+  void SetUp() override { liveBefore_ = tulrt::liveObjects(); }
+  void TearDown() override {
+    EXPECT_EQ(tulrt::liveObjects(), liveBefore_) << "host objects outlived their engine";
+  }
+
+  Outcome run(const std::string& source, EngineOptions options = {}) {
+    std::ostringstream out, err;
+    options.out = &out;
+    options.err = &err;
+    Outcome r;
+    {
+      Engine engine(options);
+      RegisterNativeModule(&engine.machine());
+      registerCaller(engine.machine());
+      r.status = engine.runSource("t.tul", source);
+    }
+    r.out = out.str();
+    r.err = err.str();
+    return r;
+  }
+
+ private:
+  long liveBefore_ = 0;
+};
+
+constexpr const char* kMine =
+    "class Mine : Caller {\n"
+    "  var _seen;\n"
+    "  Mine(x) { this._seen = x; }\n"
+    "  hook(v) { return \"script hook \" + str(v) + \" \" + str(this._seen); }\n"
+    "}\n";
+
+TEST_F(EngineTest, NativeCodeReachesScriptOverrideThroughInvokeMember) {
+  Outcome r = run(std::string(kMine) +
+              "print(Caller().callHook(1));\n"
+              "print(Mine(\"m\").callHook(2));\n");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "native hook\nscript hook 2 m\n");
+}
+
+TEST_F(EngineTest, CreateObjectFromNativeCodeRunsTheScriptConstructor) {
+  Outcome r = run(std::string(kMine) +
+              "var made = Caller.make(\"Mine\", \"by name\");\n"
+              "print(classof(made), made._seen, made.callHook(3));\n"
+              "try { Caller.make(\"Nope\", 1); } catch (e) { print(e.message); }\n");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "Mine by name script hook 3 by name\nClass Nope not found\n");
+}
+
+TEST_F(EngineTest, ErrorInOverrideCalledByNativeCodeKeepsItsPlace) {
+  const std::string classes =
+      "class Bad : Caller {\n"
+      "  hook(v) {\n"
+      "    throw \"hook failed on \" + str(v);\n"
+      "  }\n"
+      "}\n";
+  Outcome caught = run(classes +
+                   "try { Bad().callHook(7); } catch (e) { print(e.message, e.line); }\n"
+                   "print(\"after\");\n");
+  EXPECT_EQ(caught.status, 0) << caught.err;
+  EXPECT_EQ(caught.out, "hook failed on 7 3\nafter\n");
+
+  Outcome uncaught = run(classes + "Bad().callHook(8);\n");
+  EXPECT_EQ(uncaught.status, kStatusError);
+  EXPECT_EQ(uncaught.err, "t.tul:3: error: hook failed on 8\n");
+}
+
+TEST_F(EngineTest, ExitInsideOverrideEndsTheRunThroughNativeFrames) {
+  Outcome r = run(
+      "class Quit : Caller { hook(v) { exit(v); } }\n"
+      "try { Quit().callHook(4); } catch (e) { print(\"caught\"); }\n"
+      "print(\"not reached\");\n");
+  EXPECT_EQ(r.status, 4);
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err, "");
+}
+
+TEST_F(EngineTest, StepLimitStopsEndlessLoopsAndNoCatchHoldsItBack) {
+  EngineOptions limited;
+  limited.maxSteps = 5000;
+  for (const char* src : {
+           "while (true) {}",
+           "function f() { for (;;) {} } f();",
+           "while (1) { try { while (1) {} } catch (e) { print(\"caught\"); } }",
+           "class Spin : Caller { hook(v) { while (1) {} } } Spin().callHook(0);",
+       }) {
+    Outcome r = run(src, limited);
+    EXPECT_EQ(r.status, kStatusError) << src;
+    EXPECT_EQ(r.out, "") << src;
+    EXPECT_NE(r.err.find("error: step limit exceeded"), std::string::npos) << src << r.err;
+  }
+}
+
+TEST_F(EngineTest, AllocationLimitBoundsStringsBuffersAndVectors) {
+  EngineOptions limited;
+  limited.maxAllocation = 1000;
+  struct Case {
+    const char* src;
+    const char* message;
+  } cases[] = {
+      {"var s = \"ab\"; while (1) s = s + s;", "string too large (1024 exceeds the limit of 1000)"},
+      {"buffer(1001);", "buffer too large (1001 exceeds the limit of 1000)"},
+      {"var v = []; while (1) push(v, 1);", "vector too large (1001 exceeds the limit of 1000)"},
+      {"var v = []; var i = 0; while (1) v[i++] = 1;", "vector too large (1001 exceeds the limit of 1000)"},
+  };
+  for (const Case& c : cases) {
+    Outcome r = run(c.src, limited);
+    EXPECT_EQ(r.status, kStatusError) << c.src;
+    EXPECT_EQ(r.err, std::string("t.tul:1: error: ") + c.message + "\n") << c.src;
+  }
+}
+
+TEST_F(EngineTest, CyclesAndLeftoversAreReleasedWithTheEngine) {
+  Outcome r = run(
+      "class Node { var _next, _data; Node() { this._next = this; this._data = [this]; } }\n"
+      "var ring = Node();\n"
+      "var v = [1]; v[1] = v;\n"
+      "var d = {}; d.self = d; d.f = function () { return d; };\n"
+      "var p = POINT(1, 2) + POINT(3, 4);\n"
+      "class Holder : RECT { var _held; }\n"
+      "var h = Holder(); h._held = h;\n"
+      "print(\"ok\");\n");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "ok\n");
+}
+
+TEST_F(EngineTest, DtorErrorsAreReportedWithTheirPlace) {
+  Outcome r = run(
+      "class Leaky {\n"
+      "  dtor() {\n"
+      "    throw \"cannot close\";\n"
+      "  }\n"
+      "}\n"
+      "var l = Leaky();\n"
+      "l = nil;\n"
+      "print(\"went on\");\n");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, "went on\n");
+  EXPECT_EQ(r.err, "t.tul:3: error: cannot close (in dtor)\n");
+}
+
+TEST_F(EngineTest, GlobalsOutliveOneRunOfTheSameEngine) {
+  std::ostringstream out, err;
+  EngineOptions options;
+  options.out = &out;
+  options.err = &err;
+  Engine engine(options);
+  EXPECT_EQ(engine.runSource("a", "var total = 1; class K { static var _n = 2; }"), 0);
+  EXPECT_EQ(engine.runSource("b", "total += K._n; print(total);"), 0);
+  EXPECT_EQ(engine.runSource("c", "undefinedName;"), kStatusError);
+  EXPECT_EQ(engine.runSource("d", "print(total);"), 0);
+  EXPECT_EQ(out.str(), "3\n3\n");
+  EXPECT_EQ(err.str(), "c:1: error: undefined variable 'undefinedName'\n");
+}
+
+}  // namespace
+}  // namespace tulscript

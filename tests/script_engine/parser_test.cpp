@@ -1,0 +1,188 @@
+// The lexer and parser on their own: token values at the edges of the
+// literal forms, the place and text of syntax errors, name resolution, and
+// the nesting limit that keeps the interpreter's recursion bounded.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "script/lexer.h"
+#include "script/parser.h"
+
+namespace tulscript {
+namespace {
+
+class Names : public GlobalNames {
+ public:
+  int globalIndex(const std::string& name) override {
+    for (std::size_t i = 0; i < names.size(); ++i)
+      if (names[i] == name) return static_cast<int>(i);
+    names.push_back(name);
+    return static_cast<int>(names.size() - 1);
+  }
+  std::vector<std::string> names;
+};
+
+std::vector<Token> lex(const std::string& src) {
+  std::vector<Token> tokens;
+  SyntaxError error;
+  EXPECT_TRUE(tokenize(src, tokens, error)) << src << ": " << error.message;
+  return tokens;
+}
+
+TEST(Lexer, IntegerLiteralsWrapToThirtyTwoBits) {
+  struct Case {
+    const char* src;
+    std::int32_t value;
+  } cases[] = {
+      {"0", 0},           {"2147483647", 2147483647},     {"2147483648", INT32_MIN},
+      {"4294967295", -1}, {"0xFFFFFFFF", -1},             {"0x80000000", INT32_MIN},
+      {"0x7f", 127},      {"'A'", 65},                    {"'\\xff'", 255},
+      {"'\\''", 39},      {"'\\0'", 0},
+  };
+  for (const Case& c : cases) {
+    std::vector<Token> t = lex(c.src);
+    ASSERT_EQ(t.size(), 2u) << c.src;
+    EXPECT_EQ(t[0].kind, TokenKind::Int) << c.src;
+    EXPECT_EQ(t[0].intValue, c.value) << c.src;
+  }
+}
+
+TEST(Lexer, DoublesStringsAndOperatorsTakeTheLongestSpelling) {
+  std::vector<Token> t = lex("1.5 .25 1e3 \"a\\n\\x41\\\"\" >>>= >>= >> > ++ += +");
+  std::vector<TokenKind> kinds;
+  for (const Token& k : t) kinds.push_back(k.kind);
+  EXPECT_EQ(kinds, (std::vector<TokenKind>{TokenKind::Double, TokenKind::Double, TokenKind::Double,
+                                           TokenKind::String, TokenKind::UShrEq, TokenKind::ShrEq,
+                                           TokenKind::Shr, TokenKind::Greater, TokenKind::PlusPlus,
+                                           TokenKind::PlusEq, TokenKind::Plus, TokenKind::End}));
+  EXPECT_DOUBLE_EQ(t[1].doubleValue, 0.25);
+  EXPECT_DOUBLE_EQ(t[2].doubleValue, 1000.0);
+  EXPECT_EQ(t[3].text, "a\nA\"");
+}
+
+TEST(Lexer, PositionsCountLinesAndColumnsFromOne) {
+  std::vector<Token> t = lex("a\n  /* x\n y */ b // c\n\tc");
+  ASSERT_EQ(t.size(), 4u);
+  EXPECT_EQ(std::make_pair(t[0].line, t[0].col), std::make_pair(1, 1));
+  EXPECT_EQ(std::make_pair(t[1].line, t[1].col), std::make_pair(3, 7));
+  EXPECT_EQ(std::make_pair(t[2].line, t[2].col), std::make_pair(4, 2));
+  EXPECT_EQ(std::make_pair(t[3].line, t[3].col), std::make_pair(4, 3));  // End
+}
+
+struct ErrorCase {
+  const char* src;
+  int line;
+  int col;
+  const char* message;
+};
+
+void expectSyntaxError(const ErrorCase& c) {
+  Names names;
+  Program p;
+  SyntaxError e;
+  ASSERT_FALSE(parseProgram(c.src, p, names, e)) << c.src;
+  EXPECT_EQ(e.message, c.message) << c.src;
+  EXPECT_EQ(e.line, c.line) << c.src;
+  EXPECT_EQ(e.col, c.col) << c.src;
+}
+
+TEST(Lexer, MalformedTokensAreReportedWhereTheyStart) {
+  const ErrorCase cases[] = {
+      {"x = \"abc", 1, 5, "unterminated string"},
+      {"x = \"ab\ncd\"", 1, 5, "unterminated string"},
+      {"/* never closed", 1, 1, "unterminated comment"},
+      {"''", 1, 1, "empty character literal"},
+      {"'ab'", 1, 1, "character literal must hold one character"},
+      {"\"\\x4\"", 1, 2, "escape '\\x' needs two hexadecimal digits"},
+      {"12abc", 1, 1, "malformed number"},
+      {"1e+", 1, 1, "malformed number: exponent without digits"},
+      {"0x", 1, 1, "malformed number: '0x' without digits"},
+      {"0x100000000", 1, 1, "integer literal does not fit in 32 bits"},
+      {"a # b", 1, 3, "unexpected character '#'"},
+      {"a \x01 b", 1, 3, "unexpected character (byte 0x01)"},
+  };
+  for (const ErrorCase& c : cases) expectSyntaxError(c);
+}
+
+TEST(Parser, StatementsInTheWrongPlaceAreSyntaxErrors) {
+  const ErrorCase cases[] = {
+      {"continue;", 1, 1, "'continue' outside a loop"},
+      {"var x = 1;\nreturn x;", 2, 1, "'return' outside a function"},
+      {"class P { m() { return base.m(); } }", 1, 24,
+       "'base' used in class 'P', which has no base class"},
+      {"class C { var _a = 1; }", 1, 18,
+       "data members cannot have initializers; set '_a' in the constructor"},
+      {"function f() { return this; }", 1, 23, "'this' used outside an instance method"},
+      {"function f() { while (1) { function g() { break; } } }", 1, 43, "'break' outside a loop"},
+      {"function f() { class C {} }", 1, 16, "classes must be declared at the top level of a file"},
+      {"if (1) include \"x\";", 1, 8, "'include' must be at the top level of a file"},
+      {"class C { static m() { return this; } }", 1, 31, "'this' used outside an instance method"},
+      {"class C : B { static m() { base.m(); } }", 1, 28, "'base' used outside an instance method"},
+      {"class C : B { m() { return base.x; } }", 1, 34, "'base.x' must be called: base.x(...)"},
+      {"class C : C {}", 1, 11, "a class cannot derive from itself"},
+      {"class C { m() {} m() {} }", 1, 18, "duplicate method 'm'"},
+      {"class C { var _a, _a; }", 1, 19, "duplicate data member '_a'"},
+      {"function f(a, a) {}", 1, 15, "duplicate parameter 'a'"},
+      {"var;", 1, 4, "expected a variable name after 'var', found ';'"},
+      {"1++;", 1, 2, "expected ';' after expression, found '++'"},
+      {"++1;", 1, 1, "operand of '++' must be a variable, member or element"},
+      {"f() = 1;", 1, 5, "cannot assign to this expression with '='"},
+      {"x = [1, 2;", 1, 10, "expected ']' to close the vector, found ';'"},
+      {"x = {1 2};", 1, 8, "expected ':' after the dictionary key, found integer 2"},
+      {"a ? b;", 1, 6, "expected ':' in the conditional expression, found ';'"},
+      {"for (var x in) {}", 1, 14, "expected an expression, found ')'"},
+      {"try {} x", 1, 8, "expected 'catch' after the 'try' block, found identifier 'x'"},
+  };
+  for (const ErrorCase& c : cases) expectSyntaxError(c);
+}
+
+TEST(Parser, FileLevelVariablesAreGlobalsAndOthersTakeReusedSlots) {
+  Names names;
+  Program p;
+  SyntaxError e;
+  ASSERT_TRUE(parseProgram("var g = 1; { var a; var b; } { var c; }"
+                           "function f(x) { var y; { var z; } { var w; } return g; }",
+                           p, names, e))
+      << e.message;
+  // Two blocks at the top level share their slots: a and c both take 0.
+  EXPECT_EQ(p.slotCount, 2);
+  ASSERT_EQ(p.functions.size(), 1u);
+  EXPECT_EQ(p.functions[0]->slotCount, 3);  // x, y, then z or w
+  EXPECT_EQ(names.names, (std::vector<std::string>{"g", "f"}));
+  // Top-level functions are defined before the file runs; nested ones not.
+  const auto& fs = static_cast<const FunctionStmt&>(*p.body.body.back());
+  EXPECT_TRUE(fs.hoisted);
+}
+
+TEST(Parser, NestingPastTheLimitFailsInsteadOfOverflowing) {
+  std::string deepParens = "x = " + std::string(5000, '(') + "1" + std::string(5000, ')') + ";";
+  std::string longChain = "x = 1";
+  for (int i = 0; i < 5000; ++i) longChain += " + 1";
+  longChain += ";";
+  std::string deepBlocks = std::string(5000, '{') + std::string(5000, '}');
+  std::string deepUnary = "x = " + std::string(5000, '-') + "1;";
+  std::string elseChain = "if (1) {}";
+  for (int i = 0; i < 3000; ++i) elseChain += " else if (1) {}";
+  std::string calls = "x = f";
+  for (int i = 0; i < 5000; ++i) calls += "()";
+  calls += ";";
+  for (const std::string* src : {&deepParens, &longChain, &deepBlocks, &deepUnary, &elseChain, &calls}) {
+    Names names;
+    Program p;
+    SyntaxError e;
+    EXPECT_FALSE(parseProgram(*src, p, names, e)) << src->substr(0, 40);
+    EXPECT_TRUE(e.message == "nesting too deep" || e.message == "expression too deeply nested")
+        << e.message;
+  }
+  // Just inside the limit still parses.
+  std::string chain = "x = 1";
+  for (int i = 0; i < kMaxNesting / 2; ++i) chain += " + 1";
+  Names names;
+  Program p;
+  SyntaxError e;
+  EXPECT_TRUE(parseProgram(chain + ";", p, names, e)) << e.message;
+}
+
+}  // namespace
+}  // namespace tulscript
