@@ -11,7 +11,7 @@ cmake --build --preset linux-x86 --target tul >/dev/null
 
 run=""
 build/linux-x86/bin/tul --version >/dev/null 2>&1 || run="qemu-i386"
-for example in examples/value_classes.tul; do
+for example in examples/value_classes.tul examples/struct_roundtrip.tul; do
   echo "######## tul $example"
   $run build/linux-x86/bin/tul "$example"
   echo
