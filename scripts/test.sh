@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds everything and runs every test: the 32-bit Linux build with its test
 # suite (through qemu-i386 where the machine cannot run i386 code), the same
-# suite built with AddressSanitizer and UBSan, then the Windows cross build,
-# whose DLL's export and import tables are checked.
+# suite built with AddressSanitizer and UBSan, the Win32 layer's probes
+# against Wine, then the Windows cross build, whose DLL's export and import
+# tables are checked and whose tul.exe runs the script suite on 32-bit Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -27,3 +28,6 @@ cmake --preset windows-x86 >/dev/null
 cmake --build --preset windows-x86
 echo "== windows-x86: export table"
 scripts/check-exports.sh windows build/windows-x86/bin/tul2class.dll
+
+echo "== windows-x86: the script suite on 32-bit Wine"
+bash scripts/wine-lane.sh

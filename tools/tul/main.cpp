@@ -14,6 +14,7 @@
 
 #include "runtime/runtime.h"
 #include "script/engine.h"
+#include "tools/tul/batch.h"
 #include "tools/tul/listing.h"
 #include "tools/tul/loader.h"
 
@@ -23,10 +24,14 @@ constexpr const char* kUsage =
     "usage: tul [--library PATH] FILE.tul [ARGS...]\n"
     "       tul [--library PATH] -e CODE [ARGS...]\n"
     "       tul [--library PATH] --classes\n"
+    "       tul [--library PATH] --batch LIST OUTDIR\n"
     "       tul --version\n"
     "  FILE.tul         run a script; ARGS become the script's ARGS vector\n"
     "  -e CODE          run CODE as a script\n"
     "  --classes        list the classes the library registers\n"
+    "  --batch LIST OUTDIR  run the scripts listed in LIST (a path and its\n"
+    "                   arguments a line, tab-separated), each in a fresh\n"
+    "                   machine; OUTDIR/N.out, N.err, N.status for line N\n"
     "  --library PATH   load the class library from PATH\n";
 
 struct Options {
@@ -36,6 +41,8 @@ struct Options {
   std::string code;           // -e
   bool haveCode = false;
   std::vector<std::string> args;
+  std::string batchList;      // --batch
+  std::string batchOut;
 };
 
 // False (after printing why) for arguments tul does not know. Everything
@@ -53,6 +60,9 @@ bool parseOptions(int argc, char** argv, Options& opt) {
     } else if (std::strcmp(argv[i], "--help") == 0) {
       std::cout << kUsage;
       std::exit(0);
+    } else if (std::strcmp(argv[i], "--batch") == 0 && i + 2 < argc) {
+      opt.batchList = argv[++i];
+      opt.batchOut = argv[++i];
     } else if (std::strcmp(argv[i], "-e") == 0 && i + 1 < argc) {
       opt.code = argv[++i];
       opt.haveCode = true;
@@ -67,8 +77,8 @@ bool parseOptions(int argc, char** argv, Options& opt) {
     }
   }
   for (; i < argc; ++i) opt.args.push_back(argv[i]);
-  bool script = opt.haveCode || !opt.file.empty();
-  if (opt.classes == script) {
+  int modes = (opt.haveCode || !opt.file.empty()) + opt.classes + !opt.batchList.empty();
+  if (modes != 1) {
     std::cerr << kUsage;
     return false;
   }
@@ -120,7 +130,14 @@ int main(int argc, char** argv) {
     std::cerr << "tul: " << module.error() << '\n';
     return 1;
   }
-  int status = opt.classes ? listAll(module) : runScript(module, opt);
+  int status;
+  if (!opt.batchList.empty()) {
+    int passed = runBatch(module, opt.batchList, opt.batchOut);
+    if (passed < 0) std::cerr << "tul: cannot read " << opt.batchList << '\n';
+    status = passed < 0 ? 1 : 0;
+  } else {
+    status = opt.classes ? listAll(module) : runScript(module, opt);
+  }
   std::cout.flush();
   return status;
 }

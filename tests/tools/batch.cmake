@@ -1,0 +1,22 @@
+# tul --batch keeps each script's output, errors and status apart, and each
+# script runs in a fresh machine from its own folder.
+#   cmake "-DTUL=emulator;path/to/tul" -DDIR=tests/tools/batch -DOUT=dir -P batch.cmake
+file(REMOVE_RECURSE ${OUT})
+file(MAKE_DIRECTORY ${OUT})
+file(WRITE ${OUT}/list "${DIR}/first.tul\ta\tb\n${DIR}/second.tul\n")
+execute_process(COMMAND ${TUL} --batch ${OUT}/list ${OUT} RESULT_VARIABLE status)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "tul --batch exited with ${status}")
+endif()
+set(want_1.out "first [\"a\", \"b\"]\n")
+set(want_1.err "")
+set(want_1.status "3\n")
+set(want_2.out "second\n")
+set(want_2.err "second.tul:2: error: too many arguments\n")
+set(want_2.status "1\n")
+foreach(f 1.out 1.err 1.status 2.out 2.err 2.status)
+  file(READ ${OUT}/${f} got)
+  if(NOT got STREQUAL "${want_${f}}")
+    message(FATAL_ERROR "${f}: got [${got}], want [${want_${f}}]")
+  endif()
+endforeach()
