@@ -77,6 +77,22 @@ bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
 bool construct(Machine::Impl& m, TulValue& out, TulClass* cls,
                const TulValue* args, int nargs);
 
+// Releases that reach zero while another is being carried out on this thread
+// wait in a queue that the outermost one drains (value.cpp). Code run from a
+// release (a dtor) gets a queue of its own while this lives, so what it
+// releases is gone by the time it goes on, as anywhere else.
+class OwnReleaseQueue {
+ public:
+  OwnReleaseQueue();
+  ~OwnReleaseQueue();
+  OwnReleaseQueue(const OwnReleaseQueue&) = delete;
+  OwnReleaseQueue& operator=(const OwnReleaseQueue&) = delete;
+
+ private:
+  bool outerDraining_ = false;
+  std::vector<TulRefObject*> outerPending_;
+};
+
 // Runs obj's `dtor` once, reporting a failure to the handler.
 void runDtor(TulObject& obj);
 bool wantsDtor(TulObject& obj);

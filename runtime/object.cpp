@@ -52,12 +52,16 @@ bool wantsDtor(TulObject& obj) {
 }
 
 // The object is held for the call, so it is deleted by the release at the end
-// unless the dtor stored a reference to it somewhere.
+// unless the dtor stored a reference to it somewhere. The call may come from
+// a release in progress, so the dtor gets a release queue of its own; the
+// final release goes to the caller's queue, since draining the rest of a
+// chain from here would nest one dtor inside the next.
 void runDtor(TulObject& obj) {
   TulObjectAccess::dtorRan(obj) = true;
   Machine::Impl& m = *machineOf(obj.getClass());
   obj.retain();
   {
+    const OwnReleaseQueue ownQueue;
     const ErrorRecord saved = m.error;
     const TulValue self(&obj);
     TulValue result;

@@ -5,15 +5,17 @@
 // link through v_.weak; every other tag holds no reference at all.
 #include "host/value.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cassert>
 #include <climits>
 #include <cmath>
 #include <cstdio>
 #include <utility>
+#include <vector>
 
 #include "host/vm.h"
-#include "runtime/runtime.h"
+#include "runtime/machine_impl.h"
 
 namespace {
 
@@ -25,6 +27,25 @@ constexpr int kWeakTag = static_cast<int>(TulValueType::ObjectRef);
 
 bool isStrongTag(std::uint8_t tag) {
   return tag >= kFirstRefTag && tag < kWeakTag;
+}
+
+// Objects whose count reached zero while another release was being carried
+// out on this thread. The outermost release frees them in a loop, so a long
+// chain (objects through members, vectors in vectors, ...) needs no deeper
+// native stack than a short one.
+struct ReleaseQueue {
+  bool draining = false;
+  std::vector<TulRefObject*> pending;
+};
+
+// Above this many entries the queue's storage is given back after a drain.
+constexpr std::size_t kKeptQueueCapacity = 1024;
+
+// Never destroyed: objects may still be released during static destruction.
+ReleaseQueue& releaseQueue() {
+  thread_local ReleaseQueue* queue = nullptr;
+  if (!queue) queue = new ReleaseQueue;
+  return *queue;
 }
 
 void dropWeakLink(TulWeakLink* link) {
@@ -65,9 +86,28 @@ TulRefObject::~TulRefObject() {
   --gLiveObjects;
 }
 
+// What an object releases while it goes is queued and handled after it, the
+// first released first and each one's own releases before its next sibling:
+// the same order of last releases (and so of dtors) as plain recursion.
 void TulRefObject::release() {
   assert(refs_ > 0 && "release without a matching retain");
-  if (--refs_ == 0) lastReleased();
+  if (--refs_ != 0) return;
+  ReleaseQueue& q = releaseQueue();
+  if (q.draining) {
+    q.pending.push_back(this);
+    return;
+  }
+  q.draining = true;
+  for (TulRefObject* next = this;;) {
+    const std::size_t mark = q.pending.size();
+    next->lastReleased();
+    std::reverse(q.pending.begin() + static_cast<std::ptrdiff_t>(mark), q.pending.end());
+    if (q.pending.empty()) break;
+    next = q.pending.back();
+    q.pending.pop_back();
+  }
+  q.draining = false;
+  if (q.pending.capacity() > kKeptQueueCapacity) std::vector<TulRefObject*>().swap(q.pending);
 }
 
 TulWeakLink* TulRefObject::weakLink() {
@@ -76,6 +116,25 @@ TulWeakLink* TulRefObject::weakLink() {
 }
 
 void TulRefObject::lastReleased() { delete this; }
+
+namespace tulrt {
+namespace detail {
+
+OwnReleaseQueue::OwnReleaseQueue() {
+  ReleaseQueue& q = releaseQueue();
+  outerDraining_ = std::exchange(q.draining, false);
+  outerPending_.swap(q.pending);
+}
+
+OwnReleaseQueue::~OwnReleaseQueue() {
+  ReleaseQueue& q = releaseQueue();
+  assert(!q.draining && q.pending.empty() && "releases left behind");
+  q.draining = outerDraining_;
+  q.pending.swap(outerPending_);
+}
+
+}  // namespace detail
+}  // namespace tulrt
 
 // --- TulValue: construction and lifetime ------------------------------------
 

@@ -1,6 +1,8 @@
-// Object lifetime: dtors on the last release, failing dtors, and machine
-// teardown releasing everything, reference cycles included.
+// Object lifetime: dtors on the last release, failing dtors, long chains
+// freed without deep native recursion, and machine teardown releasing
+// everything, reference cycles included.
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/tul.h"
@@ -129,6 +131,88 @@ TEST(TeardownTest, ReleasesEverythingIncludingCycles) {
   weak = TulValue();
   EXPECT_EQ(tulrt::liveObjects(), before);
   EXPECT_EQ(tulrt::Machine::current(), nullptr);
+}
+
+// Deep enough to overflow the native stack if released recursively.
+constexpr int kChain = 200000;
+
+using ReleaseChainTest = rtest::MachineTest;
+
+TEST_F(ReleaseChainTest, LongChainsOfObjectsAndContainersAreFreed) {
+  TulClass* node = vm().defineClass("NODE", nullptr, {"next"});
+  const long base = tulrt::liveObjects();
+  TulValue head;
+  for (int i = 0; i < kChain; ++i) {
+    TulValue n(new TulObject(node));
+    (*static_cast<TulObject*>(n)->getMemberData())[0] = std::move(head);
+    head = std::move(n);
+  }
+  head = TulValue();
+  EXPECT_EQ(tulrt::liveObjects(), base);
+
+  for (int i = 0; i < kChain; ++i) {
+    TulValue outer(new TulVector);
+    static_cast<TulVector*>(outer)->push_back(head);
+    head = std::move(outer);
+  }
+  head = TulValue();
+  EXPECT_EQ(tulrt::liveObjects(), base);
+
+  for (int i = 0; i < kChain; ++i) {
+    auto* outer = new TulDictionary;
+    *(*outer)["in"] = head;
+    head = TulValue(outer);
+  }
+  head = TulValue();
+  EXPECT_EQ(tulrt::liveObjects(), base);
+}
+
+// Link i holds link i+1; link 1 also holds an extra one (id -7), which its
+// dtor drops; the middle link keeps itself, and with it the rest of the chain.
+TEST_F(ReleaseChainTest, DtorsRunInChainOrderAndMayReleaseOrResurrect) {
+  TulClass* link = vm().defineClass("LINK", nullptr, {"next", "id", "extra"});
+  link->addStaticDataMember("keep", TulValue());
+  std::vector<int> ran;
+  tulrt::addScriptMethod(link, "dtor", [&](TulVirtualMachine*, int argc, ValPtr& sp) {
+    const TulValue& self = frameSlot(sp, argc, 1);
+    TulVector& m = *static_cast<TulObject*>(self)->getMemberData();
+    const int id = static_cast<int>(m[1]);
+    ran.push_back(id);
+    if (id == kChain / 2) *tulrt::findStatic(link, "keep") = self;
+    if (m[2].isObject()) {
+      m[2] = TulValue();  // its dtor runs before this one goes on
+      ran.push_back(-id);
+    }
+    return true;
+  });
+  auto make = [link](int id, TulValue next) {
+    TulValue v(new TulObject(link));
+    TulVector& m = *static_cast<TulObject*>(v)->getMemberData();
+    m[0] = std::move(next);
+    m[1] = TulValue(id);
+    return v;
+  };
+
+  TulValue head;
+  for (int i = kChain - 1; i >= 0; --i) head = make(i, std::move(head));
+  TulObject* first = static_cast<TulObject*>((*static_cast<TulObject*>(head)->getMemberData())[0]);
+  (*first->getMemberData())[2] = make(-7, TulValue());
+  const TulValue weakFirst(first, true);
+  TulObject* last = first;
+  while (TulObject* n = static_cast<TulObject*>((*last->getMemberData())[0])) last = n;
+  const TulValue weakLast(last, true);
+
+  head = TulValue();
+  std::vector<int> expected{0, 1, -7, -1};
+  for (int i = 2; i <= kChain / 2; ++i) expected.push_back(i);
+  EXPECT_EQ(ran, expected);
+  EXPECT_EQ(static_cast<TulObject*>(weakFirst), nullptr);
+  EXPECT_NE(static_cast<TulObject*>(weakLast), nullptr);
+
+  *tulrt::findStatic(link, "keep") = TulValue();  // the rest goes, its dtor not again
+  for (int i = kChain / 2 + 1; i < kChain; ++i) expected.push_back(i);
+  EXPECT_EQ(ran, expected);
+  EXPECT_EQ(static_cast<TulObject*>(weakLast), nullptr);
 }
 
 }  // namespace
