@@ -67,12 +67,11 @@ TulClass* pointClass(Frame& f, Name which) {
 }
 
 bool newPointObject(Frame& f, TulClass* cls, std::int32_t x, std::int32_t y) {
-  TulValue result(new TulObject(cls));
-  TulValue* slot = memberSlot(static_cast<TulObject*>(result), Member::PointPt);
-  if (!slot) return f.fail(err::kInvalidPt);
   TulBuffer* b = newImage(kPointImage);
-  *slot = TulValue(b);
+  TulValue image(b);
   writeField(b, 0, FieldKind::I32, x);
   writeField(b, 4, FieldKind::I32, y);
+  TulValue result = newObjectWith(cls, Member::PointPt, image);
+  if (result.type() == TulValueType::Nil) return f.fail(err::kInvalidPt);
   return f.ret(result);
 }
