@@ -51,11 +51,39 @@ bool wantsDtor(TulObject& obj) {
   return m && m->dtorsEnabled && hasMethod(obj.getClass(), "dtor");
 }
 
+namespace {
+
+// The `dtor` a native class of obj's chain binds itself, nearest first; null
+// when none does.
+NativeMethod nativeDtorOf(const TulClass* cls) {
+  for (const TulClass* c = cls; c; c = baseClass(c)) {
+    const MethodEntry* e = c->state().methods.find("dtor");
+    if (e && e->native) return e->native;
+  }
+  return nullptr;
+}
+
+void runOneDtor(Machine::Impl& m, const Callee& dtor, const TulValue& self) {
+  TulValue result;
+  if (invoke(m, dtor, &self, nullptr, 0, result)) return;
+  if (m.dtorErrorHandler)
+    m.dtorErrorHandler(m.error);
+  else
+    std::fprintf(stderr, "error in dtor: %s\n", m.error.message.c_str());
+}
+
+}  // namespace
+
 // The object is held for the call, so it is deleted by the release at the end
 // unless the dtor stored a reference to it somewhere. The call may come from
 // a release in progress, so the dtor gets a release queue of its own; the
 // final release goes to the caller's queue, since draining the rest of a
 // chain from here would nest one dtor inside the next.
+//
+// A native class releases what it keeps outside the host (registry entries,
+// system resources) in its dtor, so that dtor runs after a script override
+// too, whether or not the override called it; native dtors therefore have to
+// bear being run twice.
 void runDtor(TulObject& obj) {
   TulObjectAccess::dtorRan(obj) = true;
   Machine::Impl& m = *machineOf(obj.getClass());
@@ -64,13 +92,14 @@ void runDtor(TulObject& obj) {
     const OwnReleaseQueue ownQueue;
     const ErrorRecord saved = m.error;
     const TulValue self(&obj);
-    TulValue result;
     const Callee dtor = findMethod(obj.getClass(), "dtor", false);
-    if (!invoke(m, dtor, &self, nullptr, 0, result)) {
-      if (m.dtorErrorHandler)
-        m.dtorErrorHandler(m.error);
-      else
-        std::fprintf(stderr, "error in dtor: %s\n", m.error.message.c_str());
+    runOneDtor(m, dtor, self);
+    if (!dtor.native) {
+      if (NativeMethod native = nativeDtorOf(obj.getClass())) {
+        Callee nativeDtor;
+        nativeDtor.native = native;
+        runOneDtor(m, nativeDtor, self);
+      }
     }
     m.error = saved;
   }

@@ -190,8 +190,10 @@ bool Interp::failFromHost(const Frame& f, int line) {
   }
   const tulrt::ErrorRecord& r = host.lastError();
   ScriptError e;
-  if (sameAsForwarded(r)) {
-    // A script method failed further in: keep the place it failed at.
+  if (sameAsForwarded(r) || (!r.set && haveForwarded_)) {
+    // A script method failed further in: keep the place it failed at (also
+    // when script code run since then has taken its own errors off the
+    // record).
     e = forwarded_;
   } else {
     e.file = f.program ? f.program->fileName : std::string();
@@ -225,6 +227,58 @@ void Interp::forwardToHost() {
   forwardedRecord_ = host.lastError();
   haveForwarded_ = true;
   stop_ = StopKind::None;
+}
+
+Interp::Forwarded Interp::enterNativeCall() {
+  Forwarded outer{haveForwarded_, std::move(forwarded_), std::move(forwardedRecord_)};
+  haveForwarded_ = false;
+  forwarded_ = ScriptError();
+  forwardedRecord_ = tulrt::ErrorRecord();
+  return outer;
+}
+
+bool Interp::leaveNativeCall(const Frame& f, int line, bool ok, Forwarded&& outer) {
+  if (!ok) {
+    failFromHost(f, line);
+  } else if (haveForwarded_) {
+    // The call succeeded although script code it ran failed: the native code
+    // in between answered for the failure (a window procedure answers the
+    // system with default processing). The error surfaces here.
+    ScriptError e = std::move(forwarded_);
+    haveForwarded_ = false;
+    vm_->interp().clearError();
+    ok = failWith(std::move(e));
+  }
+  if (outer.have && !haveForwarded_) {
+    haveForwarded_ = true;
+    forwarded_ = std::move(outer.error);
+    forwardedRecord_ = std::move(outer.record);
+  }
+  return ok;
+}
+
+bool Interp::callFunctionFromHost(const TulValue& fn, const std::vector<TulValue>& args,
+                                  TulValue& out) {
+  if (stopping()) return vm_->interp().returnError("the script is stopping", nullptr);
+  StopKind savedStop = stop_;
+  ScriptError savedError = error_;
+  stop_ = StopKind::None;
+  Frame caller;
+  bool outermost = activeRuns_++ == 0;
+  if (outermost) stackBase_ = stackHere();
+  bool ok = false;
+  try {
+    ok = callValue(caller, 0, fn, args.data(), static_cast<int>(args.size()), out, "");
+  } catch (const std::exception& e) {
+    ok = fail(caller, 0, std::string("internal error: ") + e.what());
+  }
+  --activeRuns_;
+  if (!ok) forwardToHost();
+  if (!stopping()) {
+    stop_ = savedStop;
+    error_ = std::move(savedError);
+  }
+  return ok;
 }
 
 bool Interp::takeError(ScriptError& out) {
@@ -407,5 +461,8 @@ int Engine::runSource(const std::string& name, const std::string& source) {
   return interp_->runSource(name, source);
 }
 const ScriptError& Engine::lastError() const { return interp_->lastError(); }
+bool Engine::callFunction(const TulValue& fn, const std::vector<TulValue>& args, TulValue& out) {
+  return interp_->callFunctionFromHost(fn, args, out);
+}
 
 }  // namespace tulscript

@@ -85,6 +85,13 @@ class Engine {
   // The error that ended the last run (message empty when none).
   const ScriptError& lastError() const;
 
+  // Calls a script function value (or a built-in) on behalf of the host
+  // program while a run is under way, from code that a native call of the
+  // script entered (an idle hook of the message loop, say). False when it
+  // fails; its error then surfaces in the script where control returns to
+  // it, as the error of the native call that was under way.
+  bool callFunction(const TulValue& fn, const std::vector<TulValue>& args, TulValue& out);
+
  private:
   std::unique_ptr<Interp> interp_;
 };

@@ -150,6 +150,25 @@ class Interp : public GlobalNames {
 
   bool readVar(const VarRef& v, Frame& f, int line, TulValue& out);
   bool writeVar(const VarRef& v, Frame& f, int line, const TulValue& value);
+  // Around every call from script code into the runtime. An error that a
+  // script method called further in raised and native code then answered
+  // for itself waits as "forwarded" until the call returns; leaveNativeCall
+  // turns it (or the call's own failure) into this script's error, and
+  // hands an error that was already waiting before the call back to the
+  // enclosing call. False when the call failed.
+  struct Forwarded {
+    bool have = false;
+    ScriptError error;
+    tulrt::ErrorRecord record;
+  };
+  Forwarded enterNativeCall();
+  bool leaveNativeCall(const Frame& f, int line, bool ok, Forwarded&& outer);
+  // A function value called by the host program from inside a native call
+  // (an idle hook, say). A failure is forwarded to the runtime like that of
+  // a script method, so it surfaces when control returns to the script.
+  bool callFunctionFromHost(const TulValue& fn, const std::vector<TulValue>& args,
+                            TulValue& out);
+
   // The value `catch (e)` binds: a dictionary with message, detail, actual,
   // expected, file and line.
   TulValue errorValue(const ScriptError& e);

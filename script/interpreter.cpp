@@ -808,9 +808,9 @@ bool Interp::callValue(Frame& f, int line, const TulValue& callee, const TulValu
   if (TulClass* cls = static_cast<TulClass*>(callee)) {
     TulVector argv(static_cast<unsigned>(n), false);
     for (int i = 0; i < n; ++i) argv.push_back(args[i]);
-    if (!vm_->interp().createObject(out, TulString(classNameOf(cls)), &argv))
-      return failFromHost(f, line);
-    return true;
+    Forwarded outer = enterNativeCall();
+    bool ok = vm_->interp().createObject(out, TulString(classNameOf(cls)), &argv);
+    return leaveNativeCall(f, line, ok, std::move(outer));
   }
   std::string what = calleeName.empty()
                          ? "a value of type " + std::string(typeTagName(callee.type()))
@@ -839,9 +839,10 @@ bool Interp::callMethod(Frame& f, int line, const TulValue* self, TulClass* cls,
                         const char* name, const TulValue* args, int n, TulValue& out) {
   if (!enterCall(f, line)) return false;
   TulValue result;
+  Forwarded outer = enterNativeCall();
   bool ok = vm_->interp().call(result, cls, name, self, args, n);
   leaveCall();
-  if (!ok) return failFromHost(f, line);
+  if (!leaveNativeCall(f, line, ok, std::move(outer))) return false;
   out = std::move(result);
   return true;
 }

@@ -81,6 +81,32 @@ TEST_F(DtorTest, ResurrectedObjectIsNotDestroyedAgain) {
   EXPECT_EQ(ran.size(), 1u);  // and not again at teardown
 }
 
+// A native class's dtor releases what lives outside the host, so it runs
+// after a script override whether or not the override called it.
+std::vector<std::string>* gNativeRan = nullptr;
+bool nativeDtor(TulVirtualMachine*, int argc, ValPtr& sp) {
+  auto* self = static_cast<TulObject*>(frameSlot(sp, argc, 1));
+  auto* name = static_cast<TulString*>((*self->getMemberData())[0]);
+  gNativeRan->push_back(std::string("native ") + (name ? name->c_str() : "?"));
+  sp -= argc;
+  return true;
+}
+
+TEST_F(DtorTest, NativeDtorRunsAfterAScriptOverride) {
+  gNativeRan = &ran;
+  TulClass* native = vm().defineClass("NATIVE", nullptr, {"name"});
+  native->addMethod("dtor", nativeDtor, 0);
+  TulClass* script = vm().defineClass("SCRIPTED", native);
+  tulrt::addScriptMethod(script, "dtor", [this](TulVirtualMachine*, int, ValPtr&) {
+    ran.push_back("script");
+    return true;
+  });
+  { TulValue a = make(native, "a"); }
+  { TulValue b = make(script, "b"); }
+  EXPECT_EQ(ran, (std::vector<std::string>{"native a", "script", "native b"}));
+  gNativeRan = nullptr;
+}
+
 TEST_F(DtorTest, FailedConstructorRunsNoDtor) {
   tulrt::addScriptMethod(base, "RES", [](TulVirtualMachine* vm, int, ValPtr&) {
     return vm->interpreter()->returnError("no", nullptr);

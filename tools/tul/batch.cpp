@@ -16,6 +16,7 @@
 #include "runtime/runtime.h"
 #include "script/engine.h"
 #include "tools/tul/loader.h"
+#include "tools/tul/system_objects.h"
 
 namespace {
 
@@ -59,10 +60,12 @@ int runOne(NativeModule& module, const std::vector<std::string>& fields, std::st
       errStream << "tul: cannot enter " << dir << '\n';
       status = tulscript::kStatusError;
     } else {
+      offerSystemObjects(engine);
       engine.setArgs(std::vector<std::string>(fields.begin() + 1, fields.end()));
       status = engine.runFile(name);
     }
   }
+  resetSystemState();
   out = outStream.str();
   err = errStream.str();
   return status;

@@ -17,6 +17,7 @@
 #include "tools/tul/batch.h"
 #include "tools/tul/listing.h"
 #include "tools/tul/loader.h"
+#include "tools/tul/system_objects.h"
 
 namespace {
 
@@ -106,6 +107,7 @@ int listAll(NativeModule& module) {
 int runScript(NativeModule& module, const Options& opt) {
   tulscript::Engine engine;
   if (!registerClasses(module, engine.machine())) return tulscript::kStatusError;
+  offerSystemObjects(engine);
   engine.setArgs(opt.args);
   if (opt.haveCode) return engine.runSource("-e", opt.code);
   return engine.runFile(opt.file);

@@ -1,0 +1,5 @@
+// `desktop` (see desktop.h). Not written yet.
+#include "tools/tul/desktop.h"
+
+void defineDesktopClass(tulscript::Engine&) {}
+void resetDesktop() {}
