@@ -87,6 +87,15 @@ bool sameRecord(const tulrt::ErrorRecord& a, const tulrt::ErrorRecord& b) {
 
 }  // namespace
 
+// An error raised by host code has no place of its own in a script: it is
+// shown at the call through which it reached the script.
+ScriptError placedAt(ScriptError e, const Frame& f, int line) {
+  if (!e.file.empty() || !f.program) return e;
+  e.file = f.program->fileName;
+  e.line = line;
+  return e;
+}
+
 std::string ScriptError::diagnostic() const {
   std::string s = file + ":" + std::to_string(line);
   if (col > 0) s += ":" + std::to_string(col);
@@ -194,7 +203,7 @@ bool Interp::failFromHost(const Frame& f, int line) {
     // A script method failed further in: keep the place it failed at (also
     // when script code run since then has taken its own errors off the
     // record).
-    e = forwarded_;
+    e = placedAt(forwarded_, f, line);
   } else {
     e.file = f.program ? f.program->fileName : std::string();
     e.line = line;
@@ -247,7 +256,7 @@ bool Interp::leaveNativeCall(const Frame& f, int line, bool ok, Forwarded&& oute
     ScriptError e = std::move(forwarded_);
     haveForwarded_ = false;
     vm_->interp().clearError();
-    ok = failWith(std::move(e));
+    ok = failWith(placedAt(std::move(e), f, line));
   }
   if (outer.have && !haveForwarded_) {
     haveForwarded_ = true;
@@ -279,6 +288,17 @@ bool Interp::callFunctionFromHost(const TulValue& fn, const std::vector<TulValue
     error_ = std::move(savedError);
   }
   return ok;
+}
+
+void Interp::deferError(const std::string& message) {
+  if (stopping()) return;
+  StopKind savedStop = stop_;
+  ScriptError savedError = error_;
+  failWith(ScriptError{});
+  error_.message = message;
+  forwardToHost();
+  stop_ = savedStop;
+  error_ = std::move(savedError);
 }
 
 bool Interp::takeError(ScriptError& out) {
@@ -461,6 +481,7 @@ int Engine::runSource(const std::string& name, const std::string& source) {
   return interp_->runSource(name, source);
 }
 const ScriptError& Engine::lastError() const { return interp_->lastError(); }
+void Engine::deferError(const std::string& message) { interp_->deferError(message); }
 bool Engine::callFunction(const TulValue& fn, const std::vector<TulValue>& args, TulValue& out) {
   return interp_->callFunctionFromHost(fn, args, out);
 }

@@ -91,6 +91,10 @@ class Engine {
   // fails; its error then surfaces in the script where control returns to
   // it, as the error of the native call that was under way.
   bool callFunction(const TulValue& fn, const std::vector<TulValue>& args, TulValue& out);
+  // Raises an error on behalf of the host program from inside a native call
+  // (a message loop that would wait for ever, say); like a failed
+  // callFunction, it surfaces where control returns to the script.
+  void deferError(const std::string& message);
 
  private:
   std::unique_ptr<Interp> interp_;

@@ -81,6 +81,9 @@ struct Frame {
 
 enum class Flow { Normal, Break, Continue, Return, Fail };
 
+// e, placed at the frame's file and the line when it has no place yet.
+ScriptError placedAt(ScriptError e, const Frame& f, int line);
+
 // Why evaluation is unwinding. Exit and Abort pass through every `catch`.
 enum class StopKind { None, Error, Exit, Abort };
 
@@ -168,6 +171,7 @@ class Interp : public GlobalNames {
   // a script method, so it surfaces when control returns to the script.
   bool callFunctionFromHost(const TulValue& fn, const std::vector<TulValue>& args,
                             TulValue& out);
+  void deferError(const std::string& message);
 
   // The value `catch (e)` binds: a dictionary with message, detail, actual,
   // expected, file and line.
