@@ -39,6 +39,17 @@ TEST_F(Dialogs, WithNoAnswerTheUserCancels) {
   EXPECT_EQ(call.initialFile, "start.txt");
 }
 
+TEST_F(Dialogs, ForgettingDropsQueuedAnswersAndTheRecord) {
+  win32sim::queueFileDialogAnswer("/tmp/a.txt");
+  ASSERT_TRUE(GetOpenFileNameA(&ofn_));
+  win32sim::queueFileDialogAnswer("/tmp/b.txt");
+  win32sim::forgetFileDialogs();
+  EXPECT_FALSE(win32sim::lastFileDialog(nullptr));
+  EXPECT_FALSE(GetOpenFileNameA(&ofn_)) << "the forgotten answer is not given";
+  EXPECT_STREQ(file_, "/tmp/a.txt");
+  EXPECT_TRUE(win32sim::lastFileDialog(nullptr));
+}
+
 TEST_F(Dialogs, AnAnswerFillsTheCallersBuffers) {
   char title[8];
   ofn_.lpstrFileTitle = title;

@@ -53,6 +53,42 @@ TEST_F(Queue, AHookThatDoesNothingEndsTheWait) {
   EXPECT_EQ(calls, 1);
 }
 
+TEST_F(Queue, TheNothingCanArriveHookEndsTheWaitItsOwnWay) {
+  layertest::pumpAll();
+  std::vector<std::string> calls;
+  win32sim::setIdleHook([&] { calls.push_back("idle"); });
+  win32sim::setNothingCanArriveHook([&] {
+    calls.push_back("nothing");
+    PostQuitMessage(3);
+  });
+  MSG m;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(GetMessageA(&m, NULL, 0, 0), 0) << "the quit it posted is retrieved";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "the hook's owner reports, not the layer";
+  EXPECT_EQ(m.message, static_cast<UINT>(WM_QUIT));
+  EXPECT_EQ(m.wParam, 3u);
+  EXPECT_EQ(calls, (std::vector<std::string>{"idle", "nothing"})) << "the idle hook acts first";
+}
+
+TEST_F(Queue, AQuietNothingCanArriveHookLeavesTheFailureSilent) {
+  layertest::pumpAll();
+  int calls = 0;
+  win32sim::setNothingCanArriveHook([&] { ++calls; });
+  MSG m;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(GetMessageA(&m, NULL, 0, 0), -1);
+  EXPECT_FALSE(WaitMessage());
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(calls, 2);
+  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW);
+  SetTimer(h, 1, 50, NULL);
+  EXPECT_EQ(GetMessageA(&m, NULL, 0, 0), 1) << "a timer can still arrive";
+  EXPECT_EQ(m.message, static_cast<UINT>(WM_TIMER));
+  EXPECT_EQ(calls, 2);
+  DestroyWindow(h);
+  layertest::recorded().clear();
+}
+
 TEST_F(Queue, TimersFireOnTheSimulatedClock) {
   HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW);
   DWORD start = GetTickCount();

@@ -161,6 +161,62 @@ TEST_F(SimInput, ScrollGesturesSendTheTrackingLoopsMessages) {
   DestroyWindow(h);
 }
 
+TEST_F(SimInput, OneScrollMessageHoldsTheTrackPositionOnlyWhileHandled) {
+  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_HSCROLL);
+  SCROLLINFO si = {sizeof si, SIF_RANGE | SIF_POS, 0, 200, 0, 30, 0};
+  SetScrollInfo(h, SB_HORZ, &si, TRUE);
+  int seenTrack = -1;
+  layertest::messageHook() = [&](HWND hwnd, UINT msg, WPARAM, LPARAM, LRESULT* answer) {
+    if (msg != WM_HSCROLL) return false;
+    SCROLLINFO now = {sizeof now, SIF_TRACKPOS, 0, 0, 0, 0, 0};
+    GetScrollInfo(hwnd, SB_HORZ, &now);
+    seenTrack = now.nTrackPos;
+    *answer = 0;
+    return true;
+  };
+  const struct {
+    int code, position;
+    WPARAM wp;
+    int track;  // nTrackPos during the message
+  } cases[] = {
+      {SB_LINEDOWN, 0, SB_LINEDOWN, 30},
+      {SB_THUMBTRACK, 150, MAKEWPARAM(SB_THUMBTRACK, 150), 150},
+      {SB_THUMBPOSITION, 151, MAKEWPARAM(SB_THUMBPOSITION, 151), 151},
+      {SB_PAGEUP, 99, SB_PAGEUP, 30},  // only thumb codes carry a position
+      {SB_ENDSCROLL, 0, SB_ENDSCROLL, 30},
+  };
+  for (const auto& c : cases) {
+    layertest::recorded().clear();
+    win32sim::sendScrollMessage(h, SB_HORZ, c.code, c.position);
+    ASSERT_EQ(layertest::recorded().size(), 1u) << "code " << c.code;
+    EXPECT_EQ(layertest::recorded()[0].wp, c.wp) << "code " << c.code;
+    EXPECT_EQ(layertest::recorded()[0].lp, 0) << "a window's own bar";
+    EXPECT_EQ(seenTrack, c.track) << "code " << c.code;
+    si.fMask = SIF_TRACKPOS | SIF_POS;
+    GetScrollInfo(h, SB_HORZ, &si);
+    EXPECT_EQ(si.nTrackPos, 30) << "after code " << c.code;
+    EXPECT_EQ(si.nPos, 30) << "the program moves the thumb itself";
+  }
+  layertest::recorded().clear();
+  DestroyWindow(h);
+}
+
+TEST_F(SimInput, AWindowDestroyedDuringAThumbMessageIsLeftAlone) {
+  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_VSCROLL);
+  layertest::messageHook() = [](HWND hwnd, UINT msg, WPARAM, LPARAM, LRESULT*) {
+    if (msg == WM_VSCROLL) DestroyWindow(hwnd);
+    return false;
+  };
+  layertest::recorded().clear();
+  win32sim::sendScrollMessage(h, SB_VERT, SB_THUMBTRACK, 5);
+  EXPECT_FALSE(IsWindow(h));
+  win32sim::sendScrollMessage(h, SB_VERT, SB_THUMBTRACK, 5);  // a stale handle sends nothing
+  ASSERT_EQ(layertest::recorded().size(), 2u);
+  EXPECT_EQ(layertest::recorded()[0].msg, static_cast<UINT>(WM_VSCROLL));
+  EXPECT_EQ(layertest::recorded()[1].msg, static_cast<UINT>(WM_DESTROY));
+  layertest::recorded().clear();
+}
+
 TEST_F(SimInput, ScrollBarControlsReportToTheirParent) {
   HWND h = layertest::createMain();
   HWND bar = CreateWindowExA(0, "SCROLLBAR", "", WS_CHILD | WS_VISIBLE | SBS_VERT, 0, 0, 17, 100,

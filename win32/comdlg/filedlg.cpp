@@ -160,6 +160,13 @@ bool lastFileDialog(FileDialogCall* out) {
   return true;
 }
 
+void forgetFileDialogs() {
+  w32::DialogState& d = w32::dialogs();
+  d.answers.clear();
+  d.called = false;
+  d.last = FileDialogCall();
+}
+
 }  // namespace win32sim
 
 extern "C" {

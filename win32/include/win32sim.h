@@ -46,6 +46,12 @@ TUL_WIN32_API void clickScrollPage(HWND hwnd, int bar, bool towardsEnd);
 // SB_THUMBTRACK for every position (nTrackPos follows them), then
 // SB_THUMBPOSITION with the last one and SB_ENDSCROLL.
 TUL_WIN32_API void dragScrollThumb(HWND hwnd, int bar, const std::vector<int>& positions);
+// One message of a gesture, for callers that drive the steps themselves:
+// WM_HSCROLL/WM_VSCROLL with code (SB_LINEUP ... SB_ENDSCROLL). For
+// SB_THUMBTRACK and SB_THUMBPOSITION the thumb is at position, and
+// GetScrollInfo reports it as nTrackPos while that message is handled (and
+// only then); other codes carry no position.
+TUL_WIN32_API void sendScrollMessage(HWND hwnd, int bar, int code, int position);
 
 // ---- Windows as a user handles them ----
 
@@ -77,6 +83,9 @@ struct FileDialogCall {
 };
 // False when no file dialog has been called yet.
 TUL_WIN32_API bool lastFileDialog(FileDialogCall* out);
+// Drops the queued file dialog answers and the record of the last dialog,
+// so that what one program queued never answers another's dialog.
+TUL_WIN32_API void forgetFileDialogs();
 
 // ---- Screen ----
 
@@ -113,10 +122,17 @@ TUL_WIN32_API void advanceClock(DWORD ms);
 
 // Called whenever GetMessageA would wait: the hook may act as the user
 // (queue keys, click, close a window, post a message). If nothing can arrive
-// after it ran and no timer is due, GetMessageA returns -1 with a one-line
+// after it ran and no timer exists, GetMessageA returns -1 with a one-line
 // diagnostic on stderr instead of hanging. An empty function removes it.
 using IdleHook = std::function<void()>;
 TUL_WIN32_API void setIdleHook(IdleHook hook);
+// Called instead of that diagnostic when GetMessageA or WaitMessage finds
+// that nothing can ever arrive, so that the program running the loop can end
+// it its own way. Whatever the hook makes arrive (a posted WM_QUIT, say) is
+// retrieved as usual; if it makes nothing arrive, GetMessageA returns -1 and
+// WaitMessage FALSE, silently. An empty function removes it.
+using NothingCanArriveHook = std::function<void()>;
+TUL_WIN32_API void setNothingCanArriveHook(NothingCanArriveHook hook);
 
 }  // namespace win32sim
 

@@ -127,13 +127,37 @@ void sendScroll(const BarTarget& t, WORD code, int position) {
   sendMessage(t.to, t.message, MAKEWPARAM(code, position), t.control);
 }
 
-void setTracking(HWND hwnd, int bar, bool tracking, int position) {
-  Window* w = findWindow(hwnd);
-  ScrollBarInfo* info = w ? scrollInfoOf(*w, bar) : nullptr;
-  if (!info) return;
-  info->tracking = tracking;
-  info->trackPos = position;
-}
+bool isThumbCode(int code) { return code == SB_THUMBTRACK || code == SB_THUMBPOSITION; }
+
+// The bar's tracking state, set for one message and put back afterwards
+// (the procedure may have destroyed the window meanwhile).
+class TrackingScope {
+ public:
+  TrackingScope(HWND hwnd, int bar, int position) : hwnd_(hwnd), bar_(bar) {
+    ScrollBarInfo* info = find();
+    if (!info) return;
+    saved_ = *info;
+    info->tracking = true;
+    info->trackPos = position;
+  }
+  ~TrackingScope() {
+    ScrollBarInfo* info = find();
+    if (!info) return;
+    info->tracking = saved_.tracking;
+    info->trackPos = saved_.trackPos;
+  }
+  TrackingScope(const TrackingScope&) = delete;
+  TrackingScope& operator=(const TrackingScope&) = delete;
+
+ private:
+  ScrollBarInfo* find() const {
+    Window* w = findWindow(hwnd_);
+    return w ? scrollInfoOf(*w, bar_) : nullptr;
+  }
+  HWND hwnd_;
+  int bar_;
+  ScrollBarInfo saved_;
+};
 
 }  // namespace
 
@@ -179,28 +203,31 @@ void click(HWND hwnd, int x, int y) {
   queueInput(WM_LBUTTONUP, 0, lp, target, screen);
 }
 
-void clickScrollArrow(HWND hwnd, int bar, bool towardsEnd) {
+void sendScrollMessage(HWND hwnd, int bar, int code, int position) {
   BarTarget t = barTarget(hwnd, bar);
-  sendScroll(t, towardsEnd ? SB_LINEDOWN : SB_LINEUP, 0);
-  sendScroll(t, SB_ENDSCROLL, 0);
+  if (!isThumbCode(code)) {
+    sendScroll(t, static_cast<WORD>(code), 0);
+    return;
+  }
+  TrackingScope tracking(hwnd, bar, position);
+  sendScroll(t, static_cast<WORD>(code), position);
+}
+
+void clickScrollArrow(HWND hwnd, int bar, bool towardsEnd) {
+  sendScrollMessage(hwnd, bar, towardsEnd ? SB_LINEDOWN : SB_LINEUP, 0);
+  sendScrollMessage(hwnd, bar, SB_ENDSCROLL, 0);
 }
 
 void clickScrollPage(HWND hwnd, int bar, bool towardsEnd) {
-  BarTarget t = barTarget(hwnd, bar);
-  sendScroll(t, towardsEnd ? SB_PAGEDOWN : SB_PAGEUP, 0);
-  sendScroll(t, SB_ENDSCROLL, 0);
+  sendScrollMessage(hwnd, bar, towardsEnd ? SB_PAGEDOWN : SB_PAGEUP, 0);
+  sendScrollMessage(hwnd, bar, SB_ENDSCROLL, 0);
 }
 
 void dragScrollThumb(HWND hwnd, int bar, const std::vector<int>& positions) {
   if (positions.empty()) return;
-  BarTarget t = barTarget(hwnd, bar);
-  for (int p : positions) {
-    setTracking(hwnd, bar, true, p);
-    sendScroll(t, SB_THUMBTRACK, p);
-  }
-  sendScroll(t, SB_THUMBPOSITION, positions.back());
-  setTracking(hwnd, bar, false, 0);
-  sendScroll(t, SB_ENDSCROLL, 0);
+  for (int p : positions) sendScrollMessage(hwnd, bar, SB_THUMBTRACK, p);
+  sendScrollMessage(hwnd, bar, SB_THUMBPOSITION, positions.back());
+  sendScrollMessage(hwnd, bar, SB_ENDSCROLL, 0);
 }
 
 void resizeWindow(HWND hwnd, int width, int height) {

@@ -1,7 +1,8 @@
 // The thread's message queue: sending, posting, retrieval in the system's
 // order (posted messages, then WM_QUIT, then input, then WM_PAINT, then
 // WM_TIMER), keyboard translation, timers on the simulated clock, and the
-// idle hook that stands in for waiting.
+// hooks that stand in for waiting (the idle hook, and the one told that
+// nothing can arrive any more).
 // Invariants: WM_PAINT and WM_TIMER are never stored -- they are made when
 // retrieval finds nothing earlier in the order; the key state that
 // GetKeyState reports changes only when an input message is retrieved.
@@ -53,6 +54,7 @@ struct Queue {
   UINT_PTR nextThreadTimer = kFirstThreadTimer;
   win32sim::IdleHook idleHook;
   bool inIdleHook = false;
+  win32sim::NothingCanArriveHook nothingCanArrive;
 };
 
 Queue& queue() {
@@ -277,6 +279,24 @@ bool waitForSomething(HWND filter, UINT first, UINT last) {
   return false;
 }
 
+// After waitForSomething found that nothing can ever arrive: the owner of the
+// hook decides how the wait ends, otherwise one line on stderr says why it
+// ends. True when the hook made something retrievable.
+bool giveUpWaiting(const char* caller, HWND filter, UINT first, UINT last) {
+  if (!queue().nothingCanArrive) {
+    fprintf(stderr,
+            "%s: nothing can arrive (no input, posted message, paint or timer); "
+            "returning instead of waiting forever\n",
+            caller);
+    return false;
+  }
+  // A copy: the hook may replace or remove itself.
+  win32sim::NothingCanArriveHook hook = queue().nothingCanArrive;
+  hook();
+  MSG probe;
+  return peek(&probe, filter, first, last, false);
+}
+
 }  // namespace
 
 LRESULT sendMessage(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
@@ -324,6 +344,10 @@ int liveTimerCount() { return static_cast<int>(queue().timers.size()); }
 namespace win32sim {
 
 void setIdleHook(IdleHook hook) { w32::queue().idleHook = std::move(hook); }
+
+void setNothingCanArriveHook(NothingCanArriveHook hook) {
+  w32::queue().nothingCanArrive = std::move(hook);
+}
 
 }  // namespace win32sim
 
@@ -379,19 +403,16 @@ BOOL WINAPI GetMessageA(LPMSG lpMsg, HWND hWnd, UINT wMsgFilterMin, UINT wMsgFil
       if (lpMsg) *lpMsg = m;
       return m.message != WM_QUIT;
     }
-    if (!waitForSomething(hWnd, wMsgFilterMin, wMsgFilterMax)) {
-      fprintf(stderr,
-              "GetMessageA: nothing can arrive (no input, posted message, paint or timer); "
-              "returning -1 instead of waiting forever\n");
+    if (!waitForSomething(hWnd, wMsgFilterMin, wMsgFilterMax) &&
+        !giveUpWaiting("GetMessageA", hWnd, wMsgFilterMin, wMsgFilterMax))
       return -1;
-    }
   }
 }
 
 BOOL WINAPI WaitMessage(void) {
   MSG m;
   if (peek(&m, nullptr, 0, 0, false)) return TRUE;
-  return waitForSomething(nullptr, 0, 0);
+  return waitForSomething(nullptr, 0, 0) || giveUpWaiting("WaitMessage", nullptr, 0, 0);
 }
 
 DWORD WINAPI GetQueueStatus(UINT flags) {
