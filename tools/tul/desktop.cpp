@@ -1,5 +1,452 @@
-// `desktop` (see desktop.h). Not written yet.
+// `desktop` (see desktop.h): a script class whose static methods act as the
+// user of the windows a script makes. This file owns the script side: the
+// frame of a call, argument checks and their messages, the values handed
+// back, the script's idle function and the reset between scripts. What each
+// gesture does on the system is desktop_sim.cpp's (Linux) or
+// desktop_windows.cpp's (Windows); spying is desktop_spy.cpp's.
+//
+// Invariant: the engine is called into only while its machine is the
+// thread's current one, so that a message loop waiting after the engine
+// went (or between two scripts of a batch) never reaches a dead engine.
 #include "tools/tul/desktop.h"
 
-void defineDesktopClass(tulscript::Engine&) {}
-void resetDesktop() {}
+#include <string>
+#include <vector>
+
+#include "runtime/runtime.h"
+#include "script/engine.h"
+#include "tools/tul/desktop_platform.h"
+
+namespace {
+
+constexpr const char* kNotAvailable = "not available on this platform";
+constexpr const char* kWaitsForEver =
+    "the message loop would wait for ever: no input, message, paint or timer can arrive";
+constexpr const char* kModifiersExpected = "must be a vector of VK_CONTROL, VK_SHIFT and VK_MENU";
+constexpr const char* kKinds = "windows, brushes, accelerators, dcs, timers";
+constexpr int kIdleQuitCode = 1;  // the WM_QUIT that ends a loop after a script error
+
+struct DesktopState {
+  tulscript::Engine* engine = nullptr;
+  tulrt::Machine* machine = nullptr;  // the engine's, to tell whether it is still alive
+  TulValue idle;                      // the script's idle function, or nil
+  bool inIdle = false;
+};
+
+DesktopState& state() {
+  // Never destroyed: a window procedure may still run while the process ends.
+  static DesktopState& s = *new DesktopState;
+  return s;
+}
+
+// The engine of the running script, or null once its machine is gone.
+tulscript::Engine* liveEngine() {
+  DesktopState& s = state();
+  if (!s.engine || tulrt::Machine::current() != s.machine) return nullptr;
+  return s.engine;
+}
+
+// One call of a static method: the result slot lies argc slots below sp and
+// the arguments follow it. Every check reports "desktop.NAME: ..." and
+// returns false, so a method writes `if (!c.intArg(0, &x)) return false;`.
+class Call {
+ public:
+  Call(TulVirtualMachine* vm, int argc, ValPtr& sp, const char* name)
+      : vm_(vm), sp_(sp), result_(sp), argc_(argc), name_(std::string("desktop.") + name) {
+    result_ -= argc;
+  }
+
+  const std::string& name() const { return name_; }
+  int count() const { return argc_; }
+  const TulValue& arg(int i) const { return (*result_.vec)[static_cast<unsigned>(result_.index + 1 + i)]; }
+  // Present and not nil: optional arguments may be left out or given as nil.
+  bool given(int i) const {
+    return i < argc_ && arg(i).type() != TulValueType::Nil && arg(i).type() != TulValueType::Empty;
+  }
+
+  bool counts(int min, int max) const;
+  bool intArg(int i, int* out) const;
+  bool windowArg(int i, HWND* out) const;
+  bool stringArg(int i, std::string* out) const;
+
+  bool fail(const std::string& message) const {
+    return vm_->interpreter()->returnError((name_ + ": " + message).c_str(), nullptr);
+  }
+  bool argFail(int i, const std::string& message) const {
+    return fail("argument " + std::to_string(i + 1) + " " + message);
+  }
+  bool notAvailable() const { return vm_->interpreter()->returnError(kNotAvailable, name_.c_str()); }
+
+  bool ret(const TulValue& v) {
+    *result_ = v;
+    sp_ = result_;
+    return true;
+  }
+  bool retNothing() {
+    result_->dispose();
+    sp_ = result_;
+    return true;
+  }
+  // The result of a platform call that answers false when it cannot be done.
+  bool done(bool available) { return available ? retNothing() : notAvailable(); }
+
+ private:
+  TulVirtualMachine* vm_;
+  ValPtr& sp_;
+  ValPtr result_;
+  int argc_;
+  std::string name_;
+};
+
+bool Call::counts(int min, int max) const {
+  if (argc_ >= min && argc_ <= max) return true;
+  std::string want = std::to_string(min);
+  if (max > min) want += (max == min + 1 ? " or " : " to ") + std::to_string(max);
+  return fail("expected " + want + (max == 1 ? " argument" : " arguments") + ", got " +
+              std::to_string(argc_));
+}
+
+bool Call::intArg(int i, int* out) const {
+  const TulValue& v = arg(i);
+  if (!v.isInteger())
+    return argFail(i, std::string("must be an integer, not ") + tulrt::typeName(v.type()));
+  *out = static_cast<int>(v);
+  return true;
+}
+
+bool Call::windowArg(int i, HWND* out) const {
+  int h = 0;
+  if (!intArg(i, &h)) return false;
+  *out = reinterpret_cast<HWND>(static_cast<LONG_PTR>(h));
+  if (!IsWindow(*out)) return argFail(i, "is not a window");
+  return true;
+}
+
+bool Call::stringArg(int i, std::string* out) const {
+  const TulString* s = static_cast<TulString*>(arg(i));
+  if (!s) return argFail(i, std::string("must be a string, not ") + tulrt::typeName(arg(i).type()));
+  out->assign(s->c_str(), s->length());
+  return true;
+}
+
+TulValue stringValue(const std::string& s) {
+  return TulValue(new TulString(s.c_str(), static_cast<unsigned>(s.size())));
+}
+
+TulValue optionalString(const std::optional<std::string>& s) {
+  return s ? stringValue(*s) : TulValue();
+}
+
+int handleValue(HWND h) { return static_cast<int>(reinterpret_cast<LONG_PTR>(h)); }
+
+// ---- Keys ----
+
+// The modifier bits a vector of VK_CONTROL, VK_SHIFT and VK_MENU stands for.
+bool modifiersArg(const Call& c, int i, unsigned* out) {
+  *out = 0;
+  if (!c.given(i)) return true;
+  const TulVector* v = static_cast<TulVector*>(c.arg(i));
+  if (!v) return c.argFail(i, kModifiersExpected);
+  for (unsigned k = 0; k < v->size(); ++k) {
+    const TulValue& e = (*v)[k];
+    int vk = e.isInteger() ? static_cast<int>(e) : 0;
+    if (vk == VK_CONTROL) *out |= desktop::kControl;
+    else if (vk == VK_SHIFT) *out |= desktop::kShift;
+    else if (vk == VK_MENU) *out |= desktop::kAlt;
+    else return c.argFail(i, kModifiersExpected);
+  }
+  return true;
+}
+
+// Keys go to the focus window of the foreground window, as the keyboard's do.
+void giveFocus(HWND hwnd) {
+  HWND top = GetAncestor(hwnd, GA_ROOT);
+  if (top && GetForegroundWindow() != top) SetForegroundWindow(top);
+  if (GetFocus() != hwnd) SetFocus(hwnd);
+}
+
+bool desktop_press(Call& c) {
+  HWND hwnd;
+  int vk;
+  unsigned modifiers;
+  if (!c.counts(2, 3) || !c.windowArg(0, &hwnd) || !c.intArg(1, &vk)) return false;
+  if (vk < 1 || vk > 254) return c.argFail(1, "must be a virtual-key code (1 to 254)");
+  if (!modifiersArg(c, 2, &modifiers)) return false;
+  giveFocus(hwnd);
+  return c.done(desktop::platformPress(vk, modifiers));
+}
+
+bool desktop_type(Call& c) {
+  HWND hwnd;
+  std::string text;
+  if (!c.counts(2, 2) || !c.windowArg(0, &hwnd) || !c.stringArg(1, &text)) return false;
+  giveFocus(hwnd);
+  return c.done(desktop::platformType(text));
+}
+
+// ---- Windows ----
+
+bool desktop_close(Call& c) {
+  HWND hwnd;
+  if (!c.counts(1, 1) || !c.windowArg(0, &hwnd)) return false;
+  return c.done(desktop::platformClose(hwnd));
+}
+
+bool desktop_resize(Call& c) {
+  HWND hwnd;
+  int width, height;
+  if (!c.counts(3, 3) || !c.windowArg(0, &hwnd) || !c.intArg(1, &width) || !c.intArg(2, &height))
+    return false;
+  if (width < 0) return c.argFail(1, "must not be negative");
+  if (height < 0) return c.argFail(2, "must not be negative");
+  return c.done(desktop::platformResize(hwnd, width, height));
+}
+
+bool isThumbCode(int code) { return code == SB_THUMBTRACK || code == SB_THUMBPOSITION; }
+
+bool desktop_scroll(Call& c) {
+  HWND hwnd;
+  int bar, code, position = 0;
+  if (!c.counts(3, 4) || !c.windowArg(0, &hwnd) || !c.intArg(1, &bar) || !c.intArg(2, &code))
+    return false;
+  if (bar != SB_HORZ && bar != SB_VERT) return c.argFail(1, "must be SB_HORZ or SB_VERT");
+  if (code < SB_LINEUP || code > SB_ENDSCROLL)
+    return c.argFail(2, "must be a scroll code from SB_LINEUP to SB_ENDSCROLL");
+  if (isThumbCode(code) && !c.given(3))
+    return c.argFail(3, "(the thumb's position) is needed with SB_THUMBTRACK and SB_THUMBPOSITION");
+  if (!isThumbCode(code) && c.given(3))
+    return c.argFail(3, "is only for SB_THUMBTRACK and SB_THUMBPOSITION");
+  if (c.given(3) && !c.intArg(3, &position)) return false;
+  return c.done(desktop::platformScroll(hwnd, bar, code, position));
+}
+
+// ---- Dialogs ----
+
+bool desktop_answerDialog(Call& c) {
+  std::string path;
+  if (!c.counts(1, 1) || !c.stringArg(0, &path)) return false;
+  return c.done(desktop::platformQueueDialogAnswer(false, path));
+}
+
+bool desktop_cancelDialog(Call& c) {
+  if (!c.counts(0, 0)) return false;
+  return c.done(desktop::platformQueueDialogAnswer(true, std::string()));
+}
+
+TulValue dialogValue(const desktop::DialogRecord& r) {
+  TulValue v(new TulDictionary());
+  TulDictionary& d = *static_cast<TulDictionary*>(v);
+  *d["owner"] = TulValue(handleValue(r.owner));
+  TulValue filter;
+  if (r.filter) {
+    filter = TulValue(new TulVector());
+    for (const std::string& s : *r.filter) static_cast<TulVector*>(filter)->push_back(stringValue(s));
+  }
+  *d["filter"] = filter;
+  *d["file"] = optionalString(r.file);
+  *d["initialDir"] = optionalString(r.initialDir);
+  *d["title"] = optionalString(r.title);
+  *d["defExt"] = optionalString(r.defExt);
+  *d["flags"] = TulValue(static_cast<int>(r.flags));
+  *d["structSize"] = TulValue(static_cast<int>(r.structSize));
+  return v;
+}
+
+bool desktop_lastDialog(Call& c) {
+  if (!c.counts(0, 0)) return false;
+  desktop::DialogRecord record;
+  bool any = false;
+  if (!desktop::platformLastDialog(&record, &any)) return c.notAvailable();
+  return c.ret(any ? dialogValue(record) : TulValue());
+}
+
+// ---- The screen ----
+
+bool desktop_pixel(Call& c) {
+  HWND hwnd;
+  int x, y;
+  COLORREF color = CLR_INVALID;
+  if (!c.counts(3, 3) || !c.windowArg(0, &hwnd) || !c.intArg(1, &x) || !c.intArg(2, &y))
+    return false;
+  if (!desktop::platformPixel(hwnd, x, y, &color)) return c.notAvailable();
+  return c.ret(TulValue(static_cast<int>(color)));
+}
+
+bool desktop_screenshot(Call& c) {
+  std::string path;
+  if (!c.counts(1, 1) || !c.stringArg(0, &path)) return false;
+  switch (desktop::platformScreenshot(path)) {
+  case desktop::SaveResult::Saved: return c.retNothing();
+  case desktop::SaveResult::CannotWrite: return c.fail("cannot write " + path);
+  case desktop::SaveResult::NotAvailable: break;
+  }
+  return c.notAvailable();
+}
+
+// ---- Waiting and the clock ----
+
+bool desktop_onIdle(Call& c) {
+  if (!c.counts(1, 1)) return false;
+  if (c.given(0) && c.arg(0).type() != TulValueType::Function)
+    return c.argFail(0, std::string("must be a function or nil, not ") +
+                            tulrt::typeName(c.arg(0).type()));
+  state().idle = c.given(0) ? c.arg(0) : TulValue();
+  return c.retNothing();
+}
+
+bool desktop_advance(Call& c) {
+  int ms;
+  if (!c.counts(1, 1) || !c.intArg(0, &ms)) return false;
+  if (ms < 0) return c.argFail(0, "must not be negative");
+  return c.done(desktop::platformAdvance(static_cast<DWORD>(ms)));
+}
+
+// ---- Counters and spying ----
+
+bool countKindArg(const Call& c, int i, desktop::CountKind* out) {
+  static const struct {
+    const char* name;
+    desktop::CountKind kind = desktop::CountKind::Windows;
+  } kNames[] = {{"windows", desktop::CountKind::Windows},
+                {"brushes", desktop::CountKind::Brushes},
+                {"accelerators", desktop::CountKind::Accelerators},
+                {"dcs", desktop::CountKind::Dcs},
+                {"timers", desktop::CountKind::Timers}};
+  std::string name;
+  if (!c.stringArg(i, &name)) return false;
+  for (const auto& n : kNames) {
+    if (name != n.name) continue;
+    *out = n.kind;
+    return true;
+  }
+  return c.fail("unknown kind \"" + name + "\" (the kinds are " + kKinds + ")");
+}
+
+bool desktop_count(Call& c) {
+  desktop::CountKind kind = desktop::CountKind::Windows;
+  int n = 0;
+  if (!c.counts(1, 1) || !countKindArg(c, 0, &kind)) return false;
+  if (!desktop::platformCount(kind, &n)) return c.notAvailable();
+  return c.ret(TulValue(n));
+}
+
+bool desktop_spy(Call& c) {
+  HWND hwnd;
+  if (!c.counts(1, 1) || !c.windowArg(0, &hwnd)) return false;
+  desktop::spyOn(hwnd);
+  return c.retNothing();
+}
+
+bool desktop_spyLog(Call& c) {
+  if (!c.counts(0, 0)) return false;
+  TulValue v(new TulVector());
+  for (UINT msg : desktop::takeSpyLog())
+    static_cast<TulVector*>(v)->push_back(TulValue(static_cast<int>(msg)));
+  return c.ret(v);
+}
+
+struct Method {
+  const char* name;
+  bool (*fn)(Call&);
+};
+
+constexpr Method kDesktopMethods[] = {
+    {"press", desktop_press},
+    {"type", desktop_type},
+    {"close", desktop_close},
+    {"resize", desktop_resize},
+    {"scroll", desktop_scroll},
+    {"answerDialog", desktop_answerDialog},
+    {"cancelDialog", desktop_cancelDialog},
+    {"lastDialog", desktop_lastDialog},
+    {"pixel", desktop_pixel},
+    {"screenshot", desktop_screenshot},
+    {"onIdle", desktop_onIdle},
+    {"advance", desktop_advance},
+    {"count", desktop_count},
+    {"spy", desktop_spy},
+    {"spyLog", desktop_spyLog},
+};
+
+// Destroys what the script left: top-level windows take their children and
+// owned windows with them, hence the IsWindow check.
+void destroyLeftWindows() {
+  for (HWND h : desktop::platformTopLevelWindows())
+    if (IsWindow(h)) DestroyWindow(h);
+}
+
+void releaseHeldKeys() {
+  for (int vk = VK_BACK; vk <= 0xFE; ++vk) {
+    bool sided = vk >= VK_LSHIFT && vk <= VK_RMENU;  // released with VK_SHIFT and friends
+    if (!sided && (GetAsyncKeyState(vk) & 0x8000)) desktop::platformKeyUp(vk);
+  }
+}
+
+// Posted messages, input and a pending WM_QUIT, taken and dropped. The bound
+// keeps a system that keeps making messages from holding the reset up.
+void emptyQueue() {
+  MSG m;
+  for (int i = 0; i < 100000 && PeekMessageA(&m, NULL, 0, 0, PM_REMOVE); ++i) {
+  }
+}
+
+}  // namespace
+
+namespace desktop {
+
+void idleNow() {
+  DesktopState& s = state();
+  tulscript::Engine* engine = liveEngine();
+  if (!engine || s.inIdle || s.idle.type() != TulValueType::Function) return;
+  TulValue fn = s.idle;  // the function may replace itself
+  TulValue out;
+  s.inIdle = true;
+  bool ok = engine->callFunction(fn, {}, out);
+  s.inIdle = false;
+  if (!ok) PostQuitMessage(kIdleQuitCode);
+}
+
+void nothingCanArrive() {
+  if (tulscript::Engine* engine = liveEngine()) engine->deferError(kWaitsForEver);
+  PostQuitMessage(kIdleQuitCode);
+}
+
+bool scriptRunning() { return liveEngine() != nullptr; }
+
+}  // namespace desktop
+
+void defineDesktopClass(tulscript::Engine& engine) {
+  TulClass* cls = engine.machine().defineClass("desktop", nullptr);
+  if (!cls) return;
+  for (const Method& m : kDesktopMethods) {
+    tulrt::addStaticScriptMethod(cls, m.name, [m](TulVirtualMachine* vm, int argc, ValPtr& sp) {
+      Call c(vm, argc, sp, m.name);
+      return m.fn(c);
+    });
+  }
+  state().engine = &engine;
+  state().machine = &engine.machine();
+  desktop::platformWatchWaiting();
+}
+
+void resetDesktop() {
+  DesktopState& s = state();
+  s.engine = nullptr;
+  s.machine = nullptr;
+  s.idle = TulValue();
+  destroyLeftWindows();
+  releaseHeldKeys();
+  emptyQueue();
+  desktop::stopSpying();
+  desktop::platformForget();
+}
+
+bool saveDesktopScreenshot(const std::string& path, std::string& why) {
+  switch (desktop::platformScreenshot(path)) {
+  case desktop::SaveResult::Saved: return true;
+  case desktop::SaveResult::CannotWrite: why = "cannot write " + path; return false;
+  case desktop::SaveResult::NotAvailable: break;
+  }
+  why = kNotAvailable;
+  return false;
+}

@@ -1,11 +1,21 @@
-// `desktop`: the simulated user, as static methods of a script class.
+// `desktop`: the simulated user, as static methods of a script class, so
+// that window programs can be driven, checked and shown headless (see the
+// `desktop` section of docs/language.md).
 #pragma once
+
+#include <string>
 
 namespace tulscript {
 class Engine;
 }
 
+// Defines the class on the engine's machine and starts watching the thread's
+// message loop for waits (the engine is called into while its machine lives).
 void defineDesktopClass(tulscript::Engine& engine);
-// Forgets what a script queued or hooked (idle hook, spies, dialog answers)
-// and destroys the windows it left behind.
+// Forgets what a script queued or hooked (idle function, spies, dialog
+// answers, held keys, queued and posted messages, a pending quit) and
+// destroys the windows it left behind.
 void resetDesktop();
+// `tul --screenshot PATH`: the screen as a PNG file. False, with the reason,
+// when it cannot be saved.
+bool saveDesktopScreenshot(const std::string& path, std::string& why);

@@ -15,6 +15,7 @@
 #include "runtime/runtime.h"
 #include "script/engine.h"
 #include "tools/tul/batch.h"
+#include "tools/tul/desktop.h"
 #include "tools/tul/listing.h"
 #include "tools/tul/loader.h"
 #include "tools/tul/system_objects.h"
@@ -22,8 +23,8 @@
 namespace {
 
 constexpr const char* kUsage =
-    "usage: tul [--library PATH] FILE.tul [ARGS...]\n"
-    "       tul [--library PATH] -e CODE [ARGS...]\n"
+    "usage: tul [--library PATH] [--screenshot PNG] FILE.tul [ARGS...]\n"
+    "       tul [--library PATH] [--screenshot PNG] -e CODE [ARGS...]\n"
     "       tul [--library PATH] --classes\n"
     "       tul [--library PATH] --batch LIST OUTDIR\n"
     "       tul --version\n"
@@ -33,7 +34,8 @@ constexpr const char* kUsage =
     "  --batch LIST OUTDIR  run the scripts listed in LIST (a path and its\n"
     "                   arguments a line, tab-separated), each in a fresh\n"
     "                   machine; OUTDIR/N.out, N.err, N.status for line N\n"
-    "  --library PATH   load the class library from PATH\n";
+    "  --library PATH   load the class library from PATH\n"
+    "  --screenshot PNG save the screen as a PNG file when the script ends\n";
 
 struct Options {
   std::string library;
@@ -44,6 +46,7 @@ struct Options {
   std::vector<std::string> args;
   std::string batchList;      // --batch
   std::string batchOut;
+  std::string screenshot;     // --screenshot
 };
 
 // False (after printing why) for arguments tul does not know. Everything
@@ -55,6 +58,8 @@ bool parseOptions(int argc, char** argv, Options& opt) {
       opt.classes = true;
     } else if (std::strcmp(argv[i], "--library") == 0 && i + 1 < argc) {
       opt.library = argv[++i];
+    } else if (std::strcmp(argv[i], "--screenshot") == 0 && i + 1 < argc) {
+      opt.screenshot = argv[++i];
     } else if (std::strcmp(argv[i], "--version") == 0) {
       std::cout << "tul " << TUL_VERSION << '\n';
       std::exit(0);
@@ -104,13 +109,22 @@ int listAll(NativeModule& module) {
   return status;
 }
 
+// The screen as the script left it, before the machine's teardown destroys
+// the windows of its objects. A failure is reported but does not change the
+// script's status.
+void saveScreenAtEnd(const std::string& path) {
+  std::string why;
+  if (!saveDesktopScreenshot(path, why)) std::cerr << "tul: --screenshot: " << why << '\n';
+}
+
 int runScript(NativeModule& module, const Options& opt) {
   tulscript::Engine engine;
   if (!registerClasses(module, engine.machine())) return tulscript::kStatusError;
   offerSystemObjects(engine);
   engine.setArgs(opt.args);
-  if (opt.haveCode) return engine.runSource("-e", opt.code);
-  return engine.runFile(opt.file);
+  int status = opt.haveCode ? engine.runSource("-e", opt.code) : engine.runFile(opt.file);
+  if (!opt.screenshot.empty()) saveScreenAtEnd(opt.screenshot);
+  return status;
 }
 
 }  // namespace

@@ -1,0 +1,90 @@
+// What the `desktop` class asks of the system it runs on. desktop.cpp owns
+// the script side (arguments, values, the idle function); desktop_sim.cpp
+// answers through the Linux layer's simulated user, desktop_windows.cpp
+// through the real system's own means; desktop_spy.cpp is plain Win32 and
+// the same on both.
+//
+// Invariant: nothing here sees a host value or the engine, and every
+// platform function whose result is a bool answers false only when the
+// platform cannot do the thing at all ("not available on this platform").
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace desktop {
+
+// Modifier keys held while a key is pressed (the layer's own bit values).
+constexpr unsigned kShift = 1;
+constexpr unsigned kControl = 2;
+constexpr unsigned kAlt = 4;
+
+enum class CountKind { Windows, Brushes, Accelerators, Dcs, Timers };
+
+// What the last file dialog was given; an empty optional stands for a null
+// pointer in the structure.
+struct DialogRecord {
+  HWND owner = nullptr;
+  std::optional<std::vector<std::string>> filter;  // description, pattern, ...
+  std::optional<std::string> file;
+  std::optional<std::string> initialDir;
+  std::optional<std::string> title;
+  std::optional<std::string> defExt;
+  DWORD flags = 0;
+  DWORD structSize = 0;
+};
+
+enum class SaveResult { Saved, CannotWrite, NotAvailable };
+
+// ---- Supplied by the platform ----
+
+// Starts calling idleNow() and nothingCanArrive() (below) from the thread's
+// message retrieval; doing it twice changes nothing.
+void platformWatchWaiting();
+// Keys are queued as the keyboard's input for the focus window.
+bool platformPress(int vk, unsigned modifiers);
+bool platformType(const std::string& text);
+void platformKeyUp(int vk);
+bool platformClose(HWND hwnd);
+bool platformResize(HWND hwnd, int width, int height);
+// bar is SB_HORZ or SB_VERT, code SB_LINEUP ... SB_ENDSCROLL.
+bool platformScroll(HWND hwnd, int bar, int code, int position);
+// An empty path (cancel) or the path the user types.
+bool platformQueueDialogAnswer(bool cancel, const std::string& path);
+// *any is false before the first file dialog.
+bool platformLastDialog(DialogRecord* out, bool* any);
+bool platformPixel(HWND hwnd, int x, int y, COLORREF* out);
+SaveResult platformScreenshot(const std::string& path);
+bool platformAdvance(DWORD ms);
+bool platformCount(CountKind kind, int* out);
+// The thread's top-level windows that a program made (not the system's own).
+std::vector<HWND> platformTopLevelWindows();
+// Forgets what only the platform keeps between scripts (dialog answers).
+void platformForget();
+
+// ---- Supplied by desktop.cpp, called by the platform ----
+
+// The message loop would wait: runs the script's idle function, if any.
+// When it fails, its error is on its way to the script and a posted
+// WM_QUIT ends the loop that was waiting.
+void idleNow();
+// The message loop would wait for ever: raises the script error and posts
+// WM_QUIT so that the loop ends and the error surfaces at its call.
+void nothingCanArrive();
+// True while a script runs (the engine is there to call into).
+bool scriptRunning();
+
+// ---- Spying (desktop_spy.cpp) ----
+
+// Records the message numbers that reach hwnd's procedure until it is
+// destroyed; spying on a window twice records once.
+void spyOn(HWND hwnd);
+// The numbers recorded since the last call, oldest first.
+std::vector<UINT> takeSpyLog();
+// Stops every spy still in place and drops the record.
+void stopSpying();
+
+}  // namespace desktop

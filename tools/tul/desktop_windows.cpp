@@ -1,0 +1,305 @@
+// The desktop on the real system, through the system's own means: keys are
+// real keyboard input (SendInput) for the focus window, so the key state
+// that GetKeyState and TranslateAcceleratorA see changes as the program
+// retrieves them; closing is the close box's WM_SYSCOMMAND(SC_CLOSE);
+// resizing is SetWindowPos between WM_ENTERSIZEMOVE and WM_EXITSIZEMOVE;
+// pixels come from GetPixel; the clock is Sleep.
+//
+// The system offers no hook for "GetMessageA would wait", so a thread timer
+// stands in: its WM_TIMER is retrieved only when nothing else (posted
+// message, input, paint) is ready. A WH_GETMESSAGE hook turns each of its
+// ticks into WM_NULL before the program sees it and treats the tick as the
+// moment the loop would wait: it answers a dialog box waiting for the user
+// (from the queued answers, else with its default button or by cancelling a
+// file dialog, as the Linux layer's user does), then runs the script's idle
+// function once per wait, and ends a loop in which nothing but ticks arrived
+// for kNothingArrivesAfterMs.
+//
+// Invariant: the program never sees a tick (it becomes WM_NULL for a window
+// of no one), and a tick does nothing while no script runs.
+#include "tools/tul/desktop_platform.h"
+
+#include <deque>
+#include <iterator>
+
+namespace desktop {
+
+namespace {
+
+constexpr UINT kTickMs = 10;                    // the system's minimum timer interval
+constexpr DWORD kNothingArrivesAfterMs = 3000;  // only ticks for this long: nothing will come
+constexpr int kFileNameCombo = 0x47C;           // cmb13: the name box of an Explorer-style dialog
+constexpr int kFileNameEdit = 0x480;            // edt1: the name box of an old-style dialog
+
+struct Answer {
+  bool cancel;
+  std::string path;
+};
+
+struct Watch {
+  HHOOK hook = nullptr;
+  UINT_PTR timer = 0;
+  bool activity = true;  // a message other than a tick was retrieved since the last wait
+  DWORD idleSince = 0;
+  std::deque<Answer> answers;
+};
+
+Watch& watch() {
+  // Never destroyed: the hook may still be called while the process ends.
+  static Watch& w = *new Watch;
+  return w;
+}
+
+bool isClass(HWND hwnd, const char* name) {
+  char cls[32] = "";
+  GetClassNameA(hwnd, cls, sizeof cls);
+  return lstrcmpiA(cls, name) == 0;
+}
+
+// The system's own per-thread windows (input method windows), which a
+// program neither makes nor destroys.
+bool isSystemWindow(HWND hwnd) { return isClass(hwnd, "IME") || isClass(hwnd, "MSCTFIME UI"); }
+
+BOOL CALLBACK collectTopLevel(HWND hwnd, LPARAM lp) {
+  if (!isSystemWindow(hwnd)) reinterpret_cast<std::vector<HWND>*>(lp)->push_back(hwnd);
+  return TRUE;
+}
+
+BOOL CALLBACK countChild(HWND, LPARAM lp) {
+  ++*reinterpret_cast<int*>(lp);
+  return TRUE;
+}
+
+// ---- Dialog boxes waiting for the user ----
+
+BOOL CALLBACK findWaitingDialog(HWND hwnd, LPARAM lp) {
+  if (!isClass(hwnd, "#32770") || !IsWindowVisible(hwnd) || !IsWindowEnabled(hwnd)) return TRUE;
+  *reinterpret_cast<HWND*>(lp) = hwnd;
+  return FALSE;
+}
+
+void pressButton(HWND dialog, int id) {
+  PostMessageA(dialog, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED),
+               reinterpret_cast<LPARAM>(GetDlgItem(dialog, id)));
+}
+
+// The user types the next queued answer into the name box and presses OK,
+// or cancels; with nothing queued the user cancels.
+void answerFileDialog(HWND dialog, HWND nameBox) {
+  std::deque<Answer>& answers = watch().answers;
+  if (answers.empty() || answers.front().cancel) {
+    if (!answers.empty()) answers.pop_front();
+    pressButton(dialog, IDCANCEL);
+    return;
+  }
+  SetWindowTextA(nameBox, answers.front().path.c_str());
+  answers.pop_front();
+  pressButton(dialog, IDOK);
+}
+
+// True when a dialog box of the thread was waiting and has been answered.
+bool answerWaitingDialog() {
+  HWND dialog = nullptr;
+  EnumThreadWindows(GetCurrentThreadId(), findWaitingDialog, reinterpret_cast<LPARAM>(&dialog));
+  if (!dialog) return false;
+  HWND nameBox = GetDlgItem(dialog, kFileNameCombo);
+  if (!nameBox) nameBox = GetDlgItem(dialog, kFileNameEdit);
+  if (nameBox) {
+    answerFileDialog(dialog, nameBox);
+    return true;
+  }
+  LRESULT def = SendMessageA(dialog, DM_GETDEFID, 0, 0);
+  pressButton(dialog, HIWORD(def) == DC_HASDEFID ? LOWORD(def) : IDOK);
+  return true;
+}
+
+// ---- Waiting ----
+
+// A tick was retrieved: the loop would otherwise wait.
+void onTick() {
+  Watch& w = watch();
+  if (!scriptRunning()) return;
+  if (answerWaitingDialog()) {
+    w.activity = true;
+    return;
+  }
+  DWORD now = GetTickCount();
+  if (w.activity) {
+    w.activity = false;
+    w.idleSince = now;
+    idleNow();
+    return;
+  }
+  if (now - w.idleSince < kNothingArrivesAfterMs) return;
+  w.idleSince = now;
+  nothingCanArrive();
+}
+
+bool isTick(const MSG& m) {
+  return m.message == WM_TIMER && !m.hwnd && m.wParam == watch().timer && watch().timer;
+}
+
+LRESULT CALLBACK watchRetrieval(int code, WPARAM wp, LPARAM lp) {
+  MSG* m = reinterpret_cast<MSG*>(lp);
+  if (code == HC_ACTION && m && isTick(*m)) {
+    m->message = WM_NULL;
+    m->wParam = 0;
+    m->lParam = 0;
+    if (wp == PM_REMOVE) onTick();
+  } else if (code == HC_ACTION && wp == PM_REMOVE) {
+    watch().activity = true;
+  }
+  return CallNextHookEx(watch().hook, code, wp, lp);
+}
+
+// ---- Keys ----
+
+INPUT keyInput(int vk, bool up) {
+  INPUT in{};
+  in.type = INPUT_KEYBOARD;
+  in.ki.wVk = static_cast<WORD>(vk);
+  in.ki.wScan = static_cast<WORD>(MapVirtualKeyA(static_cast<UINT>(vk), MAPVK_VK_TO_VSC));
+  in.ki.dwFlags = up ? KEYEVENTF_KEYUP : 0;
+  return in;
+}
+
+// The modifiers go down in the layer's order (Shift, Ctrl, Alt) and come up
+// in reverse, around the key.
+void addPress(std::vector<INPUT>& in, int vk, unsigned modifiers) {
+  static const struct {
+    unsigned bit;
+    int vk;
+  } kModifiers[] = {{kShift, VK_SHIFT}, {kControl, VK_CONTROL}, {kAlt, VK_MENU}};
+  for (const auto& m : kModifiers)
+    if (modifiers & m.bit) in.push_back(keyInput(m.vk, false));
+  in.push_back(keyInput(vk, false));
+  in.push_back(keyInput(vk, true));
+  for (auto it = std::rbegin(kModifiers); it != std::rend(kModifiers); ++it)
+    if (modifiers & it->bit) in.push_back(keyInput(it->vk, true));
+}
+
+void sendKeys(std::vector<INPUT>& in) {
+  if (!in.empty()) SendInput(static_cast<UINT>(in.size()), in.data(), sizeof(INPUT));
+}
+
+// The key (and Shift) that types c, as the Linux layer's US keyboard does:
+// printable ASCII, '\n' as Return and '\t' as Tab; false for the rest.
+bool keyFor(char c, int* vk, bool* shift) {
+  *shift = false;
+  if (c == '\n' || c == '\t') {
+    *vk = c == '\n' ? VK_RETURN : VK_TAB;
+    return true;
+  }
+  if (c < 32 || c > 126) return false;
+  SHORT scan = VkKeyScanA(c);
+  if (scan == -1 || (scan & 0x0600)) return false;  // no key, or one that needs Ctrl or Alt
+  *vk = scan & 0xFF;
+  *shift = (scan & 0x0100) != 0;
+  return true;
+}
+
+}  // namespace
+
+void platformWatchWaiting() {
+  Watch& w = watch();
+  if (!w.hook) w.hook = SetWindowsHookExA(WH_GETMESSAGE, watchRetrieval, NULL, GetCurrentThreadId());
+  if (!w.timer) w.timer = SetTimer(NULL, 0, kTickMs, NULL);
+}
+
+bool platformPress(int vk, unsigned modifiers) {
+  std::vector<INPUT> in;
+  addPress(in, vk, modifiers);
+  sendKeys(in);
+  return true;
+}
+
+bool platformType(const std::string& text) {
+  std::vector<INPUT> in;
+  for (char c : text) {
+    int vk = 0;
+    bool shift = false;
+    if (keyFor(c, &vk, &shift)) addPress(in, vk, shift ? kShift : 0);
+  }
+  sendKeys(in);
+  return true;
+}
+
+void platformKeyUp(int vk) {
+  std::vector<INPUT> in{keyInput(vk, true)};
+  sendKeys(in);
+}
+
+// Posted, as the queued click of the Linux layer's user arrives through the
+// loop; the point is the one that user clicks.
+bool platformClose(HWND hwnd) {
+  RECT r;
+  GetWindowRect(hwnd, &r);
+  PostMessageA(hwnd, WM_SYSCOMMAND, SC_CLOSE, MAKELPARAM(r.right - 8, r.top + 8));
+  return true;
+}
+
+bool platformResize(HWND hwnd, int width, int height) {
+  SendMessageA(hwnd, WM_ENTERSIZEMOVE, 0, 0);
+  SetWindowPos(hwnd, NULL, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  if (IsWindow(hwnd)) SendMessageA(hwnd, WM_EXITSIZEMOVE, 0, 0);
+  return true;
+}
+
+// The system reports a track position only inside its own tracking loop,
+// which only a real drag enters; the other codes are the bar's plain
+// messages.
+bool platformScroll(HWND hwnd, int bar, int code, int) {
+  if (code == SB_THUMBTRACK || code == SB_THUMBPOSITION) return false;
+  SendMessageA(hwnd, bar == SB_VERT ? WM_VSCROLL : WM_HSCROLL, static_cast<WPARAM>(code), 0);
+  return true;
+}
+
+bool platformQueueDialogAnswer(bool cancel, const std::string& path) {
+  watch().answers.push_back(Answer{cancel, path});
+  return true;
+}
+
+// The structure a program hands to GetOpenFileNameA stays inside comdlg32.
+bool platformLastDialog(DialogRecord*, bool*) { return false; }
+
+bool platformPixel(HWND hwnd, int x, int y, COLORREF* out) {
+  RECT r;
+  *out = CLR_INVALID;
+  if (!GetClientRect(hwnd, &r) || x < 0 || y < 0 || x >= r.right || y >= r.bottom) return true;
+  HDC dc = GetDC(hwnd);
+  *out = GetPixel(dc, x, y);
+  ReleaseDC(hwnd, dc);
+  return true;
+}
+
+// A real screen shows other programs too, and a headless one (Wine's null
+// display driver) has no pixels at all.
+SaveResult platformScreenshot(const std::string&) { return SaveResult::NotAvailable; }
+
+bool platformAdvance(DWORD ms) {
+  Sleep(ms);
+  return true;
+}
+
+// Only windows have a table the system lets a program read (GetGuiResources
+// counts all GDI objects together, and Wine answers 0).
+bool platformCount(CountKind kind, int* out) {
+  if (kind != CountKind::Windows) return false;
+  std::vector<HWND> tops = platformTopLevelWindows();
+  *out = static_cast<int>(tops.size());
+  for (HWND h : tops) EnumChildWindows(h, countChild, reinterpret_cast<LPARAM>(out));
+  return true;
+}
+
+std::vector<HWND> platformTopLevelWindows() {
+  std::vector<HWND> out;
+  EnumThreadWindows(GetCurrentThreadId(), collectTopLevel, reinterpret_cast<LPARAM>(&out));
+  return out;
+}
+
+void platformForget() {
+  watch().answers.clear();
+  watch().activity = true;
+}
+
+}  // namespace desktop
