@@ -14,3 +14,5 @@ extern const ClassSpec kSizeSpec;
 extern const ClassSpec kRectSpec;
 extern const ClassSpec kAccelSpec;
 extern const ClassSpec kMsgSpec;
+extern const ClassSpec kWinMsgHandlerSpec;
+extern const ClassSpec kWinBaseSpec;

@@ -4,7 +4,9 @@
 // at unload: the class-name strings (module/names.cpp), the member index
 // cache (module/members.cpp, filled by registration), the window registry
 // (window/registry.cpp), the module instance and the window being created
-// (window/window_class.cpp). Nothing else outlives a call.
+// (window/window_class.cpp). Besides them only the innermost call watch
+// (module/script_calls.cpp) lives outside a call, pointing into the frames
+// of the calls under way.
 //
 // The entry is one of the two places where a stray C++ exception could cross
 // into the host, so it catches everything and reports it.
@@ -21,8 +23,9 @@
 namespace {
 
 constexpr const ClassSpec* kOrder[] = {
-    &kStringSpec, &kStructSpec, &kVectorSpec, &kDictIteratorSpec, &kDictionarySpec,
-    &kPointSpec,  &kSizeSpec,   &kRectSpec,   &kAccelSpec,        &kMsgSpec,
+    &kStringSpec, &kStructSpec, &kVectorSpec, &kDictIteratorSpec,  &kDictionarySpec,
+    &kPointSpec,  &kSizeSpec,   &kRectSpec,   &kAccelSpec,         &kMsgSpec,
+    &kWinMsgHandlerSpec,        &kWinBaseSpec,
 };
 
 // False when the window class cannot be registered: the library then

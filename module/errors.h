@@ -46,4 +46,19 @@ constexpr const char* kPointExpected = "POINT argument expected";
 constexpr const char* kMsgExpected = "MSG argument expected";
 constexpr const char* kAccelExpected = "ACCEL argument expected";
 
+// The window framework.
+constexpr const char* kWindowCreationFailed = "Window creation failed.";
+constexpr const char* kWindowExpected = "Invalid argument. Window expected.";
+constexpr const char* kObjectExpected = "Invalid argument. Object expected.";
+constexpr const char* kInvalidWindowHandle = "Invalid window handle.";
+constexpr const char* kMsgArgumentExpected = "Invalid argument. MSG expected";
+constexpr const char* kInvalidMsgData = "Invalid data (msg)";
+constexpr const char* kHandlerExpected = "Invalid argument. Message handler expected";
+constexpr const char* kHandlerListMissing = "Invalid Object. Message handler list missing.";
+constexpr const char* kWindowReferenceExpected = "Window reference expected";
+constexpr const char* kInvalidMessageObject = "Invalid message object.";
+constexpr const char* kClassNotInitialized = "Class not initialized.";
+constexpr const char* kAcceleratorArrayMissing = "Invalid Object. Accelerator array missing.";
+constexpr const char* kNotImplemented = "not implemented yet";
+
 }  // namespace err

@@ -11,6 +11,7 @@
 #include "host/tul.h"
 #include "module/members.h"
 #include "module/names.h"
+#include "module/script_calls.h"
 
 class Frame {
  public:
@@ -55,6 +56,11 @@ class Frame {
   bool retSelf();     // constructors: the object itself
   bool retNothing();  // the result slot is left empty
 
+  // True when a message handler that the system called during one of this
+  // method's system calls failed (see script_calls.h); the error stands.
+  bool handlerFailed() const { return watch_.handlerFailed(); }
+  void resetHandlerFailed() { watch_.reset(); }
+
   // Reports (they always return false).
   bool fail(const char* message, const char* detail = nullptr) const;
   bool badType(const TulValue& actual, TulValueType expected) const;
@@ -70,6 +76,7 @@ class Frame {
   int first_;      // offset of the first script argument from p
   int nargs_;
   TulObject* self_ = nullptr;
+  CallWatch watch_{CallWatch::Kind::Native};
 };
 
 // The object a value refers to when that object's class is the named class

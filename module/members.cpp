@@ -1,16 +1,12 @@
 // The member index cache (see members.h).
 #include "module/members.h"
 
-#include <cstddef>
-
 namespace {
-// -1 until the registrar fills it; extend the list with the enumeration.
-int gIndex[] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
-static_assert(sizeof(gIndex) / sizeof(gIndex[0]) ==
-                  static_cast<size_t>(Member::Count),
-              "one cache slot per member");
+// One more than the index the registrar stored, so that the zero the array
+// starts with means "not filled" without a list of initial values.
+int gIndexPlusOne[static_cast<int>(Member::Count)];
 }  // namespace
 
-int memberIndex(Member m) { return gIndex[static_cast<int>(m)]; }
+int memberIndex(Member m) { return gIndexPlusOne[static_cast<int>(m)] - 1; }
 
-void setMemberIndex(Member m, int index) { gIndex[static_cast<int>(m)] = index; }
+void setMemberIndex(Member m, int index) { gIndexPlusOne[static_cast<int>(m)] = index + 1; }

@@ -17,6 +17,23 @@ enum class Member : int {
   RectRect,
   AccelAccel,
   MsgMsg,
+  WinMsgHandlerOwner,
+  // WinBase, in registration order.
+  WinHwnd,
+  WinHandlerList,
+  WinSavedWndProc,
+  WinVirtualRect,
+  WinUseVirtualSize,
+  WinScrollBarMode,
+  WinSx,
+  WinSy,
+  WinLifeScroll,
+  WinForeColor,
+  WinBackColor,
+  WinBackBrush,
+  WinAccelArray,
+  WinHaccel,
+  WinPaintStruct,
   Count
 };
 

@@ -73,6 +73,13 @@ bool registryRemove(std::uint32_t handle) {
   return true;
 }
 
+void registryForget(const TulObject* object) {
+  unsigned kept = 0;
+  for (unsigned i = 0; i < gCount; ++i)
+    if (gEntries[i].object != object) gEntries[kept++] = gEntries[i];
+  gCount = kept;
+}
+
 TulObject* registryObject(int index) {
   return index >= 0 && static_cast<unsigned>(index) < gCount ? gEntries[index].object : nullptr;
 }

@@ -27,6 +27,9 @@ int registryFind(std::uint32_t handle);
 int registryAdd(std::uint32_t handle, TulObject* object);
 // True when an entry was removed.
 bool registryRemove(std::uint32_t handle);
+// Removes every entry that names object, whatever its handle (a script may
+// have changed the handle the object keeps).
+void registryForget(const TulObject* object);
 
 TulObject* registryObject(int index);
 unsigned registryCount();

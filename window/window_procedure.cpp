@@ -4,40 +4,56 @@
 // runs; without an object, or when the script fails, the system's default
 // processing answers.
 //
-// This is one of the two places where a stray C++ exception could cross into
-// the system, so it catches everything and answers as for a failed script.
+// A script error cannot travel back through the system: it stays reported in
+// the interpreter, and the native call whose system call sent the message is
+// told (CallWatch), so the error surfaces where control returns to a script.
+// This is also one of the two places where a stray C++ exception could cross
+// into the system, so it catches everything and answers as for a failed
+// script.
+#include "module/script_calls.h"
 #include "window/registry.h"
 #include "window/window_class.h"
 
 namespace {
 
+std::uint32_t handleOf(HWND hwnd) {
+  return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(hwnd));
+}
+
+// The object whose window this is: the registered one, or for a window's
+// first WM_NCCREATE the object whose create is under way.
+TulObject* objectFor(HWND hwnd, UINT message, bool& takenOver) {
+  takenOver = false;
+  if (TulObject* window = registryObject(registryFind(handleOf(hwnd)))) return window;
+  if (message != WM_NCCREATE) return nullptr;
+  TulObject* window = pendingCreateWindow();
+  setPendingCreateWindow(nullptr);
+  takenOver = true;
+  return window;
+}
+
 LRESULT dispatch(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
-  auto handle = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(hwnd));
-  TulObject* window = registryObject(registryFind(handle));
   bool takenOver = false;
-  if (!window) {
-    if (message != WM_NCCREATE) return DefWindowProcA(hwnd, message, wParam, lParam);
-    window = pendingCreateWindow();
-    setPendingCreateWindow(nullptr);
-    takenOver = true;
-    if (!window) return DefWindowProcA(hwnd, message, wParam, lParam);
-  }
-  TulClass* cls = window->getClass();
+  TulObject* window = objectFor(hwnd, message, takenOver);
+  TulClass* cls = window ? window->getClass() : nullptr;
   if (!cls) return DefWindowProcA(hwnd, message, wParam, lParam);
   TulVirtualMachine& vm = cls->getVM();
   // A machine stopped in its debugger runs no script code.
   if (!takenOver && vm.isInDbg()) return 0;
 
   TulVector args(4, true);
-  args[0] = TulValue(static_cast<int>(handle));
+  args[0] = TulValue(static_cast<int>(handleOf(hwnd)));
   args[1] = TulValue(static_cast<unsigned>(message));
   args[2] = TulValue(static_cast<int>(wParam));
   args[3] = TulValue(static_cast<int>(lParam));
   TulValue result;
-  if (!vm.interpreter()->invokeMember(result, window, "handleMessage", &args))
-    return DefWindowProcA(hwnd, message, wParam, lParam);
-  if (message == WM_DESTROY) registryRemove(handle);
-  return static_cast<LRESULT>(static_cast<int>(result));
+  const bool ok = invokeScript(*vm.interpreter(), result, window, "handleMessage", &args);
+  // The script may have released the object; only the handle is used now.
+  // A window whose entry outlived a failed WM_DESTROY loses it here at last.
+  if ((ok && message == WM_DESTROY) || message == WM_NCDESTROY) registryRemove(handleOf(hwnd));
+  if (ok) return static_cast<LRESULT>(static_cast<int>(result));
+  CallWatch::noteHandlerFailure();
+  return DefWindowProcA(hwnd, message, wParam, lParam);
 }
 
 }  // namespace

@@ -19,6 +19,7 @@
 #include "tools/tul/listing.h"
 #include "tools/tul/loader.h"
 #include "tools/tul/system_objects.h"
+#include "tools/tul/win32_functions.h"
 
 namespace {
 
@@ -28,6 +29,7 @@ constexpr const char* kUsage =
     "       tul [--library PATH] --classes\n"
     "       tul [--library PATH] --batch LIST OUTDIR\n"
     "       tul --version\n"
+    "       tul --win32-functions\n"
     "  FILE.tul         run a script; ARGS become the script's ARGS vector\n"
     "  -e CODE          run CODE as a script\n"
     "  --classes        list the classes the library registers\n"
@@ -35,7 +37,10 @@ constexpr const char* kUsage =
     "                   arguments a line, tab-separated), each in a fresh\n"
     "                   machine; OUTDIR/N.out, N.err, N.status for line N\n"
     "  --library PATH   load the class library from PATH\n"
-    "  --screenshot PNG save the screen as a PNG file when the script ends\n";
+    "  --screenshot PNG save the screen as a PNG file when the script ends\n"
+    "  --win32-functions  list the functions the win32 class offers, one\n"
+    "                   \"NAME WORDS\" a line (WORDS: the 32-bit arguments\n"
+    "                   a call takes)\n";
 
 struct Options {
   std::string library;
@@ -62,6 +67,9 @@ bool parseOptions(int argc, char** argv, Options& opt) {
       opt.screenshot = argv[++i];
     } else if (std::strcmp(argv[i], "--version") == 0) {
       std::cout << "tul " << TUL_VERSION << '\n';
+      std::exit(0);
+    } else if (std::strcmp(argv[i], "--win32-functions") == 0) {
+      listWin32Functions(std::cout);
       std::exit(0);
     } else if (std::strcmp(argv[i], "--help") == 0) {
       std::cout << kUsage;
