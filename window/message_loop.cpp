@@ -6,6 +6,8 @@
 // Invariant: the loop copies each message into its script MSG object through
 // the buffer that object holds at that moment, since a script handed the
 // object may give it a new one.
+#include <windows.h>
+// commctrl.h needs windows.h first on the real system.
 #include <commctrl.h>
 
 #include <cstring>
