@@ -1,8 +1,8 @@
 // The desktop on the real system, through the system's own means: keys are
 // real keyboard input (SendInput) for the focus window, so the key state
 // that GetKeyState and TranslateAcceleratorA see changes as the program
-// retrieves them; closing is the close box's WM_SYSCOMMAND(SC_CLOSE);
-// resizing is SetWindowPos between WM_ENTERSIZEMOVE and WM_EXITSIZEMOVE;
+// retrieves them; closing is the close box's WM_SYSCOMMAND(SC_CLOSE),
+// posted once the keys sent before it have been retrieved; resizing is SetWindowPos between WM_ENTERSIZEMOVE and WM_EXITSIZEMOVE;
 // pixels come from GetPixel; the clock is Sleep.
 //
 // The system offers no hook for "GetMessageA would wait", so a thread timer
@@ -36,12 +36,24 @@ struct Answer {
   std::string path;
 };
 
+// A close waiting for the keys sent before it: the Linux layer queues the
+// click on the close box as input, behind them, where a posted message would
+// overtake them.
+struct HeldClose {
+  unsigned long after;  // the number of key events that come first
+  HWND hwnd;
+  LPARAM point;
+};
+
 struct Watch {
   HHOOK hook = nullptr;
   UINT_PTR timer = 0;
   bool activity = true;  // a message other than a tick was retrieved since the last wait
   DWORD idleSince = 0;
   std::deque<Answer> answers;
+  unsigned long keysSent = 0;       // key events handed to SendInput
+  unsigned long keysRetrieved = 0;  // key messages the thread has retrieved
+  std::deque<HeldClose> closes;
 };
 
 Watch& watch() {
@@ -113,12 +125,40 @@ bool answerWaitingDialog() {
   return true;
 }
 
+// ---- Closing in input order ----
+
+void postClose(const HeldClose& c) {
+  if (IsWindow(c.hwnd)) PostMessageA(c.hwnd, WM_SYSCOMMAND, SC_CLOSE, c.point);
+}
+
+// Posts the held closes whose keys have all been retrieved; all of them when
+// the loop is idle (keys that reached no window are never retrieved).
+void releaseCloses(bool all) {
+  Watch& w = watch();
+  if (all) w.keysRetrieved = w.keysSent;
+  while (!w.closes.empty() && w.closes.front().after <= w.keysRetrieved) {
+    HeldClose c = w.closes.front();
+    w.closes.pop_front();
+    postClose(c);
+  }
+}
+
+bool isKeyInput(UINT message) {
+  return message == WM_KEYDOWN || message == WM_KEYUP || message == WM_SYSKEYDOWN ||
+         message == WM_SYSKEYUP;
+}
+
 // ---- Waiting ----
 
 // A tick was retrieved: the loop would otherwise wait.
 void onTick() {
   Watch& w = watch();
   if (!scriptRunning()) return;
+  if (!w.closes.empty()) {
+    releaseCloses(true);
+    w.activity = true;
+    return;
+  }
   if (answerWaitingDialog()) {
     w.activity = true;
     return;
@@ -148,6 +188,10 @@ LRESULT CALLBACK watchRetrieval(int code, WPARAM wp, LPARAM lp) {
     if (wp == PM_REMOVE) onTick();
   } else if (code == HC_ACTION && wp == PM_REMOVE) {
     watch().activity = true;
+    if (m && isKeyInput(m->message)) {
+      ++watch().keysRetrieved;
+      releaseCloses(false);
+    }
   }
   return CallNextHookEx(watch().hook, code, wp, lp);
 }
@@ -179,7 +223,8 @@ void addPress(std::vector<INPUT>& in, int vk, unsigned modifiers) {
 }
 
 void sendKeys(std::vector<INPUT>& in) {
-  if (!in.empty()) SendInput(static_cast<UINT>(in.size()), in.data(), sizeof(INPUT));
+  if (in.empty()) return;
+  watch().keysSent += SendInput(static_cast<UINT>(in.size()), in.data(), sizeof(INPUT));
 }
 
 // The key (and Shift) that types c, as the Linux layer's US keyboard does:
@@ -229,12 +274,15 @@ void platformKeyUp(int vk) {
   sendKeys(in);
 }
 
-// Posted, as the queued click of the Linux layer's user arrives through the
-// loop; the point is the one that user clicks.
+// Posted once the keys sent before it are retrieved, as the queued click of
+// the Linux layer's user arrives through the loop after them; the point is
+// the one that user clicks.
 bool platformClose(HWND hwnd) {
   RECT r;
   GetWindowRect(hwnd, &r);
-  PostMessageA(hwnd, WM_SYSCOMMAND, SC_CLOSE, MAKELPARAM(r.right - 8, r.top + 8));
+  Watch& w = watch();
+  w.closes.push_back(HeldClose{w.keysSent, hwnd, MAKELPARAM(r.right - 8, r.top + 8)});
+  releaseCloses(false);
   return true;
 }
 
@@ -298,8 +346,11 @@ std::vector<HWND> platformTopLevelWindows() {
 }
 
 void platformForget() {
-  watch().answers.clear();
-  watch().activity = true;
+  Watch& w = watch();
+  w.answers.clear();
+  w.closes.clear();
+  w.keysRetrieved = w.keysSent;
+  w.activity = true;
 }
 
 }  // namespace desktop
