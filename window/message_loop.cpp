@@ -6,8 +6,6 @@
 // Invariant: the loop copies each message into its script MSG object through
 // the buffer that object holds at that moment, since a script handed the
 // object may give it a new one.
-#include <commctrl.h>
-
 #include <cstring>
 
 #include "module/errors.h"
@@ -15,6 +13,8 @@
 #include "window/window_class.h"
 #include "window/winbase.h"
 #include "winstruct/image.h"
+
+#include <commctrl.h>  // after <windows.h>, which it needs
 
 static_assert(sizeof(MSG) == 28, "MSG is 28 bytes on the 32-bit platform");
 
