@@ -183,6 +183,14 @@
   X(SBS_VERT, 0x0001) \
   X(BN_CLICKED, 0) \
   X(EN_CHANGE, 0x0300) \
+  X(BM_GETCHECK, 0x00F0) \
+  X(BM_SETCHECK, 0x00F1) \
+  X(BM_GETSTATE, 0x00F2) \
+  X(BM_SETSTATE, 0x00F3) \
+  X(BM_CLICK, 0x00F5) \
+  X(BST_UNCHECKED, 0x0000) \
+  X(BST_CHECKED, 0x0001) \
+  X(BST_INDETERMINATE, 0x0002) \
   /* Show commands */ \
   X(SW_HIDE, 0) \
   X(SW_SHOWNORMAL, 1) \
@@ -218,6 +226,27 @@
   X(SC_MAXIMIZE, 0xF030) \
   X(SC_CLOSE, 0xF060) \
   X(SC_RESTORE, 0xF120) \
+  /* Window data, relations and positioning */ \
+  X(GWL_WNDPROC, -4) \
+  X(GWL_HINSTANCE, -6) \
+  X(GWL_HWNDPARENT, -8) \
+  X(GWL_ID, -12) \
+  X(GWL_STYLE, -16) \
+  X(GWL_EXSTYLE, -20) \
+  X(GWL_USERDATA, -21) \
+  X(GA_PARENT, 1) \
+  X(GA_ROOT, 2) \
+  X(GA_ROOTOWNER, 3) \
+  X(SWP_NOSIZE, 0x0001) \
+  X(SWP_NOMOVE, 0x0002) \
+  X(SWP_NOZORDER, 0x0004) \
+  X(SWP_NOREDRAW, 0x0008) \
+  X(SWP_NOACTIVATE, 0x0010) \
+  X(SWP_FRAMECHANGED, 0x0020) \
+  X(SWP_SHOWWINDOW, 0x0040) \
+  X(SWP_HIDEWINDOW, 0x0080) \
+  X(PM_NOREMOVE, 0x0000) \
+  X(PM_REMOVE, 0x0001) \
   /* Scroll bars */ \
   X(SB_HORZ, 0) \
   X(SB_VERT, 1) \

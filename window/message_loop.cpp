@@ -6,10 +6,6 @@
 // Invariant: the loop copies each message into its script MSG object through
 // the buffer that object holds at that moment, since a script handed the
 // object may give it a new one.
-#include <windows.h>
-// commctrl.h needs windows.h first on the real system.
-#include <commctrl.h>
-
 #include <cstring>
 
 #include "module/errors.h"
@@ -17,6 +13,8 @@
 #include "window/window_class.h"
 #include "window/winbase.h"
 #include "winstruct/image.h"
+
+#include <commctrl.h>  // after <windows.h>, which it needs
 
 static_assert(sizeof(MSG) == 28, "MSG is 28 bytes on the 32-bit platform");
 
