@@ -64,7 +64,7 @@ TEST_F(Queue, TheNothingCanArriveHookEndsTheWaitItsOwnWay) {
   MSG m;
   testing::internal::CaptureStderr();
   EXPECT_EQ(GetMessageA(&m, NULL, 0, 0), 0) << "the quit it posted is retrieved";
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "the hook's owner reports, not the layer";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "its owner reports, not the layer";
   EXPECT_EQ(m.message, static_cast<UINT>(WM_QUIT));
   EXPECT_EQ(m.wParam, 3u);
   EXPECT_EQ(calls, (std::vector<std::string>{"idle", "nothing"})) << "the idle hook acts first";

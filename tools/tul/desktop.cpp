@@ -58,7 +58,9 @@ class Call {
 
   const std::string& name() const { return name_; }
   int count() const { return argc_; }
-  const TulValue& arg(int i) const { return (*result_.vec)[static_cast<unsigned>(result_.index + 1 + i)]; }
+  const TulValue& arg(int i) const {
+    return (*result_.vec)[static_cast<unsigned>(result_.index + 1 + i)];
+  }
   // Present and not nil: optional arguments may be left out or given as nil.
   bool given(int i) const {
     return i < argc_ && arg(i).type() != TulValueType::Nil && arg(i).type() != TulValueType::Empty;
@@ -75,7 +77,9 @@ class Call {
   bool argFail(int i, const std::string& message) const {
     return fail("argument " + std::to_string(i + 1) + " " + message);
   }
-  bool notAvailable() const { return vm_->interpreter()->returnError(kNotAvailable, name_.c_str()); }
+  bool notAvailable() const {
+    return vm_->interpreter()->returnError(kNotAvailable, name_.c_str());
+  }
 
   bool ret(const TulValue& v) {
     *result_ = v;
@@ -240,7 +244,8 @@ TulValue dialogValue(const desktop::DialogRecord& r) {
   TulValue filter;
   if (r.filter) {
     filter = TulValue(new TulVector());
-    for (const std::string& s : *r.filter) static_cast<TulVector*>(filter)->push_back(stringValue(s));
+    for (const std::string& s : *r.filter)
+      static_cast<TulVector*>(filter)->push_back(stringValue(s));
   }
   *d["filter"] = filter;
   *d["file"] = optionalString(r.file);

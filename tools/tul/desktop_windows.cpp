@@ -2,8 +2,9 @@
 // real keyboard input (SendInput) for the focus window, so the key state
 // that GetKeyState and TranslateAcceleratorA see changes as the program
 // retrieves them; closing is the close box's WM_SYSCOMMAND(SC_CLOSE),
-// posted once the keys sent before it have been retrieved; resizing is SetWindowPos between WM_ENTERSIZEMOVE and WM_EXITSIZEMOVE;
-// pixels come from GetPixel; the clock is Sleep.
+// posted once the keys sent before it have been retrieved; resizing is
+// SetWindowPos between WM_ENTERSIZEMOVE and WM_EXITSIZEMOVE; pixels come
+// from GetPixel; the clock is Sleep.
 //
 // The system offers no hook for "GetMessageA would wait", so a thread timer
 // stands in: its WM_TIMER is retrieved only when nothing else (posted
@@ -247,7 +248,8 @@ bool keyFor(char c, int* vk, bool* shift) {
 
 void platformWatchWaiting() {
   Watch& w = watch();
-  if (!w.hook) w.hook = SetWindowsHookExA(WH_GETMESSAGE, watchRetrieval, NULL, GetCurrentThreadId());
+  if (!w.hook)
+    w.hook = SetWindowsHookExA(WH_GETMESSAGE, watchRetrieval, NULL, GetCurrentThreadId());
   if (!w.timer) w.timer = SetTimer(NULL, 0, kTickMs, NULL);
 }
 
