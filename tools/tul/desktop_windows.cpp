@@ -6,18 +6,20 @@
 // SetWindowPos between WM_ENTERSIZEMOVE and WM_EXITSIZEMOVE; pixels come
 // from GetPixel; the clock is Sleep.
 //
-// The system offers no hook for "GetMessageA would wait", so a thread timer
-// stands in: its WM_TIMER is retrieved only when nothing else (posted
-// message, input, paint) is ready. A WH_GETMESSAGE hook turns each of its
-// ticks into WM_NULL before the program sees it and treats the tick as the
-// moment the loop would wait: it answers a dialog box waiting for the user
-// (from the queued answers, else with its default button or by cancelling a
-// file dialog, as the Linux layer's user does), then runs the script's idle
-// function once per wait, and ends a loop in which nothing but ticks arrived
-// for kNothingArrivesAfterMs.
+// The system offers no hook for "GetMessageA would wait". A helper thread
+// stands in: every kProbeMs it sends a probe to a message-only window of the
+// script's thread, and a message sent from another thread is handled only
+// inside the thread's message retrieval, where the program never sees it.
+// A probe handled while the queue holds nothing ready is the moment the loop
+// would wait: it answers a dialog box waiting for the user (from the queued
+// answers, else with its default button or by cancelling a file dialog, as
+// the Linux layer's user does), then runs the script's idle function once
+// per wait, and ends a loop in which nothing arrived for
+// kNothingArrivesAfterMs. A WH_GETMESSAGE hook sees what does arrive.
 //
-// Invariant: the program never sees a tick (it becomes WM_NULL for a window
-// of no one), and a tick does nothing while no script runs.
+// Invariant: the helper thread only sends probes; everything else, the
+// script included, runs on the script's thread, and a probe does nothing
+// while no script runs.
 #include "tools/tul/desktop_platform.h"
 
 #include <deque>
@@ -27,8 +29,12 @@ namespace desktop {
 
 namespace {
 
-constexpr UINT kTickMs = 10;                    // the system's minimum timer interval
-constexpr DWORD kNothingArrivesAfterMs = 3000;  // only ticks for this long: nothing will come
+constexpr DWORD kProbeMs = 10;
+constexpr DWORD kNothingArrivesAfterMs = 3000;  // waiting this long: nothing will come
+constexpr UINT kProbeMessage = WM_APP + 1;      // for the probe window only
+constexpr const char* kProbeClass = "TulDesktopProbe";
+// Messages of these kinds ready in the queue mean the loop is not waiting.
+constexpr UINT kReady = QS_INPUT | QS_POSTMESSAGE | QS_TIMER | QS_PAINT | QS_HOTKEY;
 constexpr int kFileNameCombo = 0x47C;           // cmb13: the name box of an Explorer-style dialog
 constexpr int kFileNameEdit = 0x480;            // edt1: the name box of an old-style dialog
 
@@ -48,8 +54,8 @@ struct HeldClose {
 
 struct Watch {
   HHOOK hook = nullptr;
-  UINT_PTR timer = 0;
-  bool activity = true;  // a message other than a tick was retrieved since the last wait
+  HWND probeWindow = nullptr;
+  bool activity = true;  // a message was retrieved since the last wait
   DWORD idleSince = 0;
   std::deque<Answer> answers;
   unsigned long keysSent = 0;       // key events handed to SendInput
@@ -151,19 +157,16 @@ bool isKeyInput(UINT message) {
 
 // ---- Waiting ----
 
-// A tick was retrieved: the loop would otherwise wait.
-void onTick() {
+// A probe arrived while the thread retrieves messages; with nothing ready
+// the loop would wait.
+void onProbe() {
   Watch& w = watch();
-  if (!scriptRunning()) return;
+  if (!scriptRunning() || (LOWORD(GetQueueStatus(QS_ALLINPUT)) & kReady)) return;
   if (!w.closes.empty()) {
     releaseCloses(true);
-    w.activity = true;
     return;
   }
-  if (answerWaitingDialog()) {
-    w.activity = true;
-    return;
-  }
+  if (answerWaitingDialog()) return;
   DWORD now = GetTickCount();
   if (w.activity) {
     w.activity = false;
@@ -176,20 +179,39 @@ void onTick() {
   nothingCanArrive();
 }
 
-bool isTick(const MSG& m) {
-  return m.message == WM_TIMER && !m.hwnd && m.wParam == watch().timer && watch().timer;
+LRESULT CALLBACK probeProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  if (msg != kProbeMessage) return DefWindowProcA(hwnd, msg, wp, lp);
+  onProbe();
+  return 0;
+}
+
+// The helper thread: one probe at a time, so a busy script thread is never
+// flooded; it ends when the probe window goes.
+DWORD WINAPI sendProbes(LPVOID window) {
+  HWND target = static_cast<HWND>(window);
+  while (IsWindow(target)) {
+    DWORD_PTR ignored = 0;
+    SendMessageTimeoutA(target, kProbeMessage, 0, 0, SMTO_NORMAL, INFINITE, &ignored);
+    Sleep(kProbeMs);
+  }
+  return 0;
+}
+
+HWND makeProbeWindow() {
+  WNDCLASSEXA wc = {};
+  wc.cbSize = sizeof wc;
+  wc.lpfnWndProc = probeProc;
+  wc.hInstance = GetModuleHandleA(NULL);
+  wc.lpszClassName = kProbeClass;
+  RegisterClassExA(&wc);
+  return CreateWindowExA(0, kProbeClass, "", 0, 0, 0, 0, 0, HWND_MESSAGE, NULL, wc.hInstance, NULL);
 }
 
 LRESULT CALLBACK watchRetrieval(int code, WPARAM wp, LPARAM lp) {
-  MSG* m = reinterpret_cast<MSG*>(lp);
-  if (code == HC_ACTION && m && isTick(*m)) {
-    m->message = WM_NULL;
-    m->wParam = 0;
-    m->lParam = 0;
-    if (wp == PM_REMOVE) onTick();
-  } else if (code == HC_ACTION && wp == PM_REMOVE) {
+  const MSG* m = reinterpret_cast<const MSG*>(lp);
+  if (code == HC_ACTION && wp == PM_REMOVE && m) {
     watch().activity = true;
-    if (m && isKeyInput(m->message)) {
+    if (isKeyInput(m->message)) {
       ++watch().keysRetrieved;
       releaseCloses(false);
     }
@@ -250,7 +272,11 @@ void platformWatchWaiting() {
   Watch& w = watch();
   if (!w.hook)
     w.hook = SetWindowsHookExA(WH_GETMESSAGE, watchRetrieval, NULL, GetCurrentThreadId());
-  if (!w.timer) w.timer = SetTimer(NULL, 0, kTickMs, NULL);
+  if (w.probeWindow) return;
+  w.probeWindow = makeProbeWindow();
+  if (!w.probeWindow) return;
+  if (HANDLE thread = CreateThread(NULL, 0, sendProbes, w.probeWindow, 0, NULL))
+    CloseHandle(thread);
 }
 
 bool platformPress(int vk, unsigned modifiers) {
