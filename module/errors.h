@@ -59,6 +59,5 @@ constexpr const char* kWindowReferenceExpected = "Window reference expected";
 constexpr const char* kInvalidMessageObject = "Invalid message object.";
 constexpr const char* kClassNotInitialized = "Class not initialized.";
 constexpr const char* kAcceleratorArrayMissing = "Invalid Object. Accelerator array missing.";
-constexpr const char* kNotImplemented = "not implemented yet";
 
 }  // namespace err
