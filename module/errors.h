@@ -60,4 +60,9 @@ constexpr const char* kInvalidMessageObject = "Invalid message object.";
 constexpr const char* kClassNotInitialized = "Class not initialized.";
 constexpr const char* kAcceleratorArrayMissing = "Invalid Object. Accelerator array missing.";
 
+// File dialogs.
+constexpr const char* kWindowHandleExpected = "Invalid argument. Window handle expected.";
+constexpr const char* kFileNameTooLong =
+    "File name too long for the file dialog (1023 characters at most)";
+
 }  // namespace err

@@ -86,7 +86,7 @@ TEST_F(Registration, ClassesComeInTheFixedOrder) {
     names.push_back(e->key.c_str());
   EXPECT_EQ(names, (std::vector<std::string>{"String", "Struct", "Vector", "DictIterator",
                                              "Dictionary", "POINT", "SIZE", "RECT", "ACCEL",
-                                             "MSG", "WinMsgHandler", "WinBase"}));
+                                             "MSG", "WinMsgHandler", "WinBase", "FileDialog"}));
 }
 
 TEST_F(Registration, SizeSharesPointsMemberAndConstructor) {
@@ -103,7 +103,7 @@ TEST_F(Registration, NullMachineRegistersNothing) { RegisterNativeModule(nullptr
 TEST_F(Registration, ASecondCallIsRefusedClassByClassWithoutHarm) {
   RegisterNativeModule(vm_);
   EXPECT_TRUE(interp().lastError().set);
-  EXPECT_EQ(vm_->classes().count(), 12u);
+  EXPECT_EQ(vm_->classes().count(), 13u);
   EXPECT_EQ(callInt(make("POINT", {TulValue(7)}), "getX"), 7);
 }
 
