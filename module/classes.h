@@ -16,3 +16,4 @@ extern const ClassSpec kAccelSpec;
 extern const ClassSpec kMsgSpec;
 extern const ClassSpec kWinMsgHandlerSpec;
 extern const ClassSpec kWinBaseSpec;
+extern const ClassSpec kFileDialogSpec;

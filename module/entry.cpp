@@ -4,7 +4,8 @@
 // at unload: the class-name strings (module/names.cpp), the member index
 // cache (module/members.cpp, filled by registration), the window registry
 // (window/registry.cpp), the module instance and the window being created
-// (window/window_class.cpp). Besides them only the innermost call watch
+// (window/window_class.cpp), and the file dialogs' file-name buffer
+// (dialogs/file_dialog.cpp). Besides them only the innermost call watch
 // (module/script_calls.cpp) lives outside a call, pointing into the frames
 // of the calls under way.
 //
@@ -25,7 +26,7 @@ namespace {
 constexpr const ClassSpec* kOrder[] = {
     &kStringSpec, &kStructSpec, &kVectorSpec, &kDictIteratorSpec,  &kDictionarySpec,
     &kPointSpec,  &kSizeSpec,   &kRectSpec,   &kAccelSpec,         &kMsgSpec,
-    &kWinMsgHandlerSpec,        &kWinBaseSpec,
+    &kWinMsgHandlerSpec,        &kWinBaseSpec,                    &kFileDialogSpec,
 };
 
 // False when the window class cannot be registered: the library then

@@ -59,6 +59,10 @@ constexpr const char* kWindowReferenceExpected = "Window reference expected";
 constexpr const char* kInvalidMessageObject = "Invalid message object.";
 constexpr const char* kClassNotInitialized = "Class not initialized.";
 constexpr const char* kAcceleratorArrayMissing = "Invalid Object. Accelerator array missing.";
-constexpr const char* kNotImplemented = "not implemented yet";
+
+// File dialogs.
+constexpr const char* kWindowHandleExpected = "Invalid argument. Window handle expected.";
+constexpr const char* kFileNameTooLong =
+    "File name too long for the file dialog (1023 characters at most)";
 
 }  // namespace err

@@ -34,6 +34,12 @@ enum class Member : int {
   WinAccelArray,
   WinHaccel,
   WinPaintStruct,
+  // FileDialog, in registration order.
+  FileDialogFilter,
+  FileDialogDir,
+  FileDialogFname,
+  FileDialogExt,
+  FileDialogTitle,
   Count
 };
 

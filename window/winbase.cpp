@@ -1,23 +1,13 @@
 // WinBase's binding table: every method under its script name, in binding
 // order, with its static data members and static methods. The methods
-// themselves live by concern in the other files of this folder.
-#include <climits>
-
+// themselves live by concern in the other files of this folder; the
+// families of getters and style methods are one template each.
 #include "module/classes.h"
-#include "module/errors.h"
+#include "window/geometry.h"
+#include "window/styles.h"
 #include "window/winbase.h"
 
 namespace {
-
-// Geometry, styles, text, colours, painting and the canvas's own methods are
-// bound under their names already; until they exist they say so.
-bool winbase_notImplemented(TulVirtualMachine* vm, int argc, ValPtr& sp) {
-  Frame f(vm, argc, sp);
-  if (!f.enter(0, INT_MAX)) return false;
-  return f.fail(err::kNotImplemented);
-}
-
-constexpr auto todo = winbase_notImplemented;
 
 constexpr MemberRow kWinBaseMembers[] = {
     {"_hwnd", Member::WinHwnd},
@@ -52,40 +42,40 @@ constexpr MethodRow kWinBaseMethods[] = {
     {"getParent", winbase_getParent},
     {"addChild", winbase_addChild},
     {"getChildrenHandles", winbase_getChildrenHandles},
-    {"setPosition", todo},
-    {"setSize", todo},
+    {"setPosition", winbase_setPosition},
+    {"setSize", winbase_setSize},
     {"getWindowRect", winbase_getChildrenHandles},
     {"getClientRect", winbase_getChildrenHandles},
-    {"getPosition", todo},
-    {"getClientPos", todo},
-    {"getSize", todo},
-    {"getClientSize", todo},
-    {"getPosX", todo},
-    {"getPosY", todo},
-    {"getClientPosX", todo},
-    {"getClientPosY", todo},
-    {"getWidth", todo},
-    {"getHeight", todo},
-    {"getClientWidth", todo},
-    {"getClientHeight", todo},
-    {"getStyle", todo},
-    {"hasStyle", todo},
-    {"setStyle", todo},
-    {"addStyle", todo},
-    {"removeStyle", todo},
-    {"getExtStyle", todo},
-    {"hasExtStyle", todo},
-    {"setExtStyle", todo},
-    {"addExtStyle", todo},
-    {"removeExtStyle", todo},
-    {"isMinimized", todo},
-    {"isMaximized", todo},
-    {"isVisible", todo},
-    {"minimize", todo},
-    {"maximize", todo},
-    {"show", todo},
-    {"restore", todo},
-    {"hide", todo},
+    {"getPosition", winbase_rectPair<Measured::Window, Part::Left, Part::Top, Name::Point>},
+    {"getClientPos", winbase_rectPair<Measured::Client, Part::Left, Part::Top, Name::Point>},
+    {"getSize", winbase_rectPair<Measured::Window, Part::Width, Part::Height, Name::Size>},
+    {"getClientSize", winbase_rectPair<Measured::Client, Part::Width, Part::Height, Name::Size>},
+    {"getPosX", winbase_rectPart<Measured::Window, Part::Left>},
+    {"getPosY", winbase_rectPart<Measured::Window, Part::Top>},
+    {"getClientPosX", winbase_rectPart<Measured::Client, Part::Left>},
+    {"getClientPosY", winbase_rectPart<Measured::Client, Part::Top>},
+    {"getWidth", winbase_rectPart<Measured::Window, Part::Width>},
+    {"getHeight", winbase_rectPart<Measured::Window, Part::Height>},
+    {"getClientWidth", winbase_rectPart<Measured::Client, Part::Width>},
+    {"getClientHeight", winbase_rectPart<Measured::Client, Part::Height>},
+    {"getStyle", winbase_style<GWL_STYLE, StyleOp::Get>},
+    {"hasStyle", winbase_style<GWL_STYLE, StyleOp::Has>},
+    {"setStyle", winbase_style<GWL_STYLE, StyleOp::Set>},
+    {"addStyle", winbase_style<GWL_STYLE, StyleOp::Add>},
+    {"removeStyle", winbase_style<GWL_STYLE, StyleOp::Remove>},
+    {"getExtStyle", winbase_style<GWL_EXSTYLE, StyleOp::Get>},
+    {"hasExtStyle", winbase_style<GWL_EXSTYLE, StyleOp::Has>},
+    {"setExtStyle", winbase_style<GWL_EXSTYLE, StyleOp::Set>},
+    {"addExtStyle", winbase_style<GWL_EXSTYLE, StyleOp::Add>},
+    {"removeExtStyle", winbase_style<GWL_EXSTYLE, StyleOp::Remove>},
+    {"isMinimized", winbase_showState<ShowTest::Minimized>},
+    {"isMaximized", winbase_showState<ShowTest::Maximized>},
+    {"isVisible", winbase_showState<ShowTest::Visible>},
+    {"minimize", winbase_showCommand<SW_MINIMIZE>},
+    {"maximize", winbase_showCommand<SW_MAXIMIZE>},
+    {"show", winbase_show},
+    {"restore", winbase_showCommand<SW_RESTORE>},
+    {"hide", winbase_showCommand<SW_HIDE>},
     {"preprocessMessage", winbase_preprocessMessage},
     {"handleMessage", winbase_handleMessage},
     {"addMsgHandler", winbase_addMsgHandler},
@@ -94,25 +84,25 @@ constexpr MethodRow kWinBaseMethods[] = {
     {"getAcceleratorArray", winbase_getAcceleratorArray},
     {"addAccelerator", winbase_addAccelerator},
     {"applyAccelerators", winbase_applyAccelerators},
-    {"setWindowText", todo},
-    {"getWindowText", todo},
-    {"setBackgroundColor", todo},
-    {"setBackgroundBrush", todo},
-    {"setForegroundColor", todo},
-    {"enableVirtualSize", todo},
-    {"setLifeScroll", todo},
-    {"setVirtualSize", todo},
-    {"getVirtualSize", todo},
-    {"fitVirtualSizeToContents", todo},
-    {"getVirtualOrigin", todo},
-    {"scrollHorizontal", todo},
-    {"scrollVertical", todo},
-    {"setScrollBarMode", todo},
-    {"setScrollSteps", todo},
-    {"getScrollBarMode", todo},
-    {"applyScrollBars", todo},
-    {"beginPaint", todo},
-    {"endPaint", todo},
+    {"setWindowText", winbase_setWindowText},
+    {"getWindowText", winbase_getWindowText},
+    {"setBackgroundColor", winbase_setBackgroundColor},
+    {"setBackgroundBrush", winbase_setBackgroundBrush},
+    {"setForegroundColor", winbase_setForegroundColor},
+    {"enableVirtualSize", winbase_enableVirtualSize},
+    {"setLifeScroll", winbase_setLifeScroll},
+    {"setVirtualSize", winbase_setVirtualSize},
+    {"getVirtualSize", winbase_getVirtualSize},
+    {"fitVirtualSizeToContents", winbase_fitVirtualSizeToContents},
+    {"getVirtualOrigin", winbase_getVirtualOrigin},
+    {"scrollHorizontal", winbase_scrollHorizontal},
+    {"scrollVertical", winbase_scrollVertical},
+    {"setScrollBarMode", winbase_setScrollBarMode},
+    {"setScrollSteps", winbase_setScrollSteps},
+    {"getScrollBarMode", winbase_getScrollBarMode},
+    {"applyScrollBars", winbase_applyScrollBars},
+    {"beginPaint", winbase_beginPaint},
+    {"endPaint", winbase_endPaint},
 };
 
 constexpr MethodRow kWinBaseStaticMethods[] = {

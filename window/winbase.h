@@ -80,6 +80,29 @@ TUL_NATIVE(winbase_getHInstance);
 TUL_NATIVE(winbase_createID);
 TUL_NATIVE(winbase_initCommonControls);
 
+// Text, colours and painting (painting.cpp).
+TUL_NATIVE(winbase_setWindowText);
+TUL_NATIVE(winbase_getWindowText);
+TUL_NATIVE(winbase_setBackgroundColor);
+TUL_NATIVE(winbase_setBackgroundBrush);
+TUL_NATIVE(winbase_setForegroundColor);
+TUL_NATIVE(winbase_beginPaint);
+TUL_NATIVE(winbase_endPaint);
+
+// The virtual canvas (scrolling.cpp).
+TUL_NATIVE(winbase_enableVirtualSize);
+TUL_NATIVE(winbase_setLifeScroll);
+TUL_NATIVE(winbase_setVirtualSize);
+TUL_NATIVE(winbase_getVirtualSize);
+TUL_NATIVE(winbase_fitVirtualSizeToContents);
+TUL_NATIVE(winbase_getVirtualOrigin);
+TUL_NATIVE(winbase_scrollHorizontal);
+TUL_NATIVE(winbase_scrollVertical);
+TUL_NATIVE(winbase_setScrollBarMode);
+TUL_NATIVE(winbase_setScrollSteps);
+TUL_NATIVE(winbase_getScrollBarMode);
+TUL_NATIVE(winbase_applyScrollBars);
+
 // Accelerators (accelerators.cpp).
 TUL_NATIVE(winbase_getAcceleratorArray);
 TUL_NATIVE(winbase_addAccelerator);

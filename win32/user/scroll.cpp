@@ -155,9 +155,9 @@ int WINAPI SetScrollInfo(HWND hwnd, int nBar, LPCSCROLLINFO lpsi, BOOL redraw) {
 
   if (nBar != SB_CTL && (mask & (SIF_RANGE | SIF_PAGE | SIF_DISABLENOSCROLL))) {
     if (info.min >= maxPosition(info)) {
+      // Disabled where it stands: a hidden bar stays hidden.
       if (mask & SIF_DISABLENOSCROLL) {
         info.disabledArrows = ESB_DISABLE_BOTH;
-        showBars(hwnd, styleBitOf(nBar), true);
       } else if (changed) {
         showBars(hwnd, styleBitOf(nBar), false);
       }
