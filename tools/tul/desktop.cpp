@@ -56,8 +56,6 @@ class Call {
     result_ -= argc;
   }
 
-  const std::string& name() const { return name_; }
-  int count() const { return argc_; }
   const TulValue& arg(int i) const {
     return (*result_.vec)[static_cast<unsigned>(result_.index + 1 + i)];
   }
