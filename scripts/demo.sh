@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The main job: sets up, builds the 32-bit library and the tul host program,
 # and runs the example scripts, which use the library's classes as any
-# script would.
+# script would. The window application runs headless, driven by a simulated
+# user, and leaves its screenshot in build/demo/window_app.png.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -16,3 +17,7 @@ for example in examples/value_classes.tul examples/struct_roundtrip.tul; do
   $run build/linux-x86/bin/tul "$example"
   echo
 done
+
+mkdir -p build/demo
+echo "######## tul examples/window_app.tul build/demo/window_app.png"
+$run build/linux-x86/bin/tul examples/window_app.tul build/demo/window_app.png
