@@ -11,6 +11,7 @@
 #include <cstring>
 #include <deque>
 #include <string>
+#include <vector>
 #include <sys/stat.h>
 
 namespace w32 {
@@ -64,10 +65,47 @@ void record(const OPENFILENAMEA& ofn, bool save) {
   if (ofn.lpstrFile && ofn.nMaxFile) d.last.initialFile.assign(ofn.lpstrFile, strnlen(ofn.lpstrFile, ofn.nMaxFile));
 }
 
-std::string withDefaultExtension(std::string path, const char* defExt) {
-  if (!defExt || !*defExt) return path;
+std::vector<std::string> patterns(const OPENFILENAMEA& ofn) {
+  std::vector<std::string> out;
+  const char* p = ofn.lpstrFilter;
+  while (p && *p) {
+    p += strlen(p) + 1;  // the description
+    out.emplace_back(p);
+    if (*p) p += strlen(p) + 1;
+  }
+  return out;
+}
+
+// The extension a filter's first pattern names, as "*.txt" does; empty for
+// "*.*", "*.t?t" and the like.
+std::string concreteExtension(const std::string& pattern) {
+  const std::string first = pattern.substr(0, pattern.find(';'));
+  if (first.size() < 3 || first.compare(0, 2, "*.") != 0) return std::string();
+  const std::string ext = first.substr(2);
+  return ext.find_first_of("*?.") == std::string::npos ? ext : std::string();
+}
+
+// The current filter, 1-based: 0 stands for the first; an index past the
+// list becomes 1 as well, but then names no extension (as on 32-bit Wine).
+int currentFilter(OPENFILENAMEA& ofn, int count, bool& valid) {
+  int index = static_cast<int>(ofn.nFilterIndex);
+  valid = index <= count;
+  if (index < 1 || index > count) index = 1;
+  ofn.nFilterIndex = static_cast<DWORD>(index);
+  return index;
+}
+
+// A name typed without an extension gets the current filter's extension, or
+// failing that lpstrDefExt; nothing when lpstrDefExt is NULL or empty.
+std::string withDefaultExtension(OPENFILENAMEA& ofn, std::string path) {
+  const std::vector<std::string> filters = patterns(ofn);
+  bool valid = true;
+  const int index = filters.empty() ? 0 : currentFilter(ofn, static_cast<int>(filters.size()), valid);
+  const char* defExt = ofn.lpstrDefExt;
+  if (!defExt || !*defExt || !valid) return path;
   if (path.find('.', nameOffset(path)) != std::string::npos) return path;
-  return path + "." + defExt;
+  std::string ext = index ? concreteExtension(filters[static_cast<size_t>(index - 1)]) : "";
+  return path + "." + (ext.empty() ? std::string(defExt) : ext);
 }
 
 // What the dialog itself refuses before closing; the user then tries again.
@@ -136,7 +174,7 @@ BOOL runDialog(OPENFILENAMEA* ofn, bool save) {
     Answer a = d.answers.front();
     d.answers.pop_front();
     if (a.cancel) return FALSE;
-    std::string path = withDefaultExtension(a.path, ofn->lpstrDefExt);
+    std::string path = withDefaultExtension(*ofn, a.path);
     if (acceptable(*ofn, save, path)) return deliver(ofn, path);
   }
   return FALSE;
