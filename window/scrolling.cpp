@@ -157,6 +157,30 @@ Got canvasOf(Frame& f, Structure& out) {
   return structureOf(f, slot ? *slot : TulValue(), Member::RectRect, out);
 }
 
+// What a method without a canvas answers: a missing canvas object is an
+// error for some methods and a plain "no" for others; a zero address is
+// always a "no" (0, or nothing for a method that returns nothing).
+enum class NoObject { Fails, AnswersNo };
+enum class No { Zero, Nothing };
+
+// True with the canvas in hand; otherwise false, with `result` holding what
+// the method returns (after a report, or with its answer written).
+bool canvasOrAnswer(Frame& f, Structure& canvas, NoObject noObject, No no, bool& result) {
+  switch (canvasOf(f, canvas)) {
+    case Got::Yes: return true;
+    case Got::Failed: result = false; return false;
+    case Got::NoObject:
+      if (noObject == NoObject::Fails) {
+        result = f.fail(kNoCanvas);
+        return false;
+      }
+      break;
+    case Got::ZeroAddress: break;
+  }
+  result = no == No::Zero ? f.retInt(0) : f.retNothing();
+  return false;
+}
+
 enum Edge { kLeft, kTop, kRight, kBottom };
 
 bool canvasOn(TulObject* self) { return intMember(self, Member::WinUseVirtualSize) != 0; }
@@ -227,12 +251,8 @@ bool scrollBy(Frame& f, bool horizontal) {
   HWND hwnd = windowOf(self);
   if (!hwnd || !canvasOn(self)) return f.retInt(0);
   Structure canvas;
-  switch (canvasOf(f, canvas)) {
-    case Got::Failed: return false;
-    case Got::NoObject: return f.fail(kNoCanvas);
-    case Got::ZeroAddress: return f.retInt(0);
-    case Got::Yes: break;
-  }
+  bool answer;
+  if (!canvasOrAnswer(f, canvas, NoObject::Fails, No::Zero, answer)) return answer;
   RECT client;
   if (!clientRectInWindow(hwnd, client)) return f.retInt(0);
   const std::int64_t view = horizontal ? client.right - client.left : client.bottom - client.top;
@@ -294,11 +314,8 @@ bool winbase_enableVirtualSize(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   RECT client;
   if (!clientRectInWindow(hwnd, client)) return f.retInt(0);
   Structure canvas;
-  switch (canvasOf(f, canvas)) {
-    case Got::Failed: return false;
-    case Got::Yes: break;
-    default: return f.retInt(0);
-  }
+  bool answer;
+  if (!canvasOrAnswer(f, canvas, NoObject::AnswersNo, No::Zero, answer)) return answer;
   // On and off alike start from the client area at the origin.
   canvas.set(kLeft, 0);
   canvas.set(kTop, 0);
@@ -337,11 +354,8 @@ bool winbase_setVirtualSize(TulVirtualMachine* vm, int argc, ValPtr& sp) {
     height = static_cast<int>(f.arg(1));
   }
   Structure canvas;
-  switch (canvasOf(f, canvas)) {
-    case Got::Failed: return false;
-    case Got::Yes: break;
-    default: return f.retInt(0);
-  }
+  bool answer;
+  if (!canvasOrAnswer(f, canvas, NoObject::AnswersNo, No::Zero, answer)) return answer;
   canvas.set(kRight, canvas.at(kLeft) + width);
   canvas.set(kBottom, canvas.at(kTop) + height);
   if (!invokeBare(f, "applyScrollBars")) return false;
@@ -353,12 +367,8 @@ bool canvasPairMethod(TulVirtualMachine* vm, int argc, ValPtr& sp, bool size) {
   Frame f(vm, argc, sp);
   if (!f.enter(0, 0)) return false;
   Structure canvas;
-  switch (canvasOf(f, canvas)) {
-    case Got::Failed: return false;
-    case Got::NoObject: return f.fail(kNoCanvas);
-    case Got::ZeroAddress: return f.retInt(0);
-    case Got::Yes: break;
-  }
+  bool answer;
+  if (!canvasOrAnswer(f, canvas, NoObject::Fails, No::Zero, answer)) return answer;
   TulVector args(2, true);
   args[0] = TulValue(size ? canvas.at(kRight) - canvas.at(kLeft) : canvas.at(kLeft));
   args[1] = TulValue(size ? canvas.at(kBottom) - canvas.at(kTop) : canvas.at(kTop));
@@ -404,12 +414,8 @@ bool winbase_applyScrollBars(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (!ok) return f.retNothing();
   const auto mode = static_cast<std::uint32_t>(intMember(self, Member::WinScrollBarMode));
   Structure canvas;
-  switch (canvasOf(f, canvas)) {
-    case Got::Failed: return false;
-    case Got::NoObject: return f.fail(kNoCanvas);
-    case Got::ZeroAddress: return f.retNothing();
-    case Got::Yes: break;
-  }
+  bool answer;
+  if (!canvasOrAnswer(f, canvas, NoObject::Fails, No::Nothing, answer)) return answer;
   const std::int32_t left = canvas.at(kLeft), top = canvas.at(kTop);
   if (mode == 4) showNeededBars(hwnd, vw > w || left < 0, vh > h || top < 0);
   updateBar(hwnd, SB_HORZ, vw, w, left);
@@ -462,12 +468,8 @@ bool winbase_fitVirtualSizeToContents(TulVirtualMachine* vm, int argc, ValPtr& s
   if (!list || !allHandles(*list)) return f.fail(kNotAHandleList);
   if (list->size() == 0) return f.retInt(0);
   Structure canvas;
-  switch (canvasOf(f, canvas)) {
-    case Got::Failed: return false;
-    case Got::NoObject: return f.fail(kNoCanvas);
-    case Got::ZeroAddress: return f.retInt(0);
-    case Got::Yes: break;
-  }
+  bool answer;
+  if (!canvasOrAnswer(f, canvas, NoObject::Fails, No::Zero, answer)) return answer;
   // Back to the origin first, so the children stand where the canvas has them.
   if (canvas.at(kLeft) != 0 && !invokeWith(f, "scrollHorizontal", negated(canvas.at(kLeft))))
     return false;

@@ -16,6 +16,7 @@
 #include "runtime/runtime.h"
 #include "script/engine.h"
 #include "tools/tul/desktop_platform.h"
+#include "tools/tul/static_call.h"
 
 namespace {
 
@@ -46,22 +47,17 @@ tulscript::Engine* liveEngine() {
   return s.engine;
 }
 
-// One call of a static method: the result slot lies argc slots below sp and
-// the arguments follow it. Every check reports "desktop.NAME: ..." and
+// One call of a static method. Every check reports "desktop.NAME: ..." and
 // returns false, so a method writes `if (!c.intArg(0, &x)) return false;`.
-class Call {
+class Call : public StaticCall {
  public:
   Call(TulVirtualMachine* vm, int argc, ValPtr& sp, const char* name)
-      : vm_(vm), sp_(sp), result_(sp), argc_(argc), name_(std::string("desktop.") + name) {
-    result_ -= argc;
-  }
+      : StaticCall(vm, argc, sp, std::string("desktop.") + name) {}
 
-  const TulValue& arg(int i) const {
-    return (*result_.vec)[static_cast<unsigned>(result_.index + 1 + i)];
-  }
   // Present and not nil: optional arguments may be left out or given as nil.
   bool given(int i) const {
-    return i < argc_ && arg(i).type() != TulValueType::Nil && arg(i).type() != TulValueType::Empty;
+    return i < argCount() && arg(i).type() != TulValueType::Nil &&
+           arg(i).type() != TulValueType::Empty;
   }
 
   bool counts(int min, int max) const;
@@ -69,43 +65,20 @@ class Call {
   bool windowArg(int i, HWND* out) const;
   bool stringArg(int i, std::string* out) const;
 
-  bool fail(const std::string& message) const {
-    return vm_->interpreter()->returnError((name_ + ": " + message).c_str(), nullptr);
-  }
   bool argFail(int i, const std::string& message) const {
     return fail("argument " + std::to_string(i + 1) + " " + message);
   }
-  bool notAvailable() const {
-    return vm_->interpreter()->returnError(kNotAvailable, name_.c_str());
-  }
-
-  bool ret(const TulValue& v) {
-    *result_ = v;
-    sp_ = result_;
-    return true;
-  }
-  bool retNothing() {
-    result_->dispose();
-    sp_ = result_;
-    return true;
-  }
   // The result of a platform call that answers false when it cannot be done.
   bool done(bool available) { return available ? retNothing() : notAvailable(); }
-
- private:
-  TulVirtualMachine* vm_;
-  ValPtr& sp_;
-  ValPtr result_;
-  int argc_;
-  std::string name_;
 };
 
 bool Call::counts(int min, int max) const {
-  if (argc_ >= min && argc_ <= max) return true;
+  const int argc = argCount();
+  if (argc >= min && argc <= max) return true;
   std::string want = std::to_string(min);
   if (max > min) want += (max == min + 1 ? " or " : " to ") + std::to_string(max);
   return fail("expected " + want + (max == 1 ? " argument" : " arguments") + ", got " +
-              std::to_string(argc_));
+              std::to_string(argc));
 }
 
 bool Call::intArg(int i, int* out) const {

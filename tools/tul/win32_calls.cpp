@@ -8,53 +8,16 @@
 #include "tools/tul/win32_calls.h"
 
 #include <cstdint>
-#include <cstdio>
+#include <string>
 
 #include "runtime/runtime.h"
 #include "script/engine.h"
+#include "tools/tul/static_call.h"
 #include "tools/tul/win32_functions.h"
 
 namespace {
 
 static_assert(sizeof(void*) == 4, "addresses are passed as one 32-bit word");
-
-constexpr const char* kNotAvailable = "not available on this platform";
-
-// The frame of a static method: the result slot, then argc arguments. The
-// cursor is an index into the value stack, so it stays right when a call
-// that runs script code (a window procedure) makes the stack grow.
-class StaticFrame {
- public:
-  StaticFrame(TulVirtualMachine* vm, int argc, ValPtr& sp)
-      : interp_(vm->interpreter()), sp_(sp), result_(sp), argc_(argc) {
-    result_ -= argc;
-  }
-
-  int argCount() const { return argc_; }
-  TulValue& arg(int i) const {
-    return (*result_.vec)[static_cast<unsigned>(result_.index + 1 + i)];
-  }
-  bool retInt(std::int32_t v) {
-    *result_ = TulValue(static_cast<int>(v));
-    sp_ = result_;
-    return true;
-  }
-  // As a native method that returns nothing: the result slot stays empty.
-  bool retNothing() {
-    result_->dispose();
-    sp_ = result_;
-    return true;
-  }
-  bool fail(const char* message, const char* detail = nullptr) const {
-    return interp_->returnError(message, detail);
-  }
-
- private:
-  TulInterpreter* interp_;
-  ValPtr& sp_;
-  ValPtr result_;
-  int argc_;
-};
 
 enum class ArgFault { None, Kind, Range };
 
@@ -94,38 +57,31 @@ ArgFault argumentWord(TulValue& v, std::uint32_t& out) {
   return ArgFault::None;
 }
 
-bool reportCount(const StaticFrame& f, const Win32Function& fn) {
-  char text[128];
-  std::snprintf(text, sizeof text, "win32.%s: expected %d argument%s, got %d", fn.name,
-                fn.words, fn.words == 1 ? "" : "s", f.argCount());
-  return f.fail(text);
+bool reportCount(const StaticCall& f, const Win32Function& fn) {
+  return f.fail("expected " + std::to_string(fn.words) + " argument" + (fn.words == 1 ? "" : "s") +
+                ", got " + std::to_string(f.argCount()));
 }
 
-bool reportArgument(const StaticFrame& f, const Win32Function& fn, int i, ArgFault fault) {
-  char text[160];
-  if (fault == ArgFault::Range)
-    std::snprintf(text, sizeof text, "win32.%s: argument %d does not fit in 32 bits", fn.name,
-                  i + 1);
-  else
-    std::snprintf(text, sizeof text,
-                  "win32.%s: argument %d must be an integer, a string or a buffer, not %s",
-                  fn.name, i + 1, tulrt::typeName(f.arg(i).type()));
-  return f.fail(text);
+bool reportArgument(const StaticCall& f, int i, ArgFault fault) {
+  const std::string which = "argument " + std::to_string(i + 1);
+  if (fault == ArgFault::Range) return f.fail(which + " does not fit in 32 bits");
+  return f.fail(which + " must be an integer, a string or a buffer, not " +
+                tulrt::typeName(f.arg(i).type()));
 }
 
 // Every argument as a word; false after reporting the first that is none.
-bool collectWords(const StaticFrame& f, const Win32Function& fn, std::uint32_t* words) {
+bool collectWords(const StaticCall& f, const Win32Function& fn, std::uint32_t* words) {
   for (int i = 0; i < fn.words; ++i) {
     ArgFault fault = argumentWord(f.arg(i), words[i]);
-    if (fault != ArgFault::None) return reportArgument(f, fn, i, fault);
+    if (fault != ArgFault::None) return reportArgument(f, i, fault);
   }
   return true;
 }
 
 bool win32_call(const Win32Function& fn, Win32Proc proc, TulVirtualMachine* vm, int argc,
                 ValPtr& sp) {
-  StaticFrame f(vm, argc, sp);
-  if (!proc) return f.fail(kNotAvailable, fn.name);
+  StaticCall f(vm, argc, sp, std::string("win32.") + fn.name);
+  if (!proc) return f.notAvailable();
   if (argc != fn.words) return reportCount(f, fn);
   std::uint32_t words[kMaxWin32Words] = {};
   if (!collectWords(f, fn, words)) return false;
