@@ -4,8 +4,9 @@
 // at unload: the class-name strings (module/names.cpp), the member index
 // cache (module/members.cpp, filled by registration), the window registry
 // (window/registry.cpp), the module instance and the window being created
-// (window/window_class.cpp), and the file dialogs' file-name buffer
-// (dialogs/file_dialog.cpp). Besides them only the innermost call watch
+// (window/window_class.cpp), the ledger of paint blocks and replaced window
+// procedures (window/native_ledger.cpp), and the file dialogs' file-name
+// buffer (dialogs/file_dialog.cpp). Besides them only the innermost call watch
 // (module/script_calls.cpp) lives outside a call, pointing into the frames
 // of the calls under way.
 //

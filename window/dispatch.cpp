@@ -8,6 +8,7 @@
 // therefore reads the list again before every step, never past its current
 // end, and holds each handler while it is called.
 #include "module/errors.h"
+#include "window/native_ledger.h"
 #include "window/winbase.h"
 #include "winstruct/image.h"
 
@@ -82,11 +83,13 @@ Reaction builtInReaction(Frame& f, HWND hwnd, UINT message, WPARAM wParam, LPARA
   }
 }
 
-// The subclassed window's own procedure, or the system's default.
+// The subclassed window's own procedure, or the system's default. Only a
+// procedure the library replaced is called: _savedWndProc is a script-visible
+// integer.
 LRESULT defaultProcessing(TulObject* self, HWND hwnd, UINT message, WPARAM wParam,
                           LPARAM lParam) {
   const std::int32_t saved = intMember(self, Member::WinSavedWndProc);
-  if (saved)
+  if (isReplacedProcedure(saved))
     return CallWindowProcA(reinterpret_cast<WNDPROC>(toPointer(saved)), hwnd, message, wParam,
                            lParam);
   return DefWindowProcA(hwnd, message, wParam, lParam);

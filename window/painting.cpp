@@ -6,17 +6,16 @@
 // Invariant: the window owns at most one brush: a new one deletes the old
 // one first. The paint block belongs to the object from its first
 // beginPaint until dtor.
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "module/errors.h"
+#include "window/native_ledger.h"
 #include "window/winbase.h"
 
 namespace {
 
-constexpr std::size_t kPaintBlockSize = 64;  // bytes of PAINTSTRUCT
-static_assert(sizeof(PAINTSTRUCT) == kPaintBlockSize, "PAINTSTRUCT is 64 bytes");
+static_assert(sizeof(PAINTSTRUCT) == 64, "PAINTSTRUCT is 64 bytes");
 
 // A COLORREF names a colour when its top byte is zero.
 bool isColour(std::int32_t c) { return (c & 0xFFFFFF) == c; }
@@ -111,8 +110,9 @@ bool winbase_beginPaint(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   HWND hwnd = requireWindow(f);
   if (!hwnd) return false;
   TulObject* self = f.self();
-  if (!intMember(self, Member::WinPaintStruct)) {
-    void* block = std::calloc(1, kPaintBlockSize);
+  // A value the script wrote there names no block of ours: a new one.
+  if (!isPaintBlock(toPointer(intMember(self, Member::WinPaintStruct)))) {
+    void* block = newPaintBlock();
     if (!block) return f.fail("out of memory");
     setIntMember(self, Member::WinPaintStruct, fromHandle(block));
   }
@@ -120,8 +120,8 @@ bool winbase_beginPaint(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   // object: the structure is filled here and copied into the block after.
   PAINTSTRUCT ps;
   HDC dc = BeginPaint(hwnd, &ps);
-  if (const std::int32_t block = intMember(self, Member::WinPaintStruct))
-    std::memcpy(toPointer(block), &ps, sizeof ps);
+  void* block = toPointer(intMember(self, Member::WinPaintStruct));
+  if (isPaintBlock(block)) std::memcpy(block, &ps, sizeof ps);
   return f.retInt(fromHandle(dc));
 }
 
@@ -130,7 +130,7 @@ bool winbase_endPaint(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (!f.enter(0, 0)) return false;
   HWND hwnd = requireWindow(f);
   if (!hwnd) return false;
-  const std::int32_t block = intMember(f.self(), Member::WinPaintStruct);
-  if (!block) return f.retInt(0);
-  return f.retInt(EndPaint(hwnd, static_cast<const PAINTSTRUCT*>(toPointer(block))));
+  const void* block = toPointer(intMember(f.self(), Member::WinPaintStruct));
+  if (!isPaintBlock(block)) return f.retInt(0);  // never begun (or forged)
+  return f.retInt(EndPaint(hwnd, static_cast<const PAINTSTRUCT*>(block)));
 }

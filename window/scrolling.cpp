@@ -123,8 +123,9 @@ constexpr UINT kBarMask = SIF_RANGE | SIF_PAGE | SIF_POS | SIF_DISABLENOSCROLL;
 constexpr UINT kAllWindowFlags = SW_SCROLLCHILDREN | SW_INVALIDATE | SW_ERASE;
 
 // Two or four 32-bit integers at an address a script-level ptr gave. The
-// object and its structure are held while the method runs, so the address
-// stays valid memory even if a script called meanwhile replaces them.
+// address is trusted only inside a buffer the object holds (its structure),
+// and that buffer is held while the method runs, so the address stays valid
+// memory even if a script called meanwhile gives the object another one.
 struct Structure {
   TulValue object;
   TulValue image;
@@ -140,21 +141,36 @@ struct Structure {
 
 enum class Got { Yes, NoObject, ZeroAddress, Failed };
 
-// The structure of obj through its script-level ptr.
-Got structureOf(Frame& f, const TulValue& obj, Member image, Structure& out) {
+// The buffer member of obj that holds [address, address + size), or nil.
+TulValue bufferHolding(TulObject* obj, const unsigned char* address, unsigned size) {
+  TulVector* members = obj->getMemberData();
+  for (unsigned i = 0; members && i < members->size(); ++i) {
+    TulBuffer* b = static_cast<TulBuffer*>((*members)[i]);
+    if (b && address >= b->data() && address + size <= b->data() + b->size())
+      return (*members)[i];
+  }
+  return TulValue();
+}
+
+// The structure of obj (size bytes) through its script-level ptr. An address
+// that lies in none of the object's own buffers counts as no address.
+Got structureOf(Frame& f, const TulValue& obj, unsigned size, Structure& out) {
   TulObject* o = static_cast<TulObject*>(obj);
   if (!o) return Got::NoObject;
   out.object = obj;
-  if (const TulValue* slot = memberSlot(o, image)) out.image = *slot;
   TulValue address;
   if (!invokeScript(f.interp(), address, o, "ptr")) return Got::Failed;
-  out.bytes = static_cast<unsigned char*>(toPointer(static_cast<int>(address)));
-  return out.bytes ? Got::Yes : Got::ZeroAddress;
+  auto* bytes = static_cast<unsigned char*>(toPointer(static_cast<int>(address)));
+  if (!bytes) return Got::ZeroAddress;
+  out.image = bufferHolding(o, bytes, size);
+  if (out.image.type() != TulValueType::Buffer) return Got::ZeroAddress;
+  out.bytes = bytes;
+  return Got::Yes;
 }
 
 Got canvasOf(Frame& f, Structure& out) {
   const TulValue* slot = f.member(Member::WinVirtualRect);
-  return structureOf(f, slot ? *slot : TulValue(), Member::RectRect, out);
+  return structureOf(f, slot ? *slot : TulValue(), kRectImage.size, out);
 }
 
 // What a method without a canvas answers: a missing canvas object is an
@@ -192,7 +208,7 @@ bool sizeFrom(Frame& f, const char* method, std::int32_t& w, std::int32_t& h, bo
   ok = false;
   if (!invokeScript(f.interp(), size, f.self(), method)) return false;
   Structure s;
-  Got got = structureOf(f, size, Member::PointPt, s);
+  Got got = structureOf(f, size, kPointImage.size, s);
   if (got == Got::Failed) return false;
   if (got == Got::NoObject) return f.fail(kNoCanvas);
   if (got == Got::Yes) {
@@ -342,7 +358,7 @@ bool winbase_setVirtualSize(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (f.argCount() == 1) {
     if (!static_cast<TulObject*>(f.arg(0))) return f.fail(kSizeObjectExpected);
     Structure size;
-    switch (structureOf(f, f.arg(0), Member::PointPt, size)) {
+    switch (structureOf(f, f.arg(0), kPointImage.size, size)) {
       case Got::Failed: return false;
       case Got::Yes: break;
       default: return f.retInt(0);

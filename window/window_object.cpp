@@ -5,10 +5,10 @@
 //
 // Invariant: the registry never holds a released object: dtor removes every
 // entry that names the object and forgets it as the window being created.
-#include <cstdlib>
 #include <string>
 
 #include "module/errors.h"
+#include "window/native_ledger.h"
 #include "window/registry.h"
 #include "window/window_class.h"
 #include "window/winbase.h"
@@ -31,7 +31,7 @@ void releaseTableAndPaintBlock(TulObject* self) {
     setIntMember(self, Member::WinHaccel, 0);
   }
   if (std::int32_t block = intMember(self, Member::WinPaintStruct)) {
-    std::free(toPointer(block));
+    freePaintBlock(toPointer(block));
     setIntMember(self, Member::WinPaintStruct, 0);
   }
 }
@@ -41,7 +41,9 @@ void releaseTableAndPaintBlock(TulObject* self) {
 std::int32_t subclass(HWND hwnd) {
   const auto ours = static_cast<LONG>(reinterpret_cast<std::uintptr_t>(&windowProcedure));
   if (GetWindowLongA(hwnd, GWL_WNDPROC) == ours) return 0;
-  return SetWindowLongA(hwnd, GWL_WNDPROC, ours);
+  const LONG replaced = SetWindowLongA(hwnd, GWL_WNDPROC, ours);
+  noteReplacedProcedure(replaced);
+  return replaced;
 }
 
 // The arguments of create after the class name, with their defaults.
