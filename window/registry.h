@@ -1,8 +1,9 @@
 // The window registry: which script object stands for which window handle.
 // A process-wide array of (handle, object) kept sorted by handle, so every
 // message's lookup is a binary search. The objects are borrowed: the host
-// keeps them alive, and entries are removed at WM_DESTROY, by dtor and by
-// unregisterWindow.
+// keeps them alive, and entries are removed at WM_DESTROY (or at
+// WM_NCDESTROY when the script failed WM_DESTROY), by dtor and by
+// unregisterWindow, so no entry outlives its object.
 #pragma once
 
 #include <cstdint>
