@@ -98,6 +98,8 @@ GdiObject* gdiObject(HGDIOBJ h);  // a live object or null
 DeviceContext* deviceContext(HDC hdc);
 HDC createDC(std::unique_ptr<DeviceContext> dc);
 void freeDC(HDC hdc);
+// Releases every DC still obtained for hwnd (a window being freed).
+void freeWindowDCs(HWND hwnd);
 int liveGdiCount(GdiKind kind);
 HBRUSH systemColorBrush(int index);
 // A brush argument of FillRect and friends: a brush handle or COLOR_x + 1.

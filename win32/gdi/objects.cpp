@@ -138,6 +138,15 @@ void freeDC(HDC hdc) {
   freeObject(hdc);
 }
 
+void freeWindowDCs(HWND hwnd) {
+  const auto& slots = gdi().slots;
+  for (size_t i = 0; i < slots.size(); ++i) {
+    const auto& o = slots[i];
+    if (o && o->kind == GdiKind::DC && o->dc && o->dc->hwnd == hwnd)
+      freeDC(reinterpret_cast<HDC>(kGdiBase + i * kGdiStep));
+  }
+}
+
 void selectDefaults(DeviceContext& dc) {
   makeStock();
   dc.brush = gdi().stock[WHITE_BRUSH];

@@ -20,15 +20,31 @@ inline RECT makeRect(LONG left, LONG top, LONG right, LONG bottom) {
   return r;
 }
 
+// Coordinate sums and differences wrap around as the system's 32-bit
+// arithmetic does; a far-out coordinate never makes the arithmetic undefined.
+inline LONG wrapAdd(LONG a, LONG b) {
+  return static_cast<LONG>(static_cast<unsigned long>(a) + static_cast<unsigned long>(b));
+}
+inline LONG wrapSub(LONG a, LONG b) {
+  return static_cast<LONG>(static_cast<unsigned long>(a) - static_cast<unsigned long>(b));
+}
+// a + b held to LONG's range: the far edge of a window placed far out.
+inline LONG saturatingAdd(LONG a, LONG b) {
+  const long long sum = static_cast<long long>(a) + b;
+  if (sum > 0x7FFFFFFFLL) return 0x7FFFFFFF;
+  if (sum < -0x80000000LL) return static_cast<LONG>(-0x7FFFFFFF - 1);
+  return static_cast<LONG>(sum);
+}
+
 inline bool rectEmpty(const RECT& r) { return r.left >= r.right || r.top >= r.bottom; }
-inline LONG rectWidth(const RECT& r) { return r.right - r.left; }
-inline LONG rectHeight(const RECT& r) { return r.bottom - r.top; }
+inline LONG rectWidth(const RECT& r) { return wrapSub(r.right, r.left); }
+inline LONG rectHeight(const RECT& r) { return wrapSub(r.bottom, r.top); }
 
 inline RECT offsetRect(RECT r, LONG dx, LONG dy) {
-  r.left += dx;
-  r.right += dx;
-  r.top += dy;
-  r.bottom += dy;
+  r.left = wrapAdd(r.left, dx);
+  r.right = wrapAdd(r.right, dx);
+  r.top = wrapAdd(r.top, dy);
+  r.bottom = wrapAdd(r.bottom, dy);
   return r;
 }
 

@@ -28,6 +28,8 @@ constexpr UINT kSwpStateChanged = 0x8000;
 // The system's fixed geometry (see docs/win32.md for where each comes from).
 constexpr int kScreenWidth = 1024;
 constexpr int kScreenHeight = 768;
+// The most pixels a side that a top-level window's surface keeps.
+constexpr int kMaxSurfaceSide = 2048;
 constexpr int kMinimizedWidth = 160;
 constexpr int kMinimizedHeight = 24;
 constexpr int kIconicPosition = -32000;

@@ -83,6 +83,8 @@ void freeWindow(Window& w) {
   if (Window* p = findWindow(w.parent)) unlinkChild(*p, w.hwnd);
   purgeWindow(w.hwnd);
   forgetWindow(w.hwnd);
+  // A DC obtained and never released goes with its window.
+  freeWindowDCs(w.hwnd);
   if (w.cls) --w.cls->windowCount;
   w.dead = true;
   w.surface.reset();
@@ -235,7 +237,8 @@ bool placeNewWindow(Window& w, const CREATESTRUCTA& cs) {
     cx = std::max(std::min<int>(cx, info.ptMaxTrackSize.x), static_cast<int>(info.ptMinTrackSize.x));
     cy = std::max(std::min<int>(cy, info.ptMaxTrackSize.y), static_cast<int>(info.ptMinTrackSize.y));
   }
-  w.window = makeRect(cs.x, cs.y, cs.x + std::max(cx, 0), cs.y + std::max(cy, 0));
+  w.window = makeRect(cs.x, cs.y, saturatingAdd(cs.x, std::max(cx, 0)),
+                      saturatingAdd(cs.y, std::max(cy, 0)));
   w.client = w.window;
   w.normal = w.window;
   resizeSurfaceFor(w);

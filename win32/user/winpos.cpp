@@ -3,7 +3,8 @@
 // Invariants: a window's rectangles are stored in its parent's client
 // coordinates; WM_WINDOWPOSCHANGING is sent before anything changes and
 // WM_WINDOWPOSCHANGED after everything has, with the flags describing what
-// really changed; a top-level window's surface always matches its size.
+// really changed; a top-level window's surface matches its size (up to
+// kMaxSurfaceSide pixels a side).
 #include "user/user.h"
 
 #include "gdi/gdi.h"
@@ -93,10 +94,12 @@ WINDOWPOS requestedPos(const Window& w, const PositionRequest& request) {
   WINDOWPOS wp;
   wp.hwnd = w.hwnd;
   wp.hwndInsertAfter = request.insertAfter;
-  wp.x = request.x;
-  wp.y = request.y;
-  wp.cx = std::max(request.cx, 0);
-  wp.cy = std::max(request.cy, 0);
+  // Positions are held to the 16-bit range and sizes to 0..32767 before the
+  // window is asked, as the system does.
+  wp.x = std::clamp(request.x, -32768, 32767);
+  wp.y = std::clamp(request.y, -32768, 32767);
+  wp.cx = std::clamp(request.cx, 0, 32767);
+  wp.cy = std::clamp(request.cy, 0, 32767);
   wp.flags = request.flags;
   if (wp.flags & SWP_NOMOVE) {
     wp.x = w.window.left;
@@ -118,11 +121,12 @@ void planMove(const Window& w, const PositionRequest& request, Move* m) {
   else m->flags &= ~static_cast<UINT>(SWP_HIDEWINDOW);
   m->oldWindow = w.window;
   m->oldClient = w.client;
-  m->newWindow = makeRect(m->wp.x, m->wp.y, m->wp.x + m->wp.cx, m->wp.y + m->wp.cy);
+  m->newWindow = makeRect(m->wp.x, m->wp.y, saturatingAdd(m->wp.x, m->wp.cx),
+                          saturatingAdd(m->wp.y, m->wp.cy));
   m->sized = !sameSize(m->oldWindow, m->newWindow);
   m->moved = !sameOrigin(m->oldWindow, m->newWindow) || request.forceMove;
-  m->newClient = offsetRect(m->oldClient, m->newWindow.left - m->oldWindow.left,
-                            m->newWindow.top - m->oldWindow.top);
+  m->newClient = offsetRect(m->oldClient, wrapSub(m->newWindow.left, m->oldWindow.left),
+                            wrapSub(m->newWindow.top, m->oldWindow.top));
 }
 
 // WM_NCCALCSIZE(TRUE) decides the new client rectangle; false if the
@@ -438,8 +442,12 @@ void resizeSurfaceFor(Window& w) {
     w.surface.reset();
     return;
   }
-  int width = std::max<LONG>(rectWidth(w.window), 0);
-  int height = std::max<LONG>(rectHeight(w.window), 0);
+  // Pixels are kept for the part of a window within kMaxSurfaceSide of its
+  // top-left corner: a window may be up to 32767 pixels a side, far more
+  // than a 32-bit process can keep. Drawing beyond is clipped away and reads
+  // there give CLR_INVALID, as for a part of the window off the screen.
+  int width = std::clamp<LONG>(rectWidth(w.window), 0, kMaxSurfaceSide);
+  int height = std::clamp<LONG>(rectHeight(w.window), 0, kMaxSurfaceSide);
   if (!w.surface) w.surface = std::make_shared<Surface>();
   COLORREF fill = isDesktop(w) ? sysColor(COLOR_DESKTOP) : kUnpaintedColor;
   if (w.surface->width != width || w.surface->height != height)

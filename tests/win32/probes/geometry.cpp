@@ -222,6 +222,26 @@ void enumeration() {
   clearLog();
 }
 
+// Coordinates far out: SetWindowPos holds positions to 16 bits and sizes to
+// 0..32767; a window created far out keeps its far edge at the largest value.
+void farOut() {
+  HWND p = create("far", 0, WS_POPUP, 0x7FFFFF00, 10, 0x7FFFFFFF, 100, NULL);
+  RECT r;
+  GetWindowRect(p, &r);
+  printf("created far out: %ld %ld %ld %ld\n", r.left, r.top, r.right, r.bottom);
+  SetWindowPos(p, NULL, 0x7FFFFFFF, 5, 295, 100, SWP_NOZORDER | SWP_NOACTIVATE);
+  GetWindowRect(p, &r);
+  printf("moved far right: %ld %ld %ld %ld\n", r.left, r.top, r.right, r.bottom);
+  SetWindowPos(p, NULL, 10, 5, 0x7FFFFFFF, 0x7FFFFFFF, SWP_NOZORDER | SWP_NOACTIVATE);
+  GetWindowRect(p, &r);
+  printf("sized huge: %ld %ld %ld %ld\n", r.left, r.top, r.right, r.bottom);
+  MoveWindow(p, -0x7FFFFFFF - 1, -5, -300, 50, FALSE);
+  GetWindowRect(p, &r);
+  printf("moved far left: %ld %ld %ld %ld\n", r.left, r.top, r.right, r.bottom);
+  DestroyWindow(p);
+  clearLog();
+}
+
 }  // namespace
 
 int main() {
@@ -231,5 +251,6 @@ int main() {
   moving();
   parents();
   enumeration();
+  farOut();
   return 0;
 }
