@@ -56,6 +56,8 @@ bool winbase_setBackgroundBrush(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   const std::int32_t brush = static_cast<int>(f.arg(0));
   if (!brush) return f.retInt(0);  // a zero handle does not remove the brush
   TulObject* self = f.self();
+  // An object without the member cannot own a brush: it is not taken.
+  if (!f.member(Member::WinBackBrush)) return f.retInt(0);
   const std::int32_t old = intMember(self, Member::WinBackBrush);
   if (brush == old) return f.retInt(1);
   if (old) DeleteObject(static_cast<HBRUSH>(toPointer(old)));

@@ -160,7 +160,10 @@ bool winbase_create(TulVirtualMachine* vm, int argc, ValPtr& sp) {
     if (!readCreateArg(f, i, a)) return false;
   if (!a.parent) a.parent = GetDesktopWindow();
 
+  // Only a window object forgets its registry entry when it is released, so
+  // no other object may own a window (the class of `this` is not checked).
   TulObject* self = f.self();
+  if (!windowObject(TulValue(self))) return f.fail(err::kWindowCreationFailed);
   setPendingCreateWindow(self);
   HWND hwnd = CreateWindowExA(static_cast<DWORD>(a.exStyle), className.c_str(), a.title.c_str(),
                               static_cast<DWORD>(a.style), a.x, a.y, a.width, a.height, a.parent,
@@ -186,7 +189,8 @@ bool winbase_createFromHandle(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   TulObject* self = f.self();
   const std::int32_t h = static_cast<int>(f.arg(0));
   const auto handle = static_cast<std::uint32_t>(h);
-  if (h == 0 || registryFind(handle) >= 0 || intMember(self, Member::WinHwnd) != 0)
+  if (h == 0 || registryFind(handle) >= 0 || intMember(self, Member::WinHwnd) != 0 ||
+      !windowObject(TulValue(self)))
     return f.retInt(0);
   const std::int32_t oldSaved = intMember(self, Member::WinSavedWndProc);
   setIntMember(self, Member::WinHwnd, h);
