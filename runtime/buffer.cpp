@@ -8,6 +8,7 @@
 #include <new>
 
 #include "host/containers.h"
+#include "runtime/machine_impl.h"
 
 namespace {
 
@@ -47,6 +48,7 @@ TulBuffer::~TulBuffer() { std::free(data_); }
 // False, with nothing changed, when the memory cannot be had.
 bool TulBuffer::reserve(unsigned cap) {
   if (data_ && cap <= cap_) return true;
+  if (!tulrt::detail::withinContainerLimit(cap)) return false;
   void* p = std::realloc(data_, cap ? cap : 1u);
   if (!p) return false;
   data_ = static_cast<unsigned char*>(p);
@@ -96,7 +98,7 @@ TulCharBuffer::~TulCharBuffer() { std::free(data_); }
 // The bytes gained are zero, which keeps the terminator and the zero tail.
 void TulCharBuffer::reserve(unsigned cap) {
   if (data_ && cap <= cap_) return;
-  if (cap >= UINT32_MAX) throw std::bad_alloc();
+  if (cap >= UINT32_MAX || !tulrt::detail::withinContainerLimit(cap + 1u)) throw std::bad_alloc();
   const unsigned oldBytes = data_ ? cap_ + 1u : 0u;
   void* p = std::realloc(data_, cap + 1u);
   if (!p) throw std::bad_alloc();

@@ -50,6 +50,10 @@ struct Machine::Impl {
 
 namespace detail {
 
+// Whether a container may take a block of that many bytes (see
+// tulrt::setContainerLimit).
+bool withinContainerLimit(std::size_t bytes);
+
 Machine::Impl& implOf(TulVirtualMachine* vm);
 Machine::Impl& implOf(const TulInterpreter* in);
 

@@ -3,6 +3,23 @@
 #include <cstdlib>
 
 #include "host/vm.h"
+#include "runtime/machine_impl.h"
+
+namespace {
+std::size_t gContainerLimit = 0;  // bytes; 0: none
+}  // namespace
+
+namespace tulrt {
+
+void setContainerLimit(std::size_t bytes) { gContainerLimit = bytes; }
+
+namespace detail {
+bool withinContainerLimit(std::size_t bytes) {
+  return gContainerLimit == 0 || bytes <= gContainerLimit;
+}
+}  // namespace detail
+
+}  // namespace tulrt
 
 void* allocmem(unsigned size) { return std::malloc(size); }
 

@@ -124,6 +124,12 @@ TUL_API TulValue* findStatic(TulClass* cls, const char* name);
 // True when cls or a base defines method `name` (instance or static).
 TUL_API bool hasMethod(const TulClass* cls, const char* name, bool isStatic = false);
 
+// The largest block of storage one host string, vector or buffer may take,
+// in bytes; a larger request fails as running out of memory does (the
+// script error "out of memory"). 0, the default: no limit but memory. A
+// host sets it to keep scripts within bounds of its own choosing.
+TUL_API void setContainerLimit(std::size_t bytes);
+
 // The number of host objects (everything derived from TulRefObject) alive in
 // the process.
 TUL_API long liveObjects();

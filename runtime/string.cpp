@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "host/containers.h"
+#include "runtime/machine_impl.h"
 
 namespace {
 
@@ -136,7 +137,8 @@ TulString TulString::format(const char* fmt, ...) {
 // allocation throws, as running out of memory does everywhere in C++.
 void TulString::reserve(unsigned cap) {
   if (data_ && cap <= cap_) return;
-  if (cap >= UINT32_MAX - 1) throw std::bad_alloc();
+  if (cap >= UINT32_MAX - 1 || !tulrt::detail::withinContainerLimit(cap + 1u))
+    throw std::bad_alloc();
   unsigned grown = cap_ + cap_ / 2;
   if (grown < cap || grown >= UINT32_MAX - 1) grown = cap;
   auto* p = static_cast<char*>(std::realloc(data_, grown + 1u));

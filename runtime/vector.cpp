@@ -54,7 +54,8 @@ TulVector::~TulVector() {
 }
 
 void TulVector::reallocate(unsigned cap) {
-  if (cap > kMaxElements) throw std::bad_alloc();
+  if (cap > kMaxElements || !tulrt::detail::withinContainerLimit(std::size_t(cap) * sizeof(TulValue)))
+    throw std::bad_alloc();
   TulValue* fresh = nullptr;
   if (cap) {
     fresh = static_cast<TulValue*>(std::malloc(cap * sizeof(TulValue)));

@@ -1,5 +1,6 @@
 // TulBuffer, TulCharBuffer and TulVector: zero fill, growth and aliasing.
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "host/tul.h"
@@ -68,3 +69,19 @@ TEST(VectorTest, EdgesOfEmptyVectorsAndCapacity) {
 }
 
 }  // namespace
+
+TEST(ContainerLimitTest, BlocksAboveTheLimitFailAsOutOfMemory) {
+  tulrt::setContainerLimit(1024);
+  TulBuffer b;
+  EXPECT_TRUE(b.setSize(1024));
+  EXPECT_FALSE(b.setSize(1025));
+  EXPECT_EQ(b.size(), 1024u);  // unchanged by the refusal
+  TulString s;
+  const std::string kilobyte(1024, 'x');
+  EXPECT_THROW(s += kilobyte.c_str(), std::bad_alloc);  // the terminator counts
+  EXPECT_EQ(s.length(), 0u);
+  TulVector v;
+  EXPECT_THROW(v.setCapacity(1024 / sizeof(TulValue) + 1), std::bad_alloc);
+  tulrt::setContainerLimit(0);
+  EXPECT_TRUE(b.setSize(4096));
+}
