@@ -228,6 +228,19 @@ void Interp::forwardToHost() {
     host.returnError(stop_ == StopKind::Exit ? "exit" : error_.message.c_str(), nullptr);
     return;
   }
+  // An earlier failure under the same native call is still on its way back
+  // (a window being destroyed fails its WM_DESTROY, then its child does):
+  // the first is the cause, and it stays the one that surfaces.
+  if (haveForwarded_) {
+    stop_ = StopKind::None;
+    const tulrt::ErrorRecord first = forwardedRecord_;
+    if (first.typeError)
+      host.badType(first.actual, first.expected);
+    else
+      host.returnError(first.message.c_str(), first.hasDetail ? first.detail.c_str() : nullptr);
+    forwardedRecord_ = host.lastError();
+    return;
+  }
   if (error_.typeError)
     host.badType(error_.actual, error_.expected);
   else
