@@ -15,7 +15,8 @@
 // answers, else with its default button or by cancelling a file dialog, as
 // the Linux layer's user does), then runs the script's idle function once
 // per wait, and ends a loop in which nothing arrived for
-// kNothingArrivesAfterMs. A WH_GETMESSAGE hook sees what does arrive.
+// kNothingArrivesAfterMs. Keys still on their way hold the wait off. A
+// WH_GETMESSAGE hook sees what does arrive.
 //
 // Invariant: the helper thread only sends probes; everything else, the
 // script included, runs on the script's thread, and a probe does nothing
@@ -31,6 +32,11 @@ namespace {
 
 constexpr DWORD kProbeMs = 10;
 constexpr DWORD kNothingArrivesAfterMs = 3000;  // waiting this long: nothing will come
+// Keys sent but not yet retrieved may still be on their way through the
+// system's input path (slow on a loaded machine): the loop is not counted as
+// waiting until they arrive or this long passes without one arriving (keys
+// that reach no window never arrive).
+constexpr DWORD kKeysInFlightMs = 2000;
 constexpr UINT kProbeMessage = WM_APP + 1;      // for the probe window only
 constexpr const char* kProbeClass = "TulDesktopProbe";
 // Messages of these kinds ready in the queue mean the loop is not waiting.
@@ -60,6 +66,7 @@ struct Watch {
   std::deque<Answer> answers;
   unsigned long keysSent = 0;       // key events handed to SendInput
   unsigned long keysRetrieved = 0;  // key messages the thread has retrieved
+  DWORD lastKeyProgress = 0;        // when a key was last sent or retrieved
   std::deque<HeldClose> closes;
 };
 
@@ -162,6 +169,7 @@ bool isKeyInput(UINT message) {
 void onProbe() {
   Watch& w = watch();
   if (!scriptRunning() || (LOWORD(GetQueueStatus(QS_ALLINPUT)) & kReady)) return;
+  if (w.keysRetrieved < w.keysSent && GetTickCount() - w.lastKeyProgress < kKeysInFlightMs) return;
   if (!w.closes.empty()) {
     releaseCloses(true);
     return;
@@ -213,6 +221,7 @@ LRESULT CALLBACK watchRetrieval(int code, WPARAM wp, LPARAM lp) {
     watch().activity = true;
     if (isKeyInput(m->message)) {
       ++watch().keysRetrieved;
+      watch().lastKeyProgress = GetTickCount();
       releaseCloses(false);
     }
   }
@@ -248,6 +257,7 @@ void addPress(std::vector<INPUT>& in, int vk, unsigned modifiers) {
 void sendKeys(std::vector<INPUT>& in) {
   if (in.empty()) return;
   watch().keysSent += SendInput(static_cast<UINT>(in.size()), in.data(), sizeof(INPUT));
+  watch().lastKeyProgress = GetTickCount();
 }
 
 // The key (and Shift) that types c, as the Linux layer's US keyboard does:
