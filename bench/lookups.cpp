@@ -66,7 +66,7 @@ void registryRows(bench::Host& host) {
     bench::row(std::string("registry lookup: ") + size.label + " windows against 10",
                cost / small, logRatio,
                bench::micro(cost) + " us against " + bench::micro(small) +
-                   " us; a binary search: no faster growth than log n (target)");
+                   " us; a binary search, whose target is the growth of log n");
   }
 }
 
