@@ -5,10 +5,11 @@
 // cache (module/members.cpp, filled by registration), the window registry
 // (window/registry.cpp), the module instance and the window being created
 // (window/window_class.cpp), the ledger of paint blocks and replaced window
-// procedures (window/native_ledger.cpp), and the file dialogs' file-name
-// buffer (dialogs/file_dialog.cpp). Besides them only the innermost call watch
-// (module/script_calls.cpp) lives outside a call, pointing into the frames
-// of the calls under way.
+// procedures (window/native_ledger.cpp), the file dialogs' file-name buffer
+// (dialogs/file_dialog.cpp) and the argument vectors kept for calls made per
+// message (module/script_calls.cpp). Besides them only the
+// innermost call watch (module/script_calls.cpp) lives outside a call,
+// pointing into the frames of the calls under way.
 //
 // The entry is one of the two places where a stray C++ exception could cross
 // into the host, so it catches everything and reports it.
@@ -19,6 +20,7 @@
 #include "module/classes.h"
 #include "module/errors.h"
 #include "module/names.h"
+#include "module/script_calls.h"
 #include "window/registry.h"
 #include "window/window_class.h"
 
@@ -38,6 +40,7 @@ bool gLoaded = false;
 bool moduleLoad(HINSTANCE instance) {
   setModuleInstance(instance);
   buildNames();
+  buildCallArgs();
   registryInit();
   if (!registerWindowClass(instance)) {
     MessageBoxA(nullptr, err::kWindowClassFailed, "Error", MB_OK);
@@ -51,6 +54,7 @@ void moduleUnload() {
   if (gLoaded) unregisterWindowClass();
   gLoaded = false;
   registryRelease();
+  releaseCallArgs();
   destroyNames();
 }
 

@@ -18,6 +18,8 @@
 // may have caught it).
 #pragma once
 
+#include <optional>
+
 #include "host/tul.h"
 
 class CallWatch {
@@ -50,3 +52,31 @@ bool invokeScript(TulInterpreter& in, TulValue& result, TulObject* obj, const ch
                   TulVector* args = nullptr);
 bool createScriptObject(TulInterpreter& in, TulValue& out, const TulString& className,
                         TulVector* args = nullptr);
+
+// The argument vector of a call into script that is made once per message
+// (the window procedure's, the handler walk's), borrowed for as long as this
+// lives: count Nil values to fill. Such calls nest when a handler sends a
+// message, so one vector is kept per nesting depth and reused, which spares
+// a message its allocations. On the way out the values are given back last to first,
+// as a vector's own destruction would, so nothing lives longer than with a
+// local vector. Before load, or past the kept depths, the borrower gets a
+// vector of its own.
+class CallArgs {
+ public:
+  explicit CallArgs(unsigned count);
+  ~CallArgs();
+  CallArgs(const CallArgs&) = delete;
+  CallArgs& operator=(const CallArgs&) = delete;
+
+  TulVector* vector() { return vec_; }
+  TulValue& operator[](unsigned i) { return (*vec_)[i]; }
+
+ private:
+  TulVector* vec_;
+  std::optional<TulVector> own_;  // before load, or past the kept depths
+  bool kept_ = false;
+};
+
+// The kept vectors: built at load, given back at unload.
+void buildCallArgs();
+void releaseCallArgs();

@@ -12,6 +12,12 @@ using tulrt::detail::report;
 
 namespace {
 
+// The method generation (see MethodLookupCache); starts at 1 so that an
+// unfilled slot never matches. 64 bits: it cannot wrap round to an old one.
+std::uint64_t gMethodGeneration = 1;
+
+void newMethodGeneration() { ++gMethodGeneration; }
+
 const TulClassState& stateOf(const TulClass* cls) { return cls->state(); }
 
 const TulClass* baseOf(const TulClass* cls) { return stateOf(cls).base.get(); }
@@ -44,10 +50,11 @@ bool bindMethod(TulClass* cls, bool isStatic, const char* name, NativeMethod nat
 
 void MethodTable::bind(const char* name, NativeMethod native,
                        std::shared_ptr<const tulrt::ScriptMethod> script) {
+  newMethodGeneration();
   auto it = index_.find(name);
   if (it == index_.end()) {
-    index_.emplace(name, entries_.size());
     entries_.push_back(MethodEntry{name, native, std::move(script)});
+    index_.emplace(entries_.back().name, entries_.size() - 1);
     return;
   }
   MethodEntry& e = entries_[it->second];
@@ -67,6 +74,7 @@ std::vector<std::string> MethodTable::names() const {
 }
 
 void MethodTable::clear() {
+  newMethodGeneration();
   index_.clear();
   entries_.clear();
 }
@@ -83,7 +91,10 @@ TulClass::TulClass(TulVirtualMachine& vm) : state_(new TulClassState) {
   retain();
 }
 
-TulClass::~TulClass() { delete state_; }
+TulClass::~TulClass() {
+  newMethodGeneration();
+  delete state_;
+}
 
 TulVirtualMachine& TulClass::getVM() { return *state_->vm; }
 
@@ -118,6 +129,7 @@ bool TulClass::setBaseClass(TulClass* base) {
   if (!base || base->isSubtypeOf(this))
     return report(state_->machine, std::string("Invalid base class for ") + state_->name.c_str());
   state_->base = tulrt::Ref<TulClass>(base);
+  newMethodGeneration();
   rebuildLayout(*state_);
   return true;
 }
@@ -154,14 +166,40 @@ bool TulClass::isSubtypeOf(TulClass* other) {
 namespace tulrt {
 namespace detail {
 
-Callee findMethod(const TulClass* cls, const char* name, bool isStatic) {
-  if (!name) return Callee{};
+namespace {
+
+const MethodEntry* findInChain(const TulClass* cls, const char* name, bool isStatic) {
   for (const TulClass* c = cls; c; c = baseOf(c)) {
     const TulClassState& s = stateOf(c);
-    const MethodEntry* e = (isStatic ? s.staticMethods : s.methods).find(name);
-    if (e) return Callee{e->native, e->script};
+    if (const MethodEntry* e = (isStatic ? s.staticMethods : s.methods).find(name)) return e;
   }
-  return Callee{};
+  return nullptr;
+}
+
+std::size_t cacheSlotOf(const char* name) {
+  const auto a = reinterpret_cast<std::uintptr_t>(name);
+  return (a ^ (a >> 3) ^ (a >> 7)) % MethodLookupCache::kSlots;
+}
+
+// A miss is looked up through the chain; only a method found is remembered,
+// so a name no class binds always takes the long way (and reports).
+const MethodEntry* cachedFind(const TulClass* cls, const char* name, bool isStatic) {
+  auto& slots = isStatic ? cls->state().lookups.statics : cls->state().lookups.instance;
+  MethodLookupCache::Slot& slot = slots[cacheSlotOf(name)];
+  if (slot.generation == gMethodGeneration && slot.name == name &&
+      std::strcmp(slot.entry->name.c_str(), name) == 0)
+    return slot.entry;
+  const MethodEntry* e = findInChain(cls, name, isStatic);
+  if (e) slot = MethodLookupCache::Slot{name, e, gMethodGeneration};
+  return e;
+}
+
+}  // namespace
+
+Callee findMethod(const TulClass* cls, const char* name, bool isStatic) {
+  if (!name || !cls) return Callee{};
+  const MethodEntry* e = cachedFind(cls, name, isStatic);
+  return e ? Callee{e->native, e->script} : Callee{};
 }
 
 }  // namespace detail

@@ -6,8 +6,12 @@
 // member has the same index in a derived class as in its base.
 #pragma once
 
+#include <array>
+#include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -23,7 +27,9 @@ struct MethodEntry {
   std::shared_ptr<const tulrt::ScriptMethod> script;
 };
 
-// Methods in binding order, found by name through an index.
+// Methods in binding order, found by name through an index. The entries sit
+// in a deque so that neither an entry nor the name the index views moves
+// when later ones are bound; a lookup then allocates nothing.
 class MethodTable {
  public:
   // Rebinding a name replaces its function but keeps its first position.
@@ -34,8 +40,24 @@ class MethodTable {
   void clear();
 
  private:
-  std::vector<MethodEntry> entries_;
-  std::unordered_map<std::string, std::size_t> index_;
+  std::deque<MethodEntry> entries_;
+  std::unordered_map<std::string_view, std::size_t> index_;
+};
+
+// A class's recent lookups through its chain, by the name's address (the
+// caller's text is compared all the same, so a reused buffer cannot hit a
+// stale slot). A slot stands only in the method generation it was filled in:
+// binding, clearing a table or changing a base anywhere starts a new one, so
+// an entry pointer found here is always one the tables still hold.
+struct MethodLookupCache {
+  struct Slot {
+    const char* name = nullptr;
+    const MethodEntry* entry = nullptr;
+    std::uint64_t generation = 0;  // 0: never filled
+  };
+  static constexpr std::size_t kSlots = 8;
+  std::array<Slot, kSlots> instance;
+  std::array<Slot, kSlots> statics;
 };
 
 class TulClassState {
@@ -50,4 +72,5 @@ class TulClassState {
   tulrt::Ref<TulDictionary> statics;
   MethodTable methods;
   MethodTable staticMethods;
+  mutable MethodLookupCache lookups;  // a cache: filled by const lookups
 };

@@ -80,12 +80,35 @@ bool runCallee(Machine::Impl& m, const Callee& c, int argc, ValPtr& sp) {
   }
 }
 
+// Whether a value holds a reference (strong or weak) that assignment or
+// destruction must give back; every other value is plain bits.
+bool holdsReference(const TulValue& v) {
+  return static_cast<int>(v.type()) >= static_cast<int>(TulValueType::Object);
+}
+
+// Writes v into a slot of the frame. A slot above top is Nil (the invariant
+// of machine_impl.h), so the copy is made in place; a slot that holds a
+// reference all the same is assigned, which gives it back.
+void place(TulValue& slot, const TulValue& v) {
+  if (holdsReference(slot)) {
+    slot = v;
+    return;
+  }
+  new (&slot) TulValue(v);
+}
+
 // Empties the slots [from, to]. Each value is moved out before it is
 // released: a destructor run by the release may make calls of its own, which
-// take slots above the restored top.
+// take slots above the restored top. A value without a reference is simply
+// overwritten with Nil.
 void resetSlots(TulVector& stack, int from, int to) {
   for (int i = from; i <= to; ++i) {
-    TulValue dropped(std::move(stack[static_cast<unsigned>(i)]));
+    TulValue& slot = stack[static_cast<unsigned>(i)];
+    if (holdsReference(slot)) {
+      TulValue dropped(std::move(slot));
+      continue;
+    }
+    if (slot.type() != TulValueType::Nil) new (&slot) TulValue();
   }
 }
 
@@ -117,9 +140,10 @@ bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
   const int p = m.top + 1;
   const int savedTop = m.top;
   const int firstArg = p + 1 + (self ? 1 : 0);
-  stack[static_cast<unsigned>(p)] = TulValue();
-  if (self) stack[static_cast<unsigned>(p + 1)] = *self;
-  for (int i = 0; i < nargs; ++i) stack[static_cast<unsigned>(firstArg + i)] = args[i];
+  TulValue& resultSlot = stack[static_cast<unsigned>(p)];
+  if (resultSlot.type() != TulValueType::Nil) resultSlot = TulValue();
+  if (self) place(stack[static_cast<unsigned>(p + 1)], *self);
+  for (int i = 0; i < nargs; ++i) place(stack[static_cast<unsigned>(firstArg + i)], args[i]);
   ValPtr sp{&stack, p + argc};
   m.top = p + argc;
   ++m.depth;

@@ -22,7 +22,7 @@ Walk walkHandlers(Frame& f, TulValue& answer) {
   TulObject* self = f.self();
   TulVector* list = vectorMember(self, Member::WinHandlerList);
   if (!list || list->size() == 0) return Walk::PassedOn;
-  TulVector args(5, true);
+  CallArgs args(5);
   args[0] = TulValue(self);
   for (unsigned i = 0; i < 4; ++i) args[i + 1] = f.arg(static_cast<int>(i));
   const unsigned count = list->size();
@@ -33,7 +33,7 @@ Walk walkHandlers(Frame& f, TulValue& answer) {
     TulObject* obj = static_cast<TulObject*>(handler);
     if (!obj) continue;
     TulValue result;
-    if (!invokeScript(f.interp(), result, obj, "handleMessage", &args)) return Walk::Failed;
+    if (!invokeScript(f.interp(), result, obj, "handleMessage", args.vector())) return Walk::Failed;
     if (static_cast<int>(result) == 0) {
       answer = result;
       return Walk::Consumed;
@@ -155,10 +155,11 @@ bool winbase_preprocessMessage(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (!invokeScript(f.interp(), parent, self, "getParent")) return false;
   TulObject* parentObj = static_cast<TulObject*>(parent);
   if (!parentObj) return f.retInt(0);
-  TulVector args(1, true);
+  CallArgs args(1);
   args[0] = f.arg(0);
   TulValue consumed;
-  if (!invokeScript(f.interp(), consumed, parentObj, "preprocessMessage", &args)) return false;
+  if (!invokeScript(f.interp(), consumed, parentObj, "preprocessMessage", args.vector()))
+    return false;
   return f.retBool(static_cast<int>(consumed) != 0);
 }
 

@@ -41,13 +41,13 @@ LRESULT dispatch(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
   // A machine stopped in its debugger runs no script code.
   if (!takenOver && vm.isInDbg()) return 0;
 
-  TulVector args(4, true);
+  CallArgs args(4);
   args[0] = TulValue(static_cast<int>(handleOf(hwnd)));
   args[1] = TulValue(static_cast<unsigned>(message));
   args[2] = TulValue(static_cast<int>(wParam));
   args[3] = TulValue(static_cast<int>(lParam));
   TulValue result;
-  const bool ok = invokeScript(*vm.interpreter(), result, window, "handleMessage", &args);
+  const bool ok = invokeScript(*vm.interpreter(), result, window, "handleMessage", args.vector());
   // The script may have released the object; only the handle is used now.
   // A window whose entry outlived a failed WM_DESTROY loses it here at last.
   if ((ok && message == WM_DESTROY) || message == WM_NCDESTROY) registryRemove(handleOf(hwnd));

@@ -143,6 +143,43 @@ TEST_F(InterpreterTest, OverrideWinsThroughInvokeMemberAndNativeCallbacks) {
   EXPECT_EQ(static_cast<int>(r), 1);
 }
 
+// Lookups are remembered per class; each case changes what a remembered
+// lookup found and expects the call to see the change at once.
+TEST_F(InterpreterTest, LookupsFollowRebindingBaseChangesAndTheCallersText) {
+  auto answers = [](int n) {
+    return [n](TulVirtualMachine*, int argc, ValPtr& sp) {
+      return returnValue(sp, argc, TulValue(n));
+    };
+  };
+  TulClass* leaf = vm().defineClass("LEAF", base);
+  const TulValue d = make(derived);
+  const TulValue l = make(leaf);
+  auto* dobj = static_cast<TulObject*>(d);
+  auto* lobj = static_cast<TulObject*>(l);
+  EXPECT_EQ(callInt(dobj, "name"), 2);
+  EXPECT_EQ(callInt(lobj, "name"), 1);  // found on BASE through LEAF
+
+  tulrt::addScriptMethod(derived, "name", answers(3));  // rebound after the lookup
+  EXPECT_EQ(callInt(dobj, "name"), 3);
+  tulrt::addScriptMethod(leaf, "name", answers(4));  // an override after an inherited lookup
+  EXPECT_EQ(callInt(lobj, "name"), 4);
+  EXPECT_EQ(callInt(static_cast<TulObject*>(make(base)), "name"), 1);
+
+  TulClass* moved = vm().defineClass("MOVED", base);
+  const TulValue m = make(moved);
+  EXPECT_EQ(callInt(static_cast<TulObject*>(m), "name"), 1);
+  ASSERT_TRUE(moved->setBaseClass(derived));
+  EXPECT_EQ(callInt(static_cast<TulObject*>(m), "name"), 3);
+
+  char text[] = "name";  // one buffer, two names: the text decides
+  TulValue r;
+  ASSERT_TRUE(vm().interpreter()->invokeMember(r, dobj, text, nullptr));
+  EXPECT_EQ(static_cast<int>(r), 3);
+  text[0] = 'f';  // "fame"
+  EXPECT_FALSE(vm().interpreter()->invokeMember(r, dobj, text, nullptr));
+  EXPECT_EQ(lastMessage(), "Method DERIVED::fame not found");
+}
+
 TEST_F(InterpreterTest, CreateObjectRunsNearestConstructorOfTheChain) {
   TulVector args;
   args.push_back(TulValue(5));

@@ -10,6 +10,9 @@ namespace w32 {
 void Surface::resize(int newWidth, int newHeight, COLORREF fill) {
   std::vector<COLORREF> next(static_cast<size_t>(newWidth) * static_cast<size_t>(newHeight), fill);
   int w = std::min(width, newWidth), h = std::min(height, newHeight);
+  // Nothing is kept when either surface has no columns: `next` may then be
+  // empty, and even a zero-length copy would index it.
+  if (w <= 0) h = 0;
   for (int y = 0; y < h; ++y)
     std::copy_n(&pixels[static_cast<size_t>(y) * static_cast<size_t>(width)], w,
                 &next[static_cast<size_t>(y) * static_cast<size_t>(newWidth)]);

@@ -1,0 +1,95 @@
+#!/usr/bin/env bash
+# The script interpreter on small programs (bench/programs/NAME.tul) against
+# the same programs in C++ and, when it could be built, in Lua 5.4, every one
+# started the same way (through the emulator where there is one). Prints one
+# ROW line per comparison (the format of bench/support/measure.h).
+#
+#   interpreter.sh RUN TUL CXX_DIR LUA LUA_WHY
+#     RUN      the emulator's command, or "" to run natively
+#     LUA      the Lua interpreter, or "" when it could not be had (LUA_WHY
+#              says why: its rows are then skipped)
+#
+# Each program takes its number of rounds as its one argument. A round costs
+# (t(long run) - t(short run)) / (rounds between them), so start-up, loading
+# and parsing cancel out; t is the least CPU time of three runs.
+set -u
+run=$1 tul=$2 cxx=$3 lua=$4 lua_why=$5
+here=$(cd "$(dirname "$0")" && pwd)
+programs=(calls loops strings dicts)
+check_rounds=7      # the run whose output all versions must agree on
+long_run=1.2        # seconds of work the long run is sized to
+
+# CPU seconds (user + system) of one run of "$@"; fails with the command.
+cpu() {
+  local TIMEFORMAT='%3U %3S' t
+  t=$( { time $run "$@" >/dev/null 2>&1; } 2>&1 ) || return 1
+  awk -v t="$t" 'BEGIN { split(t, a, " "); printf "%.3f\n", a[1] + a[2] }'
+}
+
+# The least of three runs of "$@".
+best() {
+  local t least=""
+  for _ in 1 2 3; do
+    t=$(cpu "$@") || return 1
+    least=$(awk -v a="$t" -v b="${least:-$t}" 'BEGIN { print (a < b ? a : b) }')
+  done
+  echo "$least"
+}
+
+# Seconds per round of the program "$@" ROUNDS: the rounds are grown until
+# the work shows above the start-up, then sized so that the long run takes
+# about $long_run seconds and the short one a quarter of that.
+per_round() {
+  local start rounds=16 t work long short tl ts
+  start=$(best "$@" 0) || return 1
+  for _ in 1 2 3 4 5 6 7 8 9 10; do
+    t=$(cpu "$@" "$rounds") || return 1
+    work=$(awk -v t="$t" -v s="$start" 'BEGIN { print t - s }')
+    awk -v w="$work" 'BEGIN { exit !(w >= 0.25) }' && break
+    rounds=$(awk -v r="$rounds" -v w="$work" 'BEGIN { print r * (w < 0.02 ? 16 : 4) }')
+  done
+  long=$(awk -v r="$rounds" -v w="$work" -v l="$long_run" 'BEGIN { printf "%d\n", r * l / w }')
+  short=$((long / 4))
+  tl=$(best "$@" "$long") || return 1
+  ts=$(best "$@" "$short") || return 1
+  awk -v a="$tl" -v b="$ts" -v n=$((long - short)) 'BEGIN { printf "%.9f\n", (a - b) / n }'
+}
+
+row() { printf 'ROW\t%s\t%s\tnull\t%s\n' "$1" "$2" "$3"; }
+micro() { awk -v s="$1" 'BEGIN { printf "%.2f", s * 1e6 }'; }
+
+# The script's cost per round ($3) and output ($4) against the peer version
+# run by the rest of the arguments ($1: C++ or Lua 5.4).
+compare() {
+  local name=$1 program=$2 script=$3 out_script=$4
+  shift 4
+  local title="interpreter: $program against $name"
+  local out
+  out=$($run "$@" $check_rounds 2>&1) || { row "$title" null "failed: the $name version failed"; return; }
+  if [ "$out" != "$out_script" ]; then
+    row "$title" null "failed: the $name version prints '$out', the script '$out_script'"
+    return
+  fi
+  local cost
+  cost=$(per_round "$@") || { row "$title" null "failed: a timed run failed"; return; }
+  if ! awk -v c="$cost" -v s="$script" 'BEGIN { exit !(c > 0 && s > 0) }'; then
+    row "$title" null "failed: the timing shows no work (too noisy)"
+    return
+  fi
+  row "$title" "$(awk -v s="$script" -v c="$cost" 'BEGIN { printf "%.3f", s / c }')" \
+    "$(micro "$script") us a round in script against $(micro "$cost") us in $name"
+}
+
+for program in "${programs[@]}"; do
+  src=$here/programs/$program
+  expected=$($run "$tul" "$src.tul" $check_rounds 2>&1) ||
+    { row "interpreter: $program" null "failed: $expected"; continue; }
+  script=$(per_round "$tul" "$src.tul") ||
+    { row "interpreter: $program" null "failed: a timed run of the script failed"; continue; }
+  compare C++ "$program" "$script" "$expected" "$cxx/$program"
+  if [ -z "$lua" ]; then
+    row "interpreter: $program against Lua 5.4" null "skipped: $lua_why"
+  else
+    compare "Lua 5.4" "$program" "$script" "$expected" "$lua" "$src.lua"
+  fi
+done

@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Checks bench/report.awk, which decides what the JSON calls met: a ratio at
+# its target meets it, a failed row with a target misses it, a skipped row
+# or one without a target has no verdict; notes keep quotes and backslashes
+# as valid JSON strings. scripts/bench.sh runs it before any measurement.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+printf '%s\n' \
+  $'ROW\tunder\t1.500\t2.000\tfast' \
+  $'ROW\tover\t2.500\t2.000\tslow' \
+  $'ROW\tat the target\t2.000\t2.000\tjust' \
+  $'ROW\tnone allowed\t0.000\t0.000\tzero' \
+  $'ROW\tno target\t3.000\tnull\tinformation' \
+  $'ROW\tbroken\tnull\t3.000\tfailed: it crashed' \
+  $'ROW\tabsent peer\tnull\tnull\tskipped: no "peer" at C:\\x' >"$work/rows"
+
+awk -F '\t' -v json="$work/json" -f "$here/report.awk" "$work/rows" >"$work/table"
+
+cat >"$work/expected" <<'JSON'
+[
+  {"name": "under", "ratio": 1.5, "target": 2, "met": true, "note": "fast"},
+  {"name": "over", "ratio": 2.5, "target": 2, "met": false, "note": "slow"},
+  {"name": "at the target", "ratio": 2, "target": 2, "met": true, "note": "just"},
+  {"name": "none allowed", "ratio": 0, "target": 0, "met": true, "note": "zero"},
+  {"name": "no target", "ratio": 3, "target": null, "met": null, "note": "information"},
+  {"name": "broken", "ratio": null, "target": 3, "met": false, "note": "failed: it crashed"},
+  {"name": "absent peer", "ratio": null, "target": null, "met": null, "note": "skipped: no \"peer\" at C:\\x"}
+]
+JSON
+
+status=0
+if ! diff -u "$work/expected" "$work/json"; then
+  echo "report_test: the JSON differs from the expected (above)"
+  status=1
+fi
+summary="7 rows: 3 targets met, 1 missed, 1 failed, 1 skipped"
+if ! grep -qx "$summary" "$work/table"; then
+  echo "report_test: expected the summary '$summary', got '$(tail -1 "$work/table")'"
+  status=1
+fi
+exit $status
