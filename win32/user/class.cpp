@@ -215,6 +215,24 @@ BOOL WINAPI GetClassInfoExA(HINSTANCE hInstance, LPCSTR lpszClass, LPWNDCLASSEXA
   return c->atom;
 }
 
+BOOL WINAPI GetClassInfoA(HINSTANCE hInstance, LPCSTR lpClassName, LPWNDCLASSA lpWndClass) {
+  WNDCLASSEXA ex;
+  ex.cbSize = sizeof ex;
+  ATOM atom = static_cast<ATOM>(GetClassInfoExA(hInstance, lpClassName, &ex));
+  if (!atom || !lpWndClass) return atom;
+  lpWndClass->style = ex.style;
+  lpWndClass->lpfnWndProc = ex.lpfnWndProc;
+  lpWndClass->cbClsExtra = ex.cbClsExtra;
+  lpWndClass->cbWndExtra = ex.cbWndExtra;
+  lpWndClass->hInstance = ex.hInstance;
+  lpWndClass->hIcon = ex.hIcon;
+  lpWndClass->hCursor = ex.hCursor;
+  lpWndClass->hbrBackground = ex.hbrBackground;
+  lpWndClass->lpszMenuName = ex.lpszMenuName;
+  lpWndClass->lpszClassName = ex.lpszClassName;
+  return atom;
+}
+
 int WINAPI GetClassNameA(HWND hWnd, LPSTR lpClassName, int nMaxCount) {
   Window* w = checkWindow(hWnd);
   if (!w || !lpClassName || nMaxCount <= 0) return 0;

@@ -78,7 +78,7 @@ constexpr Metric kMetrics[] = {
 
 // The classic scheme; COLOR_WINDOW, COLOR_WINDOWTEXT and COLOR_BTNFACE are
 // the ones programs rely on.
-constexpr COLORREF kSysColors[] = {
+constexpr COLORREF kDefaultSysColors[] = {
     RGB(200, 200, 200),  // COLOR_SCROLLBAR
     RGB(0, 128, 128),    // COLOR_BACKGROUND
     RGB(0, 0, 128),      // COLOR_ACTIVECAPTION
@@ -111,7 +111,19 @@ constexpr COLORREF kSysColors[] = {
     RGB(0, 0, 128),      // COLOR_MENUHILIGHT
     RGB(192, 192, 192),  // COLOR_MENUBAR
 };
-constexpr int kSysColorCount = static_cast<int>(sizeof kSysColors / sizeof kSysColors[0]);
+constexpr int kSysColorCount =
+    static_cast<int>(sizeof kDefaultSysColors / sizeof kDefaultSysColors[0]);
+
+// The colours in force: the defaults until SetSysColors changes them.
+COLORREF* sysColors() {
+  static COLORREF colors[kSysColorCount];
+  static bool filled = false;
+  if (!filled) {
+    memcpy(colors, kDefaultSysColors, sizeof colors);
+    filled = true;
+  }
+  return colors;
+}
 
 DWORD withWindowEdge(DWORD style, DWORD exStyle) {
   bool framed = (style & (WS_DLGFRAME | WS_THICKFRAME)) || (exStyle & WS_EX_DLGMODALFRAME);
@@ -236,7 +248,7 @@ int systemMetric(int index) {
 
 COLORREF sysColor(int index) {
   if (index < 0 || index >= kSysColorCount) return 0;
-  return kSysColors[index];
+  return sysColors()[index];
 }
 
 RECT frameInsets(DWORD style, DWORD exStyle, bool menu) {
@@ -254,7 +266,7 @@ RECT frameInsets(DWORD style, DWORD exStyle, bool menu) {
 RECT clientFromWindow(const Window& w, const RECT& windowRect) {
   if (w.style & WS_MINIMIZE)
     return makeRect(windowRect.left, windowRect.top, windowRect.left, windowRect.top);
-  RECT in = frameInsets(w.style, w.exStyle, false);
+  RECT in = frameInsets(w.style, w.exStyle, hasMenuBar(w));
   RECT c = makeRect(windowRect.left + in.left, windowRect.top + in.top,
                     windowRect.right - in.right, windowRect.bottom - in.bottom);
   if ((w.style & WS_VSCROLL) && rectWidth(c) >= kScrollBar) c.right -= kScrollBar;
@@ -332,6 +344,10 @@ void paintNonClient(HWND hwnd) {
     paintCaption(p, *w, r);
     r.top += kCaption;
   }
+  if (hasMenuBar(*w)) {
+    p.fill(makeRect(r.left, r.top, r.right, r.top + kMenu), sysColor(COLOR_MENU));
+    r.top += kMenu;
+  }
   if (ex & WS_EX_CLIENTEDGE) {
     edge(p, r, sysColor(COLOR_BTNSHADOW), sysColor(COLOR_BTNHIGHLIGHT));
     edge(p, shrink(r, 1), sysColor(COLOR_3DDKSHADOW), sysColor(COLOR_3DLIGHT));
@@ -374,5 +390,23 @@ int WINAPI GetSystemMetrics(int nIndex) { return systemMetric(nIndex); }
 DWORD WINAPI GetSysColor(int nIndex) { return sysColor(nIndex); }
 
 HBRUSH WINAPI GetSysColorBrush(int nIndex) { return systemColorBrush(nIndex); }
+
+// Changes the colours for every window, as the system does for all
+// programs: the system colour brushes follow, and every window is repainted.
+BOOL WINAPI SetSysColors(int cElements, const INT* lpaElements, const COLORREF* lpaRgbValues) {
+  if (cElements < 0 || (cElements && (!lpaElements || !lpaRgbValues))) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  for (int i = 0; i < cElements; ++i) {
+    int index = lpaElements[i];
+    if (index < 0 || index >= kSysColorCount) continue;
+    sysColors()[index] = lpaRgbValues[i] & 0xFFFFFF;
+    if (GdiObject* brush = gdiObject(systemColorBrush(index))) brush->color = sysColors()[index];
+  }
+  RedrawWindow(GetDesktopWindow(), NULL, NULL,
+               RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
+  return TRUE;
+}
 
 }  // extern "C"

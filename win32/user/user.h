@@ -70,6 +70,7 @@ struct ControlState {
   DWORD selEnd = 0;
   UINT limit = 30000;
   ScrollBarInfo bar;  // a SCROLLBAR control's own bar
+  bool isScrollBar = false;  // the SCROLLBAR procedure handled WM_CREATE
 };
 
 struct Window {
@@ -171,6 +172,12 @@ bool sendsMinMaxInfo(DWORD style);
 void paintNonClient(HWND hwnd);
 RECT scrollBarRect(const Window& w, int bar);  // window coordinates; empty if not shown
 
+// ---- Menus (menu.cpp) ----
+
+bool isMenu(HMENU hmenu);
+bool hasMenuBar(const Window& w);  // a top-level window whose GWL_ID is a live menu
+void destroyMenuOf(Window& w);
+
 // ---- Painting (painting.cpp) ----
 
 // rect in client coordinates, null for the whole client area. frame marks the
@@ -211,6 +218,12 @@ void createScrollData(Window& w);
 // control's own.
 ScrollBarInfo* scrollInfoOf(Window& w, int bar);
 void scrollControlPaint(HWND hwnd);
+// The SCROLLBAR class: its procedure and the window extra bytes it needs.
+constexpr int kScrollBarExtraBytes = 28;
+LRESULT CALLBACK scrollBarProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
+int setScrollInfo(HWND hwnd, int nBar, const SCROLLINFO* lpsi, bool redraw);
+BOOL getScrollInfo(HWND hwnd, int nBar, SCROLLINFO* lpsi);
+BOOL enableBar(HWND hwnd, int bar, UINT arrows);
 
 // ---- Accelerators (accel.cpp) ----
 

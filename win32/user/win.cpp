@@ -80,6 +80,7 @@ void unlinkChild(Window& parent, HWND child) {
 
 // Frees a window whose WM_NCDESTROY has been sent.
 void freeWindow(Window& w) {
+  destroyMenuOf(w);
   if (Window* p = findWindow(w.parent)) unlinkChild(*p, w.hwnd);
   purgeWindow(w.hwnd);
   forgetWindow(w.hwnd);
@@ -358,6 +359,10 @@ HWND WINAPI CreateWindowExA(DWORD dwExStyle, LPCSTR lpClassName, LPCSTR lpWindow
   }
   HWND parent = NULL, owner = NULL;
   if (!resolveParent(dwStyle, hWndParent, &parent, &owner)) return NULL;
+  if (!(dwStyle & WS_CHILD) && hMenu && !isMenu(hMenu)) {
+    SetLastError(ERROR_INVALID_MENU_HANDLE);
+    return NULL;
+  }
 
   CREATESTRUCTA cs;
   cs.lpCreateParams = lpParam;
