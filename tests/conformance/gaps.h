@@ -107,6 +107,7 @@ typedef struct tagWNDCLASSEXW {
 
 /* Converted to the 8-bit forms for ASCII names (wide.c). */
 ATOM WINAPI RegisterClassW(const WNDCLASSW* wc);
+BOOL WINAPI SystemParametersInfoW(UINT action, UINT param, PVOID value, UINT winIni);
 
 /* Class and window data */
 #define GCLP_MENUNAME (-8)
@@ -190,12 +191,8 @@ typedef struct tagBITMAP {
 } BITMAP;
 
 /* Metrics and parameters */
-#define SM_CXSMICON 49
-#define SM_CYSMICON 50
-#define SM_CYSMCAPTION 51
 #define SM_XVIRTUALSCREEN 76
 #define SM_YVIRTUALSCREEN 77
-#define SPI_GETNONCLIENTMETRICS 0x0029
 #define SPI_GETMINIMIZEDMETRICS 0x002B
 #define SPI_SETMINIMIZEDMETRICS 0x002C
 #define ARW_BOTTOMLEFT 0x0000L

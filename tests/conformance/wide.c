@@ -32,3 +32,32 @@ ATOM WINAPI RegisterClassW(const WNDCLASSW* wc) {
                                                                         : (LPCSTR)wc->lpszMenuName;
   return RegisterClassA(&a);
 }
+
+static void widenFont(const LOGFONTA* in, LOGFONTW* out) {
+  memcpy(out, in, offsetof(LOGFONTA, lfFaceName));
+  for (int i = 0; i < 32; ++i) out->lfFaceName[i] = (unsigned char)in->lfFaceName[i];
+}
+
+/* Only the non-client metrics, whose numbers are the 8-bit form's. */
+BOOL WINAPI SystemParametersInfoW(UINT action, UINT param, PVOID value, UINT winIni) {
+  if (action != SPI_GETNONCLIENTMETRICS || !value) {
+    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+    return FALSE;
+  }
+  NONCLIENTMETRICSW* w = value;
+  NONCLIENTMETRICSA a;
+  a.cbSize = w->cbSize == sizeof *w ? sizeof a : offsetof(NONCLIENTMETRICSA, iPaddedBorderWidth);
+  if (!SystemParametersInfoA(action, param, &a, winIni)) return FALSE;
+  memcpy(&w->iBorderWidth, &a.iBorderWidth, 5 * sizeof(int));
+  widenFont(&a.lfCaptionFont, &w->lfCaptionFont);
+  w->iSmCaptionWidth = a.iSmCaptionWidth;
+  w->iSmCaptionHeight = a.iSmCaptionHeight;
+  widenFont(&a.lfSmCaptionFont, &w->lfSmCaptionFont);
+  w->iMenuWidth = a.iMenuWidth;
+  w->iMenuHeight = a.iMenuHeight;
+  widenFont(&a.lfMenuFont, &w->lfMenuFont);
+  widenFont(&a.lfStatusFont, &w->lfStatusFont);
+  widenFont(&a.lfMessageFont, &w->lfMessageFont);
+  if (w->cbSize == sizeof *w) w->iPaddedBorderWidth = a.iPaddedBorderWidth;
+  return TRUE;
+}

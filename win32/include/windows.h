@@ -296,6 +296,42 @@ typedef struct tagSCROLLBARINFO {
   DWORD rgstate[6];
 } SCROLLBARINFO, *PSCROLLBARINFO, *LPSCROLLBARINFO;
 
+typedef struct tagLOGFONTA {
+  LONG lfHeight;
+  LONG lfWidth;
+  LONG lfEscapement;
+  LONG lfOrientation;
+  LONG lfWeight;
+  BYTE lfItalic;
+  BYTE lfUnderline;
+  BYTE lfStrikeOut;
+  BYTE lfCharSet;
+  BYTE lfOutPrecision;
+  BYTE lfClipPrecision;
+  BYTE lfQuality;
+  BYTE lfPitchAndFamily;
+  CHAR lfFaceName[32];
+} LOGFONTA, *LPLOGFONTA;
+
+typedef struct tagNONCLIENTMETRICSA {
+  UINT cbSize;
+  int iBorderWidth;
+  int iScrollWidth;
+  int iScrollHeight;
+  int iCaptionWidth;
+  int iCaptionHeight;
+  LOGFONTA lfCaptionFont;
+  int iSmCaptionWidth;
+  int iSmCaptionHeight;
+  LOGFONTA lfSmCaptionFont;
+  int iMenuWidth;
+  int iMenuHeight;
+  LOGFONTA lfMenuFont;
+  LOGFONTA lfStatusFont;
+  LOGFONTA lfMessageFont;
+  int iPaddedBorderWidth;
+} NONCLIENTMETRICSA, *LPNONCLIENTMETRICSA;
+
 typedef struct tagACCEL {
   BYTE fVirt;
   WORD key;
@@ -359,6 +395,8 @@ TUL_WIN32_ASSERT(sizeof(PAINTSTRUCT) == 64, "PAINTSTRUCT is 64 bytes");
 TUL_WIN32_ASSERT(offsetof(PAINTSTRUCT, rcPaint) == 8 && offsetof(PAINTSTRUCT, rgbReserved) == 32,
                  "PAINTSTRUCT layout");
 TUL_WIN32_ASSERT(sizeof(SCROLLINFO) == 28, "SCROLLINFO is 28 bytes");
+TUL_WIN32_ASSERT(sizeof(LOGFONTA) == 60, "LOGFONTA is 60 bytes");
+TUL_WIN32_ASSERT(sizeof(NONCLIENTMETRICSA) == 344, "NONCLIENTMETRICSA is 344 bytes");
 TUL_WIN32_ASSERT(sizeof(SCROLLBARINFO) == 60 && offsetof(SCROLLBARINFO, rgstate) == 36,
                  "SCROLLBARINFO layout");
 TUL_WIN32_ASSERT(offsetof(SCROLLINFO, nPage) == 16 && offsetof(SCROLLINFO, nTrackPos) == 24,
@@ -736,6 +774,13 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define SM_CXMIN 28
 #define SM_CYMIN 29
 #define SM_CXSIZE 30
+#define SM_CXSMICON 49
+#define SM_CYSMICON 50
+#define SM_CYSMCAPTION 51
+#define SM_CXSMSIZE 52
+#define SM_CYSMSIZE 53
+#define SM_CXMENUSIZE 54
+#define SM_CYMENUSIZE 55
 #define SM_CYSIZE 31
 #define SM_CXFRAME 32
 #define SM_CYFRAME 33
@@ -1310,6 +1355,10 @@ TUL_WIN32_API BOOL WINAPI AdjustWindowRect(LPRECT lpRect, DWORD dwStyle, BOOL bM
 TUL_WIN32_API int WINAPI GetSystemMetrics(int nIndex);
 TUL_WIN32_API DWORD WINAPI GetSysColor(int nIndex);
 TUL_WIN32_API HBRUSH WINAPI GetSysColorBrush(int nIndex);
+#define SPI_GETNONCLIENTMETRICS 0x0029
+#define SPI_GETWORKAREA 0x0030
+TUL_WIN32_API BOOL WINAPI SystemParametersInfoA(UINT uiAction, UINT uiParam, PVOID pvParam,
+                                                UINT fWinIni);
 TUL_WIN32_API BOOL WINAPI SetSysColors(int cElements, const INT* lpaElements,
                                        const COLORREF* lpaRgbValues);
 TUL_WIN32_API HWND WINAPI WindowFromPoint(POINT Point);
@@ -1459,6 +1508,7 @@ TUL_WIN32_API BOOL WINAPI SetWindowOrgEx(HDC hdc, int x, int y, LPPOINT lppt);
 TUL_WIN32_API BOOL WINAPI SetViewportOrgEx(HDC hdc, int x, int y, LPPOINT lppt);
 TUL_WIN32_API BOOL WINAPI LPtoDP(HDC hdc, LPPOINT lppt, int c);
 TUL_WIN32_API BOOL WINAPI DPtoLP(HDC hdc, LPPOINT lppt, int c);
+TUL_WIN32_API int WINAPI GetClipBox(HDC hdc, LPRECT lprect);
 TUL_WIN32_API int WINAPI GetDeviceCaps(HDC hdc, int index);
 TUL_WIN32_API COLORREF WINAPI SetTextColor(HDC hdc, COLORREF color);
 TUL_WIN32_API COLORREF WINAPI GetTextColor(HDC hdc);

@@ -68,9 +68,19 @@ WindowRef allocateWindow() {
   return w;
 }
 
+// A new top-level window goes on top of its band: below the topmost
+// windows unless it is one.
 void linkChild(Window& parent, HWND child, bool atTop) {
-  if (atTop) parent.children.insert(parent.children.begin(), child);
-  else parent.children.push_back(child);
+  auto& c = parent.children;
+  if (!atTop) {
+    c.push_back(child);
+    return;
+  }
+  auto at = c.begin();
+  Window* w = findWindow(child);
+  if (isDesktop(parent) && w && !(w->exStyle & WS_EX_TOPMOST))
+    while (at != c.end() && findWindow(*at) && (findWindow(*at)->exStyle & WS_EX_TOPMOST)) ++at;
+  c.insert(at, child);
 }
 
 void unlinkChild(Window& parent, HWND child) {
@@ -268,6 +278,8 @@ LONG setStyle(HWND hwnd, int index, LONG value) {
     w->exStyle = ss.styleNew;
   }
   w->exStyle = fixExStyle(w->style, w->exStyle);
+  // WM_STYLECHANGED reports the style as kept (a minimised window stays so).
+  if (index == GWL_STYLE) ss.styleNew = w->style;
   sendMessage(hwnd, WM_STYLECHANGED, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&ss));
   return static_cast<LONG>(ss.styleOld);
 }
@@ -433,6 +445,8 @@ BOOL WINAPI DestroyWindow(HWND hWnd) {
       PositionRequest hide;
       hide.flags = SWP_HIDEWINDOW | SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE;
       setWindowPos(hWnd, hide);
+      // Hiding without activation keeps a window active; going away does not.
+      if (!w->dead && activeWindow() == hWnd) deactivate(hWnd);
     }
   }
   if (w->dead) return TRUE;
@@ -501,8 +515,9 @@ HWND WINAPI GetDesktopWindow(void) { return desktopHandle(); }
 HWND WINAPI GetParent(HWND hWnd) {
   Window* w = checkWindow(hWnd);
   if (!w || isDesktop(*w)) return NULL;
-  if (isChild(*w)) return w->parent;
+  // The pop-up bit wins over the child bit, as on the system.
   if (w->style & WS_POPUP) return w->owner;
+  if (isChild(*w)) return w->parent;
   return NULL;
 }
 
@@ -515,7 +530,8 @@ HWND WINAPI GetAncestor(HWND hwnd, UINT gaFlags) {
   case GA_ROOT:
     return topLevelOf(*w).hwnd;
   case GA_ROOTOWNER: {
-    HWND root = topLevelOf(*w).hwnd;
+    // GetParent's chain: parents of children, owners of pop-ups.
+    HWND root = hwnd;
     for (HWND next = GetParent(root); next; next = GetParent(root)) root = next;
     return root;
   }
@@ -644,8 +660,12 @@ LONG WINAPI GetWindowLongA(HWND hWnd, int nIndex) {
     return reinterpret_cast<LONG>(w->proc);
   case GWL_HINSTANCE:
     return reinterpret_cast<LONG>(w->instance);
-  case GWL_HWNDPARENT:
-    return reinterpret_cast<LONG>(isChild(*w) ? w->parent : w->owner);
+  case GWL_HWNDPARENT: {
+    // The parent, or for a window of the desktop its owner, whatever the style.
+    Window* p = parentOf(*w);
+    if (!p) return 0;
+    return reinterpret_cast<LONG>(isDesktop(*p) ? w->owner : w->parent);
+  }
   case GWL_ID:
     return static_cast<LONG>(w->id);
   case GWL_STYLE:
@@ -673,6 +693,11 @@ LONG WINAPI SetWindowLongA(HWND hWnd, int nIndex, LONG dwNewLong) {
     memcpy(&w->extra[static_cast<size_t>(nIndex)], &dwNewLong, sizeof dwNewLong);
     return old;
   }
+  // The desktop belongs to the system: its data cannot be changed.
+  if (isDesktop(*w)) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return 0;
+  }
   switch (nIndex) {
   case GWL_STYLE:
   case GWL_EXSTYLE:
@@ -686,7 +711,7 @@ LONG WINAPI SetWindowLongA(HWND hWnd, int nIndex, LONG dwNewLong) {
     w->instance = reinterpret_cast<HINSTANCE>(dwNewLong);
     return old;
   case GWL_HWNDPARENT:
-    if (isChild(*w)) {
+    if (!parentOf(*w) || !isDesktop(*parentOf(*w))) {
       SetLastError(ERROR_INVALID_PARAMETER);
       return 0;
     }
