@@ -27,7 +27,6 @@
 typedef HANDLE HDESK;
 typedef HANDLE HWINSTA;
 typedef HANDLE HHOOK;
-typedef HANDLE HDWP;
 typedef long long LONGLONG;
 typedef unsigned long long ULONGLONG;
 typedef char* PSTR;
@@ -43,8 +42,6 @@ typedef LRESULT(CALLBACK* HOOKPROC)(int, WPARAM, LPARAM);
 #define EVENT_ALL_ACCESS 0x1F0003
 #define INVALID_HANDLE_VALUE ((HANDLE)(LONG_PTR)-1)
 #define ERROR_CALL_NOT_IMPLEMENTED 120
-#define ERROR_NOACCESS 998
-#define ERROR_INVALID_DWP_HANDLE 1405
 
 /* Hooks */
 #define WH_CBT 5

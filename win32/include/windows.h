@@ -104,6 +104,7 @@ DECLARE_HANDLE(HICON);
 DECLARE_HANDLE(HACCEL);
 DECLARE_HANDLE(HKEY);
 DECLARE_HANDLE(HMONITOR);
+typedef HANDLE HDWP;
 typedef HINSTANCE HMODULE;
 typedef HICON HCURSOR;
 typedef void* HGDIOBJ;
@@ -418,9 +419,11 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define ERROR_INVALID_PARAMETER 87L
 #define ERROR_INSUFFICIENT_BUFFER 122L
 #define ERROR_PROC_NOT_FOUND 127
+#define ERROR_NOACCESS 998L
 #define ERROR_MOD_NOT_FOUND 126L
 #define ERROR_INVALID_WINDOW_HANDLE 1400L
 #define ERROR_INVALID_MENU_HANDLE 1401L
+#define ERROR_INVALID_DWP_HANDLE 1405L
 #define ERROR_CHILD_WINDOW_MENU 1436L
 #define ERROR_INVALID_CURSOR_HANDLE 1402L
 #define ERROR_INVALID_ACCEL_HANDLE 1403L
@@ -1319,6 +1322,8 @@ TUL_WIN32_API HWND WINAPI GetWindow(HWND hWnd, UINT uCmd);
 TUL_WIN32_API HWND WINAPI GetTopWindow(HWND hWnd);
 TUL_WIN32_API BOOL WINAPI EnumChildWindows(HWND hWndParent, WNDENUMPROC lpEnumFunc, LPARAM lParam);
 TUL_WIN32_API BOOL WINAPI EnumWindows(WNDENUMPROC lpEnumFunc, LPARAM lParam);
+TUL_WIN32_API HWND WINAPI FindWindowExA(HWND hWndParent, HWND hWndChildAfter, LPCSTR lpszClass,
+                                        LPCSTR lpszWindow);
 TUL_WIN32_API HWND WINAPI FindWindowA(LPCSTR lpClassName, LPCSTR lpWindowName);
 TUL_WIN32_API HWND WINAPI GetDlgItem(HWND hDlg, int nIDDlgItem);
 TUL_WIN32_API int WINAPI GetDlgCtrlID(HWND hWnd);
@@ -1342,6 +1347,10 @@ TUL_WIN32_API BOOL WINAPI ClientToScreen(HWND hWnd, LPPOINT lpPoint);
 TUL_WIN32_API BOOL WINAPI ScreenToClient(HWND hWnd, LPPOINT lpPoint);
 TUL_WIN32_API int WINAPI MapWindowPoints(HWND hWndFrom, HWND hWndTo, LPPOINT lpPoints,
                                          UINT cPoints);
+TUL_WIN32_API HDWP WINAPI BeginDeferWindowPos(int nNumWindows);
+TUL_WIN32_API HDWP WINAPI DeferWindowPos(HDWP hWinPosInfo, HWND hWnd, HWND hWndInsertAfter, int x,
+                                         int y, int cx, int cy, UINT uFlags);
+TUL_WIN32_API BOOL WINAPI EndDeferWindowPos(HDWP hWinPosInfo);
 TUL_WIN32_API BOOL WINAPI MoveWindow(HWND hWnd, int X, int Y, int nWidth, int nHeight,
                                      BOOL bRepaint);
 TUL_WIN32_API BOOL WINAPI SetWindowPos(HWND hWnd, HWND hWndInsertAfter, int X, int Y, int cx,

@@ -197,8 +197,12 @@ BOOL WINAPI UnregisterClassA(LPCSTR lpClassName, HINSTANCE /*hInstance*/) {
 
 BOOL WINAPI GetClassInfoExA(HINSTANCE hInstance, LPCSTR lpszClass, LPWNDCLASSEXA lpwcx) {
   auto c = findClass(lpszClass, hInstance);
-  if (!c || !lpwcx) {
+  if (!c) {
     SetLastError(ERROR_CLASS_DOES_NOT_EXIST);
+    return FALSE;
+  }
+  if (!lpwcx) {
+    SetLastError(ERROR_NOACCESS);
     return FALSE;
   }
   lpwcx->style = c->style;

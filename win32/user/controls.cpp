@@ -365,7 +365,7 @@ void addClass(const char* name, WNDPROC proc, UINT style, LPCSTR cursor, int wnd
   WNDCLASSEXA wc;
   memset(&wc, 0, sizeof wc);
   wc.cbSize = sizeof wc;
-  wc.style = style | CS_GLOBALCLASS;
+  wc.style = style;  // the system's classes report only their own style bits
   wc.lpfnWndProc = proc;
   wc.cbWndExtra = wndExtra;
   wc.hCursor = LoadCursorA(NULL, cursor);

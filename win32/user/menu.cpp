@@ -83,8 +83,11 @@ void frameChanged(HWND hwnd) {
 
 bool isMenu(HMENU hmenu) { return findMenu(hmenu) != nullptr; }
 
+// Pop-ups may have a menu bar even with WS_CHILD set.
+bool takesMenuBar(DWORD style) { return (style & (WS_CHILD | WS_POPUP)) != WS_CHILD; }
+
 bool hasMenuBar(const Window& w) {
-  return !isChild(w) && !isDesktop(w) && isMenu(reinterpret_cast<HMENU>(w.id));
+  return takesMenuBar(w.style) && !isDesktop(w) && isMenu(reinterpret_cast<HMENU>(w.id));
 }
 
 void destroyMenuOf(Window& w) {
@@ -154,7 +157,7 @@ HMENU WINAPI GetMenu(HWND hWnd) {
 BOOL WINAPI SetMenu(HWND hWnd, HMENU hMenu) {
   Window* w = checkWindow(hWnd);
   if (!w) return FALSE;
-  if (isChild(*w)) {
+  if (!takesMenuBar(w->style)) {
     SetLastError(ERROR_CHILD_WINDOW_MENU);
     return FALSE;
   }

@@ -175,6 +175,7 @@ RECT scrollBarRect(const Window& w, int bar);  // window coordinates; empty if n
 // ---- Menus (menu.cpp) ----
 
 bool isMenu(HMENU hmenu);
+bool takesMenuBar(DWORD style);   // not a child, or a pop-up
 bool hasMenuBar(const Window& w);  // a top-level window whose GWL_ID is a live menu
 void destroyMenuOf(Window& w);
 

@@ -371,7 +371,7 @@ HWND WINAPI CreateWindowExA(DWORD dwExStyle, LPCSTR lpClassName, LPCSTR lpWindow
   }
   HWND parent = NULL, owner = NULL;
   if (!resolveParent(dwStyle, hWndParent, &parent, &owner)) return NULL;
-  if (!(dwStyle & WS_CHILD) && hMenu && !isMenu(hMenu)) {
+  if (takesMenuBar(dwStyle) && hMenu && !isMenu(hMenu)) {
     SetLastError(ERROR_INVALID_MENU_HANDLE);
     return NULL;
   }
@@ -615,15 +615,35 @@ BOOL WINAPI EnumChildWindows(HWND hWndParent, WNDENUMPROC lpEnumFunc, LPARAM lPa
   return TRUE;
 }
 
-HWND WINAPI FindWindowA(LPCSTR lpClassName, LPCSTR lpWindowName) {
-  for (HWND h : desktopWindow().children) {
-    Window* w = findWindow(h);
+HWND WINAPI FindWindowExA(HWND hWndParent, HWND hWndChildAfter, LPCSTR lpszClass,
+                          LPCSTR lpszWindow) {
+  Window* parent = checkWindow(hWndParent ? hWndParent : desktopHandle());
+  if (!parent) return NULL;
+  // A class that does not exist matches nothing.
+  std::shared_ptr<WindowClass> cls = lpszClass ? findClass(lpszClass, NULL) : nullptr;
+  if (lpszClass && !cls) return NULL;
+  std::vector<HWND> children = parent->children;
+  auto it = children.begin();
+  if (hWndChildAfter) {
+    it = std::find(children.begin(), children.end(), hWndChildAfter);
+    if (it == children.end()) {
+      SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+      return NULL;
+    }
+    ++it;
+  }
+  for (; it != children.end(); ++it) {
+    Window* w = findWindow(*it);
     if (!w) continue;
-    if (lpClassName && (!w->cls || findClass(lpClassName, NULL) != w->cls)) continue;
-    if (lpWindowName && w->text != lpWindowName) continue;
-    return h;
+    if (cls && w->cls != cls) continue;
+    if (lpszWindow && w->text != lpszWindow) continue;
+    return *it;
   }
   return NULL;
+}
+
+HWND WINAPI FindWindowA(LPCSTR lpClassName, LPCSTR lpWindowName) {
+  return FindWindowExA(NULL, NULL, lpClassName, lpWindowName);
 }
 
 HWND WINAPI GetDlgItem(HWND hDlg, int nIDDlgItem) {

@@ -10,6 +10,7 @@
 #include "gdi/gdi.h"
 
 #include <algorithm>
+#include <map>
 
 namespace w32 {
 
@@ -565,6 +566,31 @@ BOOL setWindowPos(HWND hwnd, const PositionRequest& request) {
   return TRUE;
 }
 
+namespace {
+
+// Deferred positions: handles in their own range, each a list applied in
+// order by EndDeferWindowPos.
+constexpr ULONG_PTR kFirstDeferHandle = 0x00B00000;
+
+struct DeferredMove {
+  HWND hwnd;
+  HWND insertAfter;
+  int x, y, cx, cy;
+  UINT flags;
+};
+
+struct DeferTable {
+  std::map<HDWP, std::vector<DeferredMove>> lists;
+  ULONG_PTR next = kFirstDeferHandle;
+};
+
+DeferTable& deferTable() {
+  static DeferTable& t = *new DeferTable;  // outlives static destructors, as focusState
+  return t;
+}
+
+}  // namespace
+
 void changeMinMaxState(HWND hwnd, int cmd) {
   Window* w = findWindow(hwnd);
   if (!w) return;
@@ -698,6 +724,50 @@ int WINAPI MapWindowPoints(HWND hWndFrom, HWND hWndTo, LPPOINT lpPoints, UINT cP
   // The last error is left alone: a zero result from windows at the same
   // place is told from a failure by clearing it beforehand.
   return MAKELONG(dx, dy);
+}
+
+HDWP WINAPI BeginDeferWindowPos(int nNumWindows) {
+  if (nNumWindows < 0) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return NULL;
+  }
+  DeferTable& t = deferTable();
+  HDWP h = reinterpret_cast<HDWP>(t.next);
+  t.next += 4;
+  t.lists[h];
+  return h;
+}
+
+// The list's handle is checked before the window; a bad window leaves the
+// list as it was.
+HDWP WINAPI DeferWindowPos(HDWP hWinPosInfo, HWND hWnd, HWND hWndInsertAfter, int x, int y, int cx,
+                           int cy, UINT uFlags) {
+  auto it = deferTable().lists.find(hWinPosInfo);
+  if (it == deferTable().lists.end()) {
+    SetLastError(ERROR_INVALID_DWP_HANDLE);
+    return NULL;
+  }
+  Window* w = findWindow(hWnd);
+  if (!w || isDesktop(*w)) {
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return NULL;
+  }
+  it->second.push_back({hWnd, hWndInsertAfter, x, y, cx, cy, uFlags});
+  return hWinPosInfo;
+}
+
+// Windows destroyed since they were deferred are passed over.
+BOOL WINAPI EndDeferWindowPos(HDWP hWinPosInfo) {
+  auto it = deferTable().lists.find(hWinPosInfo);
+  if (it == deferTable().lists.end()) {
+    SetLastError(ERROR_INVALID_DWP_HANDLE);
+    return FALSE;
+  }
+  std::vector<DeferredMove> moves = std::move(it->second);
+  deferTable().lists.erase(it);
+  for (const DeferredMove& m : moves)
+    if (findWindow(m.hwnd)) SetWindowPos(m.hwnd, m.insertAfter, m.x, m.y, m.cx, m.cy, m.flags);
+  return TRUE;
 }
 
 BOOL WINAPI MoveWindow(HWND hWnd, int X, int Y, int nWidth, int nHeight, BOOL bRepaint) {
