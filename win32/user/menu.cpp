@@ -157,10 +157,7 @@ HMENU WINAPI GetMenu(HWND hWnd) {
 BOOL WINAPI SetMenu(HWND hWnd, HMENU hMenu) {
   Window* w = checkWindow(hWnd);
   if (!w) return FALSE;
-  if (!takesMenuBar(w->style)) {
-    SetLastError(ERROR_CHILD_WINDOW_MENU);
-    return FALSE;
-  }
+  if (!takesMenuBar(w->style)) return FALSE;  // no error code, as Wine
   if (hMenu && !checkMenu(hMenu)) return FALSE;
   w->id = reinterpret_cast<UINT_PTR>(hMenu);
   frameChanged(hWnd);

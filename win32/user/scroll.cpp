@@ -25,10 +25,12 @@ constexpr UINT kSifReturnPrevious = 0x1000;
 bool isScrollControl(const Window& w) { return w.ctl.isScrollBar; }
 
 // SCROLLINFO sizes the system takes: the full one and the one without
-// nTrackPos. Unknown fMask bits are ignored, as the system does.
+// nTrackPos; fMask may hold the known bits and kSifReturnPrevious.
 bool validInfo(const SCROLLINFO* si) {
   if (!si) return false;
-  return si->cbSize == sizeof(SCROLLINFO) || si->cbSize == sizeof(SCROLLINFO) - sizeof(int);
+  if (si->cbSize != sizeof(SCROLLINFO) && si->cbSize != sizeof(SCROLLINFO) - sizeof(int))
+    return false;
+  return (si->fMask & ~static_cast<UINT>(SIF_ALL | SIF_DISABLENOSCROLL | kSifReturnPrevious)) == 0;
 }
 
 bool needsScrolling(const ScrollBarInfo& info) {
