@@ -484,8 +484,14 @@ int WINAPI ScrollWindowEx(HWND hWnd, int dx, int dy, const RECT* prcScroll, cons
   int kind = uncovered.empty() ? NULLREGION : uncovered.rects().size() == 1 ? SIMPLEREGION : COMPLEXREGION;
 
   if (isDrawable(*w) && !rectEmpty(area)) {
+    // The scrolled bits may land outside the scroll rectangle, within the
+    // clip rectangle (the client area without one).
+    RECT client = makeRect(0, 0, rectWidth(w->client), rectHeight(w->client));
+    RECT target = prcClip ? intersectRects(*prcClip, client) : client;
     Painter p = painterFor(*w, false);
-    if (p.surface) p.surface->scroll(offsetRect(area, p.origin.x, p.origin.y), dx, dy);
+    if (p.surface)
+      p.surface->scroll(offsetRect(area, p.origin.x, p.origin.y),
+                        offsetRect(target, p.origin.x, p.origin.y), dx, dy);
   }
   if (!rectEmpty(w->update) && !rectEmpty(intersectRects(w->update, area)))
     w->update = intersectRects(unionRects(w->update, offsetRect(w->update, dx, dy)),

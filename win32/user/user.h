@@ -50,6 +50,7 @@ struct WindowClass {
   std::vector<BYTE> extra;
   int windowCount = 0;
   bool system = false;
+  bool global = false;  // registered with CS_GLOBALCLASS; later style changes keep it
 };
 
 struct ScrollBarInfo {
