@@ -123,7 +123,9 @@ WindowRef pinWindow(HWND hwnd);  // keeps the object alive across sends
 Window& desktopWindow();
 HWND desktopHandle();
 inline bool isDesktop(const Window& w) { return w.parent == nullptr; }
-inline bool isChild(const Window& w) { return (w.style & WS_CHILD) != 0; }
+// WS_POPUP wins over WS_CHILD: such a window is a pop-up, as on the system.
+inline bool isChildStyle(DWORD style) { return (style & (WS_CHILD | WS_POPUP)) == WS_CHILD; }
+inline bool isChild(const Window& w) { return isChildStyle(w.style); }
 bool isTopLevel(const Window& w);
 Window* parentOf(const Window& w);
 Window& topLevelOf(Window& w);

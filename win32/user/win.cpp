@@ -142,7 +142,7 @@ DWORD fixExStyle(DWORD style, DWORD exStyle) {
 }
 
 DWORD fixStyle(DWORD style) {
-  if (!(style & WS_CHILD)) style |= WS_CLIPSIBLINGS;
+  if (!isChildStyle(style)) style |= WS_CLIPSIBLINGS;
   if (!(style & (WS_CHILD | WS_POPUP))) style |= WS_CAPTION;
   return style;
 }
@@ -201,7 +201,7 @@ void applyCreationState(HWND hwnd, DWORD requested) {
 bool resolveParent(DWORD style, HWND requested, HWND* parent, HWND* owner) {
   *parent = desktopHandle();
   *owner = nullptr;
-  if (style & WS_CHILD) {
+  if (isChildStyle(style)) {
     if (!requested) {
       SetLastError(ERROR_TLW_WITH_WSCHILD);
       return false;
@@ -233,7 +233,7 @@ WindowRef newWindow(const std::shared_ptr<WindowClass>& cls, HWND parent, HWND o
   w->instance = cs.hInstance;
   w->id = reinterpret_cast<UINT_PTR>(cs.hMenu);
   w->extra.assign(static_cast<size_t>(cls->wndExtra), 0);
-  linkChild(*findWindow(parent), w->hwnd, !(style & WS_CHILD));
+  linkChild(*findWindow(parent), w->hwnd, !isChildStyle(style));
   return w;
 }
 
@@ -406,7 +406,7 @@ HWND WINAPI CreateWindowExA(DWORD dwExStyle, LPCSTR lpClassName, LPCSTR lpWindow
 
   if (isOverlapped(dwStyle)) w->needSize = true;
   else sendInitialSize(hwnd);
-  if (dwStyle & WS_CHILD) sendParentNotify(hwnd, WM_CREATE);
+  if (isChildStyle(dwStyle)) sendParentNotify(hwnd, WM_CREATE);
   if (!findWindow(hwnd)) return NULL;
   applyCreationState(hwnd, dwStyle);
   if ((dwStyle & WS_VISIBLE) && findWindow(hwnd)) {
@@ -731,11 +731,17 @@ LONG WINAPI SetWindowLongA(HWND hWnd, int nIndex, LONG dwNewLong) {
     w->instance = reinterpret_cast<HINSTANCE>(dwNewLong);
     return old;
   case GWL_HWNDPARENT:
-    if (!parentOf(*w) || !isDesktop(*parentOf(*w))) {
+    if (!parentOf(*w)) {
       SetLastError(ERROR_INVALID_PARAMETER);
       return 0;
     }
+    // For a window of another window it is SetParent.
+    if (!isDesktop(*parentOf(*w)))
+      return reinterpret_cast<LONG>(SetParent(hWnd, reinterpret_cast<HWND>(dwNewLong)));
     old = reinterpret_cast<LONG>(w->owner);
+    // An owner that is the window itself, or owned by it, is refused silently.
+    for (HWND o = reinterpret_cast<HWND>(dwNewLong); o; o = findWindow(o) ? findWindow(o)->owner : nullptr)
+      if (o == hWnd) return old;
     w->owner = reinterpret_cast<HWND>(dwNewLong);
     return old;
   case GWL_ID:
