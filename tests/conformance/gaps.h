@@ -275,14 +275,8 @@ typedef struct tagUPDATELAYEREDWINDOWINFO {
   const RECT* prcDirty;
 } UPDATELAYEREDWINDOWINFO;
 
-/* Monitors */
-#define MONITOR_DEFAULTTOPRIMARY 0x00000001
-typedef struct tagMONITORINFO {
-  DWORD cbSize;
-  RECT rcMonitor;
-  RECT rcWork;
-  DWORD dwFlags;
-} MONITORINFO, *LPMONITORINFO;
+/* Monitors: MONITORINFO holds no text, so the 8-bit form serves. */
+#define GetMonitorInfoW(monitor, info) GetMonitorInfoA(monitor, info)
 
 /* Input injection */
 #define INPUT_MOUSE 0

@@ -1364,6 +1364,21 @@ TUL_WIN32_API BOOL WINAPI AdjustWindowRect(LPRECT lpRect, DWORD dwStyle, BOOL bM
 TUL_WIN32_API int WINAPI GetSystemMetrics(int nIndex);
 TUL_WIN32_API DWORD WINAPI GetSysColor(int nIndex);
 TUL_WIN32_API HBRUSH WINAPI GetSysColorBrush(int nIndex);
+/* One monitor: the screen, its work area the whole of it. */
+#define MONITOR_DEFAULTTONULL 0x00000000
+#define MONITOR_DEFAULTTOPRIMARY 0x00000001
+#define MONITOR_DEFAULTTONEAREST 0x00000002
+#define MONITORINFOF_PRIMARY 0x00000001
+typedef struct tagMONITORINFO {
+  DWORD cbSize;
+  RECT rcMonitor;
+  RECT rcWork;
+  DWORD dwFlags;
+} MONITORINFO, *LPMONITORINFO;
+TUL_WIN32_API HMONITOR WINAPI MonitorFromWindow(HWND hwnd, DWORD dwFlags);
+TUL_WIN32_API HMONITOR WINAPI MonitorFromPoint(POINT pt, DWORD dwFlags);
+TUL_WIN32_API HMONITOR WINAPI MonitorFromRect(const RECT* lprc, DWORD dwFlags);
+TUL_WIN32_API BOOL WINAPI GetMonitorInfoA(HMONITOR hMonitor, LPMONITORINFO lpmi);
 #define SPI_GETNONCLIENTMETRICS 0x0029
 #define SPI_GETWORKAREA 0x0030
 TUL_WIN32_API BOOL WINAPI SystemParametersInfoA(UINT uiAction, UINT uiParam, PVOID pvParam,

@@ -466,6 +466,50 @@ BOOL WINAPI SystemParametersInfoA(UINT uiAction, UINT uiParam, PVOID pvParam, UI
   return TRUE;
 }
 
+namespace {
+
+// The one monitor's handle.
+HMONITOR primaryMonitor() { return reinterpret_cast<HMONITOR>(static_cast<ULONG_PTR>(0x00010001)); }
+
+HMONITOR monitorFor(const RECT& r, DWORD flags) {
+  RECT screen = makeRect(0, 0, kScreenWidth, kScreenHeight);
+  if (!rectEmpty(intersectRects(r, screen)) || flags != MONITOR_DEFAULTTONULL) return primaryMonitor();
+  return NULL;
+}
+
+}  // namespace
+
+HMONITOR WINAPI MonitorFromRect(const RECT* lprc, DWORD dwFlags) {
+  if (!lprc) return NULL;
+  // An empty rectangle still names the point where it lies.
+  RECT r = *lprc;
+  if (r.right <= r.left) r.right = r.left + 1;
+  if (r.bottom <= r.top) r.bottom = r.top + 1;
+  return monitorFor(r, dwFlags);
+}
+
+HMONITOR WINAPI MonitorFromPoint(POINT pt, DWORD dwFlags) {
+  RECT r = makeRect(pt.x, pt.y, pt.x + 1, pt.y + 1);
+  return monitorFor(r, dwFlags);
+}
+
+HMONITOR WINAPI MonitorFromWindow(HWND hwnd, DWORD dwFlags) {
+  Window* w = checkWindow(hwnd);
+  if (!w) return dwFlags == MONITOR_DEFAULTTONULL ? NULL : primaryMonitor();
+  return MonitorFromRect(&w->window, dwFlags);
+}
+
+BOOL WINAPI GetMonitorInfoA(HMONITOR hMonitor, LPMONITORINFO lpmi) {
+  if (hMonitor != primaryMonitor() || !lpmi || lpmi->cbSize < sizeof(MONITORINFO)) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  lpmi->rcMonitor = makeRect(0, 0, kScreenWidth, kScreenHeight);
+  lpmi->rcWork = lpmi->rcMonitor;
+  lpmi->dwFlags = MONITORINFOF_PRIMARY;
+  return TRUE;
+}
+
 // Changes the colours for every window, as the system does for all
 // programs: the system colour brushes follow, and every window is repainted.
 BOOL WINAPI SetSysColors(int cElements, const INT* lpaElements, const COLORREF* lpaRgbValues) {
