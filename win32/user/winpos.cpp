@@ -789,6 +789,22 @@ BOOL WINAPI SetWindowPos(HWND hWnd, HWND hWndInsertAfter, int X, int Y, int cx, 
   req.cx = cx;
   req.cy = cy;
   req.flags = uFlags;
+  // As on the system: the desktop takes no part; placing a window after one
+  // that is not its sibling, or a child in the topmost band, changes nothing
+  // at all and still succeeds.
+  Window* w = findWindow(hWnd);
+  const bool special = hWndInsertAfter == HWND_TOP || hWndInsertAfter == HWND_BOTTOM ||
+                       hWndInsertAfter == HWND_TOPMOST || hWndInsertAfter == HWND_NOTOPMOST;
+  Window* after = special ? nullptr : findWindow(hWndInsertAfter);
+  if (w && !(uFlags & SWP_NOZORDER)) {
+    if (isDesktop(*w) || (after && isDesktop(*after))) {
+      SetLastError(ERROR_INVALID_PARAMETER);
+      return FALSE;
+    }
+    if (after && after->parent != w->parent) return TRUE;
+    if (isChild(*w) && (hWndInsertAfter == HWND_TOPMOST || hWndInsertAfter == HWND_NOTOPMOST))
+      return TRUE;
+  }
   return setWindowPos(hWnd, req);
 }
 
