@@ -10,6 +10,7 @@ namespace w32 {
 void Surface::resize(int newWidth, int newHeight, COLORREF fill) {
   std::vector<COLORREF> next(static_cast<size_t>(newWidth) * static_cast<size_t>(newHeight), fill);
   int w = std::min(width, newWidth), h = std::min(height, newHeight);
+  if (w <= 0) h = 0;  // nothing to keep (and no element to point at)
   for (int y = 0; y < h; ++y)
     std::copy_n(&pixels[static_cast<size_t>(y) * static_cast<size_t>(width)], w,
                 &next[static_cast<size_t>(y) * static_cast<size_t>(newWidth)]);
