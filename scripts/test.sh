@@ -2,7 +2,7 @@
 # Builds everything and runs every test: the 32-bit Linux build with its test
 # suite (through qemu-i386 where the machine cannot run i386 code), the same
 # suite built with AddressSanitizer and UBSan, the Win32 layer's probes
-# against Wine, then the Windows cross build, whose DLL's export and import
+# against Wine and Wine's user32 conformance tests against the layer, then the Windows cross build, whose DLL's export and import
 # tables are checked and whose tul.exe runs the script suite on 32-bit Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -22,6 +22,9 @@ ASAN_OPTIONS=detect_leaks=0 ctest --preset linux-x86-asan
 
 echo "== win32 layer: behaviour probes against Wine"
 bash tests/win32/compare-with-wine.sh
+
+echo "== win32 layer: Wine's user32 conformance tests"
+bash scripts/conformance.sh
 
 echo "== windows-x86: build"
 cmake --preset windows-x86 >/dev/null

@@ -11,4 +11,6 @@ BOOL WINAPI InitCommonControlsEx(const INITCOMMONCONTROLSEX* picce) {
 
 void WINAPI InitCommonControls(void) {}
 
+BOOL WINAPI IsThemeActive(void) { return FALSE; }
+
 }  // extern "C"

@@ -137,6 +137,21 @@ BOOL WINAPI DPtoLP(HDC hdc, LPPOINT lppt, int c) {
   return TRUE;
 }
 
+int WINAPI GetClipBox(HDC hdc, LPRECT lprect) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc || !lprect) return ERROR;
+  RECT box = dc->clip.bounds();
+  if (dc->clip.empty()) {
+    *lprect = RECT{0, 0, 0, 0};
+    return NULLREGION;
+  }
+  POINT corners[2] = {{box.left - dc->origin.x, box.top - dc->origin.y},
+                      {box.right - dc->origin.x, box.bottom - dc->origin.y}};
+  DPtoLP(hdc, corners, 2);
+  *lprect = RECT{corners[0].x, corners[0].y, corners[1].x, corners[1].y};
+  return dc->clip.rects().size() == 1 ? SIMPLEREGION : COMPLEXREGION;
+}
+
 int WINAPI GetDeviceCaps(HDC hdc, int index) {
   if (!deviceContext(hdc)) return 0;
   switch (index) {

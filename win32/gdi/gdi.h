@@ -31,6 +31,8 @@ struct Surface {
   // Moves the pixels of area by (dx, dy); only destination pixels inside
   // area change.
   void scroll(const RECT& area, int dx, int dy);
+  // Moves the pixels of source by (dx, dy), writing only inside clip.
+  void scroll(const RECT& source, const RECT& clip, int dx, int dy);
 };
 
 // Drawing in one window's coordinates, clipped: what the non-client painter

@@ -39,14 +39,17 @@ void Surface::fill(const RECT& r, COLORREF c) {
                 a.right - a.left, c);
 }
 
-void Surface::scroll(const RECT& area, int dx, int dy) {
-  RECT a = intersectRects(area, makeRect(0, 0, width, height));
-  if (rectEmpty(a)) return;
+void Surface::scroll(const RECT& area, int dx, int dy) { scroll(area, area, dx, dy); }
+
+void Surface::scroll(const RECT& source, const RECT& clip, int dx, int dy) {
+  RECT from = intersectRects(source, makeRect(0, 0, width, height));
+  RECT a = intersectRects(clip, makeRect(0, 0, width, height));
+  if (rectEmpty(a) || rectEmpty(from)) return;
   std::vector<COLORREF> copy(pixels);
   for (LONG y = a.top; y < a.bottom; ++y) {
     for (LONG x = a.left; x < a.right; ++x) {
       LONG sx = x - dx, sy = y - dy;
-      if (!pointInRect(a, sx, sy)) continue;
+      if (!pointInRect(from, sx, sy)) continue;
       pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)] =
           copy[static_cast<size_t>(sy) * static_cast<size_t>(width) + static_cast<size_t>(sx)];
     }

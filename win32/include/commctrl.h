@@ -35,6 +35,8 @@ TUL_WIN32_EXTERN_C_BEGIN
 
 TUL_WIN32_API BOOL WINAPI InitCommonControlsEx(const INITCOMMONCONTROLSEX* picce);
 TUL_WIN32_API void WINAPI InitCommonControls(void);
+/* uxtheme: the layer draws the classic look, so no theme is ever active. */
+TUL_WIN32_API BOOL WINAPI IsThemeActive(void);
 
 TUL_WIN32_EXTERN_C_END
 

@@ -104,6 +104,7 @@ DECLARE_HANDLE(HICON);
 DECLARE_HANDLE(HACCEL);
 DECLARE_HANDLE(HKEY);
 DECLARE_HANDLE(HMONITOR);
+typedef HANDLE HDWP;
 typedef HINSTANCE HMODULE;
 typedef HICON HCURSOR;
 typedef void* HGDIOBJ;
@@ -284,6 +285,53 @@ typedef struct tagSCROLLINFO {
   int nTrackPos;
 } SCROLLINFO, *LPSCROLLINFO;
 typedef const SCROLLINFO* LPCSCROLLINFO;
+/* rgstate: [0] the bar, [1] top arrow, [2] page above, [3] thumb, [4] page
+ * below, [5] bottom arrow (STATE_SYSTEM_* flags). */
+typedef struct tagSCROLLBARINFO {
+  DWORD cbSize;
+  RECT rcScrollBar;
+  int dxyLineButton;
+  int xyThumbTop;
+  int xyThumbBottom;
+  int reserved;
+  DWORD rgstate[6];
+} SCROLLBARINFO, *PSCROLLBARINFO, *LPSCROLLBARINFO;
+
+typedef struct tagLOGFONTA {
+  LONG lfHeight;
+  LONG lfWidth;
+  LONG lfEscapement;
+  LONG lfOrientation;
+  LONG lfWeight;
+  BYTE lfItalic;
+  BYTE lfUnderline;
+  BYTE lfStrikeOut;
+  BYTE lfCharSet;
+  BYTE lfOutPrecision;
+  BYTE lfClipPrecision;
+  BYTE lfQuality;
+  BYTE lfPitchAndFamily;
+  CHAR lfFaceName[32];
+} LOGFONTA, *LPLOGFONTA;
+
+typedef struct tagNONCLIENTMETRICSA {
+  UINT cbSize;
+  int iBorderWidth;
+  int iScrollWidth;
+  int iScrollHeight;
+  int iCaptionWidth;
+  int iCaptionHeight;
+  LOGFONTA lfCaptionFont;
+  int iSmCaptionWidth;
+  int iSmCaptionHeight;
+  LOGFONTA lfSmCaptionFont;
+  int iMenuWidth;
+  int iMenuHeight;
+  LOGFONTA lfMenuFont;
+  LOGFONTA lfStatusFont;
+  LOGFONTA lfMessageFont;
+  int iPaddedBorderWidth;
+} NONCLIENTMETRICSA, *LPNONCLIENTMETRICSA;
 
 typedef struct tagACCEL {
   BYTE fVirt;
@@ -348,6 +396,10 @@ TUL_WIN32_ASSERT(sizeof(PAINTSTRUCT) == 64, "PAINTSTRUCT is 64 bytes");
 TUL_WIN32_ASSERT(offsetof(PAINTSTRUCT, rcPaint) == 8 && offsetof(PAINTSTRUCT, rgbReserved) == 32,
                  "PAINTSTRUCT layout");
 TUL_WIN32_ASSERT(sizeof(SCROLLINFO) == 28, "SCROLLINFO is 28 bytes");
+TUL_WIN32_ASSERT(sizeof(LOGFONTA) == 60, "LOGFONTA is 60 bytes");
+TUL_WIN32_ASSERT(sizeof(NONCLIENTMETRICSA) == 344, "NONCLIENTMETRICSA is 344 bytes");
+TUL_WIN32_ASSERT(sizeof(SCROLLBARINFO) == 60 && offsetof(SCROLLBARINFO, rgstate) == 36,
+                 "SCROLLBARINFO layout");
 TUL_WIN32_ASSERT(offsetof(SCROLLINFO, nPage) == 16 && offsetof(SCROLLINFO, nTrackPos) == 24,
                  "SCROLLINFO layout");
 TUL_WIN32_ASSERT(sizeof(ACCEL) == 6, "ACCEL is 6 bytes");
@@ -366,9 +418,13 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define ERROR_NOT_ENOUGH_MEMORY 8L
 #define ERROR_INVALID_PARAMETER 87L
 #define ERROR_INSUFFICIENT_BUFFER 122L
+#define ERROR_PROC_NOT_FOUND 127
+#define ERROR_NOACCESS 998L
 #define ERROR_MOD_NOT_FOUND 126L
 #define ERROR_INVALID_WINDOW_HANDLE 1400L
 #define ERROR_INVALID_MENU_HANDLE 1401L
+#define ERROR_INVALID_DWP_HANDLE 1405L
+#define ERROR_CHILD_WINDOW_MENU 1436L
 #define ERROR_INVALID_CURSOR_HANDLE 1402L
 #define ERROR_INVALID_ACCEL_HANDLE 1403L
 #define ERROR_TLW_WITH_WSCHILD 1406L
@@ -721,6 +777,13 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define SM_CXMIN 28
 #define SM_CYMIN 29
 #define SM_CXSIZE 30
+#define SM_CXSMICON 49
+#define SM_CYSMICON 50
+#define SM_CYSMCAPTION 51
+#define SM_CXSMSIZE 52
+#define SM_CYSMSIZE 53
+#define SM_CXMENUSIZE 54
+#define SM_CYMENUSIZE 55
 #define SM_CYSIZE 31
 #define SM_CXFRAME 32
 #define SM_CYFRAME 33
@@ -954,6 +1017,19 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define FCONTROL 0x08
 #define FALT 0x10
 
+/* ---- Menus ---- */
+
+#define MF_STRING 0x00000000L
+#define MF_GRAYED 0x00000001L
+#define MF_DISABLED 0x00000002L
+#define MF_BITMAP 0x00000004L
+#define MF_CHECKED 0x00000008L
+#define MF_POPUP 0x00000010L
+#define MF_OWNERDRAW 0x00000100L
+#define MF_SEPARATOR 0x00000800L
+#define MF_BYCOMMAND 0x00000000L
+#define MF_BYPOSITION 0x00000400L
+
 /* ---- Scroll bars ---- */
 
 #define SB_HORZ 0
@@ -989,6 +1065,30 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define ESB_DISABLE_RIGHT 0x0002
 #define ESB_DISABLE_UP 0x0001
 #define ESB_DISABLE_DOWN 0x0002
+#define ESB_DISABLE_LTUP ESB_DISABLE_LEFT
+#define ESB_DISABLE_RTDN ESB_DISABLE_RIGHT
+#define SBS_TOPALIGN 0x0002L
+#define SBS_LEFTALIGN 0x0002L
+#define SBS_BOTTOMALIGN 0x0004L
+#define SBS_RIGHTALIGN 0x0004L
+#define SBS_SIZEBOX 0x0008L
+#define SBS_SIZEGRIP 0x0010L
+#define SBM_SETPOS 0x00E0
+#define SBM_GETPOS 0x00E1
+#define SBM_SETRANGE 0x00E2
+#define SBM_GETRANGE 0x00E3
+#define SBM_ENABLE_ARROWS 0x00E4
+#define SBM_SETRANGEREDRAW 0x00E6
+#define SBM_SETSCROLLINFO 0x00E9
+#define SBM_GETSCROLLINFO 0x00EA
+#define SBM_GETSCROLLBARINFO 0x00EB
+#define OBJID_HSCROLL ((LONG)0xFFFFFFFA)
+#define OBJID_VSCROLL ((LONG)0xFFFFFFFB)
+#define OBJID_CLIENT ((LONG)0xFFFFFFFC)
+#define STATE_SYSTEM_UNAVAILABLE 0x00000001
+#define STATE_SYSTEM_PRESSED 0x00000008
+#define STATE_SYSTEM_INVISIBLE 0x00008000
+#define STATE_SYSTEM_OFFSCREEN 0x00010000
 #define SW_SCROLLCHILDREN 0x0001
 #define SW_INVALIDATE 0x0002
 #define SW_ERASE 0x0004
@@ -1176,15 +1276,23 @@ int WINAPI WinMain(HINSTANCE hInstance, HINSTANCE hPrevInstance, LPSTR lpCmdLine
 TUL_WIN32_API DWORD WINAPI GetLastError(void);
 TUL_WIN32_API void WINAPI SetLastError(DWORD dwErrCode);
 TUL_WIN32_API HMODULE WINAPI GetModuleHandleA(LPCSTR lpModuleName);
+typedef INT_PTR(WINAPI* FARPROC)();
+TUL_WIN32_API HMODULE WINAPI LoadLibraryA(LPCSTR lpLibFileName);
+TUL_WIN32_API BOOL WINAPI FreeLibrary(HMODULE hLibModule);
+TUL_WIN32_API FARPROC WINAPI GetProcAddress(HMODULE hModule, LPCSTR lpProcName);
 TUL_WIN32_API DWORD WINAPI GetTickCount(void);
 TUL_WIN32_API void WINAPI Sleep(DWORD dwMilliseconds);
 TUL_WIN32_API void WINAPI OutputDebugStringA(LPCSTR lpOutputString);
+TUL_WIN32_API int WINAPI lstrcmpiA(LPCSTR lpString1, LPCSTR lpString2);
+TUL_WIN32_API int WINAPI lstrcmpA(LPCSTR lpString1, LPCSTR lpString2);
 TUL_WIN32_API int WINAPI MulDiv(int nNumber, int nNumerator, int nDenominator);
 
 /* user32: classes */
 TUL_WIN32_API ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* lpwcx);
 TUL_WIN32_API ATOM WINAPI RegisterClassA(const WNDCLASSA* lpWndClass);
 TUL_WIN32_API BOOL WINAPI UnregisterClassA(LPCSTR lpClassName, HINSTANCE hInstance);
+TUL_WIN32_API BOOL WINAPI GetClassInfoA(HINSTANCE hInstance, LPCSTR lpClassName,
+                                        LPWNDCLASSA lpWndClass);
 TUL_WIN32_API BOOL WINAPI GetClassInfoExA(HINSTANCE hInstance, LPCSTR lpszClass,
                                           LPWNDCLASSEXA lpwcx);
 TUL_WIN32_API int WINAPI GetClassNameA(HWND hWnd, LPSTR lpClassName, int nMaxCount);
@@ -1214,6 +1322,8 @@ TUL_WIN32_API HWND WINAPI GetWindow(HWND hWnd, UINT uCmd);
 TUL_WIN32_API HWND WINAPI GetTopWindow(HWND hWnd);
 TUL_WIN32_API BOOL WINAPI EnumChildWindows(HWND hWndParent, WNDENUMPROC lpEnumFunc, LPARAM lParam);
 TUL_WIN32_API BOOL WINAPI EnumWindows(WNDENUMPROC lpEnumFunc, LPARAM lParam);
+TUL_WIN32_API HWND WINAPI FindWindowExA(HWND hWndParent, HWND hWndChildAfter, LPCSTR lpszClass,
+                                        LPCSTR lpszWindow);
 TUL_WIN32_API HWND WINAPI FindWindowA(LPCSTR lpClassName, LPCSTR lpWindowName);
 TUL_WIN32_API HWND WINAPI GetDlgItem(HWND hDlg, int nIDDlgItem);
 TUL_WIN32_API int WINAPI GetDlgCtrlID(HWND hWnd);
@@ -1237,6 +1347,10 @@ TUL_WIN32_API BOOL WINAPI ClientToScreen(HWND hWnd, LPPOINT lpPoint);
 TUL_WIN32_API BOOL WINAPI ScreenToClient(HWND hWnd, LPPOINT lpPoint);
 TUL_WIN32_API int WINAPI MapWindowPoints(HWND hWndFrom, HWND hWndTo, LPPOINT lpPoints,
                                          UINT cPoints);
+TUL_WIN32_API HDWP WINAPI BeginDeferWindowPos(int nNumWindows);
+TUL_WIN32_API HDWP WINAPI DeferWindowPos(HDWP hWinPosInfo, HWND hWnd, HWND hWndInsertAfter, int x,
+                                         int y, int cx, int cy, UINT uFlags);
+TUL_WIN32_API BOOL WINAPI EndDeferWindowPos(HDWP hWinPosInfo);
 TUL_WIN32_API BOOL WINAPI MoveWindow(HWND hWnd, int X, int Y, int nWidth, int nHeight,
                                      BOOL bRepaint);
 TUL_WIN32_API BOOL WINAPI SetWindowPos(HWND hWnd, HWND hWndInsertAfter, int X, int Y, int cx,
@@ -1250,6 +1364,27 @@ TUL_WIN32_API BOOL WINAPI AdjustWindowRect(LPRECT lpRect, DWORD dwStyle, BOOL bM
 TUL_WIN32_API int WINAPI GetSystemMetrics(int nIndex);
 TUL_WIN32_API DWORD WINAPI GetSysColor(int nIndex);
 TUL_WIN32_API HBRUSH WINAPI GetSysColorBrush(int nIndex);
+/* One monitor: the screen, its work area the whole of it. */
+#define MONITOR_DEFAULTTONULL 0x00000000
+#define MONITOR_DEFAULTTOPRIMARY 0x00000001
+#define MONITOR_DEFAULTTONEAREST 0x00000002
+#define MONITORINFOF_PRIMARY 0x00000001
+typedef struct tagMONITORINFO {
+  DWORD cbSize;
+  RECT rcMonitor;
+  RECT rcWork;
+  DWORD dwFlags;
+} MONITORINFO, *LPMONITORINFO;
+TUL_WIN32_API HMONITOR WINAPI MonitorFromWindow(HWND hwnd, DWORD dwFlags);
+TUL_WIN32_API HMONITOR WINAPI MonitorFromPoint(POINT pt, DWORD dwFlags);
+TUL_WIN32_API HMONITOR WINAPI MonitorFromRect(const RECT* lprc, DWORD dwFlags);
+TUL_WIN32_API BOOL WINAPI GetMonitorInfoA(HMONITOR hMonitor, LPMONITORINFO lpmi);
+#define SPI_GETNONCLIENTMETRICS 0x0029
+#define SPI_GETWORKAREA 0x0030
+TUL_WIN32_API BOOL WINAPI SystemParametersInfoA(UINT uiAction, UINT uiParam, PVOID pvParam,
+                                                UINT fWinIni);
+TUL_WIN32_API BOOL WINAPI SetSysColors(int cElements, const INT* lpaElements,
+                                       const COLORREF* lpaRgbValues);
 TUL_WIN32_API HWND WINAPI WindowFromPoint(POINT Point);
 TUL_WIN32_API HWND WINAPI ChildWindowFromPoint(HWND hWndParent, POINT Point);
 TUL_WIN32_API BOOL WINAPI BringWindowToTop(HWND hWnd);
@@ -1288,9 +1423,18 @@ TUL_WIN32_API LRESULT WINAPI DispatchMessageA(const MSG* lpMsg);
 TUL_WIN32_API void WINAPI PostQuitMessage(int nExitCode);
 TUL_WIN32_API BOOL WINAPI WaitMessage(void);
 TUL_WIN32_API DWORD WINAPI GetQueueStatus(UINT flags);
+#define INFINITE 0xFFFFFFFF
+#define WAIT_OBJECT_0 0
+#define WAIT_TIMEOUT 258
+#define WAIT_FAILED ((DWORD)0xFFFFFFFF)
+TUL_WIN32_API DWORD WINAPI MsgWaitForMultipleObjects(DWORD nCount, const HANDLE* pHandles,
+                                                     BOOL fWaitAll, DWORD dwMilliseconds,
+                                                     DWORD dwWakeMask);
 TUL_WIN32_API LONG WINAPI GetMessageTime(void);
 TUL_WIN32_API DWORD WINAPI GetMessagePos(void);
 TUL_WIN32_API DWORD WINAPI GetCurrentThreadId(void);
+TUL_WIN32_API DWORD WINAPI GetCurrentProcessId(void);
+TUL_WIN32_API DWORD WINAPI GetWindowThreadProcessId(HWND hWnd, LPDWORD lpdwProcessId);
 TUL_WIN32_API UINT_PTR WINAPI SetTimer(HWND hWnd, UINT_PTR nIDEvent, UINT uElapse,
                                        TIMERPROC lpTimerFunc);
 TUL_WIN32_API BOOL WINAPI KillTimer(HWND hWnd, UINT_PTR uIDEvent);
@@ -1316,10 +1460,24 @@ TUL_WIN32_API int WINAPI DrawTextA(HDC hdc, LPCSTR lpchText, int cchText, LPRECT
                                    UINT format);
 
 /* user32: scroll bars */
+TUL_WIN32_API HMENU WINAPI CreateMenu(void);
+TUL_WIN32_API HMENU WINAPI CreatePopupMenu(void);
+TUL_WIN32_API BOOL WINAPI DestroyMenu(HMENU hMenu);
+TUL_WIN32_API BOOL WINAPI IsMenu(HMENU hMenu);
+TUL_WIN32_API BOOL WINAPI AppendMenuA(HMENU hMenu, UINT uFlags, UINT_PTR uIDNewItem,
+                                      LPCSTR lpNewItem);
+TUL_WIN32_API int WINAPI GetMenuItemCount(HMENU hMenu);
+TUL_WIN32_API UINT WINAPI GetMenuItemID(HMENU hMenu, int nPos);
+TUL_WIN32_API HMENU WINAPI GetSubMenu(HMENU hMenu, int nPos);
+TUL_WIN32_API HMENU WINAPI GetMenu(HWND hWnd);
+TUL_WIN32_API BOOL WINAPI SetMenu(HWND hWnd, HMENU hMenu);
+TUL_WIN32_API BOOL WINAPI DrawMenuBar(HWND hWnd);
+
 TUL_WIN32_API BOOL WINAPI ShowScrollBar(HWND hWnd, int wBar, BOOL bShow);
 TUL_WIN32_API BOOL WINAPI EnableScrollBar(HWND hWnd, UINT wSBflags, UINT wArrows);
 TUL_WIN32_API int WINAPI SetScrollInfo(HWND hwnd, int nBar, LPCSCROLLINFO lpsi, BOOL redraw);
 TUL_WIN32_API BOOL WINAPI GetScrollInfo(HWND hwnd, int nBar, LPSCROLLINFO lpsi);
+TUL_WIN32_API BOOL WINAPI GetScrollBarInfo(HWND hwnd, LONG idObject, PSCROLLBARINFO psbi);
 TUL_WIN32_API int WINAPI SetScrollPos(HWND hWnd, int nBar, int nPos, BOOL bRedraw);
 TUL_WIN32_API int WINAPI GetScrollPos(HWND hWnd, int nBar);
 TUL_WIN32_API BOOL WINAPI SetScrollRange(HWND hWnd, int nBar, int nMinPos, int nMaxPos,
@@ -1374,6 +1532,7 @@ TUL_WIN32_API BOOL WINAPI SetWindowOrgEx(HDC hdc, int x, int y, LPPOINT lppt);
 TUL_WIN32_API BOOL WINAPI SetViewportOrgEx(HDC hdc, int x, int y, LPPOINT lppt);
 TUL_WIN32_API BOOL WINAPI LPtoDP(HDC hdc, LPPOINT lppt, int c);
 TUL_WIN32_API BOOL WINAPI DPtoLP(HDC hdc, LPPOINT lppt, int c);
+TUL_WIN32_API int WINAPI GetClipBox(HDC hdc, LPRECT lprect);
 TUL_WIN32_API int WINAPI GetDeviceCaps(HDC hdc, int index);
 TUL_WIN32_API COLORREF WINAPI SetTextColor(HDC hdc, COLORREF color);
 TUL_WIN32_API COLORREF WINAPI GetTextColor(HDC hdc);

@@ -3,6 +3,8 @@
 // thread, so the "thread" last error is one process-wide value.
 #include "kernel/kernel.h"
 
+#include <dlfcn.h>
+
 #include <cstdio>
 #include <cstring>
 #include <strings.h>
@@ -33,7 +35,7 @@ struct SystemModule {
 
 constexpr SystemModule kSystemModules[] = {
     {"kernel32", 0x7b000000}, {"user32", 0x7b100000},   {"gdi32", 0x7b200000},
-    {"comctl32", 0x7b300000}, {"comdlg32", 0x7b400000},
+    {"comctl32", 0x7b300000}, {"comdlg32", 0x7b400000}, {"uxtheme", 0x7b500000},
 };
 
 bool sameModuleName(const char* asked, const char* name) {
@@ -66,12 +68,62 @@ HMODULE WINAPI GetModuleHandleA(LPCSTR lpModuleName) {
   return NULL;
 }
 
+// The system's DLLs load once and stay: loading one gives its fixed handle.
+HMODULE WINAPI LoadLibraryA(LPCSTR lpLibFileName) {
+  if (!lpLibFileName) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return NULL;
+  }
+  return GetModuleHandleA(lpLibFileName);
+}
+
+BOOL WINAPI FreeLibrary(HMODULE hLibModule) {
+  for (const w32::SystemModule& m : w32::kSystemModules)
+    if (reinterpret_cast<HMODULE>(m.base) == hLibModule) return TRUE;
+  SetLastError(ERROR_INVALID_HANDLE);
+  return FALSE;
+}
+
+// Every system DLL's exports are the layer's own exported functions, found
+// by name in the layer's shared object; ordinals are not supported.
+FARPROC WINAPI GetProcAddress(HMODULE hModule, LPCSTR lpProcName) {
+  bool system = false;
+  for (const w32::SystemModule& m : w32::kSystemModules)
+    system = system || reinterpret_cast<HMODULE>(m.base) == hModule;
+  if (!system || !lpProcName || IS_INTRESOURCE(lpProcName)) {
+    SetLastError(system ? ERROR_PROC_NOT_FOUND : ERROR_MOD_NOT_FOUND);
+    return NULL;
+  }
+  Dl_info self;
+  void* layer = nullptr;
+  if (dladdr(reinterpret_cast<void*>(&GetProcAddress), &self) && self.dli_fname)
+    layer = dlopen(self.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
+  void* fn = layer ? dlsym(layer, lpProcName) : nullptr;
+  if (layer) dlclose(layer);
+  if (!fn) {
+    SetLastError(ERROR_PROC_NOT_FOUND);
+    return NULL;
+  }
+  return reinterpret_cast<FARPROC>(fn);
+}
+
 DWORD WINAPI GetTickCount(void) { return w32::clockNow(); }
 
 void WINAPI Sleep(DWORD dwMilliseconds) { w32::clockAdvance(dwMilliseconds); }
 
 void WINAPI OutputDebugStringA(LPCSTR lpOutputString) {
   if (lpOutputString) fprintf(stderr, "%s", lpOutputString);
+}
+
+// Comparisons by the C locale's order, as the system's for ASCII text.
+int WINAPI lstrcmpiA(LPCSTR lpString1, LPCSTR lpString2) {
+  int r = strcasecmp(lpString1 ? lpString1 : "", lpString2 ? lpString2 : "");
+  return (r > 0) - (r < 0);
+}
+
+int WINAPI lstrcmpA(LPCSTR lpString1, LPCSTR lpString2) {
+  int r = strcmp(lpString1 ? lpString1 : "", lpString2 ? lpString2 : "");
+  return (r > 0) - (r < 0);
 }
 
 int WINAPI MulDiv(int nNumber, int nNumerator, int nDenominator) {

@@ -1,7 +1,10 @@
 // Window classes: registration, lookup by name or atom, class data.
-// Invariants: names compare case-insensitively; an application class hides a
-// system class of the same name; a class is freed only when no window uses
-// it (windows hold a shared reference, UnregisterClassA refuses while any
+// Invariants: names compare case-insensitively; a name is registered at most
+// once per module as a local class and once per process as a global class
+// (CS_GLOBALCLASS), and shares one atom; lookup takes the newest local class
+// of the module asked for (of any module for a null one), then the global
+// class, then the system's; a class is freed only when no window uses it
+// (windows hold a shared reference, UnregisterClassA refuses while any
 // window exists).
 #include "user/user.h"
 
@@ -49,11 +52,42 @@ std::shared_ptr<WindowClass> findIn(const std::vector<std::shared_ptr<WindowClas
   return nullptr;
 }
 
+bool isGlobal(const WindowClass& c) { return c.global; }
+
+// The application class a lookup finds; instance null matches any module.
+std::shared_ptr<WindowClass> findApp(LPCSTR name, HINSTANCE instance) {
+  const auto& app = classes().app;
+  for (auto it = app.rbegin(); it != app.rend(); ++it)
+    if (!isGlobal(**it) && matches(**it, name) && (!instance || (*it)->instance == instance))
+      return *it;
+  for (const auto& c : app)
+    if (isGlobal(*c) && matches(*c, name)) return c;
+  return nullptr;
+}
+
+// Whether a registration clashes: with the global class of that name, or
+// for a local class with a local class of the same name and module.
+bool clashes(const WNDCLASSEXA& wc, HINSTANCE module) {
+  bool global = (wc.style & CS_GLOBALCLASS) != 0;
+  for (const auto& c : classes().app) {
+    if (!matches(*c, wc.lpszClassName)) continue;
+    if (isGlobal(*c) || (!global && c->instance == module)) return true;
+  }
+  return false;
+}
+
+ATOM atomFor(const char* name, bool system) {
+  ClassTable& t = classes();
+  for (const auto& c : system ? t.system : t.app)
+    if (strcasecmp(c->name.c_str(), name) == 0) return c->atom;
+  return system ? t.nextSystemAtom++ : t.nextAppAtom++;
+}
+
 ATOM addClass(const WNDCLASSEXA& wc, bool system) {
   ClassTable& t = classes();
   auto c = std::make_shared<WindowClass>();
   c->name = wc.lpszClassName;
-  c->atom = system ? t.nextSystemAtom++ : t.nextAppAtom++;
+  c->atom = atomFor(wc.lpszClassName, system);
   c->style = wc.style;
   c->proc = wc.lpfnWndProc;
   c->clsExtra = wc.cbClsExtra;
@@ -66,6 +100,7 @@ ATOM addClass(const WNDCLASSEXA& wc, bool system) {
   c->menuName = wc.lpszMenuName;
   c->extra.assign(static_cast<size_t>(wc.cbClsExtra), 0);
   c->system = system;
+  c->global = (wc.style & CS_GLOBALCLASS) != 0;
   (system ? t.system : t.app).push_back(c);
   return c->atom;
 }
@@ -127,10 +162,10 @@ bool classLong(WindowClass& c, int index, LONG* value, bool write) {
 
 }  // namespace
 
-std::shared_ptr<WindowClass> findClass(LPCSTR name, HINSTANCE /*instance*/) {
+std::shared_ptr<WindowClass> findClass(LPCSTR name, HINSTANCE instance) {
   ensureSystemClasses();
   if (!name) return nullptr;
-  if (auto c = findIn(classes().app, name)) return c;
+  if (auto c = findApp(name, instance)) return c;
   return findIn(classes().system, name);
 }
 
@@ -151,11 +186,19 @@ ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* lpwcx) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return 0;
   }
-  if (findIn(classes().app, lpwcx->lpszClassName)) {
+  // A class registered without a module belongs to the program's.
+  WNDCLASSEXA wc = *lpwcx;
+  if (!wc.hInstance) wc.hInstance = GetModuleHandleA(NULL);
+  // user32's classes are the system's: nothing can be registered for it.
+  if (wc.hInstance == GetModuleHandleA("user32")) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return 0;
+  }
+  if (clashes(wc, wc.hInstance)) {
     SetLastError(ERROR_CLASS_ALREADY_EXISTS);
     return 0;
   }
-  return addClass(*lpwcx, false);
+  return addClass(wc, false);
 }
 
 ATOM WINAPI RegisterClassA(const WNDCLASSA* lpWndClass) {
@@ -179,11 +222,13 @@ ATOM WINAPI RegisterClassA(const WNDCLASSA* lpWndClass) {
   return RegisterClassExA(&ex);
 }
 
-BOOL WINAPI UnregisterClassA(LPCSTR lpClassName, HINSTANCE /*hInstance*/) {
+BOOL WINAPI UnregisterClassA(LPCSTR lpClassName, HINSTANCE hInstance) {
   ensureSystemClasses();
   auto& app = classes().app;
+  HINSTANCE module = hInstance ? hInstance : GetModuleHandleA(NULL);
+  auto found = lpClassName ? findApp(lpClassName, module) : nullptr;
   for (auto it = app.begin(); it != app.end(); ++it) {
-    if (!lpClassName || !matches(**it, lpClassName)) continue;
+    if (*it != found) continue;
     if ((*it)->windowCount > 0) {
       SetLastError(ERROR_CLASS_HAS_WINDOWS);
       return FALSE;
@@ -195,17 +240,22 @@ BOOL WINAPI UnregisterClassA(LPCSTR lpClassName, HINSTANCE /*hInstance*/) {
   return FALSE;
 }
 
+// A null module asks for the system's classes and the global ones.
 BOOL WINAPI GetClassInfoExA(HINSTANCE hInstance, LPCSTR lpszClass, LPWNDCLASSEXA lpwcx) {
-  auto c = findClass(lpszClass, hInstance);
-  if (!c || !lpwcx) {
+  auto c = findClass(lpszClass, hInstance ? hInstance : GetModuleHandleA("user32"));
+  if (!c) {
     SetLastError(ERROR_CLASS_DOES_NOT_EXIST);
+    return FALSE;
+  }
+  if (!lpwcx) {
+    SetLastError(ERROR_NOACCESS);
     return FALSE;
   }
   lpwcx->style = c->style;
   lpwcx->lpfnWndProc = c->proc;
   lpwcx->cbClsExtra = c->clsExtra;
   lpwcx->cbWndExtra = c->wndExtra;
-  lpwcx->hInstance = c->system ? NULL : c->instance;
+  lpwcx->hInstance = hInstance;  // the module asked about, as the system answers
   lpwcx->hIcon = c->icon;
   lpwcx->hCursor = c->cursor;
   lpwcx->hbrBackground = c->background;
@@ -213,6 +263,24 @@ BOOL WINAPI GetClassInfoExA(HINSTANCE hInstance, LPCSTR lpszClass, LPWNDCLASSEXA
   lpwcx->lpszClassName = lpszClass;
   lpwcx->hIconSm = c->iconSmall;
   return c->atom;
+}
+
+BOOL WINAPI GetClassInfoA(HINSTANCE hInstance, LPCSTR lpClassName, LPWNDCLASSA lpWndClass) {
+  WNDCLASSEXA ex;
+  ex.cbSize = sizeof ex;
+  ATOM atom = static_cast<ATOM>(GetClassInfoExA(hInstance, lpClassName, &ex));
+  if (!atom || !lpWndClass) return atom;
+  lpWndClass->style = ex.style;
+  lpWndClass->lpfnWndProc = ex.lpfnWndProc;
+  lpWndClass->cbClsExtra = ex.cbClsExtra;
+  lpWndClass->cbWndExtra = ex.cbWndExtra;
+  lpWndClass->hInstance = ex.hInstance;
+  lpWndClass->hIcon = ex.hIcon;
+  lpWndClass->hCursor = ex.hCursor;
+  lpWndClass->hbrBackground = ex.hbrBackground;
+  lpWndClass->lpszMenuName = ex.lpszMenuName;
+  lpWndClass->lpszClassName = ex.lpszClassName;
+  return atom;
 }
 
 int WINAPI GetClassNameA(HWND hWnd, LPSTR lpClassName, int nMaxCount) {

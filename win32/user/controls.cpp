@@ -361,26 +361,13 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   }
 }
 
-// ---- SCROLLBAR ----
-
-LRESULT CALLBACK scrollBarProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
-  switch (msg) {
-  case WM_PAINT:
-    scrollControlPaint(hwnd);
-    return 0;
-  case WM_ERASEBKGND:
-    return 1;
-  default:
-    return DefWindowProcA(hwnd, msg, wp, lp);
-  }
-}
-
-void addClass(const char* name, WNDPROC proc, UINT style, LPCSTR cursor) {
+void addClass(const char* name, WNDPROC proc, UINT style, LPCSTR cursor, int wndExtra = 0) {
   WNDCLASSEXA wc;
   memset(&wc, 0, sizeof wc);
   wc.cbSize = sizeof wc;
-  wc.style = style | CS_GLOBALCLASS;
+  wc.style = style;  // the system's classes report only their own style bits
   wc.lpfnWndProc = proc;
+  wc.cbWndExtra = wndExtra;
   wc.hCursor = LoadCursorA(NULL, cursor);
   wc.lpszClassName = name;
   registerSystemClass(wc);
@@ -392,7 +379,8 @@ void registerSystemClasses() {
   addClass("Button", buttonProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC, IDC_ARROW);
   addClass("Static", staticProc, CS_DBLCLKS | CS_PARENTDC, IDC_ARROW);
   addClass("Edit", editProc, CS_DBLCLKS | CS_PARENTDC, IDC_IBEAM);
-  addClass("ScrollBar", scrollBarProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC, IDC_ARROW);
+  addClass("ScrollBar", scrollBarProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC, IDC_ARROW,
+           kScrollBarExtraBytes);
 }
 
 }  // namespace w32

@@ -124,7 +124,8 @@ LRESULT hitTest(const Window& w, LPARAM lp) {
   LONG x = pt.x - win.left, y = pt.y - win.top;
   if (pointInRect(scrollBarRect(w, SB_VERT), x, y)) return HTVSCROLL;
   if (pointInRect(scrollBarRect(w, SB_HORZ), x, y)) return HTHSCROLL;
-  RECT in = frameInsets(w.style, w.exStyle, false);
+  RECT in = frameInsets(w.style, w.exStyle, hasMenuBar(w));
+  if (hasMenuBar(w) && y >= in.top - systemMetric(SM_CYMENU) && y < in.top) return HTMENU;
   if ((w.style & WS_CAPTION) == WS_CAPTION && y >= in.left && y < in.top) {
     if ((w.style & WS_SYSMENU) && x >= rectWidth(win) - in.left - 18) return HTCLOSE;
     return HTCAPTION;

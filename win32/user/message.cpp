@@ -10,6 +10,7 @@
 
 #include "kernel/kernel.h"
 
+#include <unistd.h>
 #include <win32sim.h>
 
 #include <algorithm>
@@ -413,6 +414,33 @@ BOOL WINAPI WaitMessage(void) {
   MSG m;
   if (peek(&m, nullptr, 0, 0, false)) return TRUE;
   return waitForSomething(nullptr, 0, 0) || giveUpWaiting("WaitMessage", nullptr, 0, 0);
+}
+
+// No kernel object exists to wait on; with none, the wait ends when the queue
+// holds something the mask asks for, else after the timeout on the simulated
+// clock (an infinite wait is WaitMessage's).
+DWORD WINAPI MsgWaitForMultipleObjects(DWORD nCount, const HANDLE* pHandles, BOOL fWaitAll,
+                                       DWORD dwMilliseconds, DWORD dwWakeMask) {
+  (void)pHandles;
+  (void)fWaitAll;
+  if (nCount) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return WAIT_FAILED;
+  }
+  if (HIWORD(GetQueueStatus(dwWakeMask))) return WAIT_OBJECT_0;
+  if (dwMilliseconds == INFINITE) return WaitMessage() ? WAIT_OBJECT_0 : WAIT_FAILED;
+  clockAdvance(dwMilliseconds);
+  return HIWORD(GetQueueStatus(dwWakeMask)) ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
+}
+
+DWORD WINAPI GetCurrentProcessId(void) { return static_cast<DWORD>(getpid()); }
+
+// Every window belongs to the one thread; the desktop too, as nothing else
+// runs.
+DWORD WINAPI GetWindowThreadProcessId(HWND hWnd, LPDWORD lpdwProcessId) {
+  if (!checkWindow(hWnd)) return 0;
+  if (lpdwProcessId) *lpdwProcessId = GetCurrentProcessId();
+  return kThreadId;
 }
 
 DWORD WINAPI GetQueueStatus(UINT flags) {

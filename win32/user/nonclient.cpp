@@ -18,6 +18,8 @@ constexpr int kEdge = 2;           // SM_CXEDGE
 constexpr int kDlgFrame = 3;       // SM_CXDLGFRAME
 constexpr int kSizeFrame = 4;      // SM_CXFRAME
 constexpr int kCaption = 19;       // SM_CYCAPTION (a one-pixel line included)
+constexpr int kSmallCaption = 16;  // SM_CYSMCAPTION, tool windows' captions
+constexpr int kSmallCaptionButton = 15;  // SM_CXSMSIZE
 constexpr int kMenu = 19;          // SM_CYMENU
 constexpr int kScrollBar = 17;     // SM_CXVSCROLL, SM_CYHSCROLL, arrows and thumbs
 constexpr int kCaptionButton = 18; // SM_CXSIZE
@@ -54,6 +56,13 @@ constexpr Metric kMetrics[] = {
     {SM_CYMIN, kMinTrackHeight},
     {SM_CXSIZE, kCaptionButton},
     {SM_CYSIZE, kCaptionButton},
+    {SM_CYSMCAPTION, kSmallCaption},
+    {SM_CXSMSIZE, kSmallCaptionButton},
+    {SM_CYSMSIZE, kSmallCaptionButton},
+    {SM_CXMENUSIZE, kMenu - 1},
+    {SM_CYMENUSIZE, kMenu - 1},
+    {SM_CXSMICON, 16},
+    {SM_CYSMICON, 16},
     {SM_CXFRAME, kSizeFrame},
     {SM_CYFRAME, kSizeFrame},
     {SM_CXMINTRACK, kMinTrackWidth},
@@ -78,7 +87,7 @@ constexpr Metric kMetrics[] = {
 
 // The classic scheme; COLOR_WINDOW, COLOR_WINDOWTEXT and COLOR_BTNFACE are
 // the ones programs rely on.
-constexpr COLORREF kSysColors[] = {
+constexpr COLORREF kDefaultSysColors[] = {
     RGB(200, 200, 200),  // COLOR_SCROLLBAR
     RGB(0, 128, 128),    // COLOR_BACKGROUND
     RGB(0, 0, 128),      // COLOR_ACTIVECAPTION
@@ -111,15 +120,26 @@ constexpr COLORREF kSysColors[] = {
     RGB(0, 0, 128),      // COLOR_MENUHILIGHT
     RGB(192, 192, 192),  // COLOR_MENUBAR
 };
-constexpr int kSysColorCount = static_cast<int>(sizeof kSysColors / sizeof kSysColors[0]);
+constexpr int kSysColorCount =
+    static_cast<int>(sizeof kDefaultSysColors / sizeof kDefaultSysColors[0]);
 
-DWORD withWindowEdge(DWORD style, DWORD exStyle) {
-  bool framed = (style & (WS_DLGFRAME | WS_THICKFRAME)) || (exStyle & WS_EX_DLGMODALFRAME);
-  if (framed && !(exStyle & WS_EX_STATICEDGE)) return exStyle | WS_EX_WINDOWEDGE;
-  return exStyle & ~static_cast<DWORD>(WS_EX_WINDOWEDGE);
+// The colours in force: the defaults until SetSysColors changes them.
+COLORREF* sysColors() {
+  static COLORREF colors[kSysColorCount];
+  static bool filled = false;
+  if (!filled) {
+    memcpy(colors, kDefaultSysColors, sizeof colors);
+    filled = true;
+  }
+  return colors;
 }
 
 bool hasCaption(DWORD style) { return (style & WS_CAPTION) == WS_CAPTION; }
+
+// Tool windows have the small caption.
+int captionHeight(DWORD exStyle) {
+  return (exStyle & WS_EX_TOOLWINDOW) ? kSmallCaption : kCaption;
+}
 
 // ---- Painting helpers ----
 
@@ -197,9 +217,10 @@ void paintScrollBar(const Painter& p, Window& w, int bar) {
 void paintCaption(const Painter& p, const Window& w, const RECT& r) {
   bool active = activeWindow() == const_cast<Window&>(w).hwnd ||
                 activeWindow() == topLevelOf(const_cast<Window&>(w)).hwnd;
-  RECT bar = makeRect(r.left, r.top, r.right, r.top + kCaption - 1);
+  const int height = captionHeight(w.exStyle);
+  RECT bar = makeRect(r.left, r.top, r.right, r.top + height - 1);
   p.fill(bar, sysColor(active ? COLOR_ACTIVECAPTION : COLOR_INACTIVECAPTION));
-  p.fill(makeRect(r.left, r.top + kCaption - 1, r.right, r.top + kCaption), sysColor(COLOR_BTNFACE));
+  p.fill(makeRect(r.left, r.top + height - 1, r.right, r.top + height), sysColor(COLOR_BTNFACE));
   int right = bar.right - 2;
   if (w.style & WS_SYSMENU) {
     RECT close = makeRect(right - 16, bar.top + 2, right, bar.top + 16);
@@ -223,7 +244,7 @@ void paintCaption(const Painter& p, const Window& w, const RECT& r) {
   COLORREF fg = sysColor(active ? COLOR_CAPTIONTEXT : COLOR_INACTIVECAPTIONTEXT);
   int room = (right - bar.left - 4) / kCharWidth;
   int n = std::min(static_cast<int>(w.text.size()), std::max(room, 0));
-  p.text(bar.left + 4, bar.top + (kCaption - 1 - kCharHeight) / 2, w.text.c_str(), n, fg, nullptr);
+  p.text(bar.left + 4, bar.top + (height - 1 - kCharHeight) / 2, w.text.c_str(), n, fg, nullptr);
 }
 
 }  // namespace
@@ -236,29 +257,38 @@ int systemMetric(int index) {
 
 COLORREF sysColor(int index) {
   if (index < 0 || index >= kSysColorCount) return 0;
-  return kSysColors[index];
+  return sysColors()[index];
 }
 
+// The outer frame is two pixels for dialog and sizing frames and modal
+// dialog frames, one for a static edge alone; a sizing frame and a border
+// add one each; a client edge adds two on every side.
 RECT frameInsets(DWORD style, DWORD exStyle, bool menu) {
-  exStyle = withWindowEdge(style, exStyle);
   int edgeWidth = 0;
-  if (exStyle & WS_EX_WINDOWEDGE) edgeWidth += kEdge;
+  if ((exStyle & (WS_EX_STATICEDGE | WS_EX_DLGMODALFRAME)) == WS_EX_STATICEDGE) edgeWidth = kBorder;
+  else if ((exStyle & WS_EX_DLGMODALFRAME) || (style & (WS_THICKFRAME | WS_DLGFRAME))) edgeWidth = kEdge;
   if (style & WS_THICKFRAME) edgeWidth += kBorder;
   if ((style & (WS_BORDER | WS_DLGFRAME)) || (exStyle & WS_EX_DLGMODALFRAME)) edgeWidth += kBorder;
-  if (exStyle & WS_EX_CLIENTEDGE) edgeWidth += kEdge;
-  if (exStyle & WS_EX_STATICEDGE) edgeWidth += kBorder;
-  int top = edgeWidth + (hasCaption(style) ? kCaption : 0) + (menu ? kMenu : 0);
+  int caption = 0;
+  if (hasCaption(style)) caption = captionHeight(exStyle);
+  int top = edgeWidth + caption + (menu ? kMenu : 0);
+  if (exStyle & WS_EX_CLIENTEDGE) {
+    edgeWidth += kEdge;
+    top += kEdge;
+  }
   return makeRect(edgeWidth, top, edgeWidth, edgeWidth);
 }
 
 RECT clientFromWindow(const Window& w, const RECT& windowRect) {
   if (w.style & WS_MINIMIZE)
     return makeRect(windowRect.left, windowRect.top, windowRect.left, windowRect.top);
-  RECT in = frameInsets(w.style, w.exStyle, false);
+  RECT in = frameInsets(w.style, w.exStyle, hasMenuBar(w));
   RECT c = makeRect(windowRect.left + in.left, windowRect.top + in.top,
                     windowRect.right - in.right, windowRect.bottom - in.bottom);
   if ((w.style & WS_VSCROLL) && rectWidth(c) >= kScrollBar) c.right -= kScrollBar;
-  if ((w.style & WS_HSCROLL) && rectHeight(c) >= kScrollBar) c.bottom -= kScrollBar;
+  // A horizontal bar needs a row of client area left over; a vertical one
+  // may take the whole width.
+  if ((w.style & WS_HSCROLL) && rectHeight(c) > kScrollBar) c.bottom -= kScrollBar;
   c.right = std::max(c.right, c.left);
   c.bottom = std::max(c.bottom, c.top);
   return c;
@@ -283,8 +313,10 @@ MINMAXINFO queryMinMaxInfo(HWND hwnd) {
   mmi.ptMaxSize.y = rectHeight(work) + 2 * in.top;
   mmi.ptMaxPosition.x = work.left - in.left;
   mmi.ptMaxPosition.y = work.top - in.top;
-  mmi.ptMinTrackSize.x = kMinTrackWidth;
-  mmi.ptMinTrackSize.y = kMinTrackHeight;
+  // Without a border the smallest size is just the frame, twice.
+  bool bordered = (w->style & (WS_DLGFRAME | WS_BORDER)) != 0;
+  mmi.ptMinTrackSize.x = bordered ? kMinTrackWidth : 2 * in.left;
+  mmi.ptMinTrackSize.y = bordered ? kMinTrackHeight : 2 * in.top;
   mmi.ptMaxTrackSize.x = systemMetric(SM_CXMAXTRACK);
   mmi.ptMaxTrackSize.y = systemMetric(SM_CYMAXTRACK);
   sendMessage(hwnd, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&mmi));
@@ -330,7 +362,11 @@ void paintNonClient(HWND hwnd) {
   }
   if (hasCaption(w->style)) {
     paintCaption(p, *w, r);
-    r.top += kCaption;
+    r.top += captionHeight(w->exStyle);
+  }
+  if (hasMenuBar(*w)) {
+    p.fill(makeRect(r.left, r.top, r.right, r.top + kMenu), sysColor(COLOR_MENU));
+    r.top += kMenu;
   }
   if (ex & WS_EX_CLIENTEDGE) {
     edge(p, r, sysColor(COLOR_BTNSHADOW), sysColor(COLOR_BTNHIGHLIGHT));
@@ -374,5 +410,122 @@ int WINAPI GetSystemMetrics(int nIndex) { return systemMetric(nIndex); }
 DWORD WINAPI GetSysColor(int nIndex) { return sysColor(nIndex); }
 
 HBRUSH WINAPI GetSysColorBrush(int nIndex) { return systemColorBrush(nIndex); }
+
+namespace {
+
+void fillFont(LOGFONTA* f, int height, int weight) {
+  memset(f, 0, sizeof *f);
+  f->lfHeight = height;
+  f->lfWeight = weight;
+  strcpy(f->lfFaceName, "System");
+}
+
+}  // namespace
+
+// The non-client metrics restate GetSystemMetrics' values: captions and
+// menus without their one-pixel line, borders without the outer edge.
+BOOL WINAPI SystemParametersInfoA(UINT uiAction, UINT uiParam, PVOID pvParam, UINT fWinIni) {
+  (void)fWinIni;
+  if (!pvParam) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  if (uiAction == SPI_GETWORKAREA) {
+    *static_cast<RECT*>(pvParam) = makeRect(0, 0, kScreenWidth, kScreenHeight);
+    return TRUE;
+  }
+  if (uiAction != SPI_GETNONCLIENTMETRICS) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  auto* m = static_cast<NONCLIENTMETRICSA*>(pvParam);
+  UINT size = m->cbSize;
+  if (size != sizeof(NONCLIENTMETRICSA) && size != offsetof(NONCLIENTMETRICSA, iPaddedBorderWidth)) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  (void)uiParam;
+  NONCLIENTMETRICSA out;
+  memset(&out, 0, sizeof out);
+  out.cbSize = size;
+  out.iBorderWidth = kBorder;
+  out.iScrollWidth = kScrollBar;
+  out.iScrollHeight = kScrollBar;
+  out.iCaptionWidth = kCaptionButton;
+  out.iCaptionHeight = kCaption - 1;
+  out.iSmCaptionWidth = kSmallCaptionButton;
+  out.iSmCaptionHeight = kSmallCaption - 1;
+  out.iMenuWidth = kMenu - 1;
+  out.iMenuHeight = kMenu - 1;
+  fillFont(&out.lfCaptionFont, -11, 700);
+  fillFont(&out.lfSmCaptionFont, -11, 700);
+  fillFont(&out.lfMenuFont, -11, 400);
+  fillFont(&out.lfStatusFont, -11, 400);
+  fillFont(&out.lfMessageFont, -11, 400);
+  memcpy(m, &out, size);
+  return TRUE;
+}
+
+namespace {
+
+// The one monitor's handle.
+HMONITOR primaryMonitor() { return reinterpret_cast<HMONITOR>(static_cast<ULONG_PTR>(0x00010001)); }
+
+HMONITOR monitorFor(const RECT& r, DWORD flags) {
+  RECT screen = makeRect(0, 0, kScreenWidth, kScreenHeight);
+  if (!rectEmpty(intersectRects(r, screen)) || flags != MONITOR_DEFAULTTONULL) return primaryMonitor();
+  return NULL;
+}
+
+}  // namespace
+
+HMONITOR WINAPI MonitorFromRect(const RECT* lprc, DWORD dwFlags) {
+  if (!lprc) return NULL;
+  // An empty rectangle still names the point where it lies.
+  RECT r = *lprc;
+  if (r.right <= r.left) r.right = r.left + 1;
+  if (r.bottom <= r.top) r.bottom = r.top + 1;
+  return monitorFor(r, dwFlags);
+}
+
+HMONITOR WINAPI MonitorFromPoint(POINT pt, DWORD dwFlags) {
+  RECT r = makeRect(pt.x, pt.y, pt.x + 1, pt.y + 1);
+  return monitorFor(r, dwFlags);
+}
+
+HMONITOR WINAPI MonitorFromWindow(HWND hwnd, DWORD dwFlags) {
+  Window* w = checkWindow(hwnd);
+  if (!w) return dwFlags == MONITOR_DEFAULTTONULL ? NULL : primaryMonitor();
+  return MonitorFromRect(&w->window, dwFlags);
+}
+
+BOOL WINAPI GetMonitorInfoA(HMONITOR hMonitor, LPMONITORINFO lpmi) {
+  if (hMonitor != primaryMonitor() || !lpmi || lpmi->cbSize < sizeof(MONITORINFO)) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  lpmi->rcMonitor = makeRect(0, 0, kScreenWidth, kScreenHeight);
+  lpmi->rcWork = lpmi->rcMonitor;
+  lpmi->dwFlags = MONITORINFOF_PRIMARY;
+  return TRUE;
+}
+
+// Changes the colours for every window, as the system does for all
+// programs: the system colour brushes follow, and every window is repainted.
+BOOL WINAPI SetSysColors(int cElements, const INT* lpaElements, const COLORREF* lpaRgbValues) {
+  if (cElements < 0 || (cElements && (!lpaElements || !lpaRgbValues))) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  for (int i = 0; i < cElements; ++i) {
+    int index = lpaElements[i];
+    if (index < 0 || index >= kSysColorCount) continue;
+    sysColors()[index] = lpaRgbValues[i] & 0xFFFFFF;
+    if (GdiObject* brush = gdiObject(systemColorBrush(index))) brush->color = sysColors()[index];
+  }
+  RedrawWindow(GetDesktopWindow(), NULL, NULL,
+               RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
+  return TRUE;
+}
 
 }  // extern "C"

@@ -195,6 +195,14 @@ HDC makeWindowDC(const Window& w, bool wholeWindow, const RECT* clientClip, bool
   Painter p = painterFor(w, wholeWindow);
   dc->origin = p.origin;
   dc->clip = p.clip;
+  Window* parent = parentOf(w);
+  if (!wholeWindow && isChild(w) && parent && w.cls && (w.cls->style & CS_PARENTDC) &&
+      isDrawable(w)) {
+    // A CS_PARENTDC child draws with its parent's clipping, update region
+    // or not, from its own origin.
+    dc->clip = painterFor(*parent, false).clip;
+    return createDC(std::move(dc));
+  }
   if (clientClip) {
     POINT client = painterFor(w, false).origin;
     dc->clip.intersect(offsetRect(*clientClip, client.x, client.y));
@@ -287,6 +295,9 @@ HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
     w->ncPending = false;
     sendMessage(hWnd, WM_NCPAINT, 1, 0);
     if (w->dead) return NULL;
+    // What WM_NCPAINT invalidated is validated with the rest, as on the
+    // system, so a frame redrawn from WM_NCPAINT does not paint forever.
+    w->ncPending = false;
   }
   RECT area = w->update;
   bool erase = w->erasePending && !rectEmpty(area);

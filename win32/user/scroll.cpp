@@ -1,10 +1,13 @@
 // Scroll bars: the data of a window's two bars and of SCROLLBAR controls,
-// SetScrollInfo's clamping and showing rules, ShowScrollBar, and
-// ScrollWindowEx, which moves pixels and children and reports what it
-// uncovered.
+// SetScrollInfo's clamping and showing rules, enabling, the bars' geometry
+// (GetScrollBarInfo), the control's window procedure, and ScrollWindowEx,
+// which moves pixels and children and reports what it uncovered.
 // Invariants: after SetScrollInfo, 0 <= page <= max-min+1 and
 // min <= pos <= max-max(page-1,0); a window's scroll data, once made, covers
-// both bars and lives as long as the window.
+// both bars and lives as long as the window. A control's bar is reached only
+// through its SBM_* messages, so a subclass sees every change; a window is a
+// scroll bar control only once the class's procedure handled its WM_CREATE
+// with room for the control's data in the window's extra bytes.
 #include "user/user.h"
 
 #include <algorithm>
@@ -15,17 +18,23 @@ namespace w32 {
 
 namespace {
 
-bool isScrollControl(const Window& w) {
-  return w.cls && w.cls->system && strcasecmp(w.cls->name.c_str(), "ScrollBar") == 0;
-}
+// An fMask bit the system's own SetScrollPos passes: SetScrollInfo then
+// returns the position before the call instead of the new one.
+constexpr UINT kSifReturnPrevious = 0x1000;
+
+bool isScrollControl(const Window& w) { return w.ctl.isScrollBar; }
 
 // SCROLLINFO sizes the system takes: the full one and the one without
-// nTrackPos.
+// nTrackPos; fMask may hold the known bits and kSifReturnPrevious.
 bool validInfo(const SCROLLINFO* si) {
   if (!si) return false;
   if (si->cbSize != sizeof(SCROLLINFO) && si->cbSize != sizeof(SCROLLINFO) - sizeof(int))
     return false;
-  return (si->fMask & ~static_cast<UINT>(SIF_ALL | SIF_DISABLENOSCROLL)) == 0;
+  return (si->fMask & ~static_cast<UINT>(SIF_ALL | SIF_DISABLENOSCROLL | kSifReturnPrevious)) == 0;
+}
+
+bool needsScrolling(const ScrollBarInfo& info) {
+  return info.min < info.max - std::max(static_cast<int>(info.page) - 1, 0);
 }
 
 bool sameInfo(const ScrollBarInfo& a, const ScrollBarInfo& b) {
@@ -107,6 +116,12 @@ void scrollControlPaint(HWND hwnd) {
   PAINTSTRUCT ps;
   HDC dc = BeginPaint(hwnd, &ps);
   RECT r = makeRect(0, 0, rectWidth(w->client), rectHeight(w->client));
+  if (w->style & (SBS_SIZEBOX | SBS_SIZEGRIP)) {
+    // A size box is a plain button-face square.
+    FillRect(dc, &r, systemColorBrush(COLOR_BTNFACE));
+    EndPaint(hwnd, &ps);
+    return;
+  }
   FillRect(dc, &r, systemColorBrush(COLOR_SCROLLBAR));
   ScrollBarInfo& info = w->ctl.bar;
   bool vertical = (w->style & SBS_VERT) != 0;
@@ -127,16 +142,13 @@ void scrollControlPaint(HWND hwnd) {
   EndPaint(hwnd, &ps);
 }
 
-}  // namespace w32
 
-using namespace w32;
-
-extern "C" {
-
-int WINAPI SetScrollInfo(HWND hwnd, int nBar, LPCSCROLLINFO lpsi, BOOL redraw) {
+int setScrollInfo(HWND hwnd, int nBar, const SCROLLINFO* lpsi, bool redraw) {
   Window* w = checkWindow(hwnd);
   if (!w || !validInfo(lpsi) || nBar < SB_HORZ || nBar > SB_CTL) return 0;
   if (nBar == SB_CTL && !isScrollControl(*w)) return 0;
+  // Bars a window gets only now count as changed, so that they are shown.
+  bool fresh = nBar != SB_CTL && !w->hasScrollData;
   if (nBar != SB_CTL) createScrollData(*w);
   ScrollBarInfo& info = *scrollInfoOf(*w, nBar);
   const ScrollBarInfo before = info;
@@ -151,10 +163,19 @@ int WINAPI SetScrollInfo(HWND hwnd, int nBar, LPCSCROLLINFO lpsi, BOOL redraw) {
   long long span = static_cast<long long>(info.max) - info.min + 1;
   if (static_cast<long long>(info.page) > span) info.page = static_cast<UINT>(span);
   info.pos = std::clamp(info.pos, info.min, std::max(info.min, maxPosition(info)));
-  bool changed = !sameInfo(before, info);
+  bool changed = fresh || !sameInfo(before, info);
+  int result = (mask & kSifReturnPrevious) ? before.pos : info.pos;
 
-  if (nBar != SB_CTL && (mask & (SIF_RANGE | SIF_PAGE | SIF_DISABLENOSCROLL))) {
-    if (info.min >= maxPosition(info)) {
+  if (nBar == SB_CTL) {
+    // A control is enabled or disabled with its window, and only when it is
+    // seen and asked to redraw.
+    if ((mask & (SIF_RANGE | SIF_PAGE | SIF_DISABLENOSCROLL)) && redraw && isDrawable(*w)) {
+      bool enable = needsScrolling(info) || !(mask & SIF_DISABLENOSCROLL);
+      info.disabledArrows = enable ? ESB_ENABLE_BOTH : ESB_DISABLE_BOTH;
+      EnableWindow(hwnd, enable);
+    }
+  } else if (mask & (SIF_RANGE | SIF_PAGE | SIF_DISABLENOSCROLL)) {
+    if (!needsScrolling(info)) {
       // Disabled where it stands: a hidden bar stays hidden.
       if (mask & SIF_DISABLENOSCROLL) {
         info.disabledArrows = ESB_DISABLE_BOTH;
@@ -166,18 +187,17 @@ int WINAPI SetScrollInfo(HWND hwnd, int nBar, LPCSCROLLINFO lpsi, BOOL redraw) {
       showBars(hwnd, styleBitOf(nBar), true);
     }
   }
-  Window* again = findWindow(hwnd);
-  if (!again) return 0;
+  if (!findWindow(hwnd)) return 0;
   if (redraw) redrawBar(hwnd, nBar);
-  return scrollInfoOf(*again, nBar)->pos;
+  return result;
 }
 
-BOOL WINAPI GetScrollInfo(HWND hwnd, int nBar, LPSCROLLINFO lpsi) {
+BOOL getScrollInfo(HWND hwnd, int nBar, SCROLLINFO* lpsi) {
   Window* w = checkWindow(hwnd);
   if (!w || !validInfo(lpsi) || !(lpsi->fMask & SIF_ALL)) return FALSE;
   ScrollBarInfo* info = scrollInfoOf(*w, nBar);
   if (!info) {
-    SetLastError(ERROR_NO_SCROLLBARS);
+    if (nBar != SB_CTL) SetLastError(ERROR_NO_SCROLLBARS);
     return FALSE;
   }
   if (lpsi->fMask & SIF_RANGE) {
@@ -191,23 +211,209 @@ BOOL WINAPI GetScrollInfo(HWND hwnd, int nBar, LPSCROLLINFO lpsi) {
   return TRUE;
 }
 
-int WINAPI SetScrollPos(HWND hWnd, int nBar, int nPos, BOOL bRedraw) {
-  Window* w = checkWindow(hWnd);
+// Sets a bar's disabled arrows. A window's bar reports whether anything
+// changed; a control always succeeds and follows ESB_ENABLE_BOTH and
+// ESB_DISABLE_BOTH with its window's enabled state.
+BOOL enableBar(HWND hwnd, int bar, UINT arrows) {
+  Window* w = checkWindow(hwnd);
+  if (!w) return FALSE;
+  arrows &= ESB_DISABLE_BOTH;
+  if (bar == SB_CTL) {
+    if (!isScrollControl(*w)) {
+      SetLastError(ERROR_INVALID_PARAMETER);
+      return FALSE;
+    }
+    w->ctl.bar.disabledArrows = arrows;
+    if (arrows == ESB_DISABLE_BOTH || arrows == ESB_ENABLE_BOTH)
+      EnableWindow(hwnd, arrows == ESB_ENABLE_BOTH);
+    redrawBar(hwnd, SB_CTL);
+    return TRUE;
+  }
+  if (bar != SB_HORZ && bar != SB_VERT && bar != SB_BOTH) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  createScrollData(*w);
+  bool changed = false;
+  for (int b : {SB_HORZ, SB_VERT}) {
+    if (bar != SB_BOTH && bar != b) continue;
+    ScrollBarInfo& info = *scrollInfoOf(*w, b);
+    // With both bars, the horizontal one decides the result.
+    if (bar == b || b == SB_HORZ) changed = info.disabledArrows != arrows;
+    if (info.disabledArrows == arrows) continue;
+    info.disabledArrows = arrows;
+    redrawBar(hwnd, b);
+  }
+  return changed;
+}
+
+namespace {
+
+// Where the arrows and the thumb of a bar lie along its length, counted from
+// its top or left edge.
+struct BarLayout {
+  int arrow = 0;
+  int thumbTop = 0;
+  int thumbBottom = 0;
+};
+
+BarLayout layoutBar(const ScrollBarInfo& info, int length, int thickness) {
+  BarLayout l;
+  l.arrow = std::min(thickness, length / 2);
+  int track = length - 2 * l.arrow;
+  if (track < 8 || !needsScrolling(info) || info.disabledArrows == ESB_DISABLE_BOTH) return l;
+  int range = info.max - info.min + 1;
+  int thumb = info.page ? std::max(8, static_cast<int>(static_cast<long long>(track) *
+                                                      static_cast<int>(info.page) / range))
+                        : thickness;
+  thumb = std::min(thumb, track);
+  int span = range - std::max(static_cast<int>(info.page), 1);
+  int value = info.tracking ? info.trackPos : info.pos;
+  int offset = span > 0 ? static_cast<int>(static_cast<long long>(track - thumb) *
+                                           (value - info.min) / span)
+                        : 0;
+  l.thumbTop = l.arrow + std::clamp(offset, 0, track - thumb);
+  l.thumbBottom = l.thumbTop + thumb;
+  return l;
+}
+
+void describeBar(const ScrollBarInfo& info, const RECT& screen, bool vertical, bool shown,
+                 bool enabled, SCROLLBARINFO* out) {
+  out->rcScrollBar = screen;
+  int length = vertical ? rectHeight(screen) : rectWidth(screen);
+  int thickness = vertical ? rectWidth(screen) : rectHeight(screen);
+  BarLayout l = layoutBar(info, length, thickness);
+  out->dxyLineButton = l.arrow;
+  out->xyThumbTop = l.thumbTop;
+  out->xyThumbBottom = l.thumbBottom;
+  out->reserved = 0;
+  memset(out->rgstate, 0, sizeof out->rgstate);
+  if (!shown) out->rgstate[0] |= STATE_SYSTEM_INVISIBLE;
+  if (!enabled || info.disabledArrows == ESB_DISABLE_BOTH) out->rgstate[0] |= STATE_SYSTEM_UNAVAILABLE;
+  if (info.disabledArrows & ESB_DISABLE_LTUP) out->rgstate[1] |= STATE_SYSTEM_UNAVAILABLE;
+  if (info.disabledArrows & ESB_DISABLE_RTDN) out->rgstate[5] |= STATE_SYSTEM_UNAVAILABLE;
+  if (l.thumbBottom == l.thumbTop) out->rgstate[3] |= STATE_SYSTEM_INVISIBLE;
+}
+
+BOOL controlBarInfo(Window& w, SCROLLBARINFO* out) {
+  if (!out || out->cbSize != sizeof(SCROLLBARINFO)) return FALSE;
+  describeBar(w.ctl.bar, windowRectOnScreen(w), (w.style & SBS_VERT) != 0,
+              (w.style & WS_VISIBLE) != 0, w.enabled, out);
+  return TRUE;
+}
+
+}  // namespace
+
+// The SCROLLBAR class's procedure: the SBM_* messages are the control's
+// whole interface; SetScrollInfo and friends on SB_CTL arrive here.
+LRESULT CALLBACK scrollBarProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  Window* w = findWindow(hwnd);
   if (!w) return 0;
-  ScrollBarInfo* info = scrollInfoOf(*w, nBar);
-  int old = info ? info->pos : 0;
+  if (msg == WM_CREATE) {
+    if (w->extra.size() < static_cast<size_t>(kScrollBarExtraBytes)) return 0;
+    w->ctl.isScrollBar = true;
+    w->ctl.bar = ScrollBarInfo();
+    w->ctl.bar.max = 0;
+    return 0;
+  }
+  if (!isScrollControl(*w) && msg >= SBM_SETPOS && msg <= SBM_GETSCROLLBARINFO)
+    return DefWindowProcA(hwnd, msg, wp, lp);
+  ScrollBarInfo& bar = w->ctl.bar;
   SCROLLINFO si;
   memset(&si, 0, sizeof si);
   si.cbSize = sizeof si;
-  si.fMask = SIF_POS;
+  switch (msg) {
+  case WM_PAINT:
+    scrollControlPaint(hwnd);
+    return 0;
+  case WM_ERASEBKGND:
+    return 1;
+  case SBM_SETPOS:
+    si.fMask = SIF_POS | kSifReturnPrevious;
+    si.nPos = static_cast<int>(wp);
+    return setScrollInfo(hwnd, SB_CTL, &si, lp != 0);
+  case SBM_GETPOS:
+    return bar.pos;
+  case SBM_SETRANGE:
+  case SBM_SETRANGEREDRAW: {
+    int old = bar.pos;
+    si.fMask = SIF_RANGE;
+    si.nMin = static_cast<int>(wp);
+    si.nMax = static_cast<int>(lp);
+    int now = setScrollInfo(hwnd, SB_CTL, &si, msg == SBM_SETRANGEREDRAW);
+    return now != old ? old : 0;
+  }
+  case SBM_GETRANGE:
+    if (wp) *reinterpret_cast<int*>(wp) = bar.min;
+    if (lp) *reinterpret_cast<int*>(lp) = bar.max;
+    return 0;
+  case SBM_ENABLE_ARROWS:
+    return enableBar(hwnd, SB_CTL, static_cast<UINT>(wp));
+  case SBM_SETSCROLLINFO:
+    return setScrollInfo(hwnd, SB_CTL, reinterpret_cast<const SCROLLINFO*>(lp), wp != 0);
+  case SBM_GETSCROLLINFO:
+    return getScrollInfo(hwnd, SB_CTL, reinterpret_cast<SCROLLINFO*>(lp));
+  case SBM_GETSCROLLBARINFO:
+    return controlBarInfo(*w, reinterpret_cast<SCROLLBARINFO*>(lp));
+  default:
+    return DefWindowProcA(hwnd, msg, wp, lp);
+  }
+}
+
+}  // namespace w32
+
+using namespace w32;
+
+extern "C" {
+
+int WINAPI SetScrollInfo(HWND hwnd, int nBar, LPCSCROLLINFO lpsi, BOOL redraw) {
+  if (nBar == SB_CTL) {
+    if (!checkWindow(hwnd)) return 0;
+    return static_cast<int>(sendMessage(hwnd, SBM_SETSCROLLINFO, redraw, reinterpret_cast<LPARAM>(lpsi)));
+  }
+  return setScrollInfo(hwnd, nBar, lpsi, redraw != FALSE);
+}
+
+BOOL WINAPI GetScrollInfo(HWND hwnd, int nBar, LPSCROLLINFO lpsi) {
+  if (nBar == SB_CTL) {
+    if (!checkWindow(hwnd)) return FALSE;
+    return sendMessage(hwnd, SBM_GETSCROLLINFO, 0, reinterpret_cast<LPARAM>(lpsi)) != 0;
+  }
+  return getScrollInfo(hwnd, nBar, lpsi);
+}
+
+BOOL WINAPI GetScrollBarInfo(HWND hwnd, LONG idObject, PSCROLLBARINFO psbi) {
+  Window* w = checkWindow(hwnd);
+  if (!w) return FALSE;
+  if (idObject == OBJID_CLIENT)
+    return sendMessage(hwnd, SBM_GETSCROLLBARINFO, 0, reinterpret_cast<LPARAM>(psbi)) != 0;
+  if ((idObject != OBJID_HSCROLL && idObject != OBJID_VSCROLL) || !psbi ||
+      psbi->cbSize != sizeof(SCROLLBARINFO)) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  int bar = idObject == OBJID_HSCROLL ? SB_HORZ : SB_VERT;
+  createScrollData(*w);
+  RECT r = scrollBarRect(*w, bar);
+  RECT screen = windowRectOnScreen(*w);
+  describeBar(*scrollInfoOf(*w, bar), offsetRect(r, screen.left, screen.top), bar == SB_VERT,
+              (w->style & styleBitOf(bar)) != 0, w->enabled, psbi);
+  return TRUE;
+}
+
+int WINAPI SetScrollPos(HWND hWnd, int nBar, int nPos, BOOL bRedraw) {
+  SCROLLINFO si;
+  memset(&si, 0, sizeof si);
+  si.cbSize = sizeof si;
+  si.fMask = SIF_POS | kSifReturnPrevious;
   si.nPos = nPos;
-  SetScrollInfo(hWnd, nBar, &si, bRedraw);
-  return old;
+  return SetScrollInfo(hWnd, nBar, &si, bRedraw);
 }
 
 int WINAPI GetScrollPos(HWND hWnd, int nBar) {
   Window* w = checkWindow(hWnd);
   if (!w) return 0;
+  if (nBar == SB_CTL) return static_cast<int>(sendMessage(hWnd, SBM_GETPOS, 0, 0));
   ScrollBarInfo* info = scrollInfoOf(*w, nBar);
   if (!info) {
     SetLastError(ERROR_NO_SCROLLBARS);
@@ -231,6 +437,12 @@ BOOL WINAPI SetScrollRange(HWND hWnd, int nBar, int nMinPos, int nMaxPos, BOOL b
 BOOL WINAPI GetScrollRange(HWND hWnd, int nBar, LPINT lpMinPos, LPINT lpMaxPos) {
   Window* w = checkWindow(hWnd);
   if (!w || !lpMinPos || !lpMaxPos) return FALSE;
+  if (nBar == SB_CTL) {
+    *lpMinPos = *lpMaxPos = 0;
+    sendMessage(hWnd, SBM_GETRANGE, reinterpret_cast<WPARAM>(lpMinPos),
+                reinterpret_cast<LPARAM>(lpMaxPos));
+    return TRUE;
+  }
   ScrollBarInfo* info = scrollInfoOf(*w, nBar);
   *lpMinPos = info ? info->min : 0;
   *lpMaxPos = info ? info->max : 0;
@@ -255,23 +467,7 @@ BOOL WINAPI ShowScrollBar(HWND hWnd, int wBar, BOOL bShow) {
 }
 
 BOOL WINAPI EnableScrollBar(HWND hWnd, UINT wSBflags, UINT wArrows) {
-  Window* w = checkWindow(hWnd);
-  if (!w) return FALSE;
-  bool changed = false;
-  int bars[2] = {static_cast<int>(wSBflags), -1};
-  if (wSBflags == SB_BOTH) {
-    bars[0] = SB_HORZ;
-    bars[1] = SB_VERT;
-  }
-  for (int bar : bars) {
-    if (bar < 0) continue;
-    ScrollBarInfo* info = scrollInfoOf(*w, bar);
-    if (!info) continue;
-    changed = changed || info->disabledArrows != wArrows;
-    info->disabledArrows = wArrows;
-    redrawBar(hWnd, bar);
-  }
-  return changed;
+  return enableBar(hWnd, static_cast<int>(wSBflags), wArrows);
 }
 
 int WINAPI ScrollWindowEx(HWND hWnd, int dx, int dy, const RECT* prcScroll, const RECT* prcClip,
@@ -288,8 +484,14 @@ int WINAPI ScrollWindowEx(HWND hWnd, int dx, int dy, const RECT* prcScroll, cons
   int kind = uncovered.empty() ? NULLREGION : uncovered.rects().size() == 1 ? SIMPLEREGION : COMPLEXREGION;
 
   if (isDrawable(*w) && !rectEmpty(area)) {
+    // The scrolled bits may land outside the scroll rectangle, within the
+    // clip rectangle (the client area without one).
+    RECT client = makeRect(0, 0, rectWidth(w->client), rectHeight(w->client));
+    RECT target = prcClip ? intersectRects(*prcClip, client) : client;
     Painter p = painterFor(*w, false);
-    if (p.surface) p.surface->scroll(offsetRect(area, p.origin.x, p.origin.y), dx, dy);
+    if (p.surface)
+      p.surface->scroll(offsetRect(area, p.origin.x, p.origin.y),
+                        offsetRect(target, p.origin.x, p.origin.y), dx, dy);
   }
   if (!rectEmpty(w->update) && !rectEmpty(intersectRects(w->update, area)))
     w->update = intersectRects(unionRects(w->update, offsetRect(w->update, dx, dy)),

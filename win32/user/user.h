@@ -50,6 +50,7 @@ struct WindowClass {
   std::vector<BYTE> extra;
   int windowCount = 0;
   bool system = false;
+  bool global = false;  // registered with CS_GLOBALCLASS; later style changes keep it
 };
 
 struct ScrollBarInfo {
@@ -70,6 +71,7 @@ struct ControlState {
   DWORD selEnd = 0;
   UINT limit = 30000;
   ScrollBarInfo bar;  // a SCROLLBAR control's own bar
+  bool isScrollBar = false;  // the SCROLLBAR procedure handled WM_CREATE
 };
 
 struct Window {
@@ -121,7 +123,9 @@ WindowRef pinWindow(HWND hwnd);  // keeps the object alive across sends
 Window& desktopWindow();
 HWND desktopHandle();
 inline bool isDesktop(const Window& w) { return w.parent == nullptr; }
-inline bool isChild(const Window& w) { return (w.style & WS_CHILD) != 0; }
+// WS_POPUP wins over WS_CHILD: such a window is a pop-up, as on the system.
+inline bool isChildStyle(DWORD style) { return (style & (WS_CHILD | WS_POPUP)) == WS_CHILD; }
+inline bool isChild(const Window& w) { return isChildStyle(w.style); }
 bool isTopLevel(const Window& w);
 Window* parentOf(const Window& w);
 Window& topLevelOf(Window& w);
@@ -171,6 +175,13 @@ bool sendsMinMaxInfo(DWORD style);
 void paintNonClient(HWND hwnd);
 RECT scrollBarRect(const Window& w, int bar);  // window coordinates; empty if not shown
 
+// ---- Menus (menu.cpp) ----
+
+bool isMenu(HMENU hmenu);
+bool takesMenuBar(DWORD style);   // not a child, or a pop-up
+bool hasMenuBar(const Window& w);  // a top-level window whose GWL_ID is a live menu
+void destroyMenuOf(Window& w);
+
 // ---- Painting (painting.cpp) ----
 
 // rect in client coordinates, null for the whole client area. frame marks the
@@ -211,6 +222,12 @@ void createScrollData(Window& w);
 // control's own.
 ScrollBarInfo* scrollInfoOf(Window& w, int bar);
 void scrollControlPaint(HWND hwnd);
+// The SCROLLBAR class: its procedure and the window extra bytes it needs.
+constexpr int kScrollBarExtraBytes = 28;
+LRESULT CALLBACK scrollBarProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
+int setScrollInfo(HWND hwnd, int nBar, const SCROLLINFO* lpsi, bool redraw);
+BOOL getScrollInfo(HWND hwnd, int nBar, SCROLLINFO* lpsi);
+BOOL enableBar(HWND hwnd, int bar, UINT arrows);
 
 // ---- Accelerators (accel.cpp) ----
 

@@ -68,9 +68,19 @@ WindowRef allocateWindow() {
   return w;
 }
 
+// A new top-level window goes on top of its band: below the topmost
+// windows unless it is one.
 void linkChild(Window& parent, HWND child, bool atTop) {
-  if (atTop) parent.children.insert(parent.children.begin(), child);
-  else parent.children.push_back(child);
+  auto& c = parent.children;
+  if (!atTop) {
+    c.push_back(child);
+    return;
+  }
+  auto at = c.begin();
+  Window* w = findWindow(child);
+  if (isDesktop(parent) && w && !(w->exStyle & WS_EX_TOPMOST))
+    while (at != c.end() && findWindow(*at) && (findWindow(*at)->exStyle & WS_EX_TOPMOST)) ++at;
+  c.insert(at, child);
 }
 
 void unlinkChild(Window& parent, HWND child) {
@@ -80,6 +90,7 @@ void unlinkChild(Window& parent, HWND child) {
 
 // Frees a window whose WM_NCDESTROY has been sent.
 void freeWindow(Window& w) {
+  destroyMenuOf(w);
   if (Window* p = findWindow(w.parent)) unlinkChild(*p, w.hwnd);
   purgeWindow(w.hwnd);
   forgetWindow(w.hwnd);
@@ -131,7 +142,7 @@ DWORD fixExStyle(DWORD style, DWORD exStyle) {
 }
 
 DWORD fixStyle(DWORD style) {
-  if (!(style & WS_CHILD)) style |= WS_CLIPSIBLINGS;
+  if (!isChildStyle(style)) style |= WS_CLIPSIBLINGS;
   if (!(style & (WS_CHILD | WS_POPUP))) style |= WS_CAPTION;
   return style;
 }
@@ -190,7 +201,7 @@ void applyCreationState(HWND hwnd, DWORD requested) {
 bool resolveParent(DWORD style, HWND requested, HWND* parent, HWND* owner) {
   *parent = desktopHandle();
   *owner = nullptr;
-  if (style & WS_CHILD) {
+  if (isChildStyle(style)) {
     if (!requested) {
       SetLastError(ERROR_TLW_WITH_WSCHILD);
       return false;
@@ -222,7 +233,7 @@ WindowRef newWindow(const std::shared_ptr<WindowClass>& cls, HWND parent, HWND o
   w->instance = cs.hInstance;
   w->id = reinterpret_cast<UINT_PTR>(cs.hMenu);
   w->extra.assign(static_cast<size_t>(cls->wndExtra), 0);
-  linkChild(*findWindow(parent), w->hwnd, !(style & WS_CHILD));
+  linkChild(*findWindow(parent), w->hwnd, !isChildStyle(style));
   return w;
 }
 
@@ -267,6 +278,8 @@ LONG setStyle(HWND hwnd, int index, LONG value) {
     w->exStyle = ss.styleNew;
   }
   w->exStyle = fixExStyle(w->style, w->exStyle);
+  // WM_STYLECHANGED reports the style as kept (a minimised window stays so).
+  if (index == GWL_STYLE) ss.styleNew = w->style;
   sendMessage(hwnd, WM_STYLECHANGED, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&ss));
   return static_cast<LONG>(ss.styleOld);
 }
@@ -358,6 +371,10 @@ HWND WINAPI CreateWindowExA(DWORD dwExStyle, LPCSTR lpClassName, LPCSTR lpWindow
   }
   HWND parent = NULL, owner = NULL;
   if (!resolveParent(dwStyle, hWndParent, &parent, &owner)) return NULL;
+  if (takesMenuBar(dwStyle) && hMenu && !isMenu(hMenu)) {
+    SetLastError(ERROR_INVALID_MENU_HANDLE);
+    return NULL;
+  }
 
   CREATESTRUCTA cs;
   cs.lpCreateParams = lpParam;
@@ -389,7 +406,7 @@ HWND WINAPI CreateWindowExA(DWORD dwExStyle, LPCSTR lpClassName, LPCSTR lpWindow
 
   if (isOverlapped(dwStyle)) w->needSize = true;
   else sendInitialSize(hwnd);
-  if (dwStyle & WS_CHILD) sendParentNotify(hwnd, WM_CREATE);
+  if (isChildStyle(dwStyle)) sendParentNotify(hwnd, WM_CREATE);
   if (!findWindow(hwnd)) return NULL;
   applyCreationState(hwnd, dwStyle);
   if ((dwStyle & WS_VISIBLE) && findWindow(hwnd)) {
@@ -428,6 +445,8 @@ BOOL WINAPI DestroyWindow(HWND hWnd) {
       PositionRequest hide;
       hide.flags = SWP_HIDEWINDOW | SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE;
       setWindowPos(hWnd, hide);
+      // Hiding without activation keeps a window active; going away does not.
+      if (!w->dead && activeWindow() == hWnd) deactivate(hWnd);
     }
   }
   if (w->dead) return TRUE;
@@ -496,8 +515,9 @@ HWND WINAPI GetDesktopWindow(void) { return desktopHandle(); }
 HWND WINAPI GetParent(HWND hWnd) {
   Window* w = checkWindow(hWnd);
   if (!w || isDesktop(*w)) return NULL;
-  if (isChild(*w)) return w->parent;
+  // The pop-up bit wins over the child bit, as on the system.
   if (w->style & WS_POPUP) return w->owner;
+  if (isChild(*w)) return w->parent;
   return NULL;
 }
 
@@ -510,7 +530,8 @@ HWND WINAPI GetAncestor(HWND hwnd, UINT gaFlags) {
   case GA_ROOT:
     return topLevelOf(*w).hwnd;
   case GA_ROOTOWNER: {
-    HWND root = topLevelOf(*w).hwnd;
+    // GetParent's chain: parents of children, owners of pop-ups.
+    HWND root = hwnd;
     for (HWND next = GetParent(root); next; next = GetParent(root)) root = next;
     return root;
   }
@@ -594,15 +615,35 @@ BOOL WINAPI EnumChildWindows(HWND hWndParent, WNDENUMPROC lpEnumFunc, LPARAM lPa
   return TRUE;
 }
 
-HWND WINAPI FindWindowA(LPCSTR lpClassName, LPCSTR lpWindowName) {
-  for (HWND h : desktopWindow().children) {
-    Window* w = findWindow(h);
+HWND WINAPI FindWindowExA(HWND hWndParent, HWND hWndChildAfter, LPCSTR lpszClass,
+                          LPCSTR lpszWindow) {
+  Window* parent = checkWindow(hWndParent ? hWndParent : desktopHandle());
+  if (!parent) return NULL;
+  // A class that does not exist matches nothing.
+  std::shared_ptr<WindowClass> cls = lpszClass ? findClass(lpszClass, NULL) : nullptr;
+  if (lpszClass && !cls) return NULL;
+  std::vector<HWND> children = parent->children;
+  auto it = children.begin();
+  if (hWndChildAfter) {
+    it = std::find(children.begin(), children.end(), hWndChildAfter);
+    if (it == children.end()) {
+      SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+      return NULL;
+    }
+    ++it;
+  }
+  for (; it != children.end(); ++it) {
+    Window* w = findWindow(*it);
     if (!w) continue;
-    if (lpClassName && (!w->cls || findClass(lpClassName, NULL) != w->cls)) continue;
-    if (lpWindowName && w->text != lpWindowName) continue;
-    return h;
+    if (cls && w->cls != cls) continue;
+    if (lpszWindow && w->text != lpszWindow) continue;
+    return *it;
   }
   return NULL;
+}
+
+HWND WINAPI FindWindowA(LPCSTR lpClassName, LPCSTR lpWindowName) {
+  return FindWindowExA(NULL, NULL, lpClassName, lpWindowName);
 }
 
 HWND WINAPI GetDlgItem(HWND hDlg, int nIDDlgItem) {
@@ -639,8 +680,12 @@ LONG WINAPI GetWindowLongA(HWND hWnd, int nIndex) {
     return reinterpret_cast<LONG>(w->proc);
   case GWL_HINSTANCE:
     return reinterpret_cast<LONG>(w->instance);
-  case GWL_HWNDPARENT:
-    return reinterpret_cast<LONG>(isChild(*w) ? w->parent : w->owner);
+  case GWL_HWNDPARENT: {
+    // The parent, or for a window of the desktop its owner, whatever the style.
+    Window* p = parentOf(*w);
+    if (!p) return 0;
+    return reinterpret_cast<LONG>(isDesktop(*p) ? w->owner : w->parent);
+  }
   case GWL_ID:
     return static_cast<LONG>(w->id);
   case GWL_STYLE:
@@ -668,6 +713,11 @@ LONG WINAPI SetWindowLongA(HWND hWnd, int nIndex, LONG dwNewLong) {
     memcpy(&w->extra[static_cast<size_t>(nIndex)], &dwNewLong, sizeof dwNewLong);
     return old;
   }
+  // The desktop belongs to the system: its data cannot be changed.
+  if (isDesktop(*w)) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return 0;
+  }
   switch (nIndex) {
   case GWL_STYLE:
   case GWL_EXSTYLE:
@@ -681,11 +731,17 @@ LONG WINAPI SetWindowLongA(HWND hWnd, int nIndex, LONG dwNewLong) {
     w->instance = reinterpret_cast<HINSTANCE>(dwNewLong);
     return old;
   case GWL_HWNDPARENT:
-    if (isChild(*w)) {
+    if (!parentOf(*w)) {
       SetLastError(ERROR_INVALID_PARAMETER);
       return 0;
     }
+    // For a window of another window it is SetParent.
+    if (!isDesktop(*parentOf(*w)))
+      return reinterpret_cast<LONG>(SetParent(hWnd, reinterpret_cast<HWND>(dwNewLong)));
     old = reinterpret_cast<LONG>(w->owner);
+    // An owner that is the window itself, or owned by it, is refused silently.
+    for (HWND o = reinterpret_cast<HWND>(dwNewLong); o; o = findWindow(o) ? findWindow(o)->owner : nullptr)
+      if (o == hWnd) return old;
     w->owner = reinterpret_cast<HWND>(dwNewLong);
     return old;
   case GWL_ID:

@@ -10,6 +10,7 @@
 #include "gdi/gdi.h"
 
 #include <algorithm>
+#include <map>
 
 namespace w32 {
 
@@ -36,22 +37,86 @@ bool sameSize(const RECT& a, const RECT& b) {
 
 bool sameOrigin(const RECT& a, const RECT& b) { return a.left == b.left && a.top == b.top; }
 
-// Moves hwnd in its parent's z-order; true if the order changed.
+bool isTopmost(HWND hwnd) {
+  Window* w = findWindow(hwnd);
+  return w && (w->exStyle & WS_EX_TOPMOST);
+}
+
+// The top-level windows owned by hwnd, directly or through others, in
+// z-order.
+std::vector<HWND> ownedWindows(const Window& parent, HWND hwnd) {
+  std::vector<HWND> owned;
+  for (HWND c : parent.children) {
+    for (HWND o = c; o;) {
+      Window* ow = findWindow(o);
+      o = ow ? ow->owner : nullptr;
+      if (o == hwnd) {
+        owned.push_back(c);
+        break;
+      }
+    }
+  }
+  return owned;
+}
+
+void setTopmost(HWND hwnd, bool on) {
+  Window* w = findWindow(hwnd);
+  if (!w) return;
+  if (on) w->exStyle |= WS_EX_TOPMOST;
+  else w->exStyle &= ~static_cast<DWORD>(WS_EX_TOPMOST);
+}
+
+// A window made topmost takes the windows it owns along; one leaving the
+// band takes its whole owner tree out.
+void changeTopmostGroup(const Window& parent, Window& w, HWND insertAfter) {
+  if (insertAfter == HWND_TOPMOST) {
+    setTopmost(w.hwnd, true);
+    for (HWND o : ownedWindows(parent, w.hwnd)) setTopmost(o, true);
+  } else if (insertAfter == HWND_NOTOPMOST) {
+    HWND root = w.hwnd;
+    for (Window* r = &w; r && r->owner; r = findWindow(r->owner)) root = r->owner;
+    setTopmost(root, false);
+    for (HWND o : ownedWindows(parent, root)) setTopmost(o, false);
+  } else if (insertAfter == HWND_BOTTOM) {
+    setTopmost(w.hwnd, false);
+  }
+}
+
+// Moves hwnd in its parent's z-order; true if the order changed. Top-level
+// windows keep two bands, topmost windows above the others: HWND_TOPMOST
+// and HWND_NOTOPMOST move a window between them, HWND_BOTTOM leaves the
+// topmost band, and a place named by a window is held within the band.
 bool applyZOrder(Window& w, HWND insertAfter) {
   Window* p = parentOf(w);
   if (!p) return false;
+  const bool bands = isDesktop(*p);
+  const bool wasTopmost = (w.exStyle & WS_EX_TOPMOST) != 0;
+  if (bands && insertAfter == HWND_NOTOPMOST && !wasTopmost) return false;
+  if (bands) changeTopmostGroup(*p, w, insertAfter);
+  const bool topmost = bands && (w.exStyle & WS_EX_TOPMOST);
   std::vector<HWND> order = p->children;
   order.erase(std::remove(order.begin(), order.end(), w.hwnd), order.end());
-  auto at = order.begin();
+  size_t firstNormal = 0;
+  if (bands)
+    while (firstNormal < order.size() && isTopmost(order[firstNormal])) ++firstNormal;
+  size_t at = topmost ? 0 : firstNormal;
   if (insertAfter == HWND_BOTTOM) {
-    at = order.end();
+    at = order.size();
   } else if (insertAfter != HWND_TOP && insertAfter != HWND_TOPMOST &&
              insertAfter != HWND_NOTOPMOST) {
     auto it = std::find(order.begin(), order.end(), insertAfter);
-    at = it == order.end() ? order.begin() : it + 1;
+    at = it == order.end() ? 0 : static_cast<size_t>(it - order.begin()) + 1;
+    if (bands) at = topmost ? std::min(at, firstNormal) : std::max(at, firstNormal);
   }
-  order.insert(at, w.hwnd);
-  if (order == p->children) return false;
+  order.insert(order.begin() + static_cast<std::ptrdiff_t>(at), w.hwnd);
+  if (bands && insertAfter != HWND_BOTTOM) {
+    // Windows it owns stay above it, in their order.
+    std::vector<HWND> owned = ownedWindows(*p, w.hwnd);
+    for (HWND o : owned) order.erase(std::remove(order.begin(), order.end(), o), order.end());
+    auto self = std::find(order.begin(), order.end(), w.hwnd);
+    order.insert(self, owned.begin(), owned.end());
+  }
+  if (order == p->children) return wasTopmost != ((w.exStyle & WS_EX_TOPMOST) != 0);
   p->children = order;
   return true;
 }
@@ -495,9 +560,36 @@ BOOL setWindowPos(HWND hwnd, const PositionRequest& request) {
   m.wp.flags = changedFlags(*w, m, zChanged, request);
   sendMessage(hwnd, WM_WINDOWPOSCHANGED, 0, reinterpret_cast<LPARAM>(&m.wp));
   if (w->dead) return TRUE;
-  if ((m.flags & SWP_HIDEWINDOW) && focusState().active == hwnd) deactivate(hwnd);
+  // Hidden with SWP_NOACTIVATE, the window stays active, as on the system.
+  if ((m.flags & SWP_HIDEWINDOW) && !(m.flags & SWP_NOACTIVATE) && focusState().active == hwnd)
+    deactivate(hwnd);
   return TRUE;
 }
+
+namespace {
+
+// Deferred positions: handles in their own range, each a list applied in
+// order by EndDeferWindowPos.
+constexpr ULONG_PTR kFirstDeferHandle = 0x00B00000;
+
+struct DeferredMove {
+  HWND hwnd;
+  HWND insertAfter;
+  int x, y, cx, cy;
+  UINT flags;
+};
+
+struct DeferTable {
+  std::map<HDWP, std::vector<DeferredMove>> lists;
+  ULONG_PTR next = kFirstDeferHandle;
+};
+
+DeferTable& deferTable() {
+  static DeferTable& t = *new DeferTable;  // outlives static destructors, as focusState
+  return t;
+}
+
+}  // namespace
 
 void changeMinMaxState(HWND hwnd, int cmd) {
   Window* w = findWindow(hwnd);
@@ -629,8 +721,53 @@ int WINAPI MapWindowPoints(HWND hWndFrom, HWND hWndTo, LPPOINT lpPoints, UINT cP
     lpPoints[i].x += dx;
     lpPoints[i].y += dy;
   }
-  SetLastError(0);
+  // The last error is left alone: a zero result from windows at the same
+  // place is told from a failure by clearing it beforehand.
   return MAKELONG(dx, dy);
+}
+
+HDWP WINAPI BeginDeferWindowPos(int nNumWindows) {
+  if (nNumWindows < 0) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return NULL;
+  }
+  DeferTable& t = deferTable();
+  HDWP h = reinterpret_cast<HDWP>(t.next);
+  t.next += 4;
+  t.lists[h];
+  return h;
+}
+
+// The list's handle is checked before the window; a bad window leaves the
+// list as it was.
+HDWP WINAPI DeferWindowPos(HDWP hWinPosInfo, HWND hWnd, HWND hWndInsertAfter, int x, int y, int cx,
+                           int cy, UINT uFlags) {
+  auto it = deferTable().lists.find(hWinPosInfo);
+  if (it == deferTable().lists.end()) {
+    SetLastError(ERROR_INVALID_DWP_HANDLE);
+    return NULL;
+  }
+  Window* w = findWindow(hWnd);
+  if (!w || isDesktop(*w)) {
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return NULL;
+  }
+  it->second.push_back({hWnd, hWndInsertAfter, x, y, cx, cy, uFlags});
+  return hWinPosInfo;
+}
+
+// Windows destroyed since they were deferred are passed over.
+BOOL WINAPI EndDeferWindowPos(HDWP hWinPosInfo) {
+  auto it = deferTable().lists.find(hWinPosInfo);
+  if (it == deferTable().lists.end()) {
+    SetLastError(ERROR_INVALID_DWP_HANDLE);
+    return FALSE;
+  }
+  std::vector<DeferredMove> moves = std::move(it->second);
+  deferTable().lists.erase(it);
+  for (const DeferredMove& m : moves)
+    if (findWindow(m.hwnd)) SetWindowPos(m.hwnd, m.insertAfter, m.x, m.y, m.cx, m.cy, m.flags);
+  return TRUE;
 }
 
 BOOL WINAPI MoveWindow(HWND hWnd, int X, int Y, int nWidth, int nHeight, BOOL bRepaint) {
@@ -652,6 +789,22 @@ BOOL WINAPI SetWindowPos(HWND hWnd, HWND hWndInsertAfter, int X, int Y, int cx, 
   req.cx = cx;
   req.cy = cy;
   req.flags = uFlags;
+  // As on the system: the desktop takes no part; placing a window after one
+  // that is not its sibling, or a child in the topmost band, changes nothing
+  // at all and still succeeds.
+  Window* w = findWindow(hWnd);
+  const bool special = hWndInsertAfter == HWND_TOP || hWndInsertAfter == HWND_BOTTOM ||
+                       hWndInsertAfter == HWND_TOPMOST || hWndInsertAfter == HWND_NOTOPMOST;
+  Window* after = special ? nullptr : findWindow(hWndInsertAfter);
+  if (w && !(uFlags & SWP_NOZORDER)) {
+    if (isDesktop(*w) || (after && isDesktop(*after))) {
+      SetLastError(ERROR_INVALID_PARAMETER);
+      return FALSE;
+    }
+    if (after && after->parent != w->parent) return TRUE;
+    if (isChild(*w) && (hWndInsertAfter == HWND_TOPMOST || hWndInsertAfter == HWND_NOTOPMOST))
+      return TRUE;
+  }
   return setWindowPos(hWnd, req);
 }
 

@@ -1,0 +1,211 @@
+// Scroll bar controls through their messages, owners and parents, the
+// topmost band, menu bars, deferred positions and window search: the places
+// where Wine's user32 tests found the layer apart from the system.
+#include "probe.h"
+
+using namespace probe;
+
+namespace {
+
+WNDPROC g_scrollProc;
+UINT g_lastMask;
+int g_setInfoCount;
+
+// A ScrollBar subclass that notes what SetScrollInfo and friends send.
+LRESULT CALLBACK scrollSpy(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  if (msg == SBM_SETSCROLLINFO) {
+    ++g_setInfoCount;
+    g_lastMask = reinterpret_cast<const SCROLLINFO*>(lp)->fMask;
+  }
+  return CallWindowProcA(g_scrollProc, hwnd, msg, wp, lp);
+}
+
+HWND popup(const char* name, DWORD style, HWND owner, DWORD ex = 0) {
+  expect(name);
+  HWND h = CreateWindowExA(ex, "ProbeOwners", name, style, 100, 100, 200, 150, owner, NULL,
+                           GetModuleHandleA(NULL), NULL);
+  nameWindow(h, name);
+  return h;
+}
+
+void scrollControls() {
+  HWND parent = popup("bars", WS_POPUP | WS_VISIBLE, NULL);
+  HWND bar = CreateWindowA("ScrollBar", "", WS_CHILD | WS_VISIBLE, 0, 0, 120, 17, parent, NULL,
+                           GetModuleHandleA(NULL), NULL);
+  WNDCLASSEXA info;
+  info.cbSize = sizeof info;
+  GetClassInfoExA(NULL, "ScrollBar", &info);
+  printf("ScrollBar class extra bytes: %d\n", info.cbWndExtra);
+  int lo = -1, hi = -1;
+  GetScrollRange(bar, SB_CTL, &lo, &hi);
+  printf("new control range %d..%d\n", lo, hi);
+  int previous = SetScrollPos(bar, SB_CTL, 30, FALSE);
+  printf("SetScrollPos(30) on 0..0 returns %d, pos %d\n", previous, GetScrollPos(bar, SB_CTL));
+  SetScrollRange(bar, SB_CTL, 0, 100, FALSE);
+  SetScrollPos(bar, SB_CTL, 30, FALSE);
+  printf("SetScrollPos(40) returns %d\n", SetScrollPos(bar, SB_CTL, 40, FALSE));
+
+  g_scrollProc = reinterpret_cast<WNDPROC>(
+      SetWindowLongPtrA(bar, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(scrollSpy)));
+  SetScrollPos(bar, SB_CTL, 50, FALSE);
+  printf("SetScrollPos sends SBM_SETSCROLLINFO %d time(s), fMask %#x\n", g_setInfoCount,
+         g_lastMask);
+  SCROLLINFO si;
+  memset(&si, 0, sizeof si);
+  si.cbSize = sizeof si;
+  si.fMask = SIF_POS | 0x1000;
+  si.nPos = 60;
+  printf("SetScrollInfo(SIF_POS|0x1000) returns %d\n", SetScrollInfo(bar, SB_CTL, &si, FALSE));
+  si.fMask = SIF_POS | 0x20;
+  si.nPos = 70;
+  printf("SetScrollInfo(SIF_POS|0x20) returns %d\n", SetScrollInfo(bar, SB_CTL, &si, FALSE));
+
+  const struct {
+    const char* name;
+    UINT arrows;
+  } enables[] = {{"ESB_DISABLE_BOTH", ESB_DISABLE_BOTH},
+                 {"ESB_DISABLE_LTUP", ESB_DISABLE_LTUP},
+                 {"ESB_ENABLE_BOTH", ESB_ENABLE_BOTH}};
+  for (const auto& e : enables) {
+    BOOL done = EnableScrollBar(bar, SB_CTL, e.arrows);
+    printf("EnableScrollBar(%s) %d, window enabled %d\n", e.name, done, IsWindowEnabled(bar));
+  }
+  SetLastError(0);
+  BOOL enabled = EnableScrollBar(parent, SB_CTL, ESB_ENABLE_BOTH);
+  printf("EnableScrollBar(SB_CTL) on a plain window %d, error %lu\n", enabled, GetLastError());
+
+  SCROLLBARINFO sbi;
+  sbi.cbSize = sizeof sbi;
+  RECT r;
+  GetWindowRect(bar, &r);
+  BOOL ok = GetScrollBarInfo(bar, OBJID_CLIENT, &sbi);
+  printf("GetScrollBarInfo(OBJID_CLIENT) %d, rectangle is the window's %d, arrows %d\n", ok,
+         EqualRect(&r, &sbi.rcScrollBar), sbi.dxyLineButton);
+
+  HWND plain = popup("plain", WS_POPUP, NULL);
+  SetScrollRange(plain, SB_VERT, 0, 100, FALSE);
+  printf("SetScrollRange(SB_VERT) on a window without bars adds WS_VSCROLL: %d\n",
+         (GetWindowLongA(plain, GWL_STYLE) & WS_VSCROLL) != 0);
+  DestroyWindow(plain);
+  DestroyWindow(parent);
+}
+
+void parents() {
+  HWND owner = popup("owner", WS_POPUP, NULL);
+  HWND child = popup("child", WS_CHILD, owner);
+  printf("child: GWL_HWNDPARENT %s, GetParent %s, GA_ROOTOWNER %s\n",
+         hname(reinterpret_cast<HWND>(GetWindowLongPtrA(child, GWLP_HWNDPARENT))),
+         hname(GetParent(child)), hname(GetAncestor(child, GA_ROOTOWNER)));
+  SetWindowLongA(child, GWL_STYLE, WS_POPUP | WS_CHILD);
+  printf("child as WS_POPUP|WS_CHILD: GWL_HWNDPARENT %s, GetParent %s, GA_ROOTOWNER %s\n",
+         hname(reinterpret_cast<HWND>(GetWindowLongPtrA(child, GWLP_HWNDPARENT))),
+         hname(GetParent(child)), hname(GetAncestor(child, GA_ROOTOWNER)));
+  HWND owned = popup("owned", WS_POPUP, owner);
+  printf("owned: GWL_HWNDPARENT %s, GetParent %s, GA_ROOTOWNER %s\n",
+         hname(reinterpret_cast<HWND>(GetWindowLongPtrA(owned, GWLP_HWNDPARENT))),
+         hname(GetParent(owned)), hname(GetAncestor(owned, GA_ROOTOWNER)));
+  LONG desktopStyle = GetWindowLongA(GetDesktopWindow(), GWL_STYLE);
+  LONG old = SetWindowLongA(GetDesktopWindow(), GWL_STYLE, 0);
+  printf("SetWindowLongA(desktop, GWL_STYLE) changes it %d\n",
+         old != 0 && GetWindowLongA(GetDesktopWindow(), GWL_STYLE) != desktopStyle);
+  SetLastError(0xdeadbeef);
+  MapWindowPoints(NULL, NULL, NULL, 0);
+  printf("MapWindowPoints leaves the last error: %d\n", GetLastError() == 0xdeadbeef);
+  DestroyWindow(owner);
+}
+
+bool topmost(HWND h) { return (GetWindowLongA(h, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0; }
+
+void zOrder() {
+  HWND owner = popup("zowner", WS_POPUP | WS_VISIBLE, NULL);
+  HWND a = popup("za", WS_POPUP | WS_VISIBLE, owner);
+  HWND b = popup("zb", WS_POPUP | WS_VISIBLE, NULL);
+  const UINT keep = SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE;
+  SetWindowPos(b, HWND_TOPMOST, 0, 0, 0, 0, keep);
+  printf("zb HWND_TOPMOST: topmost %d, first window %s\n", topmost(b), hname(GetTopWindow(NULL)));
+  SetWindowPos(owner, HWND_TOP, 0, 0, 0, 0, keep);
+  printf("zowner HWND_TOP: first window %s, above zowner %s\n", hname(GetTopWindow(NULL)),
+         hname(GetWindow(owner, GW_HWNDPREV)));
+  SetWindowPos(a, HWND_TOPMOST, 0, 0, 0, 0, keep);
+  SetWindowPos(owner, HWND_TOPMOST, 0, 0, 0, 0, keep);
+  printf("za, then zowner HWND_TOPMOST: zowner %d za %d\n", topmost(owner), topmost(a));
+  SetWindowPos(b, HWND_NOTOPMOST, 0, 0, 0, 0, keep);
+  printf("zb HWND_NOTOPMOST: topmost %d, below zowner %s\n", topmost(b),
+         hname(GetWindow(owner, GW_HWNDNEXT)));
+  SetWindowPos(b, HWND_TOPMOST, 0, 0, 0, 0, keep);
+  SetWindowPos(b, HWND_BOTTOM, 0, 0, 0, 0, keep);
+  printf("zb HWND_BOTTOM: topmost %d\n", topmost(b));
+  DestroyWindow(b);
+  DestroyWindow(owner);
+}
+
+void menus() {
+  HWND w = popup("menu window", WS_OVERLAPPED | WS_CAPTION | WS_VISIBLE, NULL);
+  RECT before, after;
+  GetClientRect(w, &before);
+  HMENU bar = CreateMenu();
+  HMENU sub = CreatePopupMenu();
+  AppendMenuA(sub, MF_STRING, 101, "Open");
+  AppendMenuA(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(sub), "File");
+  BOOL set = SetMenu(w, bar);
+  printf("SetMenu %d, GetMenu is it %d, items %d, sub-item id %u\n", set, GetMenu(w) == bar,
+         GetMenuItemCount(bar), GetMenuItemID(GetSubMenu(bar, 0), 0));
+  GetClientRect(w, &after);
+  printf("menu bar takes %ld pixels (SM_CYMENU %d)\n", (long)(before.bottom - after.bottom),
+         GetSystemMetrics(SM_CYMENU));
+  HWND child = CreateWindowA("ProbeOwners", "", WS_CHILD, 0, 0, 10, 10, w, NULL, NULL, NULL);
+  HMENU other = CreateMenu();
+  SetLastError(0);
+  set = SetMenu(child, other);
+  printf("SetMenu on a child %d, error %lu\n", set, GetLastError());
+  DestroyMenu(other);
+  DestroyWindow(w);
+  printf("the menu goes with its window: IsMenu %d\n", IsMenu(bar));
+}
+
+void deferred() {
+  HWND w = popup("deferred", WS_POPUP, NULL);
+  HDWP list = BeginDeferWindowPos(1);
+  SetLastError(0);
+  HDWP bad = DeferWindowPos(list, GetDesktopWindow(), NULL, 0, 0, 10, 10, 0);
+  printf("DeferWindowPos(desktop) %d, error %lu\n", bad != NULL, GetLastError());
+  SetLastError(0);
+  bad = DeferWindowPos(NULL, w, NULL, 0, 0, 10, 10, 0);
+  printf("DeferWindowPos(NULL list) %d, error %lu\n", bad != NULL, GetLastError());
+  list = DeferWindowPos(list, w, NULL, 5, 6, 70, 80, SWP_NOZORDER | SWP_NOACTIVATE);
+  printWindowRects("before EndDeferWindowPos", w);
+  printf("EndDeferWindowPos %d\n", EndDeferWindowPos(list));
+  printWindowRects("after EndDeferWindowPos", w);
+
+  printf("FindWindowExA(class, NULL) finds it %d; (class, \"\") finds it %d\n",
+         FindWindowExA(NULL, NULL, "ProbeOwners", NULL) != NULL,
+         FindWindowExA(NULL, NULL, "ProbeOwners", "") != NULL);
+  printf("FindWindowExA(no such class) %d\n",
+         FindWindowExA(NULL, NULL, "NoSuchClassAnywhere", NULL) != NULL);
+  DestroyWindow(w);
+}
+
+void hidingKeepsActivation() {
+  HWND w = popup("active", WS_POPUP | WS_VISIBLE, NULL);
+  SetActiveWindow(w);
+  SetWindowPos(w, NULL, 0, 0, 0, 0,
+               SWP_NOZORDER | SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE | SWP_HIDEWINDOW);
+  printf("hidden with SWP_NOACTIVATE: still active %d\n", GetActiveWindow() == w);
+  ShowWindow(w, SW_SHOW);
+  ShowWindow(w, SW_HIDE);
+  printf("hidden with SW_HIDE: still active %d\n", GetActiveWindow() == w);
+  DestroyWindow(w);
+}
+
+}  // namespace
+
+int main() {
+  registerClass("ProbeOwners", DefWindowProcA, (HBRUSH)(COLOR_WINDOW + 1));
+  scrollControls();
+  parents();
+  zOrder();
+  menus();
+  deferred();
+  hidingKeepsActivation();
+  return 0;
+}
