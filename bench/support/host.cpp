@@ -47,10 +47,10 @@ void Host::failed(const char* what) {
   die(std::string(what) + ": " + interp().lastError().message);
 }
 
-NativeMethod nativeMethod(const ClassSpec& spec, const char* name) {
-  for (const MethodRow& m : spec.methods)
+NativeMethod nativeMethod(const ClassSpec& table, const char* name) {
+  for (const MethodRow& m : table.methods)
     if (std::strcmp(m.name, name) == 0) return m.fn;
-  die(std::string(spec.name) + " binds no " + name);
+  die(std::string(table.name) + " binds no " + name);
 }
 
 DirectCall::DirectCall(TulVirtualMachine& vm, NativeMethod fn, const TulValue& self, unsigned nargs)

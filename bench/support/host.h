@@ -41,7 +41,7 @@ class Host {
 };
 
 // The library's function bound under `name` in a class table.
-NativeMethod nativeMethod(const ClassSpec& spec, const char* name);
+NativeMethod nativeMethod(const ClassSpec& table, const char* name);
 
 // A native method called straight, as the runtime calls it once the method
 // is found: a private value stack holds the result slot, `this` and the

@@ -57,7 +57,7 @@ class Fuzzer {
   bool chance(std::uint32_t oneIn) { return pick(oneIn) == 0; }
 
   void addTargets();
-  void addTarget(TulClass* cls, const ClassSpec& spec);
+  void addTarget(TulClass* cls, const ClassSpec& table);
   void defineMischief();
   TulValue number();
   TulValue text();
@@ -125,20 +125,20 @@ Fuzzer::~Fuzzer() {
   delete vm_;
 }
 
-void Fuzzer::addTarget(TulClass* cls, const ClassSpec& spec) {
+void Fuzzer::addTarget(TulClass* cls, const ClassSpec& table) {
   if (!cls) return;
   Target t{cls, tulrt::className(cls), {}, {}, cls->isSubtypeOf(TulString("WinBase"))};
-  for (const MethodRow& m : spec.methods) t.methods.emplace_back(m.name);
-  for (const MethodRow& m : spec.staticMethods) t.statics.emplace_back(m.name);
+  for (const MethodRow& m : table.methods) t.methods.emplace_back(m.name);
+  for (const MethodRow& m : table.staticMethods) t.statics.emplace_back(m.name);
   targets_.push_back(std::move(t));
 }
 
 // Every library class, and a script class derived from each.
 void Fuzzer::addTargets() {
-  for (const ClassSpec* spec : registrationOrder()) {
-    TulClass* base = vm_->findClass(spec->name);
-    addTarget(base, *spec);
-    addTarget(vm_->defineClass((std::string("Sub") + spec->name).c_str(), base), *spec);
+  for (const ClassSpec* table : registrationOrder()) {
+    TulClass* base = vm_->findClass(table->name);
+    addTarget(base, *table);
+    addTarget(vm_->defineClass((std::string("Sub") + table->name).c_str(), base), *table);
   }
 }
 
@@ -190,8 +190,8 @@ void Fuzzer::defineMischief() {
       return answer(argc, sp, value(1));
     });
   const ClassSpec* winBase = nullptr;
-  for (const ClassSpec* spec : registrationOrder())
-    if (std::strcmp(spec->name, "WinBase") == 0) winBase = spec;
+  for (const ClassSpec* table : registrationOrder())
+    if (std::strcmp(table->name, "WinBase") == 0) winBase = table;
   addTarget(chatty, *winBase);
   addTarget(odd, *winBase);
 }
