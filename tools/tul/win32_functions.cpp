@@ -8,6 +8,10 @@
 #include <windows.h>
 #include <commctrl.h>
 #include <commdlg.h>
+#if defined(_WIN32)
+// The system declares IsThemeActive here (the layer, in <commctrl.h>).
+#  include <uxtheme.h>
+#endif
 
 #include "tools/tul/win32_signature.h"
 
@@ -42,9 +46,9 @@ constexpr std::array<Win32Function, kWin32FunctionCount> kWin32Table = {{
 // process: windows and objects a script made may outlive its run.
 Win32Proc systemFunction(const char* name) {
 #if defined(_WIN32)
-  static const std::array<HMODULE, 5> kModules = {
-      LoadLibraryA("user32.dll"), LoadLibraryA("gdi32.dll"), LoadLibraryA("kernel32.dll"),
-      LoadLibraryA("comctl32.dll"), LoadLibraryA("comdlg32.dll")};
+  static const std::array<HMODULE, 6> kModules = {
+      LoadLibraryA("user32.dll"),   LoadLibraryA("gdi32.dll"),    LoadLibraryA("kernel32.dll"),
+      LoadLibraryA("comctl32.dll"), LoadLibraryA("comdlg32.dll"), LoadLibraryA("uxtheme.dll")};
   for (HMODULE module : kModules) {
     if (!module) continue;
     if (FARPROC proc = GetProcAddress(module, name)) return reinterpret_cast<Win32Proc>(proc);
