@@ -751,6 +751,7 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define GCLP_HBRBACKGROUND (-10)
 #define GCLP_HCURSOR (-12)
 #define GCLP_WNDPROC (-24)
+#define GCLP_HMODULE (-16)
 
 /* ---- System metrics and colours ---- */
 
@@ -1404,6 +1405,7 @@ TUL_WIN32_API SHORT WINAPI GetAsyncKeyState(int vKey);
 TUL_WIN32_API BOOL WINAPI GetKeyboardState(PBYTE lpKeyState);
 TUL_WIN32_API BOOL WINAPI SetKeyboardState(LPBYTE lpKeyState);
 TUL_WIN32_API BOOL WINAPI GetCursorPos(LPPOINT lpPoint);
+TUL_WIN32_API BOOL WINAPI SetCursorPos(int X, int Y);
 TUL_WIN32_API HCURSOR WINAPI LoadCursorA(HINSTANCE hInstance, LPCSTR lpCursorName);
 TUL_WIN32_API HICON WINAPI LoadIconA(HINSTANCE hInstance, LPCSTR lpIconName);
 TUL_WIN32_API HCURSOR WINAPI SetCursor(HCURSOR hCursor);

@@ -1,11 +1,13 @@
 // Window classes: registration, lookup by name or atom, class data.
 // Invariants: names compare case-insensitively; a name is registered at most
 // once per module as a local class and once per process as a global class
-// (CS_GLOBALCLASS), and shares one atom; lookup takes the newest local class
-// of the module asked for (of any module for a null one), then the global
-// class, then the system's; a class is freed only when no window uses it
-// (windows hold a shared reference, UnregisterClassA refuses while any
-// window exists).
+// (CS_GLOBALCLASS), and shares one atom; the system's classes are global
+// classes of user32, so no global class can take their names, while a local
+// one can; lookup takes the newest local class of the module asked for (of
+// any module for a null one), then the global class, then the system's; a
+// class is freed only when no window uses it (windows hold a shared
+// reference, UnregisterClassA refuses while any window exists). System
+// classes can be unregistered too, by any module.
 #include "user/user.h"
 
 #include <cstring>
@@ -73,7 +75,7 @@ bool clashes(const WNDCLASSEXA& wc, HINSTANCE module) {
     if (!matches(*c, wc.lpszClassName)) continue;
     if (isGlobal(*c) || (!global && c->instance == module)) return true;
   }
-  return false;
+  return global && findIn(classes().system, wc.lpszClassName) != nullptr;
 }
 
 ATOM atomFor(const char* name, bool system) {
@@ -92,7 +94,7 @@ ATOM addClass(const WNDCLASSEXA& wc, bool system) {
   c->proc = wc.lpfnWndProc;
   c->clsExtra = wc.cbClsExtra;
   c->wndExtra = wc.cbWndExtra;
-  c->instance = wc.hInstance;
+  c->instance = system ? GetModuleHandleA("user32") : wc.hInstance;
   c->icon = wc.hIcon;
   c->iconSmall = wc.hIconSm;
   c->cursor = wc.hCursor;
@@ -224,25 +226,33 @@ ATOM WINAPI RegisterClassA(const WNDCLASSA* lpWndClass) {
 
 BOOL WINAPI UnregisterClassA(LPCSTR lpClassName, HINSTANCE hInstance) {
   ensureSystemClasses();
-  auto& app = classes().app;
-  HINSTANCE module = hInstance ? hInstance : GetModuleHandleA(NULL);
-  auto found = lpClassName ? findApp(lpClassName, module) : nullptr;
-  for (auto it = app.begin(); it != app.end(); ++it) {
-    if (*it != found) continue;
-    if ((*it)->windowCount > 0) {
-      SetLastError(ERROR_CLASS_HAS_WINDOWS);
-      return FALSE;
+  ClassTable& t = classes();
+  // A null module finds a local class of any module.
+  std::shared_ptr<WindowClass> found;
+  if (lpClassName) {
+    found = findApp(lpClassName, hInstance);
+    if (!found) found = findIn(t.system, lpClassName);
+  }
+  for (auto* list : {&t.app, &t.system}) {
+    for (auto it = list->begin(); it != list->end(); ++it) {
+      if (*it != found) continue;
+      if ((*it)->windowCount > 0) {
+        SetLastError(ERROR_CLASS_HAS_WINDOWS);
+        return FALSE;
+      }
+      list->erase(it);
+      return TRUE;
     }
-    app.erase(it);
-    return TRUE;
   }
   SetLastError(ERROR_CLASS_DOES_NOT_EXIST);
   return FALSE;
 }
 
-// A null module asks for the system's classes and the global ones.
+// A null module asks for user32's classes: the system's and the global ones.
 BOOL WINAPI GetClassInfoExA(HINSTANCE hInstance, LPCSTR lpszClass, LPWNDCLASSEXA lpwcx) {
-  auto c = findClass(lpszClass, hInstance ? hInstance : GetModuleHandleA("user32"));
+  HINSTANCE user32 = GetModuleHandleA("user32");
+  if (!hInstance) hInstance = user32;
+  auto c = findClass(lpszClass, hInstance);
   if (!c) {
     SetLastError(ERROR_CLASS_DOES_NOT_EXIST);
     return FALSE;
@@ -255,7 +265,8 @@ BOOL WINAPI GetClassInfoExA(HINSTANCE hInstance, LPCSTR lpszClass, LPWNDCLASSEXA
   lpwcx->lpfnWndProc = c->proc;
   lpwcx->cbClsExtra = c->clsExtra;
   lpwcx->cbWndExtra = c->wndExtra;
-  lpwcx->hInstance = hInstance;  // the module asked about, as the system answers
+  // The module asked about, as the system answers; user32 answers as null.
+  lpwcx->hInstance = hInstance == user32 ? nullptr : hInstance;
   lpwcx->hIcon = c->icon;
   lpwcx->hCursor = c->cursor;
   lpwcx->hbrBackground = c->background;

@@ -153,8 +153,19 @@ LRESULT CALLBACK buttonProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     return r;
   }
   case WM_SETFOCUS:
-  case WM_KILLFOCUS:
     InvalidateRect(hwnd, nullptr, TRUE);
+    return 0;
+  case WM_KILLFOCUS:
+    // A click in progress ends when the focus goes: the capture it took is
+    // given back (which unpresses the button, below).
+    if (w->ctl.pushed && GetCapture() == hwnd) ReleaseCapture();
+    InvalidateRect(hwnd, nullptr, TRUE);
+    return 0;
+  case WM_CAPTURECHANGED:
+    if (w->ctl.pushed) {
+      w->ctl.pushed = false;
+      InvalidateRect(hwnd, nullptr, TRUE);
+    }
     return 0;
   default:
     return DefWindowProcA(hwnd, msg, wp, lp);
@@ -378,7 +389,7 @@ void addClass(const char* name, WNDPROC proc, UINT style, LPCSTR cursor, int wnd
 void registerSystemClasses() {
   addClass("Button", buttonProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC, IDC_ARROW);
   addClass("Static", staticProc, CS_DBLCLKS | CS_PARENTDC, IDC_ARROW);
-  addClass("Edit", editProc, CS_DBLCLKS | CS_PARENTDC, IDC_IBEAM);
+  addClass("Edit", editProc, CS_DBLCLKS | CS_PARENTDC, IDC_IBEAM, kEditExtraBytes);
   addClass("ScrollBar", scrollBarProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC, IDC_ARROW,
            kScrollBarExtraBytes);
 }

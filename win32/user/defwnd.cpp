@@ -91,8 +91,12 @@ void onWindowPosChanging(HWND hwnd, WINDOWPOS* wp) {
   }
 }
 
-LRESULT onSysCommand(HWND hwnd, WPARAM wp) {
+LRESULT onSysCommand(HWND hwnd, WPARAM wp, LPARAM lp) {
   switch (wp & 0xFFF0) {
+  case SC_MOVE:
+  case SC_SIZE:
+    moveSizeLoop(hwnd, wp, lp);
+    return 0;
   case SC_CLOSE:
     return sendMessage(hwnd, WM_CLOSE, 0, 0);
   case SC_MINIMIZE:
@@ -107,6 +111,21 @@ LRESULT onSysCommand(HWND hwnd, WPARAM wp) {
   default:
     return 0;
   }
+}
+
+LRESULT onNcLButtonDown(HWND hwnd, WPARAM hit, LPARAM lp) {
+  if (hit == HTCAPTION) {
+    HWND top = activationRoot(hwnd);
+    if (activeWindow() != top) activate(top);
+    if (activeWindow() == top && findWindow(hwnd))
+      sendMessage(hwnd, WM_SYSCOMMAND, SC_MOVE + HTCAPTION, lp);
+  } else if (hit >= HTLEFT && hit <= HTBOTTOMRIGHT) {
+    sendMessage(hwnd, WM_SYSCOMMAND, SC_SIZE + (hit - HTLEFT + 1), lp);
+  } else if (hit == HTCLOSE) {
+    // The system tracks the button until it is released over the box.
+    sendMessage(hwnd, WM_SYSCOMMAND, SC_CLOSE, lp);
+  }
+  return 0;
 }
 
 HWND rootOf(HWND hwnd) {
@@ -164,8 +183,9 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
   case WM_NCHITTEST:
     return hitTest(*w, lParam);
   case WM_NCLBUTTONDOWN:
-    // The system tracks the button until it is released over the box.
-    if (wParam == HTCLOSE) sendMessage(hWnd, WM_SYSCOMMAND, SC_CLOSE, lParam);
+    return onNcLButtonDown(hWnd, wParam, lParam);
+  case WM_CANCELMODE:
+    if (GetCapture() == hWnd) ReleaseCapture();
     return 0;
   case WM_PAINT: {
     PAINTSTRUCT ps;
@@ -202,7 +222,7 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
     sendMessage(rootOf(hWnd), WM_SYSCOMMAND, SC_KEYMENU, static_cast<LPARAM>(wParam));
     return 0;
   case WM_SYSCOMMAND:
-    return onSysCommand(hWnd, wParam);
+    return onSysCommand(hWnd, wParam, lParam);
   case WM_QUERYOPEN:
   case WM_QUERYENDSESSION:
     return TRUE;

@@ -31,6 +31,7 @@ struct InputEvent {
   LPARAM lParam;
   HWND target;  // mouse input: the window under the point; keys: null (the focus)
   POINT screen;
+  bool cursorMove = false;  // where it goes is decided when it is taken
 };
 
 struct Timer {
@@ -131,10 +132,40 @@ void mouseActivate(HWND target) {
   if (activeWindow() != top) activate(top);
 }
 
+// A cursor move goes to the capture, else to the window under the cursor,
+// which tells by its hit test whether it lands in the client area.
+void routeCursorMove(InputEvent& e) {
+  e.cursorMove = false;
+  e.target = GetCapture();
+  POINT local = e.screen;
+  if (!e.target) {
+    e.target = WindowFromPoint(e.screen);
+    if (!e.target) return;
+    LRESULT hit = sendMessage(e.target, WM_NCHITTEST, 0, MAKELPARAM(e.screen.x, e.screen.y));
+    if (!findWindow(e.target)) {
+      e.target = nullptr;
+      return;
+    }
+    if (hit != HTCLIENT) {
+      e.message = WM_NCMOUSEMOVE;
+      e.wParam = static_cast<WPARAM>(hit);
+      e.lParam = MAKELPARAM(e.screen.x, e.screen.y);
+      return;
+    }
+  }
+  ScreenToClient(e.target, &local);
+  e.lParam = MAKELPARAM(local.x, local.y);
+}
+
 bool takeInput(HWND filter, UINT first, UINT last, bool remove, MSG* out) {
   Queue& q = queue();
   auto it = q.input.begin();
   while (it != q.input.end()) {
+    if (it->cursorMove) {
+      routeCursorMove(*it);
+      it = q.input.begin();  // the hit test may have changed the queue
+      continue;
+    }
     UINT message = it->message;
     HWND target = isMouseMessage(message) ? it->target : keyTarget(&message);
     if (target && !findWindow(target)) target = nullptr;
@@ -154,7 +185,6 @@ bool takeInput(HWND filter, UINT first, UINT last, bool remove, MSG* out) {
     *out = makeMsg(target, message, it->wParam, it->lParam);
     out->pt = it->screen;
     if (remove) {
-      q.cursor = it->screen;
       q.input.erase(it);
       applyKeyState(*out);
       if (out->message == WM_LBUTTONDOWN) mouseActivate(target);
@@ -327,7 +357,9 @@ void purgeWindow(HWND hwnd) {
     if (e.target == hwnd) e.target = nullptr;
 }
 
+// The cursor moves as the hand does, before the program reads the input.
 void queueInput(UINT message, WPARAM wp, LPARAM lp, HWND target, POINT screen) {
+  if (isMouseMessage(message)) queue().cursor = screen;
   queue().input.push_back(InputEvent{message, wp, lp, target, screen});
 }
 
@@ -447,7 +479,10 @@ DWORD WINAPI GetQueueStatus(UINT flags) {
   Queue& q = queue();
   DWORD status = 0;
   if (!q.posted.empty() || q.quit) status |= QS_POSTMESSAGE;
-  for (const InputEvent& e : q.input) status |= isMouseMessage(e.message) ? QS_MOUSEBUTTON : QS_KEY;
+  for (const InputEvent& e : q.input) {
+    if (e.message == WM_MOUSEMOVE || e.message == WM_NCMOUSEMOVE) status |= QS_MOUSEMOVE;
+    else status |= isMouseMessage(e.message) ? QS_MOUSEBUTTON : QS_KEY;
+  }
   if (nextWindowToPaint(nullptr)) status |= QS_PAINT;
   for (const Timer& t : q.timers)
     if (t.due <= clockNow()) status |= QS_TIMER;
@@ -545,6 +580,25 @@ BOOL WINAPI GetKeyboardState(PBYTE lpKeyState) {
 BOOL WINAPI SetKeyboardState(LPBYTE lpKeyState) {
   if (!lpKeyState) return FALSE;
   std::copy(lpKeyState, lpKeyState + 256, queue().keys);
+  return TRUE;
+}
+
+// The cursor stays on the screen; moving it queues a mouse move, as the
+// hand's moves do, and moving it where it is queues nothing.
+BOOL WINAPI SetCursorPos(int X, int Y) {
+  POINT p{std::clamp(X, 0, kScreenWidth - 1), std::clamp(Y, 0, kScreenHeight - 1)};
+  Queue& q = queue();
+  if (p.x == q.cursor.x && p.y == q.cursor.y) return TRUE;
+  q.cursor = p;
+  WPARAM keys = 0;
+  if (asyncKeyDown(VK_LBUTTON)) keys |= MK_LBUTTON;
+  if (asyncKeyDown(VK_RBUTTON)) keys |= MK_RBUTTON;
+  if (asyncKeyDown(VK_MBUTTON)) keys |= MK_MBUTTON;
+  if (asyncKeyDown(VK_SHIFT)) keys |= MK_SHIFT;
+  if (asyncKeyDown(VK_CONTROL)) keys |= MK_CONTROL;
+  InputEvent move{WM_MOUSEMOVE, keys, 0, nullptr, p};
+  move.cursorMove = true;
+  q.input.push_back(move);
   return TRUE;
 }
 

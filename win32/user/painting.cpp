@@ -63,6 +63,7 @@ void invalidate(Window& w, const RECT* rect, bool erase, bool frame) {
   RECT area = rect ? intersectRects(*rect, clientBox(w)) : clientBox(w);
   if (!rectEmpty(area)) {
     w.update = unionRects(w.update, area);
+    w.invalidArea = unionRects(w.invalidArea, rect ? *rect : clientBox(w));
     if (erase) w.erasePending = true;
   }
   if (frame) w.ncPending = true;
@@ -79,8 +80,10 @@ void invalidate(Window& w, const RECT* rect, bool erase, bool frame) {
 void validate(Window& w, const RECT* rect) {
   RECT area = rect ? *rect : clientBox(w);
   w.update = rect ? subtractFromBox(w.update, area) : makeRect(0, 0, 0, 0);
+  w.invalidArea = rect ? subtractFromBox(w.invalidArea, area) : makeRect(0, 0, 0, 0);
   if (rectEmpty(w.update)) {
     w.update = makeRect(0, 0, 0, 0);
+    w.invalidArea = makeRect(0, 0, 0, 0);
     w.erasePending = false;
     w.eraseFailed = false;
   }
@@ -198,9 +201,15 @@ HDC makeWindowDC(const Window& w, bool wholeWindow, const RECT* clientClip, bool
   Window* parent = parentOf(w);
   if (!wholeWindow && isChild(w) && parent && w.cls && (w.cls->style & CS_PARENTDC) &&
       isDrawable(w)) {
-    // A CS_PARENTDC child draws with its parent's clipping, update region
-    // or not, from its own origin.
+    // A CS_PARENTDC child draws with its parent's clipping, from its own
+    // origin. Painting part of it cuts that to what was invalidated, as the
+    // parent saw it; painting all of it leaves the parent's clipping whole.
     dc->clip = painterFor(*parent, false).clip;
+    if (clientClip && !rectsEqual(*clientClip, clientBox(w))) {
+      POINT client = painterFor(w, false).origin;
+      RECT invalid = unionRects(w.invalidArea, *clientClip);
+      dc->clip.intersect(offsetRect(invalid, client.x, client.y));
+    }
     return createDC(std::move(dc));
   }
   if (clientClip) {
@@ -302,10 +311,11 @@ HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
   RECT area = w->update;
   bool erase = w->erasePending && !rectEmpty(area);
   BOOL fErase = w->eraseFailed;
+  HDC dc = makeWindowDC(*w, false, &area, true);
   w->update = makeRect(0, 0, 0, 0);
+  w->invalidArea = makeRect(0, 0, 0, 0);
   w->erasePending = false;
   w->eraseFailed = false;
-  HDC dc = makeWindowDC(*w, false, &area, true);
   if (erase) fErase = sendMessage(hWnd, WM_ERASEBKGND, reinterpret_cast<WPARAM>(dc), 0) == 0;
   memset(lpPaint, 0, sizeof *lpPaint);
   lpPaint->hdc = dc;

@@ -101,6 +101,10 @@ struct Window {
   bool enabled = true;
 
   RECT update{};  // client coordinates; bounding box of the update region
+  // What was invalidated, in client coordinates but not cut to the client
+  // area: a CS_PARENTDC child paints through its parent's clipping cut to
+  // this, unless its whole client area is to be painted.
+  RECT invalidArea{};
   bool erasePending = false;
   bool eraseFailed = false;  // an early erase returned 0: BeginPaint reports fErase
   bool ncPending = false;
@@ -155,9 +159,15 @@ BOOL setWindowPos(HWND hwnd, const PositionRequest& request);
 void resizeSurfaceFor(Window& w);
 // Puts a hidden window into the minimised or maximised state without showing it.
 void changeMinMaxState(HWND hwnd, int cmd);
+// The window that activates with hwnd: the first one up its parent chain
+// without WS_CHILD (a window whose style lost WS_CHILD activates itself).
+HWND activationRoot(HWND hwnd);
 HWND activeWindow();
 HWND focusWindow();
 void activate(HWND topLevel);
+// SC_MOVE and SC_SIZE: the loop that follows the cursor until the button is
+// released or Return or Escape is pressed (movesize.cpp).
+void moveSizeLoop(HWND hwnd, WPARAM command, LPARAM lParam);
 void deactivate(HWND topLevel);
 HWND setFocus(HWND hwnd);
 // Clears activation and focus that point into a window being destroyed.
@@ -224,6 +234,9 @@ ScrollBarInfo* scrollInfoOf(Window& w, int bar);
 void scrollControlPaint(HWND hwnd);
 // The SCROLLBAR class: its procedure and the window extra bytes it needs.
 constexpr int kScrollBarExtraBytes = 28;
+// The EDIT class's window extra bytes, as the 32-bit system declares them
+// (the control keeps its state elsewhere).
+constexpr int kEditExtraBytes = 6;
 LRESULT CALLBACK scrollBarProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
 int setScrollInfo(HWND hwnd, int nBar, const SCROLLINFO* lpsi, bool redraw);
 BOOL getScrollInfo(HWND hwnd, int nBar, SCROLLINFO* lpsi);

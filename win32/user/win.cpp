@@ -397,10 +397,13 @@ HWND WINAPI CreateWindowExA(DWORD dwExStyle, LPCSTR lpClassName, LPCSTR lpWindow
   if (!placeNewWindow(*w, cs)) return NULL;
   if (!sendMessage(hwnd, WM_NCCREATE, 0, reinterpret_cast<LPARAM>(&cs)) || w->dead)
     return abandonCreation(hwnd);
-  RECT rc = w->window;
+  // At creation the rectangle goes out in screen coordinates, and the client
+  // area comes back in them.
+  POINT origin = parentOf(*w) ? clientOriginOnScreen(*parentOf(*w)) : POINT{0, 0};
+  RECT rc = offsetRect(w->window, origin.x, origin.y);
   sendMessage(hwnd, WM_NCCALCSIZE, FALSE, reinterpret_cast<LPARAM>(&rc));
   if (w->dead) return NULL;
-  w->client = rc;
+  w->client = offsetRect(rc, -origin.x, -origin.y);
   if (sendMessage(hwnd, WM_CREATE, 0, reinterpret_cast<LPARAM>(&cs)) == -1 || w->dead)
     return abandonCreation(hwnd);
 
@@ -677,6 +680,11 @@ LONG WINAPI GetWindowLongA(HWND hWnd, int nIndex) {
   }
   switch (nIndex) {
   case GWL_WNDPROC:
+    // The desktop's procedure lives in another process.
+    if (isDesktop(*w)) {
+      SetLastError(ERROR_ACCESS_DENIED);
+      return 0;
+    }
     return reinterpret_cast<LONG>(w->proc);
   case GWL_HINSTANCE:
     return reinterpret_cast<LONG>(w->instance);

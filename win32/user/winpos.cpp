@@ -603,6 +603,16 @@ void changeMinMaxState(HWND hwnd, int cmd) {
 
 // ---- Activation and focus ----
 
+HWND activationRoot(HWND hwnd) {
+  Window* w = findWindow(hwnd);
+  while (w && (w->style & WS_CHILD)) {
+    Window* p = parentOf(*w);
+    if (!p || isDesktop(*p)) break;
+    w = p;
+  }
+  return w ? w->hwnd : nullptr;
+}
+
 HWND activeWindow() { return focusState().active; }
 HWND focusWindow() { return focusState().focus; }
 
@@ -646,7 +656,7 @@ HWND setFocus(HWND hwnd) {
     if (!w) return nullptr;
     if (w->style & WS_DISABLED) return nullptr;
     if (hwnd == s.focus) return hwnd;
-    HWND top = topLevelOf(*w).hwnd;
+    HWND top = activationRoot(hwnd);
     if (s.active != top) activate(top);
     if (!findWindow(hwnd)) return nullptr;
     if (hwnd == s.focus) return hwnd;
