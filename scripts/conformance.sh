@@ -83,7 +83,7 @@ CFLAGS=(-m32 -std=gnu11 -O1 -g -fshort-wchar -fno-strict-aliasing -I "$conf" -I 
         -Wno-format -Wno-unused -Wno-deprecated-declarations -Wno-int-to-pointer-cast
         -Wno-pointer-to-int-cast -Wno-builtin-declaration-mismatch)
 
-for part in harness wide; do
+for part in harness wide threads; do
   gcc "${CFLAGS[@]}" -c -o "$D/gen/$part.o" "$conf/$part.c" || die "$part.c does not build"
 done
 
@@ -135,7 +135,7 @@ for file in "${files[@]}"; do
   make_stubs "$D/gen/$name.log" "$D/gen/${name}_stubs.c"
   gcc "${CFLAGS[@]}" -include stdlib.h -c -o "$D/gen/${name}_stubs.o" "$D/gen/${name}_stubs.c" ||
     die "the stubs of $file do not build"
-  gcc -m32 -o "$D/bin/$name" "$D/gen/$name.o" "$D/gen/${name}_stubs.o" "$D/gen/harness.o" "$D/gen/wide.o" \
+  gcc -m32 -o "$D/bin/$name" "$D/gen/$name.o" "$D/gen/${name}_stubs.o" "$D/gen/harness.o" "$D/gen/wide.o" "$D/gen/threads.o" \
     -L "$(dirname "$layer")" -ltulwin32 -Wl,-rpath,"$(dirname "$layer")" ||
     die "$file does not link against the layer"
 

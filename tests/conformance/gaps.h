@@ -352,4 +352,18 @@ typedef struct tagACTCTXW {
 #define WC_TABCONTROLA "SysTabControl32"
 #define WC_TREEVIEWA "SysTreeView32"
 
+/* Threads as the harness provides them (threads.c) and the Unicode class
+ * lookup of wide.c. */
+typedef DWORD(WINAPI* LPTHREAD_START_ROUTINE)(LPVOID);
+HANDLE WINAPI CreateThread(LPVOID attributes, SIZE_T stackSize, LPTHREAD_START_ROUTINE start,
+                           LPVOID parameter, DWORD flags, LPDWORD threadId);
+DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD milliseconds);
+BOOL WINAPI GetExitCodeThread(HANDLE thread, LPDWORD exitCode);
+BOOL WINAPI CloseHandle(HANDLE handle);
+BOOL WINAPI GetClassInfoExW(HINSTANCE instance, LPCWSTR name, WNDCLASSEXW* info);
+LONG WINAPI GetWindowLongW(HWND hwnd, int index);
+LRESULT WINAPI SendMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+BOOL WINAPI PostMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+#define GetWindowLongPtrW GetWindowLongW
+
 #endif

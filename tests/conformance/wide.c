@@ -61,3 +61,67 @@ BOOL WINAPI SystemParametersInfoW(UINT action, UINT param, PVOID value, UINT win
   if (w->cbSize == sizeof *w) w->iPaddedBorderWidth = a.iPaddedBorderWidth;
   return TRUE;
 }
+
+BOOL WINAPI GetClassInfoExW(HINSTANCE instance, LPCWSTR name, WNDCLASSEXW* info) {
+  char narrowName[kNameSize];
+  LPCSTR asked = IS_INTRESOURCE(name) ? (LPCSTR)name : narrowName;
+  if (!IS_INTRESOURCE(name) && !narrow(name, narrowName)) {
+    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+    return FALSE;
+  }
+  WNDCLASSEXA a;
+  a.cbSize = sizeof a;
+  ATOM atom = (ATOM)GetClassInfoExA(instance, asked, info ? &a : NULL);
+  if (!atom) return FALSE;
+  /* The names stay the caller's: the menu name of a class registered
+   * through the 8-bit form has no wide copy here. */
+  info->style = a.style;
+  info->lpfnWndProc = a.lpfnWndProc;
+  info->cbClsExtra = a.cbClsExtra;
+  info->cbWndExtra = a.cbWndExtra;
+  info->hInstance = a.hInstance;
+  info->hIcon = a.hIcon;
+  info->hCursor = a.hCursor;
+  info->hbrBackground = a.hbrBackground;
+  info->lpszMenuName = IS_INTRESOURCE(a.lpszMenuName) ? (LPCWSTR)a.lpszMenuName : NULL;
+  info->lpszClassName = name;
+  info->hIconSm = a.hIconSm;
+  return atom;
+}
+
+/* Window data reads the same through either form, except the procedure: the
+ * wide form of an 8-bit procedure is a thunk the layer does not make. */
+LONG WINAPI GetWindowLongW(HWND hwnd, int index) {
+  LONG value = GetWindowLongA(hwnd, index);
+  if (index == GWLP_WNDPROC && value) {
+    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+    return 0;
+  }
+  return value;
+}
+
+/* Messages without text mean the same in either form; those with text (and
+ * the controls' own, which the layer does not convert) are refused. */
+static BOOL sameInBothForms(UINT message) {
+  switch (message) {
+  case WM_NCCREATE: case WM_CREATE: case WM_SETTEXT: case WM_GETTEXT: case WM_GETTEXTLENGTH:
+  case WM_CHAR: case WM_DEADCHAR: case WM_SYSCHAR: case WM_SYSDEADCHAR: case WM_MDICREATE:
+  case 0x0286 /* WM_IME_CHAR */: case 0x030C /* WM_ASKCBFORMATNAME */: case 0x001B /* WM_DEVMODECHANGE */:
+  case WM_SETTINGCHANGE:
+    return FALSE;
+  default:
+    return message < WM_USER;
+  }
+}
+
+LRESULT WINAPI SendMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (sameInBothForms(message)) return SendMessageA(hwnd, message, wParam, lParam);
+  SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+  return 0;
+}
+
+BOOL WINAPI PostMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (sameInBothForms(message)) return PostMessageA(hwnd, message, wParam, lParam);
+  SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+  return FALSE;
+}
