@@ -55,9 +55,11 @@ void moveSizeLoop(HWND hwnd, WPARAM command, LPARAM lParam) {
   Window* w = findWindow(hwnd);
   if (!w || (w->style & (WS_MAXIMIZE | WS_MINIMIZE))) return;
   int low = static_cast<int>(command & 0x0F);
-  int hit = (command & 0xFFF0) == SC_MOVE ? HTCAPTION : low ? low + HTLEFT - kWmszLeft : HTCAPTION;
-  RECT edges = edgesOf(hit);
-  bool moveOnly = movesWhole(edges);
+  bool sizing = (command & 0xFFF0) == SC_SIZE;
+  // SC_SIZE from the keyboard sizes by the edge of the first arrow key.
+  bool edgeToChoose = sizing && !low;
+  int hit = sizing && low ? low + HTLEFT - kWmszLeft : HTCAPTION;
+  RECT edges = edgesOf(hit);  // none: the whole window moves
   // A command from the keyboard starts where the cursor is.
   POINT anchor;
   if (low) {
@@ -93,14 +95,22 @@ void moveSizeLoop(HWND hwnd, WPARAM command, LPARAM lParam) {
     if (msg.message == WM_MOUSEMOVE) {
       cursor = msg.pt;
     } else {
+      int edge = 0;
       switch (msg.wParam) {
-      case VK_LEFT: cursor.x -= kKeyStep; break;
-      case VK_RIGHT: cursor.x += kKeyStep; break;
-      case VK_UP: cursor.y -= kKeyStep; break;
-      case VK_DOWN: cursor.y += kKeyStep; break;
+      case VK_LEFT: cursor.x -= kKeyStep; edge = HTLEFT; break;
+      case VK_RIGHT: cursor.x += kKeyStep; edge = HTRIGHT; break;
+      case VK_UP: cursor.y -= kKeyStep; edge = HTTOP; break;
+      case VK_DOWN: cursor.y += kKeyStep; edge = HTBOTTOM; break;
       default: continue;
       }
+      if (edgeToChoose) {
+        edgeToChoose = false;
+        hit = edge;
+        edges = edgesOf(hit);
+      }
     }
+    if (edgeToChoose) continue;
+    bool moveOnly = movesWhole(edges);
     RECT next = dragged(start, edges, cursor.x - anchor.x, cursor.y - anchor.y);
     sendMessage(hwnd, moveOnly ? WM_MOVING : WM_SIZING,
                 moveOnly ? 0 : static_cast<WPARAM>(hit - HTLEFT + kWmszLeft),
@@ -110,7 +120,7 @@ void moveSizeLoop(HWND hwnd, WPARAM command, LPARAM lParam) {
     if (!place(hwnd, now, moveOnly)) return;
   }
   if (GetCapture() == hwnd) ReleaseCapture();
-  if (cancelled && !rectsEqual(now, start) && !place(hwnd, start, moveOnly)) return;
+  if (cancelled && !rectsEqual(now, start) && !place(hwnd, start, false)) return;
   if (findWindow(hwnd)) sendMessage(hwnd, WM_EXITSIZEMOVE, 0, 0);
 }
 
