@@ -23,6 +23,10 @@ std::int64_t integralValue(const TulValue& v);
 
 // nil, the empty value, 0 and 0.0 are false; everything else is true.
 bool truthy(const TulValue& v);
+// The same, with the common case of an integer inline.
+inline bool isTrue(const TulValue& v) {
+  return v.type() == TulValueType::I32 ? static_cast<int>(v) != 0 : truthy(v);
+}
 
 // Numbers by value, strings by content, nil and empty alike, everything
 // else by identity.
@@ -33,6 +37,10 @@ bool valuesEqual(const TulValue& a, const TulValue& b);
 // to the operands or an integer is divided by zero.
 bool applyBinary(TokenKind op, const TulValue& a, const TulValue& b, TulValue& out,
                  std::string& error);
+// The same for two 32-bit integers, the common case, without the checks
+// the general case needs; false for an operator it leaves to applyBinary
+// (division and modulo, which may fail, and the shifts).
+bool applyIntBinary(TokenKind op, std::int32_t x, std::int32_t y, TulValue& out);
 // Unary minus and plus, and ~.
 bool applyUnary(TokenKind op, const TulValue& v, TulValue& out, std::string& error);
 
