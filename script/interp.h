@@ -166,8 +166,26 @@ class Interp : public GlobalNames {
   // --- built-ins (builtins.cpp) -------------------------------------------
   void defineBuiltins();
 
-  bool readVar(const VarRef& v, Frame& f, int line, TulValue& out);
-  bool writeVar(const VarRef& v, Frame& f, int line, const TulValue& value);
+  bool readVar(const VarRef& v, Frame& f, int line, TulValue& out) {
+    if (v.kind == VarRef::Kind::Local) {
+      out = f.slots[v.index];
+      return true;
+    }
+    const std::size_t i = static_cast<std::size_t>(v.index);
+    if (!defined_[i]) return readUndefined(v, f, line, out);
+    out = globals_[i];
+    return true;
+  }
+  bool writeVar(const VarRef& v, Frame& f, int line, const TulValue& value) {
+    if (v.kind == VarRef::Kind::Local) {
+      f.slots[v.index] = value;
+      return true;
+    }
+    const std::size_t i = static_cast<std::size_t>(v.index);
+    if (!defined_[i]) return writeUndeclared(v, f, line);
+    globals_[i] = value;
+    return true;
+  }
   // Around every call from script code into the runtime. An error that a
   // script method called further in raised and native code then answered
   // for itself waits as "forwarded" until the call returns; leaveNativeCall
@@ -200,6 +218,8 @@ class Interp : public GlobalNames {
   bool callBuiltin(Frame& f, int line, const FunctionObject& fn, const TulValue* args, int n,
                    TulValue& out);
   bool stepsSpent(const Frame& f, int line);
+  bool readUndefined(const VarRef& v, Frame& f, int line, TulValue& out);
+  bool writeUndeclared(const VarRef& v, Frame& f, int line);
   bool methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, const ValPtr& p,
                        TulValue& self, const TulValue*& args, int& nargs);
   bool runGuarded(const FunctionDecl& fn, TulClass* cls, const TulValue& self,

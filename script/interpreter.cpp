@@ -395,7 +395,30 @@ TUL_NOINLINE bool evalAssign(Interp& in, const BinaryExpr& e, Frame& f, TulValue
 
 // ++a on an object is a = a.OP_INC() and gives the new a; a++ is
 // tmp = a; a = a.OP_PINC() and gives tmp.
+// ++ and -- of an integer variable, the loop counter's case. False with
+// `done` unset when the variable holds anything else (the general way then
+// reads it again: reading has no effects of its own).
+bool incDecVariable(Interp& in, const IncDecExpr& e, Frame& f, TulValue& out, bool& done) {
+  const auto& target = static_cast<const VariableExpr&>(*e.target);
+  TulValue old;
+  done = true;
+  if (!in.readVar(target.var, f, target.line, old)) return false;
+  TulValue updated;
+  if (old.type() != TulValueType::I32 ||
+      !applyIntBinary(e.increment ? TokenKind::Plus : TokenKind::Minus, static_cast<int>(old), 1,
+                      updated))
+    return done = false;
+  if (!in.writeVar(target.var, f, target.line, updated)) return false;
+  out = e.prefix ? std::move(updated) : std::move(old);
+  return true;
+}
+
 TUL_NOINLINE bool evalIncDec(Interp& in, const IncDecExpr& e, Frame& f, TulValue& out) {
+  if (e.target->kind == ExprKind::Variable) {
+    bool done = false;
+    bool ok = incDecVariable(in, e, f, out, done);
+    if (done) return ok;
+  }
   Place p;
   TulValue old, updated;
   if (!resolvePlace(in, *e.target, f, p) || !readPlace(in, p, f, old)) return false;
@@ -798,17 +821,9 @@ bool Interp::runProgram(const Program& p) {
   return fl != Flow::Fail;
 }
 
-bool Interp::readVar(const VarRef& v, Frame& f, int line, TulValue& out) {
-  if (v.kind == VarRef::Kind::Local) {
-    out = f.slots[v.index];
-    return true;
-  }
-  std::size_t i = static_cast<std::size_t>(v.index);
-  if (defined_[i]) {
-    out = globals_[i];
-    return true;
-  }
-  // A class the module registered is visible under its name.
+// A global read before its definition: a class the module registered is
+// visible under its name.
+bool Interp::readUndefined(const VarRef& v, Frame& f, int line, TulValue& out) {
   if (TulClass* cls = vm_->findClass(v.name.c_str())) {
     out = TulValue(cls);
     return true;
@@ -816,17 +831,9 @@ bool Interp::readVar(const VarRef& v, Frame& f, int line, TulValue& out) {
   return fail(f, line, "undefined variable " + quoted(v.name));
 }
 
-bool Interp::writeVar(const VarRef& v, Frame& f, int line, const TulValue& value) {
-  if (v.kind == VarRef::Kind::Local) {
-    f.slots[v.index] = value;
-    return true;
-  }
-  std::size_t i = static_cast<std::size_t>(v.index);
-  if (!defined_[i])
-    return fail(f, line, "assignment to undeclared variable " + quoted(v.name) +
-                             " (declare it with var)");
-  globals_[i] = value;
-  return true;
+bool Interp::writeUndeclared(const VarRef& v, Frame& f, int line) {
+  return fail(f, line, "assignment to undeclared variable " + quoted(v.name) +
+                           " (declare it with var)");
 }
 
 // A built-in checks its argument count here, so each one sees only the

@@ -174,25 +174,6 @@ bool applyBinary(TokenKind op, const TulValue& a, const TulValue& b, TulValue& o
   return false;
 }
 
-bool applyIntBinary(TokenKind op, std::int32_t x, std::int32_t y, TulValue& out) {
-  const std::uint32_t ux = static_cast<std::uint32_t>(x), uy = static_cast<std::uint32_t>(y);
-  switch (op) {
-    case TokenKind::Plus: out = fromBits(ux + uy); return true;
-    case TokenKind::Minus: out = fromBits(ux - uy); return true;
-    case TokenKind::Star: out = fromBits(ux * uy); return true;
-    case TokenKind::Amp: out = fromBits(ux & uy); return true;
-    case TokenKind::Pipe: out = fromBits(ux | uy); return true;
-    case TokenKind::Caret: out = fromBits(ux ^ uy); return true;
-    case TokenKind::Less: out = TulValue(x < y ? 1 : 0); return true;
-    case TokenKind::LessEq: out = TulValue(x <= y ? 1 : 0); return true;
-    case TokenKind::Greater: out = TulValue(x > y ? 1 : 0); return true;
-    case TokenKind::GreaterEq: out = TulValue(x >= y ? 1 : 0); return true;
-    case TokenKind::EqEq: out = TulValue(x == y ? 1 : 0); return true;
-    case TokenKind::BangEq: out = TulValue(x != y ? 1 : 0); return true;
-    default: return false;
-  }
-}
-
 bool applyUnary(TokenKind op, const TulValue& v, TulValue& out, std::string& error) {
   if (!v.isNumber()) {
     error = std::string("cannot apply unary '") + tokenSpelling(op) + "' to " +

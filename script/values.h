@@ -40,7 +40,25 @@ bool applyBinary(TokenKind op, const TulValue& a, const TulValue& b, TulValue& o
 // The same for two 32-bit integers, the common case, without the checks
 // the general case needs; false for an operator it leaves to applyBinary
 // (division and modulo, which may fail, and the shifts).
-bool applyIntBinary(TokenKind op, std::int32_t x, std::int32_t y, TulValue& out);
+inline bool applyIntBinary(TokenKind op, std::int32_t x, std::int32_t y, TulValue& out) {
+  const std::uint32_t ux = static_cast<std::uint32_t>(x), uy = static_cast<std::uint32_t>(y);
+  switch (op) {
+    case TokenKind::Plus: out = TulValue(static_cast<std::int32_t>(ux + uy)); return true;
+    case TokenKind::Minus: out = TulValue(static_cast<std::int32_t>(ux - uy)); return true;
+    case TokenKind::Star: out = TulValue(static_cast<std::int32_t>(ux * uy)); return true;
+    case TokenKind::Amp: out = TulValue(static_cast<std::int32_t>(ux & uy)); return true;
+    case TokenKind::Pipe: out = TulValue(static_cast<std::int32_t>(ux | uy)); return true;
+    case TokenKind::Caret: out = TulValue(static_cast<std::int32_t>(ux ^ uy)); return true;
+    case TokenKind::Less: out = TulValue(x < y ? 1 : 0); return true;
+    case TokenKind::LessEq: out = TulValue(x <= y ? 1 : 0); return true;
+    case TokenKind::Greater: out = TulValue(x > y ? 1 : 0); return true;
+    case TokenKind::GreaterEq: out = TulValue(x >= y ? 1 : 0); return true;
+    case TokenKind::EqEq: out = TulValue(x == y ? 1 : 0); return true;
+    case TokenKind::BangEq: out = TulValue(x != y ? 1 : 0); return true;
+    default: return false;
+  }
+}
+
 // Unary minus and plus, and ~.
 bool applyUnary(TokenKind op, const TulValue& v, TulValue& out, std::string& error);
 
