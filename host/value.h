@@ -101,11 +101,21 @@ class TUL_API TulRefObject {
   TulWeakLink* weak_;
 };
 
-// The host's tagged value.
+// The host's tagged value. Copying, moving and destroying a value that
+// holds no reference, and the value of a 32-bit integer, are inline: they
+// are what an interpreter does most; everything that touches a reference
+// count stays in the runtime.
 class TUL_API TulValue {
  public:
-  TulValue();  // Nil
-  TulValue(int v, bool address = false);
+  TulValue() : tag_(0), flags_(0), reserved16_(0), reserved32_(0) { v_.d = 0; }  // Nil
+  TulValue(int v, bool address = false)
+      : tag_(static_cast<std::uint8_t>(TulValueType::I32)),
+        flags_(address ? kAddressFlag : 0),
+        reserved16_(0),
+        reserved32_(0) {
+    v_.d = 0;
+    v_.i = v;
+  }
   explicit TulValue(unsigned int v);
   explicit TulValue(float v);
   explicit TulValue(double v);
@@ -120,11 +130,38 @@ class TUL_API TulValue {
   TulValue(const TulValue& v, bool flag);
   explicit TulValue(TulDictionaryEntry* e);
 
-  TulValue(const TulValue& other);
-  TulValue(TulValue&& other) noexcept;
-  TulValue& operator=(const TulValue& other);
-  TulValue& operator=(TulValue&& other) noexcept;
-  ~TulValue();
+  TulValue(const TulValue& other)
+      : tag_(other.tag_), flags_(other.flags_), reserved16_(0), reserved32_(0), v_(other.v_) {
+    if (holdsRef(tag_)) retainHeld();
+  }
+  TulValue(TulValue&& other) noexcept
+      : tag_(other.tag_), flags_(other.flags_), reserved16_(0), reserved32_(0), v_(other.v_) {
+    other.tag_ = 0;
+    other.flags_ = 0;
+    other.v_.d = 0;
+  }
+  TulValue& operator=(const TulValue& other) {
+    if (holdsRef(tag_) || holdsRef(other.tag_)) return assignHeld(other);
+    tag_ = other.tag_;
+    flags_ = other.flags_;
+    v_ = other.v_;
+    return *this;
+  }
+  TulValue& operator=(TulValue&& other) noexcept {
+    if (holdsRef(tag_)) return moveAssignHeld(other);
+    if (this != &other) {
+      tag_ = other.tag_;
+      flags_ = other.flags_;
+      v_ = other.v_;
+      other.tag_ = 0;
+      other.flags_ = 0;
+      other.v_.d = 0;
+    }
+    return *this;
+  }
+  ~TulValue() {
+    if (holdsRef(tag_)) clear();
+  }
 
   // Releases what the value held; the tag becomes Empty.
   void dispose();
@@ -133,7 +170,9 @@ class TUL_API TulValue {
 
   // Numbers convert by value (doubles truncate toward zero and saturate);
   // every non-number converts to 0.
-  explicit operator int() const;
+  explicit operator int() const {
+    return tag_ == static_cast<std::uint8_t>(TulValueType::I32) ? v_.i : intOf();
+  }
   explicit operator unsigned int() const;
   explicit operator float() const;
   explicit operator double() const;
@@ -171,6 +210,14 @@ class TUL_API TulValue {
  private:
   static constexpr std::uint8_t kAddressFlag = 1;
 
+  // Every tag from Object up refers to a host object (strongly or weakly).
+  static bool holdsRef(std::uint8_t tag) {
+    return tag >= static_cast<std::uint8_t>(TulValueType::Object);
+  }
+  void retainHeld();
+  TulValue& assignHeld(const TulValue& other);
+  TulValue& moveAssignHeld(TulValue& other) noexcept;
+  int intOf() const;
   void setRef(TulValueType tag, TulRefObject* obj);
   void clear();
 

@@ -138,16 +138,6 @@ OwnReleaseQueue::~OwnReleaseQueue() {
 
 // --- TulValue: construction and lifetime ------------------------------------
 
-TulValue::TulValue() : tag_(0), flags_(0), reserved16_(0), reserved32_(0) {
-  v_.d = 0;
-}
-
-TulValue::TulValue(int v, bool address) : TulValue() {
-  tag_ = static_cast<std::uint8_t>(TulValueType::I32);
-  flags_ = address ? kAddressFlag : 0;
-  v_.i = v;
-}
-
 TulValue::TulValue(unsigned int v) : TulValue() {
   tag_ = static_cast<std::uint8_t>(TulValueType::U32);
   v_.u = v;
@@ -197,35 +187,20 @@ TulValue::TulValue(TulDictionaryEntry* e) : TulValue() {
   setRef(TulValueType::DictEntry, e);
 }
 
-TulValue::TulValue(const TulValue& other)
-    : tag_(other.tag_),
-      flags_(other.flags_),
-      reserved16_(0),
-      reserved32_(0),
-      v_(other.v_) {
+// The copy's side of a value that holds a reference: one more holder.
+void TulValue::retainHeld() {
   if (isStrongTag(tag_)) v_.ref->retain();
   if (tag_ == kWeakTag) ++v_.weak->count;
 }
 
-TulValue::TulValue(TulValue&& other) noexcept
-    : tag_(other.tag_),
-      flags_(other.flags_),
-      reserved16_(0),
-      reserved32_(0),
-      v_(other.v_) {
-  other.tag_ = 0;
-  other.flags_ = 0;
-  other.v_.d = 0;
-}
-
-TulValue& TulValue::operator=(const TulValue& other) {
+TulValue& TulValue::assignHeld(const TulValue& other) {
   if (this != &other) *this = TulValue(other);
   return *this;
 }
 
 // The new contents are in place before the old ones are released: releasing
 // may run a script destructor that reads or overwrites this very value.
-TulValue& TulValue::operator=(TulValue&& other) noexcept {
+TulValue& TulValue::moveAssignHeld(TulValue& other) noexcept {
   if (this == &other) return *this;
   TulValue old(std::move(*this));
   tag_ = other.tag_;
@@ -236,8 +211,6 @@ TulValue& TulValue::operator=(TulValue&& other) noexcept {
   other.v_.d = 0;
   return *this;
 }
-
-TulValue::~TulValue() { clear(); }
 
 void TulValue::dispose() {
   clear();
@@ -300,7 +273,7 @@ bool TulValue::isInteger() const {
   return std::isfinite(d) && std::trunc(d) == d;
 }
 
-TulValue::operator int() const {
+int TulValue::intOf() const {
   switch (type()) {
     case TulValueType::U32: return static_cast<int>(v_.u);
     case TulValueType::F32: return saturateToInt(v_.f);

@@ -14,6 +14,8 @@
 
 #include "script/lexer.h"
 
+class TulClass;
+
 namespace tulscript {
 
 struct Program;
@@ -103,11 +105,23 @@ struct IncDecExpr : Expr {
   ExprPtr target;
 };
 
+// What a method call or member access site found for the class it met
+// last; trusted only for that class and while no class has been declared
+// since (`epoch`, the interpreter's count of declarations).
+struct SiteCache {
+  TulClass* cls = nullptr;
+  unsigned epoch = 0;
+  int index = -1;                    // member sites: the data member's index
+  const FunctionDecl* fn = nullptr;  // method sites: the script method, or
+  TulClass* owner = nullptr;         // null for one the runtime must call
+};
+
 struct CallExpr : Expr {  // Call, MethodCall, BaseCall
   using Expr::Expr;
   ExprPtr callee;  // Call: the function; MethodCall: the object
   std::string name;
   std::vector<ExprPtr> args;
+  mutable SiteCache cache;  // MethodCall
 };
 
 struct MemberExpr : Expr {  // Member (name) and Index (index)
@@ -115,6 +129,7 @@ struct MemberExpr : Expr {  // Member (name) and Index (index)
   ExprPtr object;
   std::string name;
   ExprPtr index;
+  mutable SiteCache cache;  // Member
 };
 
 enum class StmtKind : std::uint8_t {

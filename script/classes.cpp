@@ -35,7 +35,14 @@ bool Interp::declareClass(const ClassStmt& s, Frame& f) {
   for (const std::string& m : d.members)
     if (!cls->addDataMember(m.c_str())) return failFromHost(f, d.line);
   cls->fixupDataDefs();
+  // Call sites resolved before this class existed look again.
+  ++classEpoch_;
+  auto& own = scriptMethods_[cls];
   for (const FunctionDecl* fn : d.methods) {
+    if (!fn->isStatic) {
+      auto placed = own.emplace(fn->name, fn);
+      if (!placed.second) placed.first->second = nullptr;
+    }
     tulrt::ScriptMethod method = [this, fn, cls](TulVirtualMachine*, int argc, ValPtr& sp) {
       return runMethod(*fn, cls, argc, sp);
     };
@@ -59,7 +66,7 @@ bool Interp::declareClass(const ClassStmt& s, Frame& f) {
 // (instance methods), then the arguments. False after reporting a frame the
 // method cannot take.
 bool Interp::methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, const ValPtr& p,
-                             TulValue& self, std::vector<TulValue>& args) {
+                             TulValue& self, const TulValue*& args, int& count) {
   TulInterpreter& host = vm_->interp();
   int first = p.index + 1;
   int nargs = argc;
@@ -76,8 +83,9 @@ bool Interp::methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, co
                        std::to_string(nargs) + ")";
     return host.returnError(text.c_str(), nullptr);
   }
-  args.reserve(static_cast<std::size_t>(nargs));
-  for (int i = 0; i < nargs; ++i) args.push_back(*ValPtr{p.vec, first + i});
+  // Read where the frame holds them: the runtime's stack does not move.
+  args = nargs ? &*ValPtr{p.vec, first} : nullptr;
+  count = nargs;
   return true;
 }
 
@@ -93,8 +101,9 @@ bool Interp::runMethod(const FunctionDecl& fn, TulClass* cls, int argc, ValPtr& 
   ValPtr p = sp;
   p -= argc;
   TulValue self;
-  std::vector<TulValue> args;
-  if (!methodArguments(fn, cls, argc, p, self, args)) return false;
+  const TulValue* args = nullptr;
+  int nargs = 0;
+  if (!methodArguments(fn, cls, argc, p, self, args, nargs)) return false;
 
   // This method may run while an error unwinds the script (a `dtor` of a
   // value released on the way); that error resumes afterwards.
@@ -102,7 +111,7 @@ bool Interp::runMethod(const FunctionDecl& fn, TulClass* cls, int argc, ValPtr& 
   ScriptError savedError = error_;
   stop_ = StopKind::None;
   TulValue result;
-  bool ok = runGuarded(fn, cls, self, args, result);
+  bool ok = runGuarded(fn, cls, self, args, nargs, result);
   if (ok) {
     *p = fn.isConstructor ? self : std::move(result);
     sp = p;
@@ -119,7 +128,7 @@ bool Interp::runMethod(const FunctionDecl& fn, TulClass* cls, int argc, ValPtr& 
 // Runs a method for the runtime: the stack is measured from here when no
 // run is under way, and no exception gets past.
 bool Interp::runGuarded(const FunctionDecl& fn, TulClass* cls, const TulValue& self,
-                        const std::vector<TulValue>& args, TulValue& result) {
+                        const TulValue* args, int nargs, TulValue& result) {
   if (activeRuns_++ == 0) {
     char here = 0;
     stackBase_ = reinterpret_cast<std::uintptr_t>(&here);
@@ -129,7 +138,7 @@ bool Interp::runGuarded(const FunctionDecl& fn, TulClass* cls, const TulValue& s
   bool ok = false;
   try {
     if (enterCall(caller, fn.line)) {
-      ok = callScript(fn, self, cls, args.data(), static_cast<int>(args.size()), result);
+      ok = callScript(fn, self, cls, args, nargs, result);
       leaveCall();
     }
   } catch (const std::exception& e) {

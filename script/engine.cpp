@@ -353,8 +353,7 @@ void Interp::reportDtorError(const tulrt::ErrorRecord& r) {
 
 // --- Interp: limits -------------------------------------------------------------
 
-bool Interp::step(const Frame& f, int line) {
-  if (opts_.maxSteps <= 0 || ++steps_ <= opts_.maxSteps) return true;
+bool Interp::stepsSpent(const Frame& f, int line) {
   if (stopping()) return false;
   fail(f, line, "step limit exceeded");
   stop_ = StopKind::Abort;

@@ -19,6 +19,7 @@
 #include "script/ast.h"
 #include "script/engine.h"
 #include "script/parser.h"
+#include "script/slot_stack.h"
 
 namespace tulscript {
 
@@ -128,6 +129,18 @@ class Interp : public GlobalNames {
   // Script code of a function or method; self nil for plain functions.
   bool callScript(const FunctionDecl& fn, const TulValue& self, TulClass* cls,
                   const TulValue* args, int n, TulValue& out);
+  // The same with the arguments already in the first n of the frame's
+  // slots (at least fn.slotCount of them, the rest nil), where the caller
+  // evaluated them.
+  bool callFunctionInPlace(Frame& f, int line, const FunctionDecl& fn, TulValue* slots, int n,
+                           TulValue& out);
+  bool callMethodInPlace(Frame& f, int line, const FunctionDecl& fn, TulClass* owner,
+                         const TulValue& self, TulValue* slots, TulValue& out);
+  // Fills a method call site's cache for cls: the script method `name`
+  // resolves to, when the interpreter may run it itself.
+  void resolveMethod(SiteCache& site, TulClass* cls, const std::string& name);
+  unsigned classEpoch() const { return classEpoch_; }
+  SlotStack& slotStack() { return slotStack_; }
   // obj.name(args) through the runtime, so overrides win.
   // self null: a static method.
   bool callMethod(Frame& f, int line, const TulValue* self, TulClass* cls, const char* name,
@@ -136,7 +149,9 @@ class Interp : public GlobalNames {
   bool display(Frame& f, int line, const TulValue& v, std::string& out, int depth = 0);
   TulValue functionValue(const FunctionDecl& fn);
   // A step of the budget; false (and an abort) once it is spent.
-  bool step(const Frame& f, int line);
+  bool step(const Frame& f, int line) {
+    return opts_.maxSteps <= 0 || ++steps_ <= opts_.maxSteps || stepsSpent(f, line);
+  }
   // Bounds the C++ stack used by nested calls; false after the error.
   bool enterCall(const Frame& f, int line);
   void leaveCall() { --callDepth_; }
@@ -151,8 +166,26 @@ class Interp : public GlobalNames {
   // --- built-ins (builtins.cpp) -------------------------------------------
   void defineBuiltins();
 
-  bool readVar(const VarRef& v, Frame& f, int line, TulValue& out);
-  bool writeVar(const VarRef& v, Frame& f, int line, const TulValue& value);
+  bool readVar(const VarRef& v, Frame& f, int line, TulValue& out) {
+    if (v.kind == VarRef::Kind::Local) {
+      out = f.slots[v.index];
+      return true;
+    }
+    const std::size_t i = static_cast<std::size_t>(v.index);
+    if (!defined_[i]) return readUndefined(v, f, line, out);
+    out = globals_[i];
+    return true;
+  }
+  bool writeVar(const VarRef& v, Frame& f, int line, const TulValue& value) {
+    if (v.kind == VarRef::Kind::Local) {
+      f.slots[v.index] = value;
+      return true;
+    }
+    const std::size_t i = static_cast<std::size_t>(v.index);
+    if (!defined_[i]) return writeUndeclared(v, f, line);
+    globals_[i] = value;
+    return true;
+  }
   // Around every call from script code into the runtime. An error that a
   // script method called further in raised and native code then answered
   // for itself waits as "forwarded" until the call returns; leaveNativeCall
@@ -184,10 +217,15 @@ class Interp : public GlobalNames {
   bool displayContainer(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool callBuiltin(Frame& f, int line, const FunctionObject& fn, const TulValue* args, int n,
                    TulValue& out);
+  bool stepsSpent(const Frame& f, int line);
+  bool readUndefined(const VarRef& v, Frame& f, int line, TulValue& out);
+  bool writeUndeclared(const VarRef& v, Frame& f, int line);
   bool methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, const ValPtr& p,
-                       TulValue& self, std::vector<TulValue>& args);
+                       TulValue& self, const TulValue*& args, int& nargs);
   bool runGuarded(const FunctionDecl& fn, TulClass* cls, const TulValue& self,
-                  const std::vector<TulValue>& args, TulValue& result);
+                  const TulValue* args, int nargs, TulValue& result);
+  bool runFrame(const FunctionDecl& fn, TulValue* slots, const TulValue& self, TulClass* cls,
+                TulValue& out);
   void forwardToHost();
   bool sameAsForwarded(const tulrt::ErrorRecord& r) const;
   std::shared_ptr<Program> loadProgram(const std::string& path, const std::string& shown,
@@ -217,6 +255,14 @@ class Interp : public GlobalNames {
   bool haveForwarded_ = false;
   std::vector<const void*> displaying_;  // containers being shown, for cycles
   ScriptError lastError_;
+
+  SlotStack slotStack_;
+  // Script classes by runtime class: their own instance methods by name
+  // (null for a name bound twice, which the runtime settles).
+  std::unordered_map<const TulClass*, std::unordered_map<std::string, const FunctionDecl*>>
+      scriptMethods_;
+  unsigned classEpoch_ = 1;  // call sites' caches start at 0: never current
+  int methodDepth_ = 0;      // script methods called without the runtime
 
   std::int64_t steps_ = 0;
   int callDepth_ = 0;

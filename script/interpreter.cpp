@@ -60,6 +60,9 @@ bool objectOperandError(Interp& in, Frame& f, int line, const char* op, const Tu
 // a OP b with the hooks of + and - first.
 TUL_NOINLINE bool binaryOp(Interp& in, Frame& f, int line, TokenKind op, const TulValue& a,
                            const TulValue& b, TulValue& out) {
+  if (a.type() == TulValueType::I32 && b.type() == TulValueType::I32 &&
+      applyIntBinary(op, static_cast<int>(a), static_cast<int>(b), out))
+    return true;
   if (op == TokenKind::Plus) {
     if (a.isObject()) return callHook(in, f, line, a, "OP_ADD", "+", &b, 1, out);
     if (b.isObject()) return callHook(in, f, line, b, "OP_ADD_R", "+", &a, 1, out);
@@ -92,13 +95,20 @@ TokenKind compoundBase(TokenKind op) {
 
 // --- members and elements -----------------------------------------------------
 
+// The site remembers the member's index for the class it last met.
 TUL_NOINLINE bool memberSlot(Interp& in, Frame& f, int line, const TulValue& obj,
-                             const std::string& name, bool forWrite, TulValue*& slot) {
+                             const std::string& name, SiteCache& site, bool forWrite,
+                             TulValue*& slot) {
   if (obj.isObject()) {
     TulObject* o = objectOf(obj);
     if (!o) return deadObject(in, f, line);
     TulClass* cls = o->getClass();
-    int index = cls->getMemberIndex(TulString(name.c_str()));
+    if (site.cls != cls || site.epoch != in.classEpoch()) {
+      site.cls = cls;
+      site.epoch = in.classEpoch();
+      site.index = cls->getMemberIndex(TulString(name.c_str()));
+    }
+    const int index = site.index;
     TulVector* data = o->getMemberData();
     if (index >= 0 && data && static_cast<unsigned>(index) < data->size()) {
       slot = &(*data)[static_cast<unsigned>(index)];
@@ -125,18 +135,18 @@ TUL_NOINLINE bool memberSlot(Interp& in, Frame& f, int line, const TulValue& obj
                               quoted(name) + " of " + typeTagName(obj.type()));
 }
 
-bool readMember(Interp& in, Frame& f, int line, const TulValue& obj, const std::string& name,
+bool readMember(Interp& in, Frame& f, int line, const TulValue& obj, const MemberExpr& e,
                 TulValue& out) {
   TulValue* slot = nullptr;
-  if (!memberSlot(in, f, line, obj, name, false, slot)) return false;
+  if (!memberSlot(in, f, line, obj, e.name, e.cache, false, slot)) return false;
   out = slot ? *slot : TulValue();
   return true;
 }
 
-bool writeMember(Interp& in, Frame& f, int line, const TulValue& obj, const std::string& name,
+bool writeMember(Interp& in, Frame& f, int line, const TulValue& obj, const MemberExpr& e,
                  const TulValue& v) {
   TulValue* slot = nullptr;
-  if (!memberSlot(in, f, line, obj, name, true, slot)) return false;
+  if (!memberSlot(in, f, line, obj, e.name, e.cache, true, slot)) return false;
   *slot = v;
   return true;
 }
@@ -272,7 +282,7 @@ bool readPlace(Interp& in, const Place& p, Frame& f, TulValue& out) {
   if (t.kind == ExprKind::Variable)
     return in.readVar(static_cast<const VariableExpr&>(t).var, f, t.line, out);
   if (t.kind == ExprKind::Member)
-    return readMember(in, f, t.line, p.object, static_cast<const MemberExpr&>(t).name, out);
+    return readMember(in, f, t.line, p.object, static_cast<const MemberExpr&>(t), out);
   return readIndex(in, f, t.line, p.object, p.key, out);
 }
 
@@ -281,7 +291,7 @@ bool writePlace(Interp& in, const Place& p, Frame& f, const TulValue& v) {
   if (t.kind == ExprKind::Variable)
     return in.writeVar(static_cast<const VariableExpr&>(t).var, f, t.line, v);
   if (t.kind == ExprKind::Member)
-    return writeMember(in, f, t.line, p.object, static_cast<const MemberExpr&>(t).name, v);
+    return writeMember(in, f, t.line, p.object, static_cast<const MemberExpr&>(t), v);
   return writeIndex(in, f, t.line, p.object, p.key, v);
 }
 
@@ -319,7 +329,7 @@ TUL_NOINLINE bool evalUnary(Interp& in, const UnaryExpr& e, Frame& f, TulValue& 
   TulValue v;
   if (!in.eval(*e.operand, f, v)) return false;
   if (e.op == TokenKind::Bang) {
-    out = TulValue(truthy(v) ? 0 : 1);
+    out = TulValue(isTrue(v) ? 0 : 1);
     return true;
   }
   if (v.isObject()) return objectOperandError(in, f, e.line, tokenSpelling(e.op), v);
@@ -331,6 +341,9 @@ TUL_NOINLINE bool evalUnary(Interp& in, const UnaryExpr& e, Frame& f, TulValue& 
 TUL_NOINLINE bool evalBinary(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
   TulValue a, b;
   if (!in.eval(*e.left, f, a) || !in.eval(*e.right, f, b)) return false;
+  if (a.type() == TulValueType::I32 && b.type() == TulValueType::I32 &&
+      applyIntBinary(e.op, static_cast<int>(a), static_cast<int>(b), out))
+    return true;
   if (e.op == TokenKind::EqEq || e.op == TokenKind::BangEq) {
     bool eq = valuesEqual(a, b);
     out = TulValue((e.op == TokenKind::EqEq) == eq ? 1 : 0);
@@ -342,12 +355,29 @@ TUL_NOINLINE bool evalBinary(Interp& in, const BinaryExpr& e, Frame& f, TulValue
 // && and || give the operand that decided, as in JavaScript.
 TUL_NOINLINE bool evalLogical(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
   if (!in.eval(*e.left, f, out)) return false;
-  bool decided = e.op == TokenKind::AmpAmp ? !truthy(out) : truthy(out);
+  bool decided = e.op == TokenKind::AmpAmp ? !isTrue(out) : isTrue(out);
   if (decided) return true;
   return in.eval(*e.right, f, out);
 }
 
+// A variable as the target: no place to resolve.
+bool assignVariable(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
+  const auto& target = static_cast<const VariableExpr&>(*e.left);
+  TulValue value;
+  if (e.op == TokenKind::Eq) {
+    if (!in.eval(*e.right, f, value)) return false;
+  } else {
+    TulValue old, rhs;
+    if (!in.readVar(target.var, f, target.line, old) || !in.eval(*e.right, f, rhs)) return false;
+    if (!binaryOp(in, f, e.line, compoundBase(e.op), old, rhs, value)) return false;
+  }
+  if (!in.writeVar(target.var, f, target.line, value)) return false;
+  out = std::move(value);
+  return true;
+}
+
 TUL_NOINLINE bool evalAssign(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
+  if (e.left->kind == ExprKind::Variable) return assignVariable(in, e, f, out);
   Place p;
   if (!resolvePlace(in, *e.left, f, p)) return false;
   TulValue value;
@@ -365,7 +395,30 @@ TUL_NOINLINE bool evalAssign(Interp& in, const BinaryExpr& e, Frame& f, TulValue
 
 // ++a on an object is a = a.OP_INC() and gives the new a; a++ is
 // tmp = a; a = a.OP_PINC() and gives tmp.
+// ++ and -- of an integer variable, the loop counter's case. False with
+// `done` unset when the variable holds anything else (the general way then
+// reads it again: reading has no effects of its own).
+bool incDecVariable(Interp& in, const IncDecExpr& e, Frame& f, TulValue& out, bool& done) {
+  const auto& target = static_cast<const VariableExpr&>(*e.target);
+  TulValue old;
+  done = true;
+  if (!in.readVar(target.var, f, target.line, old)) return false;
+  TulValue updated;
+  if (old.type() != TulValueType::I32 ||
+      !applyIntBinary(e.increment ? TokenKind::Plus : TokenKind::Minus, static_cast<int>(old), 1,
+                      updated))
+    return done = false;
+  if (!in.writeVar(target.var, f, target.line, updated)) return false;
+  out = e.prefix ? std::move(updated) : std::move(old);
+  return true;
+}
+
 TUL_NOINLINE bool evalIncDec(Interp& in, const IncDecExpr& e, Frame& f, TulValue& out) {
+  if (e.target->kind == ExprKind::Variable) {
+    bool done = false;
+    bool ok = incDecVariable(in, e, f, out, done);
+    if (done) return ok;
+  }
   Place p;
   TulValue old, updated;
   if (!resolvePlace(in, *e.target, f, p) || !readPlace(in, p, f, old)) return false;
@@ -374,7 +427,9 @@ TUL_NOINLINE bool evalIncDec(Interp& in, const IncDecExpr& e, Frame& f, TulValue
     if (!e.increment) return objectOperandError(in, f, e.line, op, old);
     const char* hook = e.prefix ? "OP_INC" : "OP_PINC";
     if (!callHook(in, f, e.line, old, hook, op, nullptr, 0, updated)) return false;
-  } else {
+  } else if (old.type() != TulValueType::I32 ||
+             !applyIntBinary(e.increment ? TokenKind::Plus : TokenKind::Minus,
+                             static_cast<int>(old), 1, updated)) {
     if (!old.isNumber())
       return in.fail(f, e.line, std::string("cannot apply '") + op + "' to " +
                                     typeTagName(old.type()));
@@ -388,23 +443,37 @@ TUL_NOINLINE bool evalIncDec(Interp& in, const IncDecExpr& e, Frame& f, TulValue
   return true;
 }
 
-bool evalArgs(Interp& in, const std::vector<ExprPtr>& list, Frame& f,
-              std::vector<TulValue>& args) {
-  args.resize(list.size());
+// Arguments are evaluated straight into the slots of the callee's frame,
+// taken from the interpreter's slot stack: `reserve` is the callee's frame
+// size when it is script code, so nothing is copied to call it.
+bool evalArgs(Interp& in, const std::vector<ExprPtr>& list, Frame& f, TulValue* slots) {
   for (std::size_t i = 0; i < list.size(); ++i)
-    if (!in.eval(*list[i], f, args[i])) return false;
+    if (!in.eval(*list[i], f, slots[i])) return false;
   return true;
+}
+
+std::size_t frameSize(const std::vector<ExprPtr>& args, const FunctionDecl* fn) {
+  std::size_t n = args.size();
+  if (fn && static_cast<std::size_t>(fn->slotCount) > n) n = static_cast<std::size_t>(fn->slotCount);
+  return n ? n : 1;
+}
+
+const std::string& calleeName(const CallExpr& e) {
+  static const std::string none;
+  return e.callee->kind == ExprKind::Variable ? static_cast<const VariableExpr&>(*e.callee).var.name
+                                              : none;
 }
 
 TUL_NOINLINE bool evalCall(Interp& in, const CallExpr& e, Frame& f, TulValue& out) {
   TulValue callee;
   if (!in.eval(*e.callee, f, callee)) return false;
-  std::vector<TulValue> args;
-  if (!evalArgs(in, e.args, f, args)) return false;
-  std::string name = e.callee->kind == ExprKind::Variable
-                         ? static_cast<const VariableExpr&>(*e.callee).var.name
-                         : std::string();
-  return in.callValue(f, e.line, callee, args.data(), static_cast<int>(args.size()), out, name);
+  FunctionObject* fn = functionOf(callee);
+  const FunctionDecl* decl = fn ? fn->decl() : nullptr;
+  SlotFrame frame(in.slotStack(), frameSize(e.args, decl));
+  if (!evalArgs(in, e.args, f, frame.slots())) return false;
+  const int n = static_cast<int>(e.args.size());
+  if (decl) return in.callFunctionInPlace(f, e.line, *decl, frame.slots(), n, out);
+  return in.callValue(f, e.line, callee, frame.slots(), n, out, calleeName(e));
 }
 
 // `this.Base(args)` where Base is a class the object derives from: runs
@@ -424,17 +493,16 @@ bool ancestorConstructor(TulClass* cls, const std::string& name, TulClass*& owne
 }
 
 bool callOnObject(Interp& in, Frame& f, int line, const TulValue& obj, const std::string& name,
-                  const std::vector<TulValue>& args, TulValue& out) {
+                  const TulValue* args, int n, TulValue& out) {
   TulObject* o = objectOf(obj);
   if (!o) return deadObject(in, f, line);
   TulClass* cls = o->getClass();
-  int n = static_cast<int>(args.size());
   if (tulrt::hasMethod(cls, name.c_str()))
-    return in.callMethod(f, line, &obj, cls, name.c_str(), args.data(), n, out);
+    return in.callMethod(f, line, &obj, cls, name.c_str(), args, n, out);
   TulClass* owner = nullptr;
   std::string ctor;
   if (ancestorConstructor(cls, name, owner, ctor)) {
-    if (!ctor.empty() && !in.callMethod(f, line, &obj, owner, ctor.c_str(), args.data(), n, out))
+    if (!ctor.empty() && !in.callMethod(f, line, &obj, owner, ctor.c_str(), args, n, out))
       return false;
     out = obj;
     return true;
@@ -447,10 +515,9 @@ bool callOnObject(Interp& in, Frame& f, int line, const TulValue& obj, const std
 }
 
 bool callOnClass(Interp& in, Frame& f, int line, TulClass* cls, const std::string& name,
-                 const std::vector<TulValue>& args, TulValue& out) {
+                 const TulValue* args, int n, TulValue& out) {
   if (tulrt::hasMethod(cls, name.c_str(), true))
-    return in.callMethod(f, line, nullptr, cls, name.c_str(), args.data(),
-                         static_cast<int>(args.size()), out);
+    return in.callMethod(f, line, nullptr, cls, name.c_str(), args, n, out);
   if (tulrt::hasMethod(cls, name.c_str()))
     return in.fail(f, line, quoted(name) + " is not a static method of class " +
                                 classNameOf(cls) + "; call it on an object");
@@ -458,40 +525,54 @@ bool callOnClass(Interp& in, Frame& f, int line, TulClass* cls, const std::strin
                               quoted(name));
 }
 
+// A script method the site's cache names runs here without the runtime;
+// anything else (native methods, ancestors' constructors, errors) goes the
+// runtime's way, so what it reaches is what native code would reach.
 TUL_NOINLINE bool evalMethodCall(Interp& in, const CallExpr& e, Frame& f, TulValue& out) {
   TulValue obj;
   if (!in.eval(*e.callee, f, obj)) return false;
-  std::vector<TulValue> args;
+  const int n = static_cast<int>(e.args.size());
+  const FunctionDecl* method = nullptr;
+  if (TulObject* o = obj.isObject() ? objectOf(obj) : nullptr) {
+    in.resolveMethod(e.cache, o->getClass(), e.name);
+    method = e.cache.fn;
+    if (method && n > static_cast<int>(method->params.size())) method = nullptr;
+  }
+  SlotFrame frame(in.slotStack(), frameSize(e.args, method));
+  TulValue* args = frame.slots();
   if (!evalArgs(in, e.args, f, args)) return false;
-  if (obj.isObject()) return callOnObject(in, f, e.line, obj, e.name, args, out);
+  // The arguments may have ended an object held by a weak reference.
+  if (method && objectOf(obj))
+    return in.callMethodInPlace(f, e.line, *method, e.cache.owner, obj, args, out);
+  if (obj.isObject()) return callOnObject(in, f, e.line, obj, e.name, args, n, out);
   if (TulClass* cls = static_cast<TulClass*>(obj))
-    return callOnClass(in, f, e.line, cls, e.name, args, out);
+    return callOnClass(in, f, e.line, cls, e.name, args, n, out);
   if (TulDictionary* d = static_cast<TulDictionary*>(obj)) {
     TulDictionaryEntry* entry = d->find(e.name.c_str());
     if (!entry) return in.fail(f, e.line, "dictionary has no member " + quoted(e.name));
     TulValue callee = entry->value;
-    return in.callValue(f, e.line, callee, args.data(), static_cast<int>(args.size()), out,
-                        e.name);
+    return in.callValue(f, e.line, callee, args, n, out, e.name);
   }
   return in.fail(f, e.line, "cannot call method " + quoted(e.name) + " on " +
                                 typeTagName(obj.type()));
 }
 
 TUL_NOINLINE bool evalBaseCall(Interp& in, const CallExpr& e, Frame& f, TulValue& out) {
-  std::vector<TulValue> args;
+  SlotFrame frame(in.slotStack(), frameSize(e.args, nullptr));
+  TulValue* args = frame.slots();
   if (!evalArgs(in, e.args, f, args)) return false;
   TulClass* base = f.cls ? tulrt::baseClass(f.cls) : nullptr;
   if (!base || !tulrt::hasMethod(base, e.name.c_str()))
     return in.fail(f, e.line, std::string("base class ") + (base ? classNameOf(base) : "?") +
                                   " has no method " + quoted(e.name));
-  return in.callMethod(f, e.line, &f.self, base, e.name.c_str(), args.data(),
-                       static_cast<int>(args.size()), out);
+  return in.callMethod(f, e.line, &f.self, base, e.name.c_str(), args,
+                       static_cast<int>(e.args.size()), out);
 }
 
 TUL_NOINLINE bool evalMember(Interp& in, const MemberExpr& e, Frame& f, TulValue& out) {
   TulValue obj;
   if (!in.eval(*e.object, f, obj)) return false;
-  return readMember(in, f, e.line, obj, e.name, out);
+  return readMember(in, f, e.line, obj, e, out);
 }
 
 TUL_NOINLINE bool evalIndex(Interp& in, const MemberExpr& e, Frame& f, TulValue& out) {
@@ -521,7 +602,7 @@ TUL_NOINLINE Flow execWhile(Interp& in, const IfStmt& s, Frame& f) {
     if (!in.step(f, s.line)) return Flow::Fail;
     TulValue c;
     if (!in.eval(*s.cond, f, c)) return Flow::Fail;
-    if (!truthy(c)) return Flow::Normal;
+    if (!isTrue(c)) return Flow::Normal;
     Flow result;
     if (loopEnds(in.exec(*s.then, f), result)) return result;
   }
@@ -537,7 +618,7 @@ TUL_NOINLINE Flow execFor(Interp& in, const ForStmt& s, Frame& f) {
     if (s.cond) {
       TulValue c;
       if (!in.eval(*s.cond, f, c)) return Flow::Fail;
-      if (!truthy(c)) return Flow::Normal;
+      if (!isTrue(c)) return Flow::Normal;
     }
     Flow result;
     if (loopEnds(in.exec(*s.body, f), result)) return result;
@@ -625,7 +706,7 @@ TUL_NOINLINE Flow execVar(Interp& in, const VarStmt& s, Frame& f) {
 TUL_NOINLINE Flow execIf(Interp& in, const IfStmt& s, Frame& f) {
   TulValue c;
   if (!in.eval(*s.cond, f, c)) return Flow::Fail;
-  if (truthy(c)) return in.exec(*s.then, f);
+  if (isTrue(c)) return in.exec(*s.then, f);
   return s.otherwise ? in.exec(*s.otherwise, f) : Flow::Normal;
 }
 
@@ -666,7 +747,7 @@ bool Interp::eval(const Expr& e, Frame& f, TulValue& out) {
     case ExprKind::Conditional: {
       const auto& c = static_cast<const ConditionalExpr&>(e);
       if (!eval(*c.cond, f, out)) return false;
-      return eval(truthy(out) ? *c.then : *c.otherwise, f, out);
+      return eval(isTrue(out) ? *c.then : *c.otherwise, f, out);
     }
     case ExprKind::Assign: return evalAssign(*this, static_cast<const BinaryExpr&>(e), f, out);
     case ExprKind::IncDec: return evalIncDec(*this, static_cast<const IncDecExpr&>(e), f, out);
@@ -740,17 +821,9 @@ bool Interp::runProgram(const Program& p) {
   return fl != Flow::Fail;
 }
 
-bool Interp::readVar(const VarRef& v, Frame& f, int line, TulValue& out) {
-  if (v.kind == VarRef::Kind::Local) {
-    out = f.slots[v.index];
-    return true;
-  }
-  std::size_t i = static_cast<std::size_t>(v.index);
-  if (defined_[i]) {
-    out = globals_[i];
-    return true;
-  }
-  // A class the module registered is visible under its name.
+// A global read before its definition: a class the module registered is
+// visible under its name.
+bool Interp::readUndefined(const VarRef& v, Frame& f, int line, TulValue& out) {
   if (TulClass* cls = vm_->findClass(v.name.c_str())) {
     out = TulValue(cls);
     return true;
@@ -758,17 +831,9 @@ bool Interp::readVar(const VarRef& v, Frame& f, int line, TulValue& out) {
   return fail(f, line, "undefined variable " + quoted(v.name));
 }
 
-bool Interp::writeVar(const VarRef& v, Frame& f, int line, const TulValue& value) {
-  if (v.kind == VarRef::Kind::Local) {
-    f.slots[v.index] = value;
-    return true;
-  }
-  std::size_t i = static_cast<std::size_t>(v.index);
-  if (!defined_[i])
-    return fail(f, line, "assignment to undeclared variable " + quoted(v.name) +
-                             " (declare it with var)");
-  globals_[i] = value;
-  return true;
+bool Interp::writeUndeclared(const VarRef& v, Frame& f, int line) {
+  return fail(f, line, "assignment to undeclared variable " + quoted(v.name) +
+                           " (declare it with var)");
 }
 
 // A built-in checks its argument count here, so each one sees only the
@@ -795,15 +860,9 @@ bool Interp::callValue(Frame& f, int line, const TulValue& callee, const TulValu
   if (FunctionObject* fn = functionOf(callee)) {
     if (fn->builtin()) return callBuiltin(f, line, *fn, args, n, out);
     const FunctionDecl& decl = *fn->decl();
-    if (n > static_cast<int>(decl.params.size()))
-      return fail(f, line, "too many arguments to " +
-                               (decl.name.empty() ? std::string("function") : quoted(decl.name)) +
-                               " (takes " + std::to_string(decl.params.size()) + ", got " +
-                               std::to_string(n) + ")");
-    if (!enterCall(f, line)) return false;
-    bool ok = callScript(decl, TulValue(), nullptr, args, n, out);
-    leaveCall();
-    return ok;
+    SlotFrame frame(slotStack_, static_cast<std::size_t>(std::max({decl.slotCount, n, 1})));
+    std::copy(args, args + n, frame.slots());
+    return callFunctionInPlace(f, line, decl, frame.slots(), n, out);
   }
   if (TulClass* cls = static_cast<TulClass*>(callee)) {
     TulVector argv(static_cast<unsigned>(n), false);
@@ -820,19 +879,75 @@ bool Interp::callValue(Frame& f, int line, const TulValue& callee, const TulValu
 
 bool Interp::callScript(const FunctionDecl& fn, const TulValue& self, TulClass* cls,
                         const TulValue* args, int n, TulValue& out) {
-  std::vector<TulValue> slots(static_cast<std::size_t>(std::max(fn.slotCount, 1)));
-  for (int i = 0; i < n && i < static_cast<int>(fn.params.size()); ++i)
-    slots[static_cast<std::size_t>(i)] = args[i];
-  if (fn.selfSlot >= 0) slots[static_cast<std::size_t>(fn.selfSlot)] = functionValue(fn);
+  SlotFrame frame(slotStack_, static_cast<std::size_t>(std::max(fn.slotCount, 1)));
+  TulValue* slots = frame.slots();
+  for (int i = 0; i < n && i < static_cast<int>(fn.params.size()); ++i) slots[i] = args[i];
+  return runFrame(fn, slots, self, cls, out);
+}
+
+bool Interp::runFrame(const FunctionDecl& fn, TulValue* slots, const TulValue& self,
+                      TulClass* cls, TulValue& out) {
+  if (fn.selfSlot >= 0) slots[fn.selfSlot] = functionValue(fn);
   Frame frame;
   frame.program = fn.program;
-  frame.slots = slots.data();
+  frame.slots = slots;
   frame.self = self;
   frame.cls = cls;
   Flow fl = execList(fn.body.body, frame);
   if (fl == Flow::Fail) return false;
   out = fl == Flow::Return ? std::move(frame.ret) : TulValue();
   return true;
+}
+
+bool Interp::callFunctionInPlace(Frame& f, int line, const FunctionDecl& fn, TulValue* slots,
+                                 int n, TulValue& out) {
+  if (n > static_cast<int>(fn.params.size()))
+    return fail(f, line, "too many arguments to " +
+                             (fn.name.empty() ? std::string("function") : quoted(fn.name)) +
+                             " (takes " + std::to_string(fn.params.size()) + ", got " +
+                             std::to_string(n) + ")");
+  if (!enterCall(f, line)) return false;
+  bool ok = runFrame(fn, slots, TulValue(), nullptr, out);
+  leaveCall();
+  return ok;
+}
+
+// As the runtime would run it: its depth limit counts these calls too, so
+// endless recursion ends with the runtime's own error at the same place.
+bool Interp::callMethodInPlace(Frame& f, int line, const FunctionDecl& fn, TulClass* owner,
+                               const TulValue& self, TulValue* slots, TulValue& out) {
+  if (methodDepth_ + vm_->interp().callDepth() >= tulrt::kMaxCallDepth)
+    return fail(f, line, "stack overflow");
+  if (!enterCall(f, line)) return false;
+  ++methodDepth_;
+  TulValue result;
+  bool ok = runFrame(fn, slots, self, owner, result);
+  --methodDepth_;
+  leaveCall();
+  if (!ok) return false;
+  out = fn.isConstructor ? self : std::move(result);
+  return true;
+}
+
+void Interp::resolveMethod(SiteCache& site, TulClass* cls, const std::string& name) {
+  if (site.cls == cls && site.epoch == classEpoch_) return;
+  site.cls = cls;
+  site.epoch = classEpoch_;
+  site.fn = nullptr;
+  site.owner = nullptr;
+  for (TulClass* c = cls; c; c = tulrt::baseClass(c)) {
+    auto script = scriptMethods_.find(c);
+    if (script == scriptMethods_.end()) {
+      std::vector<std::string> own = tulrt::ownMethodNames(c);
+      if (std::find(own.begin(), own.end(), name) != own.end()) return;  // native
+      continue;
+    }
+    auto m = script->second.find(name);
+    if (m == script->second.end()) continue;
+    site.fn = m->second;
+    site.owner = c;
+    return;
+  }
 }
 
 bool Interp::callMethod(Frame& f, int line, const TulValue* self, TulClass* cls,

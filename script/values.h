@@ -23,6 +23,10 @@ std::int64_t integralValue(const TulValue& v);
 
 // nil, the empty value, 0 and 0.0 are false; everything else is true.
 bool truthy(const TulValue& v);
+// The same, with the common case of an integer inline.
+inline bool isTrue(const TulValue& v) {
+  return v.type() == TulValueType::I32 ? static_cast<int>(v) != 0 : truthy(v);
+}
 
 // Numbers by value, strings by content, nil and empty alike, everything
 // else by identity.
@@ -33,6 +37,28 @@ bool valuesEqual(const TulValue& a, const TulValue& b);
 // to the operands or an integer is divided by zero.
 bool applyBinary(TokenKind op, const TulValue& a, const TulValue& b, TulValue& out,
                  std::string& error);
+// The same for two 32-bit integers, the common case, without the checks
+// the general case needs; false for an operator it leaves to applyBinary
+// (division and modulo, which may fail, and the shifts).
+inline bool applyIntBinary(TokenKind op, std::int32_t x, std::int32_t y, TulValue& out) {
+  const std::uint32_t ux = static_cast<std::uint32_t>(x), uy = static_cast<std::uint32_t>(y);
+  switch (op) {
+    case TokenKind::Plus: out = TulValue(static_cast<std::int32_t>(ux + uy)); return true;
+    case TokenKind::Minus: out = TulValue(static_cast<std::int32_t>(ux - uy)); return true;
+    case TokenKind::Star: out = TulValue(static_cast<std::int32_t>(ux * uy)); return true;
+    case TokenKind::Amp: out = TulValue(static_cast<std::int32_t>(ux & uy)); return true;
+    case TokenKind::Pipe: out = TulValue(static_cast<std::int32_t>(ux | uy)); return true;
+    case TokenKind::Caret: out = TulValue(static_cast<std::int32_t>(ux ^ uy)); return true;
+    case TokenKind::Less: out = TulValue(x < y ? 1 : 0); return true;
+    case TokenKind::LessEq: out = TulValue(x <= y ? 1 : 0); return true;
+    case TokenKind::Greater: out = TulValue(x > y ? 1 : 0); return true;
+    case TokenKind::GreaterEq: out = TulValue(x >= y ? 1 : 0); return true;
+    case TokenKind::EqEq: out = TulValue(x == y ? 1 : 0); return true;
+    case TokenKind::BangEq: out = TulValue(x != y ? 1 : 0); return true;
+    default: return false;
+  }
+}
+
 // Unary minus and plus, and ~.
 bool applyUnary(TokenKind op, const TulValue& v, TulValue& out, std::string& error);
 

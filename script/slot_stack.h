@@ -1,0 +1,107 @@
+// The frames of script calls: one stack of value slots that every call
+// takes its slots from and gives them back to, so that a call allocates
+// nothing once the stack has grown to the program's depth.
+//
+// Invariant: slots above the top are nil; a frame's slots never move while
+// the frame is alive (the stack grows by whole blocks, it never
+// reallocates one), and frames end in the reverse order they began.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "host/tul.h"
+
+namespace tulscript {
+
+class SlotStack {
+ public:
+  // The position to hand back to release() when the frame ends.
+  struct Mark {
+    std::size_t block;
+    std::size_t top;
+  };
+
+  Mark mark() const { return {block_, top_}; }
+
+  // n nil slots, contiguous, above everything taken so far.
+  TulValue* take(std::size_t n) {
+    if (block_ < blocks_.size() && top_ + n <= blocks_[block_].size) {
+      TulValue* p = blocks_[block_].slots.get() + top_;
+      top_ += n;
+      return p;
+    }
+    return takeFromNextBlock(n);
+  }
+
+  // Ends every frame taken since m, releasing what their slots hold, in
+  // slot order. Releasing may run script code (a dtor) that takes frames of
+  // its own; they lie above the slots being cleared, so the top moves down
+  // only once the values are gone.
+  void release(const Mark& m) {
+    while (block_ != m.block || top_ != m.top) {
+      // The block's array stays put even if running a dtor adds blocks.
+      TulValue* slots = blocks_[block_].slots.get();
+      const std::size_t from = block_ == m.block ? m.top : 0;
+      for (std::size_t i = from; i < top_; ++i)
+        if (slots[i].type() != TulValueType::Nil) slots[i] = TulValue();
+      if (block_ == m.block) {
+        top_ = m.top;
+      } else {
+        --block_;
+        top_ = blocks_[block_].used;
+      }
+    }
+  }
+
+ private:
+  static constexpr std::size_t kBlockSlots = 4096;
+
+  struct Block {
+    std::unique_ptr<TulValue[]> slots;
+    std::size_t size = 0;
+    std::size_t used = 0;  // where the top stood when the next block began
+  };
+
+  TulValue* takeFromNextBlock(std::size_t n) {
+    if (block_ < blocks_.size()) blocks_[block_].used = top_;
+    std::size_t next = blocks_.empty() ? 0 : block_ + 1;
+    // Blocks above the top hold nothing; one too small for n goes.
+    while (next < blocks_.size() && blocks_[next].size < n)
+      blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(next));
+    if (next == blocks_.size()) {
+      Block b;
+      b.size = n > kBlockSlots ? n : kBlockSlots;
+      b.slots.reset(new TulValue[b.size]);
+      blocks_.push_back(std::move(b));
+    }
+    block_ = next;
+    top_ = n;
+    return blocks_[block_].slots.get();
+  }
+
+  std::vector<Block> blocks_;
+  std::size_t block_ = 0;
+  std::size_t top_ = 0;
+};
+
+// Takes a frame's slots for as long as it lives.
+class SlotFrame {
+ public:
+  SlotFrame(SlotStack& stack, std::size_t n) : stack_(stack), mark_(stack.mark()) {
+    slots_ = stack.take(n);
+  }
+  ~SlotFrame() { stack_.release(mark_); }
+  SlotFrame(const SlotFrame&) = delete;
+  SlotFrame& operator=(const SlotFrame&) = delete;
+
+  TulValue* slots() const { return slots_; }
+
+ private:
+  SlotStack& stack_;
+  SlotStack::Mark mark_;
+  TulValue* slots_;
+};
+
+}  // namespace tulscript
