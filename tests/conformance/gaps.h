@@ -365,5 +365,7 @@ LONG WINAPI GetWindowLongW(HWND hwnd, int index);
 LRESULT WINAPI SendMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
 BOOL WINAPI PostMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
 #define GetWindowLongPtrW GetWindowLongW
+LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
+#define SetWindowLongPtrW SetWindowLongW
 
 #endif

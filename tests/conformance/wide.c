@@ -89,8 +89,9 @@ BOOL WINAPI GetClassInfoExW(HINSTANCE instance, LPCWSTR name, WNDCLASSEXW* info)
   return atom;
 }
 
-/* Window data reads the same through either form, except the procedure: the
- * wide form of an 8-bit procedure is a thunk the layer does not make. */
+/* Window data reads and writes the same through either form, except the
+ * procedure: the wide form of an 8-bit procedure is a thunk the layer does
+ * not make. */
 LONG WINAPI GetWindowLongW(HWND hwnd, int index) {
   LONG value = GetWindowLongA(hwnd, index);
   if (index == GWLP_WNDPROC && value) {
@@ -124,4 +125,12 @@ BOOL WINAPI PostMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) 
   if (sameInBothForms(message)) return PostMessageA(hwnd, message, wParam, lParam);
   SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
   return FALSE;
+}
+
+LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value) {
+  if (index == GWLP_WNDPROC) {
+    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+    return 0;
+  }
+  return SetWindowLongA(hwnd, index, value);
 }

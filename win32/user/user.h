@@ -79,6 +79,7 @@ struct Window {
   std::shared_ptr<WindowClass> cls;
   HWND parent = nullptr;  // the desktop for top-level windows; null for the desktop
   HWND owner = nullptr;
+  HWND lastActive = nullptr;  // of a root owner: the window of its tree last activated
   std::vector<HWND> children;  // z-order, top first
   DWORD style = 0;
   DWORD exStyle = 0;
@@ -133,6 +134,7 @@ inline bool isChild(const Window& w) { return isChildStyle(w.style); }
 bool isTopLevel(const Window& w);
 Window* parentOf(const Window& w);
 Window& topLevelOf(Window& w);
+Window& rootOwnerOf(Window& w);  // the end of w's chain of owners (w itself if unowned)
 bool isAncestor(HWND ancestor, HWND hwnd);
 std::vector<HWND> descendantsPreOrder(HWND hwnd);
 int liveWindowCount();

@@ -213,7 +213,11 @@ bool resolveParent(DWORD style, HWND requested, HWND* parent, HWND* owner) {
   if (!requested) return true;
   Window* o = checkWindow(requested);
   if (!o) return false;
-  if (!isDesktop(*o)) *owner = topLevelOf(*o).hwnd;
+  if (isDesktop(*o)) return true;
+  // A child passes ownership up to the first of its parents that is not a
+  // child (by style, whatever its parent).
+  while (isChild(*o) && parentOf(*o) && !isDesktop(*parentOf(*o))) o = parentOf(*o);
+  *owner = o->hwnd;
   return true;
 }
 
@@ -229,6 +233,8 @@ WindowRef newWindow(const std::shared_ptr<WindowClass>& cls, HWND parent, HWND o
   DWORD fixed = fixStyle(style);
   w->style = fixed & ~static_cast<DWORD>(WS_VISIBLE | WS_MINIMIZE | WS_MAXIMIZE);
   w->exStyle = fixExStyle(fixed, exStyle);
+  // A window owned by a topmost window is topmost itself.
+  if (Window* o = findWindow(owner); o && (o->exStyle & WS_EX_TOPMOST)) w->exStyle |= WS_EX_TOPMOST;
   w->proc = cls->proc;
   w->instance = cs.hInstance;
   w->id = reinterpret_cast<UINT_PTR>(cs.hMenu);
@@ -327,6 +333,12 @@ Window& topLevelOf(Window& w) {
     if (!p) break;
     cur = p;
   }
+  return *cur;
+}
+
+Window& rootOwnerOf(Window& w) {
+  Window* cur = &w;
+  while (Window* owner = findWindow(cur->owner)) cur = owner;
   return *cur;
 }
 
@@ -448,10 +460,11 @@ BOOL WINAPI DestroyWindow(HWND hWnd) {
       PositionRequest hide;
       hide.flags = SWP_HIDEWINDOW | SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE;
       setWindowPos(hWnd, hide);
-      // Hiding without activation keeps a window active; going away does not.
-      if (!w->dead && activeWindow() == hWnd) deactivate(hWnd);
     }
   }
+  // Hiding without activation keeps a window active, also one hidden
+  // before; going away does not.
+  if (!w->dead && activeWindow() == hWnd) deactivate(hWnd);
   if (w->dead) return TRUE;
   markDestroying(*w);
   sendDestroy(hWnd);
@@ -505,7 +518,8 @@ BOOL WINAPI EnableWindow(HWND hWnd, BOOL bEnable) {
   } else if (!bEnable && !wasDisabled) {
     sendMessage(hWnd, WM_CANCELMODE, 0, 0);
     if (Window* again = findWindow(hWnd)) again->style |= WS_DISABLED;
-    if (focusWindow() == hWnd || isAncestor(hWnd, focusWindow())) setFocus(NULL);
+    // Only the window itself loses the focus; a focused descendant keeps it.
+    if (focusWindow() == hWnd) setFocus(NULL);
     sendMessage(hWnd, WM_ENABLE, FALSE, 0);
   }
   return wasDisabled;
@@ -543,6 +557,18 @@ HWND WINAPI GetAncestor(HWND hwnd, UINT gaFlags) {
   }
 }
 
+namespace {
+
+// True if w's chain of owners holds owner: such a window cannot become
+// owner's parent.
+bool ownsWindow(HWND owner, const Window& w) {
+  for (Window* o = findWindow(w.owner); o; o = findWindow(o->owner))
+    if (o->hwnd == owner) return true;
+  return false;
+}
+
+}  // namespace
+
 HWND WINAPI SetParent(HWND hWndChild, HWND hWndNewParent) {
   WindowRef w = pinWindow(hWndChild);
   if (!w) {
@@ -552,7 +578,8 @@ HWND WINAPI SetParent(HWND hWndChild, HWND hWndNewParent) {
   HWND target = hWndNewParent ? hWndNewParent : desktopHandle();
   Window* np = checkWindow(target);
   if (!np) return NULL;
-  if (target == hWndChild || isAncestor(hWndChild, target) || isDesktop(*w)) {
+  if (target == hWndChild || isAncestor(hWndChild, target) || isDesktop(*w) ||
+      ownsWindow(hWndChild, *np)) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return NULL;
   }
@@ -572,6 +599,12 @@ HWND WINAPI SetParent(HWND hWndChild, HWND hWndNewParent) {
   setWindowPos(hWndChild, move);
   if (wasVisible && !w->dead) ShowWindow(hWndChild, SW_SHOW);
   return previous;
+}
+
+HWND WINAPI GetLastActivePopup(HWND hWnd) {
+  Window* w = checkWindow(hWnd);
+  if (!w) return NULL;
+  return findWindow(w->lastActive) ? w->lastActive : hWnd;
 }
 
 HWND WINAPI GetWindow(HWND hWnd, UINT uCmd) {
@@ -612,10 +645,15 @@ BOOL WINAPI EnumWindows(WNDENUMPROC lpEnumFunc, LPARAM lParam) {
 BOOL WINAPI EnumChildWindows(HWND hWndParent, WNDENUMPROC lpEnumFunc, LPARAM lParam) {
   if (!hWndParent) return EnumWindows(lpEnumFunc, lParam);
   if (!checkWindow(hWndParent)) return FALSE;
+  // FALSE when stopped, and when there was nothing to enumerate.
   std::vector<HWND> all = descendantsPreOrder(hWndParent);
-  for (HWND h : all)
-    if (findWindow(h) && !lpEnumFunc(h, lParam)) return FALSE;
-  return TRUE;
+  bool any = false;
+  for (HWND h : all) {
+    if (!findWindow(h)) continue;
+    any = true;
+    if (!lpEnumFunc(h, lParam)) return FALSE;
+  }
+  return any;
 }
 
 HWND WINAPI FindWindowExA(HWND hWndParent, HWND hWndChildAfter, LPCSTR lpszClass,

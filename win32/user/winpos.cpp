@@ -66,55 +66,81 @@ void setTopmost(HWND hwnd, bool on) {
   else w->exStyle &= ~static_cast<DWORD>(WS_EX_TOPMOST);
 }
 
-// A window made topmost takes the windows it owns along; one leaving the
-// band takes its whole owner tree out.
-void changeTopmostGroup(const Window& parent, Window& w, HWND insertAfter) {
+// A window and every window it owns enter or leave the topmost band.
+void setTopmostTree(const Window& parent, HWND hwnd, bool on) {
+  setTopmost(hwnd, on);
+  for (HWND o : ownedWindows(parent, hwnd)) setTopmost(o, on);
+}
+
+// What a place in the z-order does to the topmost band, as the system
+// documents it: HWND_TOPMOST takes the window and the windows it owns in; a
+// topmost window sent to the bottom or placed after a window that is not
+// topmost leaves the band, and so does its whole owner tree, as with
+// HWND_NOTOPMOST; a window that is not topmost takes only the windows it
+// owns out. A window owned by a topmost window is topmost itself.
+void changeBand(const Window& parent, Window& w, HWND insertAfter) {
+  HWND root = rootOwnerOf(w).hwnd;
+  const bool special = insertAfter == HWND_TOP || insertAfter == HWND_BOTTOM ||
+                       insertAfter == HWND_TOPMOST || insertAfter == HWND_NOTOPMOST;
   if (insertAfter == HWND_TOPMOST) {
+    setTopmostTree(parent, w.hwnd, true);
+  } else if (insertAfter == HWND_NOTOPMOST || insertAfter == HWND_BOTTOM ||
+             (!special && isTopmost(w.hwnd) && !isTopmost(insertAfter))) {
+    setTopmostTree(parent, isTopmost(w.hwnd) ? root : w.hwnd, false);
+  } else if (w.owner && isTopmost(w.owner)) {
     setTopmost(w.hwnd, true);
-    for (HWND o : ownedWindows(parent, w.hwnd)) setTopmost(o, true);
-  } else if (insertAfter == HWND_NOTOPMOST) {
-    HWND root = w.hwnd;
-    for (Window* r = &w; r && r->owner; r = findWindow(r->owner)) root = r->owner;
-    setTopmost(root, false);
-    for (HWND o : ownedWindows(parent, root)) setTopmost(o, false);
-  } else if (insertAfter == HWND_BOTTOM) {
-    setTopmost(w.hwnd, false);
   }
 }
 
-// Moves hwnd in its parent's z-order; true if the order changed. Top-level
-// windows keep two bands, topmost windows above the others: HWND_TOPMOST
-// and HWND_NOTOPMOST move a window between them, HWND_BOTTOM leaves the
-// topmost band, and a place named by a window is held within the band.
+// Where a window goes in its siblings' order (which no longer holds it):
+// HWND_TOP, HWND_TOPMOST and HWND_NOTOPMOST put it first in its band, and a
+// place after a named sibling is held within the band.
+size_t placeInOrder(const std::vector<HWND>& order, bool bands, bool topmost, HWND insertAfter) {
+  size_t firstNormal = 0;
+  if (bands)
+    while (firstNormal < order.size() && isTopmost(order[firstNormal])) ++firstNormal;
+  if (insertAfter == HWND_BOTTOM) return order.size();
+  if (insertAfter == HWND_TOP || insertAfter == HWND_TOPMOST || insertAfter == HWND_NOTOPMOST)
+    return topmost ? 0 : firstNormal;
+  auto it = std::find(order.begin(), order.end(), insertAfter);
+  size_t at = it == order.end() ? 0 : static_cast<size_t>(it - order.begin()) + 1;
+  if (bands) at = topmost ? std::min(at, firstNormal) : std::max(at, firstNormal);
+  return at;
+}
+
+// Moves hwnd in its parent's z-order; true if the order or the band
+// changed. Top-level windows keep two bands, topmost windows above the
+// others (changeBand). An owned window never goes below its owner, and the
+// windows a window owns that it passes come along, just above it in their
+// order, as the system keeps owned pop-ups above their owners.
 bool applyZOrder(Window& w, HWND insertAfter) {
   Window* p = parentOf(w);
   if (!p) return false;
   const bool bands = isDesktop(*p);
   const bool wasTopmost = (w.exStyle & WS_EX_TOPMOST) != 0;
+  if (bands) changeBand(*p, w, insertAfter);
+  // HWND_NOTOPMOST does not move a window that was not topmost.
   if (bands && insertAfter == HWND_NOTOPMOST && !wasTopmost) return false;
-  if (bands) changeTopmostGroup(*p, w, insertAfter);
   const bool topmost = bands && (w.exStyle & WS_EX_TOPMOST);
   std::vector<HWND> order = p->children;
   order.erase(std::remove(order.begin(), order.end(), w.hwnd), order.end());
-  size_t firstNormal = 0;
-  if (bands)
-    while (firstNormal < order.size() && isTopmost(order[firstNormal])) ++firstNormal;
-  size_t at = topmost ? 0 : firstNormal;
-  if (insertAfter == HWND_BOTTOM) {
-    at = order.size();
-  } else if (insertAfter != HWND_TOP && insertAfter != HWND_TOPMOST &&
-             insertAfter != HWND_NOTOPMOST) {
-    auto it = std::find(order.begin(), order.end(), insertAfter);
-    at = it == order.end() ? 0 : static_cast<size_t>(it - order.begin()) + 1;
-    if (bands) at = topmost ? std::min(at, firstNormal) : std::max(at, firstNormal);
+  size_t at = placeInOrder(order, bands, topmost, insertAfter);
+  if (bands && w.owner) {
+    auto owner = std::find(order.begin(), order.end(), w.owner);
+    at = std::min(at, static_cast<size_t>(owner - order.begin()));
   }
   order.insert(order.begin() + static_cast<std::ptrdiff_t>(at), w.hwnd);
-  if (bands && insertAfter != HWND_BOTTOM) {
-    // Windows it owns stay above it, in their order.
-    std::vector<HWND> owned = ownedWindows(*p, w.hwnd);
-    for (HWND o : owned) order.erase(std::remove(order.begin(), order.end(), o), order.end());
-    auto self = std::find(order.begin(), order.end(), w.hwnd);
-    order.insert(self, owned.begin(), owned.end());
+  if (bands) {
+    std::vector<HWND> passed;
+    for (HWND o : ownedWindows(*p, w.hwnd)) {
+      auto self = std::find(order.begin(), order.end(), w.hwnd);
+      if (std::find(self, order.end(), o) != order.end()) passed.push_back(o);
+    }
+    for (HWND o : passed) {
+      order.erase(std::remove(order.begin(), order.end(), o), order.end());
+      if (topmost) setTopmost(o, true);
+    }
+    order.insert(std::find(order.begin(), order.end(), w.hwnd), passed.begin(), passed.end());
   }
   if (order == p->children) return wasTopmost != ((w.exStyle & WS_EX_TOPMOST) != 0);
   p->children = order;
@@ -186,6 +212,11 @@ void planMove(const Window& w, const PositionRequest& request, Move* m) {
   else m->flags &= ~static_cast<UINT>(SWP_HIDEWINDOW);
   m->oldWindow = w.window;
   m->oldClient = w.client;
+  // A minimised window keeps its size until its state changes.
+  if ((w.style & WS_MINIMIZE) && !request.stateChanged) {
+    m->wp.cx = rectWidth(w.window);
+    m->wp.cy = rectHeight(w.window);
+  }
   m->newWindow = makeRect(m->wp.x, m->wp.y, saturatingAdd(m->wp.x, m->wp.cx),
                           saturatingAdd(m->wp.y, m->wp.cy));
   m->sized = !sameSize(m->oldWindow, m->newWindow);
@@ -208,13 +239,51 @@ bool calcClient(HWND hwnd, Move* m) {
   return true;
 }
 
+// True if a move with these flags activates w, a top-level window that is
+// not active.
+bool activatesTopLevel(const Window& w, UINT flags) {
+  return !(flags & (SWP_NOACTIVATE | SWP_HIDEWINDOW)) && isTopLevel(w) && !isChild(w) &&
+         focusState().active != w.hwnd;
+}
+
+// The place a move takes in the z-order. A top-level window the move
+// activates goes to the top of its band whatever place after a window or
+// at the bottom was asked, as on the system (only SWP_NOACTIVATE sends an
+// inactive window down); entering or leaving the topmost band is kept.
+HWND placeTaken(const Window& w, const Move& m) {
+  HWND after = m.wp.hwndInsertAfter;
+  if (activatesTopLevel(w, m.flags) && after != HWND_TOPMOST && after != HWND_NOTOPMOST)
+    return HWND_TOP;
+  return after;
+}
+
+// Every window from w's root owner down to w, the root first.
+std::vector<HWND> ownerChain(Window& w) {
+  std::vector<HWND> chain;
+  for (Window* c = &w; c && isTopLevel(*c); c = findWindow(c->owner))
+    chain.insert(chain.begin(), c->hwnd);
+  return chain;
+}
+
+// Raising a window raises its owners, each just below the windows it owns;
+// sending it to the bottom sends them down the same way. Each window from
+// the root owner down to it takes the place in turn.
+bool placeWithOwners(Window& w, HWND insertAfter) {
+  bool changed = false;
+  if (isTopLevel(w) && (insertAfter == HWND_TOP || insertAfter == HWND_BOTTOM)) {
+    for (HWND h : ownerChain(w))
+      if (Window* c = findWindow(h); c && c != &w) changed |= applyZOrder(*c, insertAfter);
+  }
+  return applyZOrder(w, insertAfter) || changed;
+}
+
 // Stores the new rectangles, z-order and visibility; true if the z-order
 // changed.
 bool applyMove(Window& w, const Move& m) {
   w.window = m.newWindow;
   w.client = m.newClient;
   if (!(w.style & (WS_MINIMIZE | WS_MAXIMIZE))) w.normal = m.newWindow;
-  bool zChanged = !(m.flags & SWP_NOZORDER) && applyZOrder(w, m.wp.hwndInsertAfter);
+  bool zChanged = !(m.flags & SWP_NOZORDER) && placeWithOwners(w, placeTaken(w, m));
   if (m.flags & SWP_SHOWWINDOW) w.style |= WS_VISIBLE;
   if (m.flags & SWP_HIDEWINDOW) w.style &= ~static_cast<DWORD>(WS_VISIBLE);
   resizeSurfaceFor(w);
@@ -278,24 +347,63 @@ void redrawAfterMove(Window& w, UINT flags, const RECT& oldWindow, const RECT& o
   eraseNow(hwnd, false);
 }
 
+// A window that may take the activation another gives up.
+bool canActivate(HWND hwnd, HWND leaving) {
+  Window* w = findWindow(hwnd);
+  return w && hwnd != leaving && !w->destroying && (w->style & WS_VISIBLE) && !isChild(*w) &&
+         !(w->style & (WS_MINIMIZE | WS_DISABLED));
+}
+
+// The window that takes the activation a window gives up, as on the
+// system: the top-level window of its owner, else the first from the top
+// (Wine looks below the window first; the system's topmost windows win).
 void activateOther(HWND leaving) {
-  for (HWND h : desktopWindow().children) {
-    Window* w = findWindow(h);
-    if (!w || h == leaving || w->destroying || !(w->style & WS_VISIBLE) ||
-        (w->style & (WS_MINIMIZE | WS_DISABLED)))
-      continue;
-    activate(h);
-    return;
+  Window* w = findWindow(leaving);
+  if (w && (w->style & WS_POPUP) && w->owner) {
+    if (Window* owner = findWindow(w->owner)) {
+      HWND top = topLevelOf(*owner).hwnd;
+      if (canActivate(top, leaving)) return activate(top);
+    }
   }
+  const std::vector<HWND> tops = desktopWindow().children;
+  for (HWND h : tops)
+    if (canActivate(h, leaving)) return activate(h);
 }
 
 // ---- Minimise and maximise ----
 
+// True if a visible minimised sibling of w other than w sits at this place.
+bool minimizedSlotTaken(const Window& parent, const Window& w, POINT at) {
+  for (HWND h : parent.children) {
+    Window* s = findWindow(h);
+    if (s && s != &w && (s->style & WS_MINIMIZE) && (s->style & WS_VISIBLE) &&
+        s->window.left == at.x && s->window.top == at.y)
+      return true;
+  }
+  return false;
+}
+
+// Where a window goes when minimised. An unowned top-level window leaves
+// the screen; children and owned windows take the first free place in
+// rows along the bottom of their parent's client area (the work area for
+// owned windows), left to right, rows going up, as on the system.
 POINT minimizedPosition(Window& w) {
-  if (!isChild(w)) return POINT{kIconicPosition, kIconicPosition};
   Window* p = parentOf(w);
-  LONG bottom = p ? rectHeight(p->client) : kScreenHeight;
-  return POINT{0, bottom - kMinimizedHeight};
+  if (!p || (isDesktop(*p) && !w.owner)) return POINT{kIconicPosition, kIconicPosition};
+  RECT area = isDesktop(*p) ? makeRect(0, 0, kScreenWidth, kScreenHeight)
+                            : makeRect(0, 0, rectWidth(p->client), rectHeight(p->client));
+  const POINT first{area.left, area.bottom - kMinimizedHeight};
+  POINT at = first;
+  while (minimizedSlotTaken(*p, w, at)) {
+    at.x += kMinimizedWidth;
+    if (at.x + kMinimizedWidth > area.right) {
+      at.x = area.left;
+      at.y -= kMinimizedHeight;
+    }
+    // With every place taken, minimised windows go on top of each other.
+    if (at.y < area.top) return first;
+  }
+  return at;
 }
 
 RECT maximizedRect(const MINMAXINFO& mmi) {
@@ -454,10 +562,9 @@ ShowPlan planShow(HWND hwnd, int cmd) {
 // WM_SIZE/WM_MOVE, and a window leaving the minimised state takes the focus.
 void afterShow(HWND hwnd, int cmd, DWORD oldStyle, UINT swp) {
   Window* w = findWindow(hwnd);
-  if (cmd == SW_HIDE) {
-    HWND focus = focusState().focus;
-    if (focus == hwnd || isAncestor(hwnd, focus)) setFocus(isChild(*w) ? w->parent : nullptr);
-  }
+  // Only a hidden window that has the focus itself gives it up: a focused
+  // descendant keeps it, as on the system.
+  if (cmd == SW_HIDE && focusState().focus == hwnd) setFocus(isChild(*w) ? w->parent : nullptr);
   if ((w = findWindow(hwnd)) && w->needSize) {
     w->needSize = false;
     sendSizeAndMove(hwnd);
@@ -542,8 +649,10 @@ BOOL setWindowPos(HWND hwnd, const PositionRequest& request) {
   if (m.sized || (m.flags & SWP_FRAMECHANGED)) {
     if (!calcClient(hwnd, &m) || w->dead) return TRUE;
   }
+  const bool activates = activatesTopLevel(*w, m.flags);
   bool zChanged = applyMove(*w, m);
-  if (nothing && !zChanged) return TRUE;
+  // Activation comes even when nothing else changes.
+  if (nothing && !zChanged && !activates) return TRUE;
 
   if (!(m.flags & (SWP_NOACTIVATE | SWP_HIDEWINDOW))) {
     if (isChild(*w)) sendMessage(hwnd, WM_CHILDACTIVATE, 0, 0);
@@ -621,7 +730,10 @@ void activate(HWND topLevel) {
   HWND old = s.active;
   if (old == topLevel) return;
   s.active = topLevel;
-  if (Window* w = findWindow(topLevel)) applyZOrder(*w, HWND_TOP);
+  if (Window* w = findWindow(topLevel)) {
+    placeWithOwners(*w, HWND_TOP);
+    rootOwnerOf(*w).lastActive = topLevel;
+  }
   if (findWindow(old)) {
     paintNonClient(old);
     sendMessage(old, WM_ACTIVATE, MAKEWPARAM(WA_INACTIVE, IsIconic(old) ? 1 : 0),
@@ -649,15 +761,34 @@ void deactivate(HWND topLevel) {
   if (!s.active) activateOther(topLevel);
 }
 
+namespace {
+
+// The window that must be active for w to take the focus: the first up its
+// parents without WS_CHILD, or a pop-up child of the desktop. None when w or
+// a window on the way is disabled or minimised, or when a child's parent is
+// the desktop.
+HWND activationTarget(const Window& w) {
+  for (const Window* cur = &w;;) {
+    if (cur->style & (WS_MINIMIZE | WS_DISABLED)) return nullptr;
+    Window* parent = parentOf(*cur);
+    if (!(cur->style & WS_CHILD) || !parent) return cur->hwnd;
+    if (isDesktop(*parent)) return isChild(*cur) ? nullptr : cur->hwnd;
+    cur = parent;
+  }
+}
+
+}  // namespace
+
 HWND setFocus(HWND hwnd) {
   FocusState& s = focusState();
   if (hwnd) {
     Window* w = checkWindow(hwnd);
     if (!w) return nullptr;
-    if (w->style & WS_DISABLED) return nullptr;
+    HWND top = activationTarget(*w);
+    if (!top) return nullptr;
     if (hwnd == s.focus) return hwnd;
-    HWND top = activationRoot(hwnd);
     if (s.active != top) activate(top);
+    if (s.active != top) return nullptr;
     if (!findWindow(hwnd)) return nullptr;
     if (hwnd == s.focus) return hwnd;
   }
@@ -931,10 +1062,14 @@ HWND WINAPI GetFocus(void) { return focusState().focus; }
 HWND WINAPI GetActiveWindow(void) { return focusState().active; }
 HWND WINAPI GetForegroundWindow(void) { return focusState().active; }
 
+// A child cannot be active: asking for one changes nothing and answers the
+// active window. The desktop cannot be either: NULL, the last error kept.
 HWND WINAPI SetActiveWindow(HWND hWnd) {
   HWND old = focusState().active;
   Window* w = checkWindow(hWnd);
-  if (!w || isChild(*w)) return NULL;
+  if (!w) return NULL;
+  if (isChild(*w)) return old;
+  if (isDesktop(*w)) return NULL;
   activate(hWnd);
   return old;
 }

@@ -1,0 +1,169 @@
+// Owners in the z-order, the topmost band, activation and focus: where
+// Wine's user32 tests, which pass on the system, found the layer apart.
+#include "probe.h"
+
+using namespace probe;
+
+namespace {
+
+HWND make(const char* name, DWORD style, HWND parent, DWORD ex = 0) {
+  expect(name);
+  HWND h = CreateWindowExA(ex, "ProbeZOrder", name, style, 100, 100, 200, 150, parent, NULL,
+                           GetModuleHandleA(NULL), NULL);
+  nameWindow(h, name);
+  return h;
+}
+
+bool topmost(HWND h) { return (GetWindowLongA(h, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0; }
+
+// The named top-level windows, top first; a topmost one is starred.
+void printOrder(const char* what) {
+  printf("%s:", what);
+  for (HWND h = GetTopWindow(NULL); h; h = GetWindow(h, GW_HWNDNEXT))
+    if (strcmp(hname(h), "?") != 0) printf(" %s%s", hname(h), topmost(h) ? "*" : "");
+  printf(" (active %s)\n", hname(GetActiveWindow()));
+}
+
+const UINT kKeep = SWP_NOMOVE | SWP_NOSIZE;
+
+// Owned pop-ups ride above their owners, each in its band.
+void ownedPopups() {
+  HWND d = make("D", WS_POPUP | WS_VISIBLE, NULL);
+  HWND f = make("F", WS_POPUP, NULL);
+  SetWindowPos(f, d, 0, 0, 0, 0, kKeep | SWP_NOACTIVATE);
+  HWND c = make("C", WS_POPUP, f);
+  HWND b = make("B", WS_POPUP, f, WS_EX_TOPMOST);
+  HWND a = make("A", WS_POPUP, NULL, WS_EX_TOPMOST);
+  printOrder("created C, B owned by F");
+  SetWindowPos(f, HWND_TOP, 0, 0, 0, 0, kKeep | SWP_NOACTIVATE);
+  printOrder("F HWND_TOP");
+  DestroyWindow(c);
+  c = make("C", WS_POPUP, a);
+  printOrder("C owned by topmost A");
+  const HWND all[] = {a, b, c, f, d};
+  for (HWND h : all) DestroyWindow(h);
+}
+
+// The owner tree of the system's test: O owns H and H2, H owns c and c2, c
+// owns g.
+void topmostBand() {
+  HWND o = make("O", WS_POPUP | WS_VISIBLE, NULL);
+  HWND h = make("H", WS_POPUP | WS_VISIBLE, o);
+  HWND h2 = make("H2", WS_POPUP | WS_VISIBLE, o);
+  printOrder("O owns H, H2");
+  struct Move {
+    HWND window;
+    HWND after;
+    const char* what;
+  };
+  const Move moves[] = {
+      {h, HWND_TOPMOST, "H HWND_TOPMOST"},
+      {h2, h, "H2 after H (activates H2)"},
+      {h, h2, "H after H2 (activates H: to the top)"},
+      {h, h2, "H after H2 again (active: leaves the band)"},
+      {o, HWND_TOPMOST, "O HWND_TOPMOST"},
+      {h, HWND_NOTOPMOST, "H HWND_NOTOPMOST"},
+      {h2, HWND_NOTOPMOST, "H2 HWND_NOTOPMOST, not topmost"},
+      {h, HWND_BOTTOM, "H HWND_BOTTOM"},
+  };
+  for (const Move& m : moves) {
+    SetWindowPos(m.window, m.after, 0, 0, 0, 0, kKeep);
+    printOrder(m.what);
+  }
+  HWND c2 = make("c2", WS_POPUP | WS_VISIBLE, h);
+  HWND c = make("c", WS_POPUP | WS_VISIBLE, h);
+  HWND g = make("g", WS_POPUP | WS_VISIBLE, c);
+  printOrder("H owns c2, c; c owns g");
+  const Move more[] = {
+      {g, HWND_TOPMOST, "g HWND_TOPMOST"},
+      {c2, HWND_NOTOPMOST, "c2 HWND_NOTOPMOST, not topmost"},
+      {c, HWND_TOPMOST, "c HWND_TOPMOST"},
+      {h, HWND_NOTOPMOST, "H HWND_NOTOPMOST, not topmost"},
+      {c, HWND_TOPMOST, "c HWND_TOPMOST again"},
+      {c, HWND_BOTTOM, "c HWND_BOTTOM"},
+  };
+  for (const Move& m : more) {
+    SetWindowPos(m.window, m.after, 0, 0, 0, 0, kKeep);
+    printOrder(m.what);
+  }
+  printf("GetLastActivePopup(O) %s, (H2) %s\n", hname(GetLastActivePopup(o)),
+         hname(GetLastActivePopup(h2)));
+  DestroyWindow(o);
+}
+
+// Who is active after a window goes, and who may take the focus.
+void activation() {
+  HWND main = make("main", WS_POPUP | WS_VISIBLE, NULL);
+  HWND other = make("other", WS_POPUP | WS_VISIBLE, NULL);
+  HWND owned = make("owned", WS_POPUP | WS_VISIBLE, main);
+  ShowWindow(owned, SW_HIDE);
+  printf("owned hidden: active %s\n", hname(GetActiveWindow()));
+  HWND gone = make("gone", WS_POPUP | WS_VISIBLE, other);
+  SetWindowPos(gone, NULL, 0, 0, 0, 0, kKeep | SWP_NOZORDER | SWP_NOACTIVATE | SWP_HIDEWINDOW);
+  printf("hidden without activation: active %s\n", hname(GetActiveWindow()));
+  DestroyWindow(gone);
+  printf("then destroyed: active %s\n", hname(GetActiveWindow()));
+
+  HWND child = make("child", WS_CHILD | WS_VISIBLE, main);
+  SetActiveWindow(main);
+  HWND fromChild = SetActiveWindow(child);
+  SetLastError(0xdeadbeef);
+  HWND fromDesktop = SetActiveWindow(GetDesktopWindow());
+  bool errorKept = GetLastError() == 0xdeadbeef;
+  printf("SetActiveWindow(child) %s; (desktop) %s, error kept %d; active %s\n", hname(fromChild),
+         hname(fromDesktop), errorKept, hname(GetActiveWindow()));
+
+  SetFocus(child);
+  EnableWindow(main, FALSE);
+  printf("parent disabled: focus %s\n", hname(GetFocus()));
+  EnableWindow(main, TRUE);
+  HWND inner = make("inner", WS_CHILD | WS_VISIBLE, child);
+  SetFocus(inner);
+  ShowWindow(child, SW_HIDE);
+  printf("parent of the focus hidden: focus %s\n", hname(GetFocus()));
+  ShowWindow(child, SW_SHOW);
+  SetFocus(main);
+  SetParent(child, GetDesktopWindow());
+  HWND toChild = SetFocus(child);
+  HWND toInner = SetFocus(inner);
+  printf("SetFocus(child of the desktop) %s, (its child) %s; focus %s\n", hname(toChild),
+         hname(toInner), hname(GetFocus()));
+  DestroyWindow(child);
+  DestroyWindow(other);
+  DestroyWindow(main);
+}
+
+BOOL CALLBACK keepGoing(HWND, LPARAM) { return TRUE; }
+
+// Parents, owners and minimised owned windows.
+void owners() {
+  HWND top = make("top", WS_OVERLAPPED | WS_VISIBLE, NULL);
+  HWND child = make("kid", WS_CHILD, top);
+  HWND byChild = make("byKid", WS_POPUP, child);
+  printf("owner given a child: %s\n", hname(GetWindow(byChild, GW_OWNER)));
+  printf("EnumChildWindows with no children %d\n",
+         EnumChildWindows(byChild, keepGoing, 0));
+  SetLastError(0);
+  HWND previous = SetParent(top, byChild);
+  printf("SetParent(owner, owned) %s, error %lu\n", hname(previous), GetLastError());
+
+  HWND one = make("one", WS_CAPTION | WS_VISIBLE, top);
+  HWND two = make("two", WS_CAPTION | WS_VISIBLE, top);
+  ShowWindow(one, SW_MINIMIZE);
+  ShowWindow(two, SW_MINIMIZE);
+  SetWindowPos(one, NULL, 0, 0, 300, 300, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  printWindowRects("first minimised owned window, resized", one);
+  printWindowRects("second minimised owned window", two);
+  DestroyWindow(top);
+}
+
+}  // namespace
+
+int main() {
+  registerClass("ProbeZOrder", DefWindowProcA, (HBRUSH)(COLOR_WINDOW + 1));
+  ownedPopups();
+  topmostBand();
+  activation();
+  owners();
+  return 0;
+}
