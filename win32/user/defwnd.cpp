@@ -115,9 +115,10 @@ LRESULT onSysCommand(HWND hwnd, WPARAM wp, LPARAM lp) {
 
 LRESULT onNcLButtonDown(HWND hwnd, WPARAM hit, LPARAM lp) {
   if (hit == HTCAPTION) {
-    HWND top = activationRoot(hwnd);
-    if (activeWindow() != top) activate(top);
-    if (activeWindow() == top && findWindow(hwnd))
+    Window* w = findWindow(hwnd);
+    HWND top = w ? activationTarget(*w) : nullptr;
+    if (top && activeWindow() != top) activate(top);
+    if (top && activeWindow() == top && findWindow(hwnd))
       sendMessage(hwnd, WM_SYSCOMMAND, SC_MOVE + HTCAPTION, lp);
   } else if (hit >= HTLEFT && hit <= HTBOTTOMRIGHT) {
     sendMessage(hwnd, WM_SYSCOMMAND, SC_SIZE + (hit - HTLEFT + 1), lp);

@@ -161,9 +161,9 @@ BOOL setWindowPos(HWND hwnd, const PositionRequest& request);
 void resizeSurfaceFor(Window& w);
 // Puts a hidden window into the minimised or maximised state without showing it.
 void changeMinMaxState(HWND hwnd, int cmd);
-// The window that activates with hwnd: the first one up its parent chain
-// without WS_CHILD (a window whose style lost WS_CHILD activates itself).
-HWND activationRoot(HWND hwnd);
+// The window that must be active for w to take the focus (the first up its
+// parents without WS_CHILD), or none (winpos.cpp).
+HWND activationTarget(const Window& w);
 HWND activeWindow();
 HWND focusWindow();
 void activate(HWND topLevel);

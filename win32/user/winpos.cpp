@@ -712,15 +712,20 @@ void changeMinMaxState(HWND hwnd, int cmd) {
 
 // ---- Activation and focus ----
 
-HWND activationRoot(HWND hwnd) {
-  Window* w = findWindow(hwnd);
-  while (w && (w->style & WS_CHILD)) {
-    Window* p = parentOf(*w);
-    if (!p || isDesktop(*p)) break;
-    w = p;
+// The window that must be active for w to take the focus: the first up its
+// parents without WS_CHILD, or a pop-up child of the desktop. None when w or
+// a window on the way is disabled or minimised, or when a child's parent is
+// the desktop.
+HWND activationTarget(const Window& w) {
+  for (const Window* cur = &w;;) {
+    if (cur->style & (WS_MINIMIZE | WS_DISABLED)) return nullptr;
+    Window* parent = parentOf(*cur);
+    if (!(cur->style & WS_CHILD) || !parent) return cur->hwnd;
+    if (isDesktop(*parent)) return isChild(*cur) ? nullptr : cur->hwnd;
+    cur = parent;
   }
-  return w ? w->hwnd : nullptr;
 }
+
 
 HWND activeWindow() { return focusState().active; }
 HWND focusWindow() { return focusState().focus; }
@@ -760,24 +765,6 @@ void deactivate(HWND topLevel) {
   if (s.focus && (s.focus == topLevel || isAncestor(topLevel, s.focus))) setFocus(nullptr);
   if (!s.active) activateOther(topLevel);
 }
-
-namespace {
-
-// The window that must be active for w to take the focus: the first up its
-// parents without WS_CHILD, or a pop-up child of the desktop. None when w or
-// a window on the way is disabled or minimised, or when a child's parent is
-// the desktop.
-HWND activationTarget(const Window& w) {
-  for (const Window* cur = &w;;) {
-    if (cur->style & (WS_MINIMIZE | WS_DISABLED)) return nullptr;
-    Window* parent = parentOf(*cur);
-    if (!(cur->style & WS_CHILD) || !parent) return cur->hwnd;
-    if (isDesktop(*parent)) return isChild(*cur) ? nullptr : cur->hwnd;
-    cur = parent;
-  }
-}
-
-}  // namespace
 
 HWND setFocus(HWND hwnd) {
   FocusState& s = focusState();
