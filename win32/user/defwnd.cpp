@@ -54,7 +54,10 @@ LRESULT onGetText(const Window& w, WPARAM size, LPARAM lp) {
   return static_cast<LRESULT>(n);
 }
 
+// Text at an address below 64K (an atom-like value, not a string) is
+// refused, as the system does rather than fault.
 LRESULT onSetText(HWND hwnd, LPARAM lp) {
+  if (lp && IS_INTRESOURCE(lp)) return FALSE;
   Window* w = findWindow(hwnd);
   w->text = lp ? reinterpret_cast<const char*>(lp) : "";
   if ((w->style & WS_CAPTION) == WS_CAPTION || (w->style & WS_MINIMIZE)) paintNonClient(hwnd);
@@ -91,7 +94,9 @@ void onWindowPosChanging(HWND hwnd, WINDOWPOS* wp) {
   }
 }
 
+// A disabled window carries out no system command.
 LRESULT onSysCommand(HWND hwnd, WPARAM wp) {
+  if (!IsWindowEnabled(hwnd)) return 0;
   switch (wp & 0xFFF0) {
   case SC_CLOSE:
     return sendMessage(hwnd, WM_CLOSE, 0, 0);
