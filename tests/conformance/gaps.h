@@ -288,10 +288,16 @@ typedef struct tagMOUSEINPUT {
   DWORD mouseData, dwFlags, time;
   ULONG_PTR dwExtraInfo;
 } MOUSEINPUT;
+typedef struct tagKEYBDINPUT {
+  WORD wVk, wScan;
+  DWORD dwFlags, time;
+  ULONG_PTR dwExtraInfo;
+} KEYBDINPUT;
 typedef struct tagINPUT {
   DWORD type;
   union {
     MOUSEINPUT mi;
+    KEYBDINPUT ki;
     BYTE pad[24];
   };
 } INPUT;
@@ -351,5 +357,7 @@ typedef struct tagACTCTXW {
 #define WC_PAGESCROLLERA "SysPager"
 #define WC_TABCONTROLA "SysTabControl32"
 #define WC_TREEVIEWA "SysTreeView32"
+
+#include "gaps_msg.h"
 
 #endif
