@@ -184,6 +184,16 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
   case WM_CLOSE:
     DestroyWindow(hWnd);
     return 0;
+  case WM_SETREDRAW:
+    // Redrawing off: the window is marked hidden (its content validated) so
+    // nothing draws it; on: marked visible again, the program repaints.
+    if (wParam) {
+      w->style |= WS_VISIBLE;
+    } else {
+      ValidateRect(hWnd, nullptr);
+      w->style &= ~static_cast<DWORD>(WS_VISIBLE);
+    }
+    return 0;
   case WM_SETTEXT:
     return onSetText(hWnd, lParam);
   case WM_GETTEXT:

@@ -889,6 +889,11 @@ BOOL WINAPI ShowWindow(HWND hWnd, int nCmdShow) {
     positionWithState(hWnd, plan.pos, plan.swp, plan.stateChanged);
   }
   if (!w->dead) afterShow(hWnd, nCmdShow, oldStyle, plan.swp);
+  // Minimising the active window activates the next top-level window that
+  // can be; with none, it stays active.
+  if (!w->dead && (nCmdShow == SW_MINIMIZE || nCmdShow == SW_FORCEMINIMIZE) && !isChild(*w) &&
+      focusState().active == hWnd)
+    activateOther(hWnd);
   return wasVisible;
 }
 
