@@ -290,7 +290,6 @@ HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
     SetLastError(ERROR_INVALID_WINDOW_HANDLE);
     return NULL;
   }
-  if (!lpPaint) return NULL;
   if (w->ncPending) {
     w->ncPending = false;
     sendMessage(hWnd, WM_NCPAINT, 1, 0);
@@ -307,6 +306,12 @@ HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
   w->eraseFailed = false;
   HDC dc = makeWindowDC(*w, false, &area, true);
   if (erase) fErase = sendMessage(hWnd, WM_ERASEBKGND, reinterpret_cast<WPARAM>(dc), 0) == 0;
+  // Without a structure to fill, the painting is done (frame, erasing,
+  // validation) and only the answer fails, as on the system.
+  if (!lpPaint) {
+    if (DeviceContext* d = deviceContext(dc); d && d->paint) freeDC(dc);
+    return NULL;
+  }
   memset(lpPaint, 0, sizeof *lpPaint);
   lpPaint->hdc = dc;
   lpPaint->fErase = fErase;
@@ -315,7 +320,7 @@ HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
 }
 
 BOOL WINAPI EndPaint(HWND /*hWnd*/, const PAINTSTRUCT* lpPaint) {
-  if (!lpPaint) return TRUE;
+  if (!lpPaint) return FALSE;
   DeviceContext* dc = deviceContext(lpPaint->hdc);
   if (dc && dc->paint) freeDC(lpPaint->hdc);
   return TRUE;
