@@ -593,7 +593,12 @@ BOOL setWindowPos(HWND hwnd, const PositionRequest& request) {
     if (!calcClient(hwnd, &m) || w->dead) return TRUE;
   }
   bool zChanged = applyMove(*w, m);
-  if (nothing && !zChanged) return TRUE;
+  if (nothing && !zChanged) {
+    // A child asked to come to the top is told it is active all the same.
+    if (isChild(*w) && !(m.flags & (SWP_NOACTIVATE | SWP_HIDEWINDOW)))
+      sendMessage(hwnd, WM_CHILDACTIVATE, 0, 0);
+    return TRUE;
+  }
 
   if (!(m.flags & (SWP_NOACTIVATE | SWP_HIDEWINDOW))) {
     if (isChild(*w)) sendMessage(hwnd, WM_CHILDACTIVATE, 0, 0);
