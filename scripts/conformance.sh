@@ -140,7 +140,9 @@ for file in "${files[@]}"; do
     die "$file does not link against the layer"
 
   out=$D/out/$name.txt
-  (cd "$D/out" && timeout "$limit" $emulator "$D/bin/$name" "$name" >"$out" 2>"$D/out/$name.err")
+  threads=$(awk -v f="$file" '$1 == f && $2 == "threads-in-place" {print "in-place"}' "$conf/files.txt")
+  (cd "$D/out" && WINETEST_THREADS=$threads timeout "$limit" $emulator "$D/bin/$name" "$name" \
+    >"$out" 2>"$D/out/$name.err")
   rc=$?
   summary=$(grep -E "^$name: [0-9]+ tests executed" "$out")
   if [ $rc -eq 124 ]; then

@@ -288,10 +288,16 @@ typedef struct tagMOUSEINPUT {
   DWORD mouseData, dwFlags, time;
   ULONG_PTR dwExtraInfo;
 } MOUSEINPUT;
+typedef struct tagKEYBDINPUT {
+  WORD wVk, wScan;
+  DWORD dwFlags, time;
+  ULONG_PTR dwExtraInfo;
+} KEYBDINPUT;
 typedef struct tagINPUT {
   DWORD type;
   union {
     MOUSEINPUT mi;
+    KEYBDINPUT ki;
     BYTE pad[24];
   };
 } INPUT;
@@ -367,5 +373,6 @@ BOOL WINAPI PostMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
 #define GetWindowLongPtrW GetWindowLongW
 LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
 #define SetWindowLongPtrW SetWindowLongW
+#include "gaps_msg.h"
 
 #endif

@@ -5,6 +5,7 @@
  * process dies, so the script can tell a crash from a failure.
  * Invariant: the summary line is printed once, by main, after the tests ran;
  * its absence means the test file did not finish. */
+#define WINETEST_HARNESS
 #include "winetest.h"
 
 #include <signal.h>
@@ -31,6 +32,59 @@ static const char* baseName(const char* path) {
   return slash ? slash + 1 : path;
 }
 
+/* The system's formats size integers with I (pointer-sized), I32 and I64,
+ * which the C library does not know: the 32-bit forms drop the size, I64
+ * becomes ll. */
+static const char* portableFormat(const char* fmt, char* out, size_t size) {
+  size_t n = 0;
+  int inConversion = 0;
+  for (const char* p = fmt; *p && n + 3 < size; ++p) {
+    if (inConversion && *p == 'I') {
+      if (p[1] == '6' && p[2] == '4') {
+        out[n++] = 'l';
+        out[n++] = 'l';
+        p += 2;
+      } else if (p[1] == '3' && p[2] == '2') {
+        p += 2;
+      }
+      continue;
+    }
+    if (*p == '%') inConversion = !inConversion;
+    else if (inConversion && strchr("diouxXcspfeEgGn", *p)) inConversion = 0;
+    out[n++] = *p;
+  }
+  out[n] = 0;
+  return out;
+}
+
+enum { kFormatSize = 1024 };
+
+int winetest_vsprintf(char* buffer, const char* fmt, va_list args) {
+  char format[kFormatSize];
+  return vsprintf(buffer, portableFormat(fmt, format, sizeof format), args);
+}
+
+int winetest_sprintf(char* buffer, const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  int n = winetest_vsprintf(buffer, fmt, args);
+  va_end(args);
+  return n;
+}
+
+static int portableVprintf(const char* fmt, va_list args) {
+  char format[kFormatSize];
+  return vprintf(portableFormat(fmt, format, sizeof format), args);
+}
+
+int winetest_printf(const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  int n = portableVprintf(fmt, args);
+  va_end(args);
+  return n;
+}
+
 static void printLocation(const char* what) {
   printf("%s:%d: %s", baseName(g_file), g_line, what);
   for (int i = 0; i < g_contextCount; ++i) printf("%s: ", g_contexts[i]);
@@ -50,7 +104,7 @@ int winetest_ok(int condition, const char* msg, ...) {
   printLocation("Test failed: ");
   va_list args;
   va_start(args, msg);
-  vprintf(msg, args);
+  portableVprintf(msg, args);
   va_end(args);
   fflush(stdout);
   return 0;
@@ -58,7 +112,7 @@ int winetest_ok(int condition, const char* msg, ...) {
 
 static void vreport(const char* what, const char* msg, va_list args) {
   printLocation(what);
-  vprintf(msg, args);
+  portableVprintf(msg, args);
 }
 
 void winetest_skip(const char* msg, ...) {
@@ -89,7 +143,9 @@ void winetest_push_context(const char* fmt, ...) {
   if (g_contextCount == kContextDepth) abort();
   va_list args;
   va_start(args, fmt);
-  vsnprintf(g_contexts[g_contextCount++], kContextSize, fmt, args);
+  char format[kFormatSize];
+  vsnprintf(g_contexts[g_contextCount++], kContextSize, portableFormat(fmt, format, sizeof format),
+            args);
   va_end(args);
 }
 
@@ -138,9 +194,10 @@ static char* nextDebugBuffer(void) {
 
 const char* wine_dbg_sprintf(const char* fmt, ...) {
   char* buffer = nextDebugBuffer();
+  char format[kFormatSize];
   va_list args;
   va_start(args, fmt);
-  vsnprintf(buffer, kDebugBufferSize, fmt, args);
+  vsnprintf(buffer, kDebugBufferSize, portableFormat(fmt, format, sizeof format), args);
   va_end(args);
   return buffer;
 }
@@ -200,7 +257,7 @@ const char* wine_dbgstr_longlong(unsigned long long n) {
 
 /* What the tests print of a region when a check about it failed; the
  * layer's regions are described by their bounding box. */
-void dump_region(HRGN hrgn) {
+__attribute__((weak)) __attribute__((weak)) void dump_region(HRGN hrgn) {
   RECT box;
   if (GetRgnBox(hrgn, &box) == ERROR) {
     printf("(invalid region)\n");

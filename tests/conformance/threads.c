@@ -1,11 +1,15 @@
-/* Threads for the tests that start one and wait for it. The layer runs all
- * its windows on one thread, so the harness runs a thread's procedure to
- * completion when it is created, on the creating thread: for a test that
- * only waits for the thread to end, that is the same sequence of calls into
- * the layer. Tests whose threads run alongside the creator or wait on each
- * other are left out (skipped.txt).
+/* Threads for the test files whose threads only do their work and end
+ * (files.txt marks them "threads-in-place"; the script passes that on as
+ * WINETEST_THREADS). The layer runs all its windows on one thread, so the
+ * harness runs a thread's procedure to completion when it is created, on
+ * the creating thread: for a test that only waits for the thread to end,
+ * that is the same sequence of calls into the layer. Elsewhere CreateThread
+ * fails with ERROR_CALL_NOT_IMPLEMENTED, as threads are not provided.
  * Invariant: a handle this file gave out stays valid until CloseHandle. */
 #include "gaps.h"
+
+#include <stdlib.h>
+#include <string.h>
 
 enum { kMaxThreads = 64 };
 
@@ -25,7 +29,8 @@ HANDLE WINAPI CreateThread(LPVOID attributes, SIZE_T stackSize, LPTHREAD_START_R
   (void)attributes, (void)stackSize;
   int i = 0;
   while (i < kMaxThreads && g_threads[i].used) ++i;
-  if (!start || flags || i == kMaxThreads) {
+  const char* mode = getenv("WINETEST_THREADS");
+  if (!mode || strcmp(mode, "in-place") != 0 || !start || flags || i == kMaxThreads) {
     SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
     return NULL;
   }

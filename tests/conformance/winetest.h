@@ -83,6 +83,17 @@ extern const char winetest_test_name[];
 /* Shared by Wine's test files (msg.c defines it there). */
 void dump_region(HRGN hrgn);
 
+/* The tests' own formatting goes through the harness, which knows the
+ * system's integer sizes in formats (%Ix, %I64d). */
+int winetest_sprintf(char* buffer, const char* fmt, ...);
+int winetest_vsprintf(char* buffer, const char* fmt, va_list args);
+int winetest_printf(const char* fmt, ...);
+#ifndef WINETEST_HARNESS
+#define sprintf winetest_sprintf
+#define vsprintf winetest_vsprintf
+#define printf winetest_printf
+#endif
+
 /* A test function the conformance run leaves out (see skipped.txt). */
 void winetest_skipped(const char* function);
 

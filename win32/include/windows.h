@@ -1287,6 +1287,11 @@ TUL_WIN32_API void WINAPI OutputDebugStringA(LPCSTR lpOutputString);
 TUL_WIN32_API int WINAPI lstrcmpiA(LPCSTR lpString1, LPCSTR lpString2);
 TUL_WIN32_API int WINAPI lstrcmpA(LPCSTR lpString1, LPCSTR lpString2);
 TUL_WIN32_API int WINAPI MulDiv(int nNumber, int nNumerator, int nDenominator);
+#define HEAP_ZERO_MEMORY 0x00000008
+TUL_WIN32_API HANDLE WINAPI GetProcessHeap(void);
+TUL_WIN32_API LPVOID WINAPI HeapAlloc(HANDLE hHeap, DWORD dwFlags, SIZE_T dwBytes);
+TUL_WIN32_API LPVOID WINAPI HeapReAlloc(HANDLE hHeap, DWORD dwFlags, LPVOID lpMem, SIZE_T dwBytes);
+TUL_WIN32_API BOOL WINAPI HeapFree(HANDLE hHeap, DWORD dwFlags, LPVOID lpMem);
 
 /* user32: classes */
 TUL_WIN32_API ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* lpwcx);

@@ -5,7 +5,9 @@
 
 #include <dlfcn.h>
 
+#include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <strings.h>
 
@@ -124,6 +126,45 @@ int WINAPI lstrcmpiA(LPCSTR lpString1, LPCSTR lpString2) {
 int WINAPI lstrcmpA(LPCSTR lpString1, LPCSTR lpString2) {
   int r = strcmp(lpString1 ? lpString1 : "", lpString2 ? lpString2 : "");
   return (r > 0) - (r < 0);
+}
+
+// The process heap is the C library's: one heap, blocks that remember their
+// size so HEAP_ZERO_MEMORY can clear what a reallocation adds.
+namespace {
+struct HeapBlock {
+  SIZE_T size;
+  alignas(8) unsigned char data[1];
+};
+constexpr SIZE_T kHeapHeader = offsetof(HeapBlock, data);
+HeapBlock* heapBlock(LPVOID mem) {
+  return reinterpret_cast<HeapBlock*>(static_cast<unsigned char*>(mem) - kHeapHeader);
+}
+HANDLE const kProcessHeap = reinterpret_cast<HANDLE>(0x00150000);
+}  // namespace
+
+HANDLE WINAPI GetProcessHeap(void) { return kProcessHeap; }
+
+LPVOID WINAPI HeapAlloc(HANDLE, DWORD dwFlags, SIZE_T dwBytes) {
+  auto* block = static_cast<HeapBlock*>(malloc(kHeapHeader + dwBytes));
+  if (!block) return NULL;
+  block->size = dwBytes;
+  if (dwFlags & HEAP_ZERO_MEMORY) memset(block->data, 0, dwBytes);
+  return block->data;
+}
+
+LPVOID WINAPI HeapReAlloc(HANDLE heap, DWORD dwFlags, LPVOID lpMem, SIZE_T dwBytes) {
+  if (!lpMem) return HeapAlloc(heap, dwFlags, dwBytes);
+  SIZE_T old = heapBlock(lpMem)->size;
+  auto* block = static_cast<HeapBlock*>(realloc(heapBlock(lpMem), kHeapHeader + dwBytes));
+  if (!block) return NULL;
+  block->size = dwBytes;
+  if ((dwFlags & HEAP_ZERO_MEMORY) && dwBytes > old) memset(block->data + old, 0, dwBytes - old);
+  return block->data;
+}
+
+BOOL WINAPI HeapFree(HANDLE, DWORD, LPVOID lpMem) {
+  if (lpMem) free(heapBlock(lpMem));
+  return TRUE;
 }
 
 int WINAPI MulDiv(int nNumber, int nNumerator, int nDenominator) {

@@ -54,7 +54,10 @@ LRESULT onGetText(const Window& w, WPARAM size, LPARAM lp) {
   return static_cast<LRESULT>(n);
 }
 
+// Text at an address below 64K (an atom-like value, not a string) is
+// refused, as the system does rather than fault.
 LRESULT onSetText(HWND hwnd, LPARAM lp) {
+  if (lp && IS_INTRESOURCE(lp)) return FALSE;
   Window* w = findWindow(hwnd);
   w->text = lp ? reinterpret_cast<const char*>(lp) : "";
   if ((w->style & WS_CAPTION) == WS_CAPTION || (w->style & WS_MINIMIZE)) paintNonClient(hwnd);
@@ -91,7 +94,36 @@ void onWindowPosChanging(HWND hwnd, WINDOWPOS* wp) {
   }
 }
 
+constexpr UINT kAppCommand = 0x0319;     // WM_APPCOMMAND
+constexpr UINT kNcXButtonUp = 0x00AC;    // WM_NCXBUTTONUP
+constexpr LRESULT kMaActivate = 1;       // MA_ACTIVATE
+constexpr LRESULT kMaNoActivate = 3;     // MA_NOACTIVATE
+
+// A child lets its parent decide first; a click on the caption does not
+// activate (the system activates when the caption is dragged or released).
+LRESULT onMouseActivate(const Window& w, WPARAM wp, LPARAM lp) {
+  if ((w.style & WS_CHILD) && w.parent) {
+    if (LRESULT r = sendMessage(w.parent, WM_MOUSEACTIVATE, wp, lp)) return r;
+  }
+  return LOWORD(lp) == HTCAPTION && HIWORD(lp) == WM_LBUTTONDOWN ? kMaNoActivate : kMaActivate;
+}
+
+// The side buttons of a mouse on the frame are the browser's back and
+// forward commands.
+LRESULT onNcXButtonUp(HWND hwnd, WPARAM wp) {
+  constexpr WORD kXButton1 = 1, kXButton2 = 2;
+  constexpr WORD kFromMouse = 0x8000, kBrowserBackward = 1, kBrowserForward = 2;
+  WORD button = HIWORD(wp);
+  if (button != kXButton1 && button != kXButton2) return 0;
+  WORD command = button == kXButton1 ? kBrowserBackward : kBrowserForward;
+  sendMessage(hwnd, kAppCommand, reinterpret_cast<WPARAM>(hwnd),
+              MAKELPARAM(LOWORD(wp), kFromMouse | command));
+  return 0;
+}
+
+// A disabled window carries out no system command.
 LRESULT onSysCommand(HWND hwnd, WPARAM wp, LPARAM lp) {
+  if (!IsWindowEnabled(hwnd)) return 0;
   switch (wp & 0xFFF0) {
   case SC_MOVE:
   case SC_SIZE:
@@ -200,6 +232,16 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
   case WM_CLOSE:
     DestroyWindow(hWnd);
     return 0;
+  case WM_SETREDRAW:
+    // Redrawing off: the window is marked hidden (its content validated) so
+    // nothing draws it; on: marked visible again, the program repaints.
+    if (wParam) {
+      w->style |= WS_VISIBLE;
+    } else {
+      ValidateRect(hWnd, nullptr);
+      w->style &= ~static_cast<DWORD>(WS_VISIBLE);
+    }
+    return 0;
   case WM_SETTEXT:
     return onSetText(hWnd, lParam);
   case WM_GETTEXT:
@@ -228,7 +270,16 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
   case WM_QUERYENDSESSION:
     return TRUE;
   case WM_MOUSEACTIVATE:
-    return 1;  // MA_ACTIVATE
+    return onMouseActivate(*w, wParam, lParam);
+  case WM_CONTEXTMENU:
+  case kAppCommand:
+    // A child passes these up to its parent.
+    if ((w->style & WS_CHILD) && w->parent)
+      sendMessage(w->parent, Msg, Msg == WM_CONTEXTMENU ? reinterpret_cast<WPARAM>(hWnd) : wParam,
+                  lParam);
+    return 0;
+  case kNcXButtonUp:
+    return onNcXButtonUp(hWnd, wParam);
   case WM_CTLCOLORMSGBOX:
   case WM_CTLCOLOREDIT:
   case WM_CTLCOLORLISTBOX:

@@ -194,6 +194,20 @@ bool takeInput(HWND filter, UINT first, UINT last, bool remove, MSG* out) {
   return false;
 }
 
+bool takeTimer(HWND filter, UINT first, UINT last, bool remove, MSG* out);
+
+// Input, then paint, then timers.
+bool peekExceptPosted(MSG* msg, HWND filter, UINT first, UINT last, bool remove, UINT kinds) {
+  if ((kinds & QS_INPUT) && takeInput(filter, first, last, remove, msg)) return true;
+  if ((kinds & QS_PAINT) && filter != reinterpret_cast<HWND>(-1) && inRange(WM_PAINT, first, last)) {
+    if (HWND h = nextWindowToPaint(filter)) {
+      *msg = makeMsg(h, WM_PAINT, 0, 0);
+      return true;
+    }
+  }
+  return (kinds & QS_TIMER) && takeTimer(filter, first, last, remove, msg);
+}
+
 bool takeTimer(HWND filter, UINT first, UINT last, bool remove, MSG* out) {
   Queue& q = queue();
   if (!inRange(WM_TIMER, first, last)) return false;
@@ -208,8 +222,12 @@ bool takeTimer(HWND filter, UINT first, UINT last, bool remove, MSG* out) {
   return true;
 }
 
-bool peek(MSG* msg, HWND filter, UINT first, UINT last, bool remove) {
+// kinds: the QS_ bits of what may be taken (PeekMessage's PM_QS_ flags);
+// posted messages and WM_QUIT are QS_POSTMESSAGE.
+bool peek(MSG* msg, HWND filter, UINT first, UINT last, bool remove,
+          UINT kinds = QS_ALLEVENTS) {
   Queue& q = queue();
+  if (!(kinds & QS_POSTMESSAGE)) return peekExceptPosted(msg, filter, first, last, remove, kinds);
   for (auto it = q.posted.begin(); it != q.posted.end(); ++it) {
     if (!inRange(it->message, first, last) || !windowMatches(filter, it->hwnd)) continue;
     *msg = *it;
@@ -221,14 +239,7 @@ bool peek(MSG* msg, HWND filter, UINT first, UINT last, bool remove) {
     if (remove) q.quit = false;
     return true;
   }
-  if (takeInput(filter, first, last, remove, msg)) return true;
-  if (filter != reinterpret_cast<HWND>(-1) && inRange(WM_PAINT, first, last)) {
-    if (HWND h = nextWindowToPaint(filter)) {
-      *msg = makeMsg(h, WM_PAINT, 0, 0);
-      return true;
-    }
-  }
-  return takeTimer(filter, first, last, remove, msg);
+  return peekExceptPosted(msg, filter, first, last, remove, kinds);
 }
 
 bool anyTimer() { return !queue().timers.empty(); }
@@ -393,8 +404,18 @@ LRESULT WINAPI SendMessageA(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam) {
   return sendMessage(hWnd, Msg, wParam, lParam);
 }
 
+// Device events from 0x8000 on carry a structure, which cannot wait in a
+// queue: they can only be sent.
+constexpr UINT kDeviceChange = 0x0219;  // WM_DEVICECHANGE
+constexpr WPARAM kDeviceEventWithData = 0x8000;
+constexpr DWORD kErrorMessageSyncOnly = 1159;  // ERROR_MESSAGE_SYNC_ONLY
+
 BOOL WINAPI PostMessageA(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam) {
   if (hWnd && !checkWindow(hWnd)) return FALSE;
+  if (Msg == kDeviceChange && (wParam & kDeviceEventWithData)) {
+    SetLastError(kErrorMessageSyncOnly);
+    return FALSE;
+  }
   queue().posted.push_back(makeMsg(hWnd, Msg, wParam, lParam));
   return TRUE;
 }
@@ -416,7 +437,9 @@ BOOL WINAPI PeekMessageA(LPMSG lpMsg, HWND hWnd, UINT wMsgFilterMin, UINT wMsgFi
     return FALSE;
   }
   MSG m;
-  if (!peek(&m, hWnd, wMsgFilterMin, wMsgFilterMax, (wRemoveMsg & PM_REMOVE) != 0)) return FALSE;
+  UINT kinds = HIWORD(wRemoveMsg) ? HIWORD(wRemoveMsg) : static_cast<UINT>(QS_ALLEVENTS);
+  if (!peek(&m, hWnd, wMsgFilterMin, wMsgFilterMax, (wRemoveMsg & PM_REMOVE) != 0, kinds))
+    return FALSE;
   queue().lastTime = m.time;
   queue().lastPos = m.pt;
   if (lpMsg) *lpMsg = m;
@@ -517,7 +540,12 @@ LRESULT WINAPI DispatchMessageA(const MSG* lpMsg) {
   }
   if (!lpMsg->hwnd) return 0;
   if (!checkWindow(lpMsg->hwnd)) return 0;
-  return sendMessage(lpMsg->hwnd, lpMsg->message, lpMsg->wParam, lpMsg->lParam);
+  LRESULT result = sendMessage(lpMsg->hwnd, lpMsg->message, lpMsg->wParam, lpMsg->lParam);
+  // A WM_PAINT that left the window invalid: its frame and background are
+  // brought up to date (WM_NCPAINT, WM_ERASEBKGND), as on the system; the
+  // client area stays invalid, so WM_PAINT comes again.
+  if (lpMsg->message == WM_PAINT && findWindow(lpMsg->hwnd)) eraseNow(lpMsg->hwnd, false);
+  return result;
 }
 
 void WINAPI PostQuitMessage(int nExitCode) {

@@ -299,7 +299,6 @@ HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
     SetLastError(ERROR_INVALID_WINDOW_HANDLE);
     return NULL;
   }
-  if (!lpPaint) return NULL;
   if (w->ncPending) {
     w->ncPending = false;
     sendMessage(hWnd, WM_NCPAINT, 1, 0);
@@ -317,6 +316,12 @@ HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
   w->erasePending = false;
   w->eraseFailed = false;
   if (erase) fErase = sendMessage(hWnd, WM_ERASEBKGND, reinterpret_cast<WPARAM>(dc), 0) == 0;
+  // Without a structure to fill, the painting is done (frame, erasing,
+  // validation) and only the answer fails, as on the system.
+  if (!lpPaint) {
+    if (DeviceContext* d = deviceContext(dc); d && d->paint) freeDC(dc);
+    return NULL;
+  }
   memset(lpPaint, 0, sizeof *lpPaint);
   lpPaint->hdc = dc;
   lpPaint->fErase = fErase;
@@ -325,7 +330,7 @@ HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
 }
 
 BOOL WINAPI EndPaint(HWND /*hWnd*/, const PAINTSTRUCT* lpPaint) {
-  if (!lpPaint) return TRUE;
+  if (!lpPaint) return FALSE;
   DeviceContext* dc = deviceContext(lpPaint->hdc);
   if (dc && dc->paint) freeDC(lpPaint->hdc);
   return TRUE;

@@ -94,7 +94,6 @@ struct Window {
   RECT client{};  // parent-client coordinates
   RECT normal{};  // restored rectangle, parent-client coordinates
   POINT minPos{-1, -1};
-  POINT maxPos{-1, -1};
   bool restoreToMaximized = false;
   bool needSize = false;  // WM_SIZE/WM_MOVE owed to the first ShowWindow
   bool destroying = false;

@@ -178,9 +178,11 @@ struct Move {
   bool sized = false;
   bool moved = false;
   bool wasVisible = false;
+  bool wasDrawable = false;  // visible with all its ancestors
 };
 
-// The WINDOWPOS of WM_WINDOWPOSCHANGING: what is kept is filled in.
+// The WINDOWPOS of WM_WINDOWPOSCHANGING holds the caller's values, also
+// where SWP_NOMOVE or SWP_NOSIZE says they are not used.
 WINDOWPOS requestedPos(const Window& w, const PositionRequest& request) {
   WINDOWPOS wp;
   wp.hwnd = w.hwnd;
@@ -192,14 +194,6 @@ WINDOWPOS requestedPos(const Window& w, const PositionRequest& request) {
   wp.cx = std::clamp(request.cx, 0, 32767);
   wp.cy = std::clamp(request.cy, 0, 32767);
   wp.flags = request.flags;
-  if (wp.flags & SWP_NOMOVE) {
-    wp.x = w.window.left;
-    wp.y = w.window.top;
-  }
-  if (wp.flags & SWP_NOSIZE) {
-    wp.cx = rectWidth(w.window);
-    wp.cy = rectHeight(w.window);
-  }
   if (wp.hwndInsertAfter == w.hwnd) wp.flags |= SWP_NOZORDER;
   return wp;
 }
@@ -208,12 +202,21 @@ WINDOWPOS requestedPos(const Window& w, const PositionRequest& request) {
 void planMove(const Window& w, const PositionRequest& request, Move* m) {
   m->flags = m->wp.flags;
   m->wasVisible = (w.style & WS_VISIBLE) != 0;
+  m->wasDrawable = isDrawable(w);
   if (m->wasVisible) m->flags &= ~static_cast<UINT>(SWP_SHOWWINDOW);
   else m->flags &= ~static_cast<UINT>(SWP_HIDEWINDOW);
   m->oldWindow = w.window;
   m->oldClient = w.client;
-  // A minimised window keeps its size until its state changes.
-  if ((w.style & WS_MINIMIZE) && !request.stateChanged) {
+  // A minimised window keeps its size; a minimised top-level window stays
+  // where minimising put it.
+  if ((w.style & WS_MINIMIZE) && !request.stateChanged)
+    m->flags |= isChild(w) ? SWP_NOSIZE : SWP_NOMOVE | SWP_NOSIZE;
+  // What the flags keep is kept whatever the WINDOWPOS says.
+  if (m->flags & SWP_NOMOVE) {
+    m->wp.x = w.window.left;
+    m->wp.y = w.window.top;
+  }
+  if (m->flags & SWP_NOSIZE) {
     m->wp.cx = rectWidth(w.window);
     m->wp.cy = rectHeight(w.window);
   }
@@ -299,6 +302,8 @@ UINT changedFlags(const Window& w, const Move& m, bool zChanged, const PositionR
   if (sameSize(m.oldClient, w.client)) flags |= kSwpNoClientSize;
   if (sameOrigin(m.oldClient, w.client) && !request.forceMove) flags |= kSwpNoClientMove;
   if (request.stateChanged) flags |= kSwpStateChanged;
+  // Nothing of a window unseen before and after is drawn.
+  if (!m.wasDrawable && !isDrawable(w)) flags |= SWP_NOREDRAW;
   return flags;
 }
 
@@ -372,38 +377,35 @@ void activateOther(HWND leaving) {
 
 // ---- Minimise and maximise ----
 
-// True if a visible minimised sibling of w other than w sits at this place.
-bool minimizedSlotTaken(const Window& parent, const Window& w, POINT at) {
-  for (HWND h : parent.children) {
-    Window* s = findWindow(h);
-    if (s && s != &w && (s->style & WS_MINIMIZE) && (s->style & WS_VISIBLE) &&
-        s->window.left == at.x && s->window.top == at.y)
-      return true;
-  }
-  return false;
-}
-
-// Where a window goes when minimised. An unowned top-level window leaves
-// the screen; children and owned windows take the first free place in
-// rows along the bottom of their parent's client area (the work area for
-// owned windows), left to right, rows going up, as on the system.
+// Minimised children (in their parent's client area) and owned pop-ups (on
+// the screen) are arranged from the bottom-left corner, left to right, then
+// row upon row, in the first place no minimised sibling holds; unowned
+// top-level windows are parked off the screen.
 POINT minimizedPosition(Window& w) {
+  if (!isChild(w) && !w.owner) return POINT{kIconicPosition, kIconicPosition};
   Window* p = parentOf(w);
-  if (!p || (isDesktop(*p) && !w.owner)) return POINT{kIconicPosition, kIconicPosition};
-  RECT area = isDesktop(*p) ? makeRect(0, 0, kScreenWidth, kScreenHeight)
-                            : makeRect(0, 0, rectWidth(p->client), rectHeight(p->client));
-  const POINT first{area.left, area.bottom - kMinimizedHeight};
-  POINT at = first;
-  while (minimizedSlotTaken(*p, w, at)) {
-    at.x += kMinimizedWidth;
-    if (at.x + kMinimizedWidth > area.right) {
-      at.x = area.left;
-      at.y -= kMinimizedHeight;
+  bool child = isChild(w);
+  LONG width = child && p ? rectWidth(p->client) : kScreenWidth;
+  LONG bottom = child && p ? rectHeight(p->client) : kScreenHeight;
+  std::vector<RECT> taken;
+  if (p) {
+    for (HWND h : p->children) {
+      Window* s = findWindow(h);
+      if (s && s != &w && (s->style & WS_MINIMIZE) && (child || s->owner)) taken.push_back(s->window);
     }
-    // With every place taken, minimised windows go on top of each other.
-    if (at.y < area.top) return first;
   }
-  return at;
+  auto isFree = [&](const RECT& slot) {
+    for (const RECT& r : taken)
+      if (r.left < slot.right && slot.left < r.right && r.top < slot.bottom && slot.top < r.bottom)
+        return false;
+    return true;
+  };
+  for (LONG y = bottom - kMinimizedHeight; y > -kMinimizedHeight; y -= kMinimizedHeight) {
+    for (LONG x = 0; x == 0 || x + kMinimizedWidth <= width; x += kMinimizedWidth) {
+      if (isFree(makeRect(x, y, x + kMinimizedWidth, y + kMinimizedHeight))) return POINT{x, y};
+    }
+  }
+  return POINT{0, bottom - kMinimizedHeight};
 }
 
 RECT maximizedRect(const MINMAXINFO& mmi) {
@@ -431,6 +433,8 @@ UINT maximize(Window& w, RECT* rect, bool* stateChanged) {
   MINMAXINFO mmi = queryMinMaxInfo(w.hwnd);
   if (w.dead) return kNothingToDo;
   if (!(w.style & WS_MAXIMIZE)) *stateChanged = true;
+  // Maximised from minimised, it is restored to maximised later on.
+  if (w.style & WS_MINIMIZE) w.restoreToMaximized = true;
   w.style = (w.style | WS_MAXIMIZE) & ~static_cast<DWORD>(WS_MINIMIZE);
   *rect = maximizedRect(mmi);
   return 0;
@@ -457,10 +461,14 @@ UINT restore(Window& w, RECT* rect, bool* stateChanged) {
 
 // Changes the state and says where the window goes, with swp flags in the
 // system's manner (SWP_NOSIZE|SWP_NOMOVE when nothing is to be done).
+bool isMinimizing(int cmd) {
+  return cmd == SW_MINIMIZE || cmd == SW_SHOWMINNOACTIVE || cmd == SW_SHOWMINIMIZED ||
+         cmd == SW_FORCEMINIMIZE;
+}
+
 UINT minMaximize(HWND hwnd, int cmd, RECT* rect, bool* stateChanged) {
   WindowRef w = pinWindow(hwnd);
-  bool minimizing = cmd == SW_MINIMIZE || cmd == SW_SHOWMINNOACTIVE ||
-                    cmd == SW_SHOWMINIMIZED || cmd == SW_FORCEMINIMIZE;
+  bool minimizing = isMinimizing(cmd);
   UINT swp = 0;
   if (w->style & WS_MINIMIZE) {
     if (minimizing) return kNothingToDo;
@@ -512,14 +520,22 @@ ShowPlan planShow(HWND hwnd, int cmd) {
     plan.swp |= SWP_HIDEWINDOW | SWP_NOSIZE | SWP_NOMOVE;
     if (hwnd != focusState().active) plan.swp |= SWP_NOACTIVATE | SWP_NOZORDER;
     return plan;
+  case SW_FORCEMINIMIZE:
+    // Forcing is for windows that cannot answer: it never shows one.
+    if (!wasVisible) return finished(FALSE);
+    [[fallthrough]];
   case SW_SHOWMINNOACTIVE:
   case SW_MINIMIZE:
-  case SW_FORCEMINIMIZE:
     plan.swp |= SWP_NOACTIVATE | SWP_NOZORDER;
     [[fallthrough]];
   case SW_SHOWMINIMIZED:
     plan.swp |= SWP_SHOWWINDOW | SWP_FRAMECHANGED;
-    if (w.style & WS_MINIMIZE) return finished(wasVisible);
+    if (w.style & WS_MINIMIZE) {
+      // Already minimised: a hidden window is shown where it is.
+      if (wasVisible) return finished(TRUE);
+      plan.swp |= SWP_NOSIZE | SWP_NOMOVE;
+      return plan;
+    }
     plan.swp |= minMaximize(hwnd, cmd, &plan.pos, &plan.stateChanged);
     return plan;
   case SW_SHOWMAXIMIZED:
@@ -537,6 +553,8 @@ ShowPlan planShow(HWND hwnd, int cmd) {
     if (isChild(w)) plan.swp |= SWP_NOACTIVATE | SWP_NOZORDER;
     return plan;
   case SW_SHOWNOACTIVATE:
+    // Shown in its normal state: not to be restored to maximised.
+    w.restoreToMaximized = false;
     plan.swp |= SWP_NOACTIVATE | SWP_NOZORDER;
     [[fallthrough]];
   case SW_RESTORE:
@@ -651,8 +669,12 @@ BOOL setWindowPos(HWND hwnd, const PositionRequest& request) {
   }
   const bool activates = activatesTopLevel(*w, m.flags);
   bool zChanged = applyMove(*w, m);
-  // Activation comes even when nothing else changes.
-  if (nothing && !zChanged && !activates) return TRUE;
+  if (nothing && !zChanged && !activates) {
+    // A child asked to come to the top is told it is active all the same.
+    if (isChild(*w) && !(m.flags & (SWP_NOACTIVATE | SWP_HIDEWINDOW)))
+      sendMessage(hwnd, WM_CHILDACTIVATE, 0, 0);
+    return TRUE;
+  }
 
   if (!(m.flags & (SWP_NOACTIVATE | SWP_HIDEWINDOW))) {
     if (isChild(*w)) sendMessage(hwnd, WM_CHILDACTIVATE, 0, 0);
@@ -953,8 +975,9 @@ BOOL WINAPI ShowWindow(HWND hWnd, int nCmdShow) {
   ShowPlan plan = planShow(hWnd, nCmdShow);
   if (plan.done || w->dead) return w->dead ? wasVisible : plan.answer;
 
+  // Minimising and maximising commands show without WM_SHOWWINDOW.
   if ((showFlag != static_cast<bool>(wasVisible) || nCmdShow == SW_SHOWNA) &&
-      nCmdShow != SW_SHOWMAXIMIZED && !plan.stateChanged) {
+      nCmdShow != SW_SHOWMAXIMIZED && !isMinimizing(nCmdShow) && !plan.stateChanged) {
     sendMessage(hWnd, WM_SHOWWINDOW, showFlag, 0);
     if (w->dead) return wasVisible;
   }
@@ -966,8 +989,33 @@ BOOL WINAPI ShowWindow(HWND hWnd, int nCmdShow) {
     positionWithState(hWnd, plan.pos, plan.swp, plan.stateChanged);
   }
   if (!w->dead) afterShow(hWnd, nCmdShow, oldStyle, plan.swp);
+  // Minimising the active window activates the next top-level window that
+  // can be; with none, it stays active.
+  if (!w->dead && (nCmdShow == SW_MINIMIZE || nCmdShow == SW_FORCEMINIMIZE) && !isChild(*w) &&
+      focusState().active == hWnd)
+    activateOther(hWnd);
   return wasVisible;
 }
+
+namespace {
+
+// Where a maximised window was put when it no longer covers the area it
+// maximises into (the work area, a child's parent's client area); (-1,-1)
+// otherwise, also for windows not maximised. The value a program places is
+// not kept, as on the system.
+POINT maximizedPosition(const Window& w) {
+  POINT none{-1, -1};
+  if (!(w.style & WS_MAXIMIZE)) return none;
+  Window* parent = isChild(w) ? parentOf(w) : nullptr;
+  RECT area = parent ? makeRect(0, 0, rectWidth(parent->client), rectHeight(parent->client))
+                     : makeRect(0, 0, kScreenWidth, kScreenHeight);
+  const RECT& r = w.window;
+  bool covers = r.left <= area.left && r.top <= area.top && r.right >= area.right &&
+                r.bottom >= area.bottom;
+  return covers ? none : POINT{r.left, r.top};
+}
+
+}  // namespace
 
 BOOL WINAPI GetWindowPlacement(HWND hWnd, WINDOWPLACEMENT* lpwndpl) {
   Window* w = checkWindow(hWnd);
@@ -976,12 +1024,15 @@ BOOL WINAPI GetWindowPlacement(HWND hWnd, WINDOWPLACEMENT* lpwndpl) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
-  lpwndpl->flags = 0;
+  // Marked when minimised from maximised or maximised from minimised; the
+  // mark stays through restoring until minimising from the normal state or
+  // SW_SHOWNOACTIVATE.
+  lpwndpl->flags = w->restoreToMaximized ? WPF_RESTORETOMAXIMIZED : 0;
   lpwndpl->showCmd = (w->style & WS_MAXIMIZE)   ? SW_SHOWMAXIMIZED
                      : (w->style & WS_MINIMIZE) ? SW_SHOWMINIMIZED
                                                 : SW_SHOWNORMAL;
   lpwndpl->ptMinPosition = w->minPos;
-  lpwndpl->ptMaxPosition = w->maxPos;
+  lpwndpl->ptMaxPosition = maximizedPosition(*w);
   lpwndpl->rcNormalPosition = w->normal;
   return TRUE;
 }
@@ -997,7 +1048,6 @@ BOOL WINAPI SetWindowPlacement(HWND hWnd, const WINDOWPLACEMENT* lpwndpl) {
     return FALSE;
   }
   if (lpwndpl->flags & WPF_SETMINPOSITION) w->minPos = lpwndpl->ptMinPosition;
-  w->maxPos = lpwndpl->ptMaxPosition;
   w->normal = lpwndpl->rcNormalPosition;
   if (!(w->style & (WS_MINIMIZE | WS_MAXIMIZE))) {
     const RECT& r = lpwndpl->rcNormalPosition;

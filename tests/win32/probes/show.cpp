@@ -129,6 +129,47 @@ void children() {
   clearLog();
 }
 
+// The restore-to-maximised mark and the maximised place through a run of
+// commands, each step with the flags and position it must leave.
+void placementMarks() {
+  HWND h = create("M", WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL, "ProbeShowQuiet");
+  const struct {
+    const char* label;
+    int cmd;
+  } steps[] = {
+      {"minimized from normal", SW_SHOWMINIMIZED}, {"maximized from minimized", SW_SHOWMAXIMIZED},
+      {"shown without activation", SW_SHOWNOACTIVATE}, {"maximized from normal", SW_MAXIMIZE},
+      {"minimized from maximized", SW_MINIMIZE}, {"restored to maximized", SW_RESTORE},
+      {"restored to normal", SW_RESTORE}, {"minimized again", SW_MINIMIZE},
+  };
+  for (const auto& step : steps) {
+    ShowWindow(h, step.cmd);
+    printPlacement(step.label, h);
+  }
+  ShowWindow(h, SW_MAXIMIZE);
+  SetWindowPos(h, NULL, 100, 100, 100, 100, SWP_NOZORDER | SWP_NOACTIVATE);
+  printPlacement("maximized, then moved", h);
+  DestroyWindow(h);
+  clearLog();
+}
+
+// Minimised children stack from the parent's bottom-left corner, a row each
+// when two do not fit side by side, and keep their size.
+void minimizedChildren() {
+  HWND p = create("P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 20, 300, 200, NULL,
+                  "ProbeShowQuiet");
+  HWND a = create("a", WS_CHILD | WS_VISIBLE | WS_CAPTION, 10, 10, 100, 80, p, "ProbeShowQuiet");
+  HWND b = create("b", WS_CHILD | WS_VISIBLE | WS_CAPTION, 20, 20, 100, 80, p, "ProbeShowQuiet");
+  ShowWindow(a, SW_MINIMIZE);
+  ShowWindow(b, SW_MINIMIZE);
+  printWindowRects("first minimized child", a);
+  printWindowRects("second minimized child", b);
+  SetWindowPos(a, NULL, 0, 0, 200, 200, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  printWindowRects("minimized child after resizing", a);
+  DestroyWindow(p);
+  clearLog();
+}
+
 }  // namespace
 
 int main() {
@@ -139,5 +180,7 @@ int main() {
   topLevel();
   createdMaximized();
   children();
+  placementMarks();
+  minimizedChildren();
   return 0;
 }
