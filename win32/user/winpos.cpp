@@ -1103,6 +1103,11 @@ HWND WINAPI GetForegroundWindow(void) { return focusState().active; }
 // active window. The desktop cannot be either: NULL, the last error kept.
 HWND WINAPI SetActiveWindow(HWND hWnd) {
   HWND old = focusState().active;
+  // NULL deactivates the active window, which lets another take its place.
+  if (!hWnd) {
+    if (old) deactivate(old);
+    return old;
+  }
   Window* w = checkWindow(hWnd);
   if (!w) return NULL;
   if (isChild(*w)) return old;
