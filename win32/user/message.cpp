@@ -22,7 +22,10 @@ namespace w32 {
 namespace {
 
 constexpr UINT kMinTimerInterval = 10;  // USER_TIMER_MINIMUM, milliseconds
-constexpr UINT_PTR kFirstThreadTimer = 0x7FFE0000;
+// Timers without a window take ids counting down from here, as the system
+// gives them, and run out below the last.
+constexpr UINT_PTR kFirstThreadTimer = 0x7FFF;
+constexpr UINT_PTR kLastThreadTimer = 0x101;
 constexpr DWORD kThreadId = 1;
 
 struct InputEvent {
@@ -240,6 +243,23 @@ bool peek(MSG* msg, HWND filter, UINT first, UINT last, bool remove,
     return true;
   }
   return peekExceptPosted(msg, filter, first, last, remove, kinds);
+}
+
+bool threadTimerInUse(const Queue& q, UINT_PTR id) {
+  return std::any_of(q.timers.begin(), q.timers.end(),
+                     [&](const Timer& t) { return !t.hwnd && t.id == id; });
+}
+
+// The next free id for a timer without a window, or 0 when all are taken.
+UINT_PTR freeThreadTimerId(Queue& q) {
+  size_t used = static_cast<size_t>(std::count_if(q.timers.begin(), q.timers.end(),
+                                                  [](const Timer& t) { return !t.hwnd; }));
+  if (used > kFirstThreadTimer - kLastThreadTimer) return 0;
+  for (;;) {
+    UINT_PTR id = q.nextThreadTimer;
+    q.nextThreadTimer = id == kLastThreadTimer ? kFirstThreadTimer : id - 1;
+    if (!threadTimerInUse(q, id)) return id;
+  }
 }
 
 bool anyTimer() { return !queue().timers.empty(); }
@@ -560,9 +580,11 @@ UINT_PTR WINAPI SetTimer(HWND hWnd, UINT_PTR nIDEvent, UINT uElapse, TIMERPROC l
   if (interval > 0x7FFFFFFF) interval = 0x7FFFFFFF;
   UINT_PTR id = nIDEvent;
   if (!hWnd) {
-    bool existing = std::any_of(q.timers.begin(), q.timers.end(),
-                                [&](const Timer& t) { return !t.hwnd && t.id == nIDEvent; });
-    if (!existing || nIDEvent == 0) id = q.nextThreadTimer++;
+    bool existing = nIDEvent && threadTimerInUse(q, nIDEvent);
+    if (!existing && !(id = freeThreadTimerId(q))) {
+      SetLastError(ERROR_NO_MORE_USER_HANDLES);
+      return 0;
+    }
   }
   for (Timer& t : q.timers) {
     if (t.hwnd == hWnd && t.id == id) {
