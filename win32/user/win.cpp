@@ -521,6 +521,9 @@ BOOL WINAPI EnableWindow(HWND hWnd, BOOL bEnable) {
     // Only the window itself loses the focus; a focused descendant keeps it.
     if (focusWindow() == hWnd) setFocus(NULL);
     sendMessage(hWnd, WM_ENABLE, FALSE, 0);
+  } else if (!bEnable) {
+    // Disabling a disabled window still ends whatever mode it was in.
+    sendMessage(hWnd, WM_CANCELMODE, 0, 0);
   }
   return wasDisabled;
 }
