@@ -690,10 +690,8 @@ BOOL setWindowPos(HWND hwnd, const PositionRequest& request) {
   m.wp.cy = rectHeight(w->window);
   m.wp.flags = changedFlags(*w, m, zChanged, request);
   sendMessage(hwnd, WM_WINDOWPOSCHANGED, 0, reinterpret_cast<LPARAM>(&m.wp));
-  if (w->dead) return TRUE;
-  // Hidden with SWP_NOACTIVATE, the window stays active, as on the system.
-  if ((m.flags & SWP_HIDEWINDOW) && !(m.flags & SWP_NOACTIVATE) && focusState().active == hwnd)
-    deactivate(hwnd);
+  // A window hidden here stays active, as on the system: only ShowWindow
+  // hands the activation on.
   return TRUE;
 }
 
@@ -988,6 +986,7 @@ BOOL WINAPI ShowWindow(HWND hWnd, int nCmdShow) {
   } else {
     positionWithState(hWnd, plan.pos, plan.swp, plan.stateChanged);
   }
+  if (!w->dead && nCmdShow == SW_HIDE && focusState().active == hWnd) deactivate(hWnd);
   if (!w->dead) afterShow(hWnd, nCmdShow, oldStyle, plan.swp);
   // Minimising the active window activates the next top-level window that
   // can be; with none, it stays active.
