@@ -164,11 +164,14 @@ BOOL WINAPI SetMenu(HWND hWnd, HMENU hMenu) {
   return TRUE;
 }
 
+// The frame is recomputed and redrawn for any window that may have a menu
+// bar, with or without one.
 BOOL WINAPI DrawMenuBar(HWND hWnd) {
   Window* w = checkWindow(hWnd);
   if (!w) return FALSE;
-  if (hasMenuBar(*w)) paintNonClient(hWnd);
-  return TRUE;
+  if (isChild(*w)) return TRUE;
+  return SetWindowPos(hWnd, NULL, 0, 0, 0, 0,
+                      SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE | SWP_NOZORDER | SWP_FRAMECHANGED);
 }
 
 }  // extern "C"
