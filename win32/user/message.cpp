@@ -560,11 +560,18 @@ LRESULT WINAPI DispatchMessageA(const MSG* lpMsg) {
   }
   if (!lpMsg->hwnd) return 0;
   if (!checkWindow(lpMsg->hwnd)) return 0;
+  if (lpMsg->message == WM_PAINT) {
+    WindowRef w = pinWindow(lpMsg->hwnd);
+    ++w->paintDispatches;
+    LRESULT result = sendMessage(lpMsg->hwnd, WM_PAINT, lpMsg->wParam, lpMsg->lParam);
+    --w->paintDispatches;
+    // A WM_PAINT that left the window invalid: its frame and background are
+    // brought up to date (WM_NCPAINT, WM_ERASEBKGND), as on the system; the
+    // client area stays invalid, so WM_PAINT comes again.
+    if (findWindow(lpMsg->hwnd)) eraseNow(lpMsg->hwnd, false);
+    return result;
+  }
   LRESULT result = sendMessage(lpMsg->hwnd, lpMsg->message, lpMsg->wParam, lpMsg->lParam);
-  // A WM_PAINT that left the window invalid: its frame and background are
-  // brought up to date (WM_NCPAINT, WM_ERASEBKGND), as on the system; the
-  // client area stays invalid, so WM_PAINT comes again.
-  if (lpMsg->message == WM_PAINT && findWindow(lpMsg->hwnd)) eraseNow(lpMsg->hwnd, false);
   return result;
 }
 

@@ -129,7 +129,7 @@ HWND nextWindowToPaint(HWND filter) {
     order.insert(order.end(), below.begin(), below.end());
     for (HWND h : order) {
       Window* w = findWindow(h);
-      if (!w || !needsPaint(*w)) continue;
+      if (!w || !needsPaint(*w) || w->paintDispatches) continue;
       if (filter && h != filter && !isAncestor(filter, h)) continue;
       return h;
     }

@@ -108,6 +108,10 @@ struct Window {
   bool erasePending = false;
   bool eraseFailed = false;  // an early erase returned 0: BeginPaint reports fErase
   bool ncPending = false;
+  // Its WM_PAINT is being dispatched: no other WM_PAINT is offered for it
+  // until that returns, so a procedure that reads the queue from WM_PAINT
+  // does not paint itself again and again.
+  int paintDispatches = 0;
 
   bool hasScrollData = false;
   ScrollBarInfo hbar;
