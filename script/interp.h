@@ -153,6 +153,9 @@ class Interp : public GlobalNames {
   // evaluated them.
   bool callFunctionInPlace(Frame& f, int line, const FunctionDecl& fn, TulValue* slots, int n,
                            TulValue& out);
+  // A built-in; checks the number of arguments first.
+  bool callBuiltin(Frame& f, int line, const FunctionObject& fn, const TulValue* args, int n,
+                   TulValue& out);
   bool callMethodInPlace(Frame& f, int line, const FunctionDecl& fn, TulClass* owner,
                          const TulValue& self, TulValue* slots, TulValue& out);
   // Fills a method call site's cache for cls: the script method `name`
@@ -244,8 +247,6 @@ class Interp : public GlobalNames {
  private:
   bool displayObject(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool displayContainer(Frame& f, int line, const TulValue& v, std::string& out, int depth);
-  bool callBuiltin(Frame& f, int line, const FunctionObject& fn, const TulValue* args, int n,
-                   TulValue& out);
   bool stepsSpent(const Frame& f, int line);
   bool readUndefined(const VarRef& v, Frame& f, int line, TulValue& out);
   bool writeUndeclared(const VarRef& v, Frame& f, int line);
@@ -285,6 +286,9 @@ class Interp : public GlobalNames {
   std::vector<const void*> displaying_;  // containers being shown, for cycles
   ScriptError lastError_;
 
+  // Every built-in's function value, so that a call may hold a built-in
+  // borrowed while its arguments run (they may reassign the variable).
+  std::vector<TulValue> builtins_;
   SlotStack slotStack_;
   // Script classes by runtime class: their own instance methods by name
   // (null for a name bound twice, which the runtime settles).

@@ -467,22 +467,24 @@ const std::string& calleeName(const CallExpr& e) {
                                               : none;
 }
 
-// A script function named by a variable is called without copying its
-// value: its declaration lives as long as its program, which the
-// interpreter keeps, whatever the arguments do to the variable.
-const FunctionDecl* namedScriptFunction(const Interp& in, const CallExpr& e, const Frame& f) {
+// A function named by a variable is called without copying its value,
+// whatever the arguments do to the variable: a script function's
+// declaration lives as long as its program, which the interpreter keeps,
+// and a built-in as long as the interpreter.
+const FunctionObject* namedFunction(const Interp& in, const CallExpr& e, const Frame& f) {
   if (e.callee->kind != ExprKind::Variable) return nullptr;
   const TulValue* v = in.peekVar(static_cast<const VariableExpr&>(*e.callee).var, f);
-  FunctionObject* fn = v ? functionOf(*v) : nullptr;
-  return fn ? fn->decl() : nullptr;
+  return v ? functionOf(*v) : nullptr;
 }
 
 TUL_NOINLINE bool evalCall(Interp& in, const CallExpr& e, Frame& f, TulValue& out) {
-  if (const FunctionDecl* decl = namedScriptFunction(in, e, f)) {
+  const int n = static_cast<int>(e.args.size());
+  if (const FunctionObject* named = namedFunction(in, e, f)) {
+    const FunctionDecl* decl = named->decl();
     SlotFrame frame(in.slotStack(), frameSize(e.args, decl));
     if (!evalArgs(in, e.args, f, frame.slots())) return false;
-    return in.callFunctionInPlace(f, e.line, *decl, frame.slots(),
-                                  static_cast<int>(e.args.size()), out);
+    if (decl) return in.callFunctionInPlace(f, e.line, *decl, frame.slots(), n, out);
+    return in.callBuiltin(f, e.line, *named, frame.slots(), n, out);
   }
   TulValue callee;
   if (!in.eval(*e.callee, f, callee)) return false;
@@ -490,7 +492,6 @@ TUL_NOINLINE bool evalCall(Interp& in, const CallExpr& e, Frame& f, TulValue& ou
   const FunctionDecl* decl = fn ? fn->decl() : nullptr;
   SlotFrame frame(in.slotStack(), frameSize(e.args, decl));
   if (!evalArgs(in, e.args, f, frame.slots())) return false;
-  const int n = static_cast<int>(e.args.size());
   if (decl) return in.callFunctionInPlace(f, e.line, *decl, frame.slots(), n, out);
   return in.callValue(f, e.line, callee, frame.slots(), n, out, calleeName(e));
 }
