@@ -361,14 +361,20 @@ TUL_NOINLINE bool evalLogical(Interp& in, const BinaryExpr& e, Frame& f, TulValu
 }
 
 // A variable as the target: no place to resolve.
+// What x = e or x OP= e stores when both sides are integers (see
+// Interp::tryInt); false, with nothing done, when the general way must
+// compute it.
+bool intAssignment(const Interp& in, const BinaryExpr& e, const Frame& f, std::int32_t& r) {
+  if (e.op == TokenKind::Eq) return in.tryInt(*e.right, f, r);
+  std::int32_t x = 0, y = 0;
+  return in.tryInt(*e.left, f, x) && in.tryInt(*e.right, f, y) &&
+         intBinary(compoundBase(e.op), x, y, r);
+}
+
 bool assignVariable(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
   const auto& target = static_cast<const VariableExpr&>(*e.left);
-  std::int32_t x = 0, y = 0, r = 0;
-  const bool isInt = e.op == TokenKind::Eq
-                         ? in.tryInt(*e.right, f, r)
-                         : in.tryInt(*e.left, f, x) && in.tryInt(*e.right, f, y) &&
-                               intBinary(compoundBase(e.op), x, y, r);
-  if (isInt) {
+  std::int32_t r = 0;
+  if (intAssignment(in, e, f, r)) {
     if (!in.writeVar(target.var, f, target.line, TulValue(r))) return false;
     out = TulValue(r);
     return true;
@@ -418,6 +424,23 @@ bool incDecVariable(Interp& in, const IncDecExpr& e, Frame& f, TulValue& out) {
   *v = TulValue(updated);
   out = TulValue(e.prefix ? updated : old);
   return true;
+}
+
+// An expression whose value nobody uses (a statement, a for loop's step):
+// an integer assignment to a variable, or ++ or -- of one, makes no value.
+bool evalDiscarded(Interp& in, const Expr& e, Frame& f) {
+  TulValue ignored;
+  if (e.kind == ExprKind::Assign) {
+    const auto& a = static_cast<const BinaryExpr&>(e);
+    std::int32_t r = 0;
+    if (a.left->kind == ExprKind::Variable && intAssignment(in, a, f, r))
+      return in.writeVar(static_cast<const VariableExpr&>(*a.left).var, f, a.left->line,
+                         TulValue(r));
+  } else if (e.kind == ExprKind::IncDec) {
+    const auto& i = static_cast<const IncDecExpr&>(e);
+    if (i.target->kind == ExprKind::Variable && incDecVariable(in, i, f, ignored)) return true;
+  }
+  return in.eval(e, f, ignored);
 }
 
 TUL_NOINLINE bool evalIncDec(Interp& in, const IncDecExpr& e, Frame& f, TulValue& out) {
@@ -666,8 +689,7 @@ TUL_NOINLINE Flow execFor(Interp& in, const ForStmt& s, Frame& f) {
     }
     Flow result;
     if (loopEnds(in.exec(*s.body, f), result)) return result;
-    TulValue ignored;
-    if (s.step && !in.eval(*s.step, f, ignored)) return Flow::Fail;
+    if (s.step && !evalDiscarded(in, *s.step, f)) return Flow::Fail;
   }
 }
 
@@ -763,8 +785,7 @@ TUL_NOINLINE Flow execReturn(Interp& in, const ExprStmt& s, Frame& f) {
 }
 
 TUL_NOINLINE Flow execExpr(Interp& in, const ExprStmt& s, Frame& f) {
-  TulValue ignored;
-  return in.eval(*s.value, f, ignored) ? Flow::Normal : Flow::Fail;
+  return evalDiscarded(in, *s.value, f) ? Flow::Normal : Flow::Fail;
 }
 
 }  // namespace
