@@ -832,6 +832,24 @@ bool Interp::eval(const Expr& e, Frame& f, TulValue& out) {
   return fail(f, e.line, "internal error: unknown expression");
 }
 
+namespace {
+
+// An operand on the integer path: a literal or a variable is read here, so
+// the leaves of an expression cost no call of their own.
+inline bool intOperand(const Interp& in, const Expr& e, const Frame& f, std::int32_t& out) {
+  if (e.kind == ExprKind::Int) {
+    out = static_cast<const LiteralExpr&>(e).intValue;
+    return true;
+  }
+  if (e.kind != ExprKind::Variable) return in.tryInt(e, f, out);
+  const TulValue* v = in.peekVar(static_cast<const VariableExpr&>(e).var, f);
+  if (!v || v->type() != TulValueType::I32) return false;
+  out = static_cast<int>(*v);
+  return true;
+}
+
+}  // namespace
+
 bool Interp::tryInt(const Expr& e, const Frame& f, std::int32_t& out) const {
   switch (e.kind) {
     case ExprKind::Int: out = static_cast<const LiteralExpr&>(e).intValue; return true;
@@ -844,13 +862,13 @@ bool Interp::tryInt(const Expr& e, const Frame& f, std::int32_t& out) const {
     case ExprKind::Binary: {
       const auto& b = static_cast<const BinaryExpr&>(e);
       std::int32_t x, y;
-      return e.height <= kIntPathHeight && tryInt(*b.left, f, x) && tryInt(*b.right, f, y) &&
-             intBinary(b.op, x, y, out);
+      return e.height <= kIntPathHeight && intOperand(*this, *b.left, f, x) &&
+             intOperand(*this, *b.right, f, y) && intBinary(b.op, x, y, out);
     }
     case ExprKind::Unary: {
       const auto& u = static_cast<const UnaryExpr&>(e);
       std::int32_t x;
-      if (e.height > kIntPathHeight || !tryInt(*u.operand, f, x)) return false;
+      if (e.height > kIntPathHeight || !intOperand(*this, *u.operand, f, x)) return false;
       const std::uint32_t ux = static_cast<std::uint32_t>(x);
       switch (u.op) {
         case TokenKind::Minus: out = static_cast<std::int32_t>(0u - ux); return true;
