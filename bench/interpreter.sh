@@ -10,7 +10,7 @@
 #              says why: its rows are then skipped)
 #
 # Against Lua 5.4 every row has the target lua_target; a row that misses it
-# says what its program's time goes to and the next step (why_missed).
+# says what its program's time goes to (dominant) and the next step.
 #
 # Each program takes its number of rounds as its one argument. A round costs
 # (t(long run) - t(short run)) / (rounds between them), so start-up, loading
@@ -21,15 +21,24 @@ here=$(cd "$(dirname "$0")" && pwd)
 programs=(calls loops bitloop methods strings dicts vectors)
 lua_target=3.000
 declare -A dominant=(
-  [calls]="a script call: the callee and the arguments evaluated into the new frame's slots, the step and stack checks, a C++ call per node of the body"
-  [loops]="a C++ call per node and per step of the loop; each operand a 16-byte value read and written through the frame"
-  [bitloop]="a C++ call per node and per step of the loop; each operand a 16-byte value read and written through the frame"
-  [methods]="the call site's class check and the frame, then the same tree walk as a function call; the member read goes through the object's member vector"
-  [strings]="each + makes a new host string (an allocation and a copy) where Lua interns and builds in a buffer"
-  [dicts]="the key string built by + and the host dictionary's hashing of it on every read and write"
-  [vectors]="push and len are built-in calls through the generic call path; each element a 16-byte value"
+  [calls]="a script call: the frame's slots taken and cleared, the step and stack checks, and a C++ call for each statement and node of the body (the if, its condition, the return); the + of two calls goes the general way with a 16-byte value per operand"
+  [loops]="integer expressions go without a value per node, but every statement and every node is still a C++ call of a recursive walk, with the step check and each global read through the table of globals"
+  [bitloop]="integer expressions go without a value per node, but every statement and every node is still a C++ call of a recursive walk, with the step check and each global read through the table of globals"
+  [methods]="the call site's class check, the object's value copied (its count kept by the runtime) and the frame, then the tree walk of the body; the member read goes through the object's member vector"
+  [strings]="each + makes a new host string (an allocation and a copy), and so does each evaluation of a string literal, where Lua interns and builds in a buffer"
+  [dicts]="the key string built by + (a new host string) and the host dictionary's hashing of it on every read and write"
+  [vectors]="push and len are built-in calls: arguments copied into a frame, the count check, and the runtime's vector growth; each element a 16-byte value"
 )
-next_step="next step: compile function bodies to a register bytecode (operands in the slot stack, integers unboxed, one dispatch per operation instead of a C++ call per node)"
+bytecode="compile function bodies to a register bytecode (operands in the slot stack, integers unboxed, one dispatch per operation instead of a C++ call per node)"
+declare -A next_step=(
+  [calls]="$bytecode, with calls of a known function by fixed arity"
+  [loops]=$bytecode
+  [bitloop]=$bytecode
+  [methods]="$bytecode; the object borrowed from the frame for a call that cannot release it"
+  [strings]="a chain of + built in one buffer into one host string"
+  [dicts]="the same as strings for the key; keys hashed once per string"
+  [vectors]="$bytecode; push and len as operations of their own"
+)
 check_rounds=7      # the run whose output all versions must agree on
 long_run=1.2        # seconds of work the long run is sized to
 
@@ -95,7 +104,7 @@ compare() {
   ratio=$(awk -v s="$script" -v c="$cost" 'BEGIN { printf "%.3f", s / c }')
   note="$(micro "$script") us a round in script against $(micro "$cost") us in $name"
   if [ "$target" != null ] && awk -v r="$ratio" -v t="$target" 'BEGIN { exit !(r > t) }'; then
-    note="$note. Missed: ${dominant[$program]}; $next_step"
+    note="$note. Missed: ${dominant[$program]}; next step: ${next_step[$program]}"
   fi
   row "$title" "$ratio" "$note" $target
 }

@@ -308,11 +308,16 @@ TulValue functionValueOf(const BuiltinRow& row) {
 }  // namespace
 
 void Interp::defineBuiltins() {
-  for (const BuiltinRow& row : kBuiltins) defineGlobal(row.name, functionValueOf(row));
+  for (const BuiltinRow& row : kBuiltins) {
+    builtins_.push_back(functionValueOf(row));
+    defineGlobal(row.name, builtins_.back());
+  }
   if (opts_.allowMemoryAccess) {
     TulValue mem(new TulDictionary());
-    for (const BuiltinRow& row : kMemFunctions)
-      *(*static_cast<TulDictionary*>(mem))[row.name + 4] = functionValueOf(row);
+    for (const BuiltinRow& row : kMemFunctions) {
+      builtins_.push_back(functionValueOf(row));
+      *(*static_cast<TulDictionary*>(mem))[row.name + 4] = builtins_.back();
+    }
     defineGlobal("mem", mem);
   }
   for (const NamedConstant& c : kWin32Constants) defineGlobal(c.name, TulValue(c.value));

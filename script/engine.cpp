@@ -137,6 +137,7 @@ Interp::~Interp() {
   for (std::size_t i = globals_.size(); i-- > 0;) {
     TulValue dropped(std::move(globals_[i]));
   }
+  builtins_.clear();
   vm_.reset();
   for (TulValue& g : globals_) g = TulValue();
 }

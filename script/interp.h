@@ -56,6 +56,7 @@ class FunctionObject : public TulRefObject {
   const FunctionDecl* decl() const { return decl_; }
   BuiltinFn builtin() const { return builtin_; }
   std::string name() const { return decl_ ? decl_->name : builtinName_; }
+  const char* builtinName() const { return builtinName_; }
   int minArgs() const { return minArgs_; }
   int maxArgs() const { return maxArgs_; }  // -1: any number
 
@@ -75,9 +76,16 @@ FunctionObject* functionOf(const TulValue& v);
 struct Frame {
   const Program* program = nullptr;  // errors point into its file
   TulValue* slots = nullptr;
-  TulValue self;             // `this`; nil outside instance methods
+  // `this`, held by whoever runs the frame for as long as it runs; null
+  // outside instance methods.
+  const TulValue* self = nullptr;
   TulClass* cls = nullptr;   // the class whose method runs (for `base`)
   TulValue ret;              // the value of `return`
+
+  const TulValue& thisValue() const {
+    static const TulValue nil;
+    return self ? *self : nil;
+  }
 };
 
 enum class Flow { Normal, Break, Continue, Return, Fail };
@@ -120,6 +128,17 @@ class Interp : public GlobalNames {
 
   // --- evaluation (interpreter.cpp) ---------------------------------------
   bool eval(const Expr& e, Frame& f, TulValue& out);
+  // The value of an integer expression without a TulValue per node: one
+  // made only of integer literals, variables that hold 32-bit integers and
+  // the arithmetic, bitwise and comparison operators on them, at most
+  // kIntPathHeight nodes deep. Such an expression has no effects, so on
+  // false (any other node or value, an undefined global, a division by
+  // zero) the caller evaluates it the general way from the start, which
+  // reports what there is to report.
+  static constexpr int kIntPathHeight = 8;
+  bool tryInt(const Expr& e, const Frame& f, std::int32_t& out) const;
+  // A condition's truth, through tryInt when it can.
+  bool condition(const Expr& e, Frame& f, bool& out);
   Flow exec(const Stmt& s, Frame& f);
   Flow execList(const std::vector<StmtPtr>& list, Frame& f);
   bool runProgram(const Program& p);
@@ -134,6 +153,9 @@ class Interp : public GlobalNames {
   // evaluated them.
   bool callFunctionInPlace(Frame& f, int line, const FunctionDecl& fn, TulValue* slots, int n,
                            TulValue& out);
+  // A built-in; checks the number of arguments first.
+  bool callBuiltin(Frame& f, int line, const FunctionObject& fn, const TulValue* args, int n,
+                   TulValue& out);
   bool callMethodInPlace(Frame& f, int line, const FunctionDecl& fn, TulClass* owner,
                          const TulValue& self, TulValue* slots, TulValue& out);
   // Fills a method call site's cache for cls: the script method `name`
@@ -176,6 +198,16 @@ class Interp : public GlobalNames {
     out = globals_[i];
     return true;
   }
+  // Where a variable's value is, for a read that copies nothing; null for
+  // a global not yet defined.
+  const TulValue* peekVar(const VarRef& v, const Frame& f) const {
+    if (v.kind == VarRef::Kind::Local) return &f.slots[v.index];
+    const std::size_t i = static_cast<std::size_t>(v.index);
+    return defined_[i] ? &globals_[i] : nullptr;
+  }
+  TulValue* varSlot(const VarRef& v, Frame& f) {
+    return const_cast<TulValue*>(peekVar(v, f));
+  }
   bool writeVar(const VarRef& v, Frame& f, int line, const TulValue& value) {
     if (v.kind == VarRef::Kind::Local) {
       f.slots[v.index] = value;
@@ -215,8 +247,6 @@ class Interp : public GlobalNames {
  private:
   bool displayObject(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool displayContainer(Frame& f, int line, const TulValue& v, std::string& out, int depth);
-  bool callBuiltin(Frame& f, int line, const FunctionObject& fn, const TulValue* args, int n,
-                   TulValue& out);
   bool stepsSpent(const Frame& f, int line);
   bool readUndefined(const VarRef& v, Frame& f, int line, TulValue& out);
   bool writeUndeclared(const VarRef& v, Frame& f, int line);
@@ -256,6 +286,9 @@ class Interp : public GlobalNames {
   std::vector<const void*> displaying_;  // containers being shown, for cycles
   ScriptError lastError_;
 
+  // Every built-in's function value, so that a call may hold a built-in
+  // borrowed while its arguments run (they may reassign the variable).
+  std::vector<TulValue> builtins_;
   SlotStack slotStack_;
   // Script classes by runtime class: their own instance methods by name
   // (null for a name bound twice, which the runtime settles).

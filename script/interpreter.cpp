@@ -361,8 +361,24 @@ TUL_NOINLINE bool evalLogical(Interp& in, const BinaryExpr& e, Frame& f, TulValu
 }
 
 // A variable as the target: no place to resolve.
+// What x = e or x OP= e stores when both sides are integers (see
+// Interp::tryInt); false, with nothing done, when the general way must
+// compute it.
+bool intAssignment(const Interp& in, const BinaryExpr& e, const Frame& f, std::int32_t& r) {
+  if (e.op == TokenKind::Eq) return in.tryInt(*e.right, f, r);
+  std::int32_t x = 0, y = 0;
+  return in.tryInt(*e.left, f, x) && in.tryInt(*e.right, f, y) &&
+         intBinary(compoundBase(e.op), x, y, r);
+}
+
 bool assignVariable(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
   const auto& target = static_cast<const VariableExpr&>(*e.left);
+  std::int32_t r = 0;
+  if (intAssignment(in, e, f, r)) {
+    if (!in.writeVar(target.var, f, target.line, TulValue(r))) return false;
+    out = TulValue(r);
+    return true;
+  }
   TulValue value;
   if (e.op == TokenKind::Eq) {
     if (!in.eval(*e.right, f, value)) return false;
@@ -395,30 +411,40 @@ TUL_NOINLINE bool evalAssign(Interp& in, const BinaryExpr& e, Frame& f, TulValue
 
 // ++a on an object is a = a.OP_INC() and gives the new a; a++ is
 // tmp = a; a = a.OP_PINC() and gives tmp.
-// ++ and -- of an integer variable, the loop counter's case. False with
-// `done` unset when the variable holds anything else (the general way then
-// reads it again: reading has no effects of its own).
-bool incDecVariable(Interp& in, const IncDecExpr& e, Frame& f, TulValue& out, bool& done) {
-  const auto& target = static_cast<const VariableExpr&>(*e.target);
-  TulValue old;
-  done = true;
-  if (!in.readVar(target.var, f, target.line, old)) return false;
-  TulValue updated;
-  if (old.type() != TulValueType::I32 ||
-      !applyIntBinary(e.increment ? TokenKind::Plus : TokenKind::Minus, static_cast<int>(old), 1,
-                      updated))
-    return done = false;
-  if (!in.writeVar(target.var, f, target.line, updated)) return false;
-  out = e.prefix ? std::move(updated) : std::move(old);
+// ++ and -- of an integer variable, the loop counter's case. False when
+// the variable holds anything else or is an undefined global (the general
+// way then reads it again: reading has no effects of its own). The
+// variable is updated where it is: an integer holds no reference.
+bool incDecVariable(Interp& in, const IncDecExpr& e, Frame& f, TulValue& out) {
+  TulValue* v = in.varSlot(static_cast<const VariableExpr&>(*e.target).var, f);
+  if (!v || v->type() != TulValueType::I32) return false;
+  const std::int32_t old = static_cast<int>(*v);
+  const std::uint32_t u = static_cast<std::uint32_t>(old);
+  const std::int32_t updated = static_cast<std::int32_t>(e.increment ? u + 1 : u - 1);
+  *v = TulValue(updated);
+  out = TulValue(e.prefix ? updated : old);
   return true;
 }
 
-TUL_NOINLINE bool evalIncDec(Interp& in, const IncDecExpr& e, Frame& f, TulValue& out) {
-  if (e.target->kind == ExprKind::Variable) {
-    bool done = false;
-    bool ok = incDecVariable(in, e, f, out, done);
-    if (done) return ok;
+// An expression whose value nobody uses (a statement, a for loop's step):
+// an integer assignment to a variable, or ++ or -- of one, makes no value.
+bool evalDiscarded(Interp& in, const Expr& e, Frame& f) {
+  TulValue ignored;
+  if (e.kind == ExprKind::Assign) {
+    const auto& a = static_cast<const BinaryExpr&>(e);
+    std::int32_t r = 0;
+    if (a.left->kind == ExprKind::Variable && intAssignment(in, a, f, r))
+      return in.writeVar(static_cast<const VariableExpr&>(*a.left).var, f, a.left->line,
+                         TulValue(r));
+  } else if (e.kind == ExprKind::IncDec) {
+    const auto& i = static_cast<const IncDecExpr&>(e);
+    if (i.target->kind == ExprKind::Variable && incDecVariable(in, i, f, ignored)) return true;
   }
+  return in.eval(e, f, ignored);
+}
+
+TUL_NOINLINE bool evalIncDec(Interp& in, const IncDecExpr& e, Frame& f, TulValue& out) {
+  if (e.target->kind == ExprKind::Variable && incDecVariable(in, e, f, out)) return true;
   Place p;
   TulValue old, updated;
   if (!resolvePlace(in, *e.target, f, p) || !readPlace(in, p, f, old)) return false;
@@ -464,14 +490,31 @@ const std::string& calleeName(const CallExpr& e) {
                                               : none;
 }
 
+// A function named by a variable is called without copying its value,
+// whatever the arguments do to the variable: a script function's
+// declaration lives as long as its program, which the interpreter keeps,
+// and a built-in as long as the interpreter.
+const FunctionObject* namedFunction(const Interp& in, const CallExpr& e, const Frame& f) {
+  if (e.callee->kind != ExprKind::Variable) return nullptr;
+  const TulValue* v = in.peekVar(static_cast<const VariableExpr&>(*e.callee).var, f);
+  return v ? functionOf(*v) : nullptr;
+}
+
 TUL_NOINLINE bool evalCall(Interp& in, const CallExpr& e, Frame& f, TulValue& out) {
+  const int n = static_cast<int>(e.args.size());
+  if (const FunctionObject* named = namedFunction(in, e, f)) {
+    const FunctionDecl* decl = named->decl();
+    SlotFrame frame(in.slotStack(), frameSize(e.args, decl));
+    if (!evalArgs(in, e.args, f, frame.slots())) return false;
+    if (decl) return in.callFunctionInPlace(f, e.line, *decl, frame.slots(), n, out);
+    return in.callBuiltin(f, e.line, *named, frame.slots(), n, out);
+  }
   TulValue callee;
   if (!in.eval(*e.callee, f, callee)) return false;
   FunctionObject* fn = functionOf(callee);
   const FunctionDecl* decl = fn ? fn->decl() : nullptr;
   SlotFrame frame(in.slotStack(), frameSize(e.args, decl));
   if (!evalArgs(in, e.args, f, frame.slots())) return false;
-  const int n = static_cast<int>(e.args.size());
   if (decl) return in.callFunctionInPlace(f, e.line, *decl, frame.slots(), n, out);
   return in.callValue(f, e.line, callee, frame.slots(), n, out, calleeName(e));
 }
@@ -565,17 +608,41 @@ TUL_NOINLINE bool evalBaseCall(Interp& in, const CallExpr& e, Frame& f, TulValue
   if (!base || !tulrt::hasMethod(base, e.name.c_str()))
     return in.fail(f, e.line, std::string("base class ") + (base ? classNameOf(base) : "?") +
                                   " has no method " + quoted(e.name));
-  return in.callMethod(f, e.line, &f.self, base, e.name.c_str(), args,
+  return in.callMethod(f, e.line, &f.thisValue(), base, e.name.c_str(), args,
                        static_cast<int>(e.args.size()), out);
 }
 
+// Reading a member runs no script code, so `this.name` and `var.name` read
+// the object where the frame holds it, without copying its value.
 TUL_NOINLINE bool evalMember(Interp& in, const MemberExpr& e, Frame& f, TulValue& out) {
+  const Expr& o = *e.object;
+  const TulValue* held = o.kind == ExprKind::This ? &f.thisValue()
+                         : o.kind == ExprKind::Variable
+                             ? in.peekVar(static_cast<const VariableExpr&>(o).var, f)
+                             : nullptr;
+  if (held) return readMember(in, f, e.line, *held, e, out);
   TulValue obj;
-  if (!in.eval(*e.object, f, obj)) return false;
+  if (!in.eval(o, f, obj)) return false;
   return readMember(in, f, e.line, obj, e, out);
 }
 
+// v[i] with v a variable that holds a vector and i an integer expression
+// within it: the vector is read where the frame holds it. False, with
+// nothing done, for anything else (the general way then evaluates both
+// again, which has no effects).
+bool readVectorElement(Interp& in, const MemberExpr& e, Frame& f, TulValue& out) {
+  if (e.object->kind != ExprKind::Variable) return false;
+  const TulValue* held = in.peekVar(static_cast<const VariableExpr&>(*e.object).var, f);
+  std::int32_t i = 0;
+  if (!held || held->type() != TulValueType::Vector || !in.tryInt(*e.index, f, i)) return false;
+  const TulVector* v = static_cast<TulVector*>(*held);
+  if (i < 0 || static_cast<unsigned>(i) >= v->size()) return false;
+  out = (*v)[static_cast<unsigned>(i)];
+  return true;
+}
+
 TUL_NOINLINE bool evalIndex(Interp& in, const MemberExpr& e, Frame& f, TulValue& out) {
+  if (readVectorElement(in, e, f, out)) return true;
   TulValue obj, key;
   if (!in.eval(*e.object, f, obj) || !in.eval(*e.index, f, key)) return false;
   return readIndex(in, f, e.line, obj, key, out);
@@ -600,9 +667,9 @@ bool loopEnds(Flow fl, Flow& result) {
 TUL_NOINLINE Flow execWhile(Interp& in, const IfStmt& s, Frame& f) {
   for (;;) {
     if (!in.step(f, s.line)) return Flow::Fail;
-    TulValue c;
-    if (!in.eval(*s.cond, f, c)) return Flow::Fail;
-    if (!isTrue(c)) return Flow::Normal;
+    bool c = false;
+    if (!in.condition(*s.cond, f, c)) return Flow::Fail;
+    if (!c) return Flow::Normal;
     Flow result;
     if (loopEnds(in.exec(*s.then, f), result)) return result;
   }
@@ -616,14 +683,13 @@ TUL_NOINLINE Flow execFor(Interp& in, const ForStmt& s, Frame& f) {
   for (;;) {
     if (!in.step(f, s.line)) return Flow::Fail;
     if (s.cond) {
-      TulValue c;
-      if (!in.eval(*s.cond, f, c)) return Flow::Fail;
-      if (!isTrue(c)) return Flow::Normal;
+      bool c = false;
+      if (!in.condition(*s.cond, f, c)) return Flow::Fail;
+      if (!c) return Flow::Normal;
     }
     Flow result;
     if (loopEnds(in.exec(*s.body, f), result)) return result;
-    TulValue ignored;
-    if (s.step && !in.eval(*s.step, f, ignored)) return Flow::Fail;
+    if (s.step && !evalDiscarded(in, *s.step, f)) return Flow::Fail;
   }
 }
 
@@ -704,9 +770,9 @@ TUL_NOINLINE Flow execVar(Interp& in, const VarStmt& s, Frame& f) {
 }
 
 TUL_NOINLINE Flow execIf(Interp& in, const IfStmt& s, Frame& f) {
-  TulValue c;
-  if (!in.eval(*s.cond, f, c)) return Flow::Fail;
-  if (isTrue(c)) return in.exec(*s.then, f);
+  bool c = false;
+  if (!in.condition(*s.cond, f, c)) return Flow::Fail;
+  if (c) return in.exec(*s.then, f);
   return s.otherwise ? in.exec(*s.otherwise, f) : Flow::Normal;
 }
 
@@ -719,8 +785,7 @@ TUL_NOINLINE Flow execReturn(Interp& in, const ExprStmt& s, Frame& f) {
 }
 
 TUL_NOINLINE Flow execExpr(Interp& in, const ExprStmt& s, Frame& f) {
-  TulValue ignored;
-  return in.eval(*s.value, f, ignored) ? Flow::Normal : Flow::Fail;
+  return evalDiscarded(in, *s.value, f) ? Flow::Normal : Flow::Fail;
 }
 
 }  // namespace
@@ -737,17 +802,23 @@ bool Interp::eval(const Expr& e, Frame& f, TulValue& out) {
     case ExprKind::DictLit: return evalDictionary(*this, static_cast<const ListExpr&>(e), f, out);
     case ExprKind::Variable:
       return readVar(static_cast<const VariableExpr&>(e).var, f, e.line, out);
-    case ExprKind::This: out = f.self; return true;
+    case ExprKind::This: out = f.thisValue(); return true;
     case ExprKind::FunctionLit:
       out = functionValue(*static_cast<const FunctionExpr&>(e).fn);
       return true;
     case ExprKind::Unary: return evalUnary(*this, static_cast<const UnaryExpr&>(e), f, out);
-    case ExprKind::Binary: return evalBinary(*this, static_cast<const BinaryExpr&>(e), f, out);
+    case ExprKind::Binary: {
+      std::int32_t r;
+      if (!tryInt(e, f, r)) return evalBinary(*this, static_cast<const BinaryExpr&>(e), f, out);
+      out = TulValue(r);
+      return true;
+    }
     case ExprKind::Logical: return evalLogical(*this, static_cast<const BinaryExpr&>(e), f, out);
     case ExprKind::Conditional: {
       const auto& c = static_cast<const ConditionalExpr&>(e);
-      if (!eval(*c.cond, f, out)) return false;
-      return eval(isTrue(out) ? *c.then : *c.otherwise, f, out);
+      bool yes = false;
+      if (!condition(*c.cond, f, yes)) return false;
+      return eval(yes ? *c.then : *c.otherwise, f, out);
     }
     case ExprKind::Assign: return evalAssign(*this, static_cast<const BinaryExpr&>(e), f, out);
     case ExprKind::IncDec: return evalIncDec(*this, static_cast<const IncDecExpr&>(e), f, out);
@@ -759,6 +830,67 @@ bool Interp::eval(const Expr& e, Frame& f, TulValue& out) {
     case ExprKind::Index: return evalIndex(*this, static_cast<const MemberExpr&>(e), f, out);
   }
   return fail(f, e.line, "internal error: unknown expression");
+}
+
+namespace {
+
+// An operand on the integer path: a literal or a variable is read here, so
+// the leaves of an expression cost no call of their own.
+inline bool intOperand(const Interp& in, const Expr& e, const Frame& f, std::int32_t& out) {
+  if (e.kind == ExprKind::Int) {
+    out = static_cast<const LiteralExpr&>(e).intValue;
+    return true;
+  }
+  if (e.kind != ExprKind::Variable) return in.tryInt(e, f, out);
+  const TulValue* v = in.peekVar(static_cast<const VariableExpr&>(e).var, f);
+  if (!v || v->type() != TulValueType::I32) return false;
+  out = static_cast<int>(*v);
+  return true;
+}
+
+}  // namespace
+
+bool Interp::tryInt(const Expr& e, const Frame& f, std::int32_t& out) const {
+  switch (e.kind) {
+    case ExprKind::Int: out = static_cast<const LiteralExpr&>(e).intValue; return true;
+    case ExprKind::Variable: {
+      const TulValue* v = peekVar(static_cast<const VariableExpr&>(e).var, f);
+      if (!v || v->type() != TulValueType::I32) return false;
+      out = static_cast<int>(*v);
+      return true;
+    }
+    case ExprKind::Binary: {
+      const auto& b = static_cast<const BinaryExpr&>(e);
+      std::int32_t x, y;
+      return e.height <= kIntPathHeight && intOperand(*this, *b.left, f, x) &&
+             intOperand(*this, *b.right, f, y) && intBinary(b.op, x, y, out);
+    }
+    case ExprKind::Unary: {
+      const auto& u = static_cast<const UnaryExpr&>(e);
+      std::int32_t x;
+      if (e.height > kIntPathHeight || !intOperand(*this, *u.operand, f, x)) return false;
+      const std::uint32_t ux = static_cast<std::uint32_t>(x);
+      switch (u.op) {
+        case TokenKind::Minus: out = static_cast<std::int32_t>(0u - ux); return true;
+        case TokenKind::Tilde: out = static_cast<std::int32_t>(~ux); return true;
+        case TokenKind::Bang: out = x == 0; return true;
+        default: out = x; return true;  // unary plus
+      }
+    }
+    default: return false;
+  }
+}
+
+bool Interp::condition(const Expr& e, Frame& f, bool& out) {
+  std::int32_t r;
+  if (tryInt(e, f, r)) {
+    out = r != 0;
+    return true;
+  }
+  TulValue c;
+  if (!eval(e, f, c)) return false;
+  out = isTrue(c);
+  return true;
 }
 
 Flow Interp::exec(const Stmt& s, Frame& f) {
@@ -840,18 +972,17 @@ bool Interp::writeUndeclared(const VarRef& v, Frame& f, int line) {
 // counts it accepts.
 bool Interp::callBuiltin(Frame& f, int line, const FunctionObject& fn, const TulValue* args,
                          int n, TulValue& out) {
-  std::string name = fn.name();
   if (n < fn.minArgs() || (fn.maxArgs() >= 0 && n > fn.maxArgs())) {
     std::string want = fn.minArgs() == fn.maxArgs() ? std::to_string(fn.minArgs())
                        : fn.maxArgs() < 0 ? "at least " + std::to_string(fn.minArgs())
                                           : std::to_string(fn.minArgs()) + " to " +
                                                 std::to_string(fn.maxArgs());
     bool one = want == "1" || (want.size() > 2 && want.compare(want.size() - 2, 2, " 1") == 0);
-    return fail(f, line, name + ": expected " + want + " argument" + (one ? "" : "s") +
+    return fail(f, line, fn.name() + ": expected " + want + " argument" + (one ? "" : "s") +
                              ", got " + std::to_string(n));
   }
   out = TulValue();
-  BuiltinCall call{*this, f, line, name.c_str(), args, n, out};
+  BuiltinCall call{*this, f, line, fn.builtinName(), args, n, out};
   return fn.builtin()(call);
 }
 
@@ -891,7 +1022,7 @@ bool Interp::runFrame(const FunctionDecl& fn, TulValue* slots, const TulValue& s
   Frame frame;
   frame.program = fn.program;
   frame.slots = slots;
-  frame.self = self;
+  frame.self = &self;
   frame.cls = cls;
   Flow fl = execList(fn.body.body, frame);
   if (fl == Flow::Fail) return false;

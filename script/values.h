@@ -38,25 +38,52 @@ bool valuesEqual(const TulValue& a, const TulValue& b);
 bool applyBinary(TokenKind op, const TulValue& a, const TulValue& b, TulValue& out,
                  std::string& error);
 // The same for two 32-bit integers, the common case, without the checks
-// the general case needs; false for an operator it leaves to applyBinary
-// (division and modulo, which may fail, and the shifts).
-inline bool applyIntBinary(TokenKind op, std::int32_t x, std::int32_t y, TulValue& out) {
+// the general case needs and with the results applyBinary gives; false,
+// with r untouched, for a division or modulo by zero (applyBinary reports
+// those) and for an operator that is not binary arithmetic or comparison.
+inline bool intBinary(TokenKind op, std::int32_t x, std::int32_t y, std::int32_t& r) {
   const std::uint32_t ux = static_cast<std::uint32_t>(x), uy = static_cast<std::uint32_t>(y);
   switch (op) {
-    case TokenKind::Plus: out = TulValue(static_cast<std::int32_t>(ux + uy)); return true;
-    case TokenKind::Minus: out = TulValue(static_cast<std::int32_t>(ux - uy)); return true;
-    case TokenKind::Star: out = TulValue(static_cast<std::int32_t>(ux * uy)); return true;
-    case TokenKind::Amp: out = TulValue(static_cast<std::int32_t>(ux & uy)); return true;
-    case TokenKind::Pipe: out = TulValue(static_cast<std::int32_t>(ux | uy)); return true;
-    case TokenKind::Caret: out = TulValue(static_cast<std::int32_t>(ux ^ uy)); return true;
-    case TokenKind::Less: out = TulValue(x < y ? 1 : 0); return true;
-    case TokenKind::LessEq: out = TulValue(x <= y ? 1 : 0); return true;
-    case TokenKind::Greater: out = TulValue(x > y ? 1 : 0); return true;
-    case TokenKind::GreaterEq: out = TulValue(x >= y ? 1 : 0); return true;
-    case TokenKind::EqEq: out = TulValue(x == y ? 1 : 0); return true;
-    case TokenKind::BangEq: out = TulValue(x != y ? 1 : 0); return true;
+    case TokenKind::Plus: r = static_cast<std::int32_t>(ux + uy); return true;
+    case TokenKind::Minus: r = static_cast<std::int32_t>(ux - uy); return true;
+    case TokenKind::Star: r = static_cast<std::int32_t>(ux * uy); return true;
+    // INT_MIN / -1 overflows in C++; it wraps to INT_MIN here.
+    case TokenKind::Slash:
+      if (y == 0) return false;
+      r = y == -1 ? static_cast<std::int32_t>(0u - ux) : x / y;
+      return true;
+    case TokenKind::Percent:
+      if (y == 0) return false;
+      r = y == -1 ? 0 : x % y;
+      return true;
+    case TokenKind::Amp: r = static_cast<std::int32_t>(ux & uy); return true;
+    case TokenKind::Pipe: r = static_cast<std::int32_t>(ux | uy); return true;
+    case TokenKind::Caret: r = static_cast<std::int32_t>(ux ^ uy); return true;
+    case TokenKind::Shl: r = static_cast<std::int32_t>(ux << (uy & 31)); return true;
+    case TokenKind::UShr: r = static_cast<std::int32_t>(ux >> (uy & 31)); return true;
+    case TokenKind::Shr: {
+      // Arithmetic, written so it does not depend on how the compiler
+      // shifts negative numbers.
+      const std::uint32_t n = uy & 31;
+      std::uint32_t u = ux >> n;
+      if ((ux & 0x80000000u) && n) u |= ~(0xFFFFFFFFu >> n);
+      r = static_cast<std::int32_t>(u);
+      return true;
+    }
+    case TokenKind::Less: r = x < y; return true;
+    case TokenKind::LessEq: r = x <= y; return true;
+    case TokenKind::Greater: r = x > y; return true;
+    case TokenKind::GreaterEq: r = x >= y; return true;
+    case TokenKind::EqEq: r = x == y; return true;
+    case TokenKind::BangEq: r = x != y; return true;
     default: return false;
   }
+}
+inline bool applyIntBinary(TokenKind op, std::int32_t x, std::int32_t y, TulValue& out) {
+  std::int32_t r;
+  if (!intBinary(op, x, y, r)) return false;
+  out = TulValue(r);
+  return true;
 }
 
 // Unary minus and plus, and ~.
