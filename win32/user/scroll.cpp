@@ -375,9 +375,11 @@ int WINAPI SetScrollInfo(HWND hwnd, int nBar, LPCSCROLLINFO lpsi, BOOL redraw) {
 }
 
 BOOL WINAPI GetScrollInfo(HWND hwnd, int nBar, LPSCROLLINFO lpsi) {
+  // SB_CTL asks the window itself, and succeeds whatever it answers.
   if (nBar == SB_CTL) {
     if (!checkWindow(hwnd)) return FALSE;
-    return sendMessage(hwnd, SBM_GETSCROLLINFO, 0, reinterpret_cast<LPARAM>(lpsi)) != 0;
+    sendMessage(hwnd, SBM_GETSCROLLINFO, 0, reinterpret_cast<LPARAM>(lpsi));
+    return TRUE;
   }
   return getScrollInfo(hwnd, nBar, lpsi);
 }
