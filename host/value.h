@@ -149,14 +149,7 @@ class TUL_API TulValue {
   }
   TulValue& operator=(TulValue&& other) noexcept {
     if (holdsRef(tag_)) return moveAssignHeld(other);
-    if (this != &other) {
-      tag_ = other.tag_;
-      flags_ = other.flags_;
-      v_ = other.v_;
-      other.tag_ = 0;
-      other.flags_ = 0;
-      other.v_.d = 0;
-    }
+    if (this != &other) takeFrom(other);
     return *this;
   }
   ~TulValue() {
@@ -213,6 +206,16 @@ class TUL_API TulValue {
   // Every tag from Object up refers to a host object (strongly or weakly).
   static bool holdsRef(std::uint8_t tag) {
     return tag >= static_cast<std::uint8_t>(TulValueType::Object);
+  }
+  // Takes other's contents as they are and leaves other empty; what this
+  // held is the caller's to release.
+  void takeFrom(TulValue& other) noexcept {
+    tag_ = other.tag_;
+    flags_ = other.flags_;
+    v_ = other.v_;
+    other.tag_ = 0;
+    other.flags_ = 0;
+    other.v_.d = 0;
   }
   void retainHeld();
   TulValue& assignHeld(const TulValue& other);

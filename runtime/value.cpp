@@ -203,12 +203,7 @@ TulValue& TulValue::assignHeld(const TulValue& other) {
 TulValue& TulValue::moveAssignHeld(TulValue& other) noexcept {
   if (this == &other) return *this;
   TulValue old(std::move(*this));
-  tag_ = other.tag_;
-  flags_ = other.flags_;
-  v_ = other.v_;
-  other.tag_ = 0;
-  other.flags_ = 0;
-  other.v_.d = 0;
+  takeFrom(other);
   return *this;
 }
 

@@ -21,11 +21,7 @@ LRESULT CALLBACK scrollSpy(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 }
 
 HWND popup(const char* name, DWORD style, HWND owner, DWORD ex = 0) {
-  expect(name);
-  HWND h = CreateWindowExA(ex, "ProbeOwners", name, style, 100, 100, 200, 150, owner, NULL,
-                           GetModuleHandleA(NULL), NULL);
-  nameWindow(h, name);
-  return h;
+  return createNamed("ProbeOwners", name, style, owner, ex);
 }
 
 void scrollControls() {

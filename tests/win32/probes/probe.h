@@ -94,6 +94,16 @@ inline const char* hname(HWND hwnd) {
   return "?";
 }
 
+// Creates a window of the probe's class, named for the log.
+inline HWND createNamed(const char* cls, const char* name, DWORD style, HWND parent,
+                        DWORD ex = 0) {
+  expect(name);
+  HWND h = CreateWindowExA(ex, cls, name, style, 100, 100, 200, 150, parent, NULL,
+                           GetModuleHandleA(NULL), NULL);
+  nameWindow(h, name);
+  return h;
+}
+
 inline void adopt(HWND hwnd) {
   if (strcmp(hname(hwnd), "?") != 0) return;
   nameWindow(hwnd, g_pending);

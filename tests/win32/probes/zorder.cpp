@@ -7,11 +7,7 @@ using namespace probe;
 namespace {
 
 HWND make(const char* name, DWORD style, HWND parent, DWORD ex = 0) {
-  expect(name);
-  HWND h = CreateWindowExA(ex, "ProbeZOrder", name, style, 100, 100, 200, 150, parent, NULL,
-                           GetModuleHandleA(NULL), NULL);
-  nameWindow(h, name);
-  return h;
+  return createNamed("ProbeZOrder", name, style, parent, ex);
 }
 
 bool topmost(HWND h) { return (GetWindowLongA(h, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0; }
