@@ -111,9 +111,6 @@ BOOL WINAPI SystemParametersInfoW(UINT action, UINT param, PVOID value, UINT win
 #define GCLP_HICON (-14)
 #define GCLP_HMODULE (-16)
 #define GCLP_HICONSM (-34)
-#define CS_DROPSHADOW 0x00020000
-#define DLGWINDOWEXTRA 30
-#define DWLP_MSGRESULT 0
 #define DS_3DLOOK 0x0004L
 #define DS_CONTROL 0x0400L
 #define WS_EX_LEFTSCROLLBAR 0x00004000L
@@ -369,6 +366,7 @@ BOOL WINAPI CloseHandle(HANDLE handle);
 BOOL WINAPI GetClassInfoExW(HINSTANCE instance, LPCWSTR name, WNDCLASSEXW* info);
 LONG WINAPI GetWindowLongW(HWND hwnd, int index);
 LRESULT WINAPI SendMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+LRESULT WINAPI DefWindowProcW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
 BOOL WINAPI PostMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
 #define GetWindowLongPtrW GetWindowLongW
 LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);

@@ -121,6 +121,12 @@ LRESULT WINAPI SendMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lPara
   return 0;
 }
 
+LRESULT WINAPI DefWindowProcW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (sameInBothForms(message)) return DefWindowProcA(hwnd, message, wParam, lParam);
+  SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+  return 0;
+}
+
 BOOL WINAPI PostMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
   if (sameInBothForms(message)) return PostMessageA(hwnd, message, wParam, lParam);
   SetLastError(ERROR_CALL_NOT_IMPLEMENTED);

@@ -496,6 +496,7 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define CS_NOCLOSE 0x0200
 #define CS_SAVEBITS 0x0800
 #define CS_GLOBALCLASS 0x4000
+#define CS_DROPSHADOW 0x00020000
 
 #define CW_USEDEFAULT ((int)0x80000000)
 
@@ -534,8 +535,12 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define WM_NEXTDLGCTL 0x0028
 #define WM_DRAWITEM 0x002B
 #define WM_MEASUREITEM 0x002C
+#define WM_VKEYTOITEM 0x002E
+#define WM_CHARTOITEM 0x002F
 #define WM_SETFONT 0x0030
 #define WM_GETFONT 0x0031
+#define WM_QUERYDRAGICON 0x0037
+#define WM_COMPAREITEM 0x0039
 #define WM_WINDOWPOSCHANGING 0x0046
 #define WM_WINDOWPOSCHANGED 0x0047
 #define WM_NOTIFY 0x004E
@@ -908,6 +913,26 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define IDYES 6
 #define IDNO 7
 #define IDCLOSE 8
+
+/* Dialog windows: the default dialog procedure's window data and messages */
+#define DLGWINDOWEXTRA 30
+#define DWLP_MSGRESULT 0
+#define DWLP_DLGPROC 4
+#define DWLP_USER 8
+#define DM_GETDEFID (WM_USER + 0)
+#define DM_SETDEFID (WM_USER + 1)
+#define DC_HASDEFID 0x534B
+#define DLGC_WANTARROWS 0x0001
+#define DLGC_WANTTAB 0x0002
+#define DLGC_WANTALLKEYS 0x0004
+#define DLGC_WANTMESSAGE 0x0004
+#define DLGC_HASSETSEL 0x0008
+#define DLGC_DEFPUSHBUTTON 0x0010
+#define DLGC_UNDEFPUSHBUTTON 0x0020
+#define DLGC_RADIOBUTTON 0x0040
+#define DLGC_WANTCHARS 0x0080
+#define DLGC_STATIC 0x0100
+#define DLGC_BUTTON 0x2000
 #define IDHELP 9
 #define IDTRYAGAIN 10
 #define IDCONTINUE 11
@@ -956,6 +981,7 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define VK_DOWN 0x28
 #define VK_SELECT 0x29
 #define VK_PRINT 0x2A
+#define VK_EXECUTE 0x2B
 #define VK_SNAPSHOT 0x2C
 #define VK_INSERT 0x2D
 #define VK_DELETE 0x2E
@@ -1335,6 +1361,11 @@ TUL_WIN32_API HWND WINAPI FindWindowExA(HWND hWndParent, HWND hWndChildAfter, LP
 TUL_WIN32_API HWND WINAPI FindWindowA(LPCSTR lpClassName, LPCSTR lpWindowName);
 TUL_WIN32_API HWND WINAPI GetDlgItem(HWND hDlg, int nIDDlgItem);
 TUL_WIN32_API int WINAPI GetDlgCtrlID(HWND hWnd);
+TUL_WIN32_API LRESULT WINAPI DefDlgProcA(HWND hDlg, UINT Msg, WPARAM wParam, LPARAM lParam);
+TUL_WIN32_API BOOL WINAPI EndDialog(HWND hDlg, INT_PTR nResult);
+TUL_WIN32_API HWND WINAPI GetNextDlgTabItem(HWND hDlg, HWND hCtl, BOOL bPrevious);
+TUL_WIN32_API HWND WINAPI GetNextDlgGroupItem(HWND hDlg, HWND hCtl, BOOL bPrevious);
+TUL_WIN32_API BOOL WINAPI IsDialogMessageA(HWND hDlg, LPMSG lpMsg);
 TUL_WIN32_API LONG WINAPI GetWindowLongA(HWND hWnd, int nIndex);
 TUL_WIN32_API LONG WINAPI SetWindowLongA(HWND hWnd, int nIndex, LONG dwNewLong);
 #define GetWindowLongPtrA GetWindowLongA
@@ -1475,6 +1506,8 @@ TUL_WIN32_API BOOL WINAPI DestroyMenu(HMENU hMenu);
 TUL_WIN32_API BOOL WINAPI IsMenu(HMENU hMenu);
 TUL_WIN32_API BOOL WINAPI AppendMenuA(HMENU hMenu, UINT uFlags, UINT_PTR uIDNewItem,
                                       LPCSTR lpNewItem);
+TUL_WIN32_API BOOL WINAPI InsertMenuA(HMENU hMenu, UINT uPosition, UINT uFlags,
+                                      UINT_PTR uIDNewItem, LPCSTR lpNewItem);
 TUL_WIN32_API int WINAPI GetMenuItemCount(HMENU hMenu);
 TUL_WIN32_API UINT WINAPI GetMenuItemID(HMENU hMenu, int nPos);
 TUL_WIN32_API HMENU WINAPI GetSubMenu(HMENU hMenu, int nPos);
@@ -1575,6 +1608,9 @@ TUL_WIN32_API int WINAPI GetRgnBox(HRGN hrgn, LPRECT lprc);
 #define CreateWindowEx CreateWindowExA
 #define CreateWindow CreateWindowA
 #define DefWindowProc DefWindowProcA
+#define DefDlgProc DefDlgProcA
+#define IsDialogMessage IsDialogMessageA
+#define InsertMenu InsertMenuA
 #define CallWindowProc CallWindowProcA
 #define GetWindowLong GetWindowLongA
 #define SetWindowLong SetWindowLongA

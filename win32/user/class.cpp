@@ -10,6 +10,7 @@
 // classes can be unregistered too, by any module.
 #include "user/user.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <strings.h>
 
@@ -18,7 +19,9 @@ namespace w32 {
 namespace {
 
 constexpr ATOM kFirstAppAtom = 0xC000;
-constexpr ATOM kFirstSystemAtom = 0x8000;  // the system's own class atoms sit below 0xC000
+// The system's own named classes take atoms below 0xC000, after the
+// numbered ones ("#32768" to "#32772"), whose atoms are their numbers.
+constexpr ATOM kFirstSystemAtom = 0x8010;
 
 struct ClassTable {
   std::vector<std::shared_ptr<WindowClass>> app;
@@ -79,6 +82,7 @@ bool clashes(const WNDCLASSEXA& wc, HINSTANCE module) {
 }
 
 ATOM atomFor(const char* name, bool system) {
+  if (system && name[0] == '#') return static_cast<ATOM>(strtoul(name + 1, nullptr, 10));
   ClassTable& t = classes();
   for (const auto& c : system ? t.system : t.app)
     if (strcasecmp(c->name.c_str(), name) == 0) return c->atom;

@@ -143,6 +143,15 @@ LRESULT CALLBACK buttonProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     w->ctl.pushed = wp != 0;
     InvalidateRect(hwnd, nullptr, TRUE);
     return 0;
+  case WM_GETDLGCODE:
+    switch (w->style & BS_TYPEMASK) {
+    case BS_PUSHBUTTON: return DLGC_BUTTON | DLGC_UNDEFPUSHBUTTON;
+    case BS_DEFPUSHBUTTON: return DLGC_BUTTON | DLGC_DEFPUSHBUTTON;
+    case BS_RADIOBUTTON:
+    case BS_AUTORADIOBUTTON: return DLGC_BUTTON | DLGC_RADIOBUTTON;
+    case BS_GROUPBOX: return DLGC_STATIC;
+    default: return DLGC_BUTTON;
+    }
   case BM_SETSTYLE:
     w->style = (w->style & 0xFFFF0000) | LOWORD(wp);
     if (lp) InvalidateRect(hwnd, nullptr, TRUE);
@@ -194,6 +203,8 @@ LRESULT CALLBACK staticProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   }
   case WM_ERASEBKGND:
     return 1;
+  case WM_GETDLGCODE:
+    return DLGC_STATIC;
   case WM_SETTEXT: {
     LRESULT r = DefWindowProcA(hwnd, msg, wp, lp);
     InvalidateRect(hwnd, nullptr, TRUE);
@@ -335,6 +346,9 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     else InvalidateRect(hwnd, nullptr, TRUE);
     return r;
   }
+  case WM_GETDLGCODE:
+    return DLGC_WANTCHARS | DLGC_HASSETSEL | DLGC_WANTARROWS |
+           (singleLine(*w) ? 0 : DLGC_WANTALLKEYS);
   case EM_SETSEL:
     return editSetSel(*w, wp, lp);
   case EM_GETSEL:
@@ -392,6 +406,7 @@ void registerSystemClasses() {
   addClass("Edit", editProc, CS_DBLCLKS | CS_PARENTDC, IDC_IBEAM, kEditExtraBytes);
   addClass("ScrollBar", scrollBarProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC, IDC_ARROW,
            kScrollBarExtraBytes);
+  registerDialogClasses();
 }
 
 }  // namespace w32

@@ -115,10 +115,17 @@ BOOL WINAPI DestroyMenu(HMENU hMenu) {
 BOOL WINAPI IsMenu(HMENU hMenu) { return checkMenu(hMenu) != nullptr; }
 
 BOOL WINAPI AppendMenuA(HMENU hMenu, UINT uFlags, UINT_PTR uIDNewItem, LPCSTR lpNewItem) {
+  return InsertMenuA(hMenu, static_cast<UINT>(-1), uFlags | MF_BYPOSITION, uIDNewItem, lpNewItem);
+}
+
+// By position, a position past the end appends; by command, the item goes
+// before the item of that command, or at the end when no item has it.
+BOOL WINAPI InsertMenuA(HMENU hMenu, UINT uPosition, UINT uFlags, UINT_PTR uIDNewItem,
+                        LPCSTR lpNewItem) {
   Menu* m = checkMenu(hMenu);
   if (!m) return FALSE;
   MenuItem item;
-  item.flags = uFlags;
+  item.flags = uFlags & ~static_cast<UINT>(MF_BYPOSITION);
   if (uFlags & MF_POPUP) {
     item.submenu = reinterpret_cast<HMENU>(uIDNewItem);
     if (!checkMenu(item.submenu)) return FALSE;
@@ -127,7 +134,17 @@ BOOL WINAPI AppendMenuA(HMENU hMenu, UINT uFlags, UINT_PTR uIDNewItem, LPCSTR lp
   }
   // Only string items keep their text; bitmaps and owner-drawn data do not.
   if (!(uFlags & (MF_SEPARATOR | MF_BITMAP | MF_OWNERDRAW)) && lpNewItem) item.text = lpNewItem;
-  m->items.push_back(item);
+  size_t at = m->items.size();
+  if (uFlags & MF_BYPOSITION) {
+    if (uPosition < at) at = uPosition;
+  } else {
+    for (size_t i = 0; i < m->items.size(); ++i)
+      if (!m->items[i].submenu && m->items[i].id == uPosition) {
+        at = i;
+        break;
+      }
+  }
+  m->items.insert(m->items.begin() + static_cast<std::ptrdiff_t>(at), item);
   return TRUE;
 }
 

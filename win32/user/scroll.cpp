@@ -328,6 +328,8 @@ LRESULT CALLBACK scrollBarProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     return 0;
   case WM_ERASEBKGND:
     return 1;
+  case WM_GETDLGCODE:
+    return DLGC_WANTARROWS;
   case SBM_SETPOS:
     si.fMask = SIF_POS | kSifReturnPrevious;
     si.nPos = static_cast<int>(wp);

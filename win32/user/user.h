@@ -74,6 +74,15 @@ struct ControlState {
   bool isScrollBar = false;  // the SCROLLBAR procedure handled WM_CREATE
 };
 
+// What the default dialog procedure keeps for a window of a dialog class
+// (one with DLGWINDOWEXTRA bytes): made the first time the procedure sees it.
+struct DialogState {
+  HWND savedFocus = nullptr;  // the control the focus goes back to on activation
+  UINT defId = IDOK;          // DM_GETDEFID's answer until DM_SETDEFID
+  bool ended = false;         // EndDialog was called
+  INT_PTR result = 0;
+};
+
 struct Window {
   HWND hwnd = nullptr;
   std::shared_ptr<WindowClass> cls;
@@ -117,6 +126,7 @@ struct Window {
   ScrollBarInfo hbar;
   ScrollBarInfo vbar;
   ControlState ctl;
+  std::unique_ptr<DialogState> dialog;
 
   std::shared_ptr<Surface> surface;  // top-level windows and the desktop only
 };
@@ -254,6 +264,11 @@ int liveAcceleratorCount();
 // ---- Controls (controls.cpp) ----
 
 void registerSystemClasses();
+
+// ---- Dialog windows (dialog.cpp) ----
+
+// The dialog class and the system's other numbered classes.
+void registerDialogClasses();
 
 }  // namespace w32
 

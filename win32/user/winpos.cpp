@@ -768,10 +768,13 @@ void activate(HWND topLevel) {
   paintNonClient(topLevel);
   sendMessage(topLevel, WM_ACTIVATE, MAKEWPARAM(WA_ACTIVE, IsIconic(topLevel) ? 1 : 0),
               reinterpret_cast<LPARAM>(old));
-  // A window that took no focus while activating leaves none elsewhere.
+  // When the window's WM_ACTIVATE left the focus outside it (its procedure
+  // did not pass the message on), the window takes the focus itself; a
+  // minimised one takes none, and none is left elsewhere.
   HWND focus = s.focus;
-  if (s.active == topLevel && focus && focus != topLevel && !isAncestor(topLevel, focus))
-    setFocus(nullptr);
+  Window* w = findWindow(topLevel);
+  if (s.active == topLevel && w && focus != topLevel && !isAncestor(topLevel, focus))
+    setFocus((w->style & WS_MINIMIZE) ? nullptr : topLevel);
 }
 
 void deactivate(HWND topLevel) {

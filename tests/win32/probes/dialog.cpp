@@ -1,0 +1,290 @@
+// Dialog windows built without templates: the dialog class and the other
+// built-in classes, the dialog codes controls answer, default buttons, tab
+// order, focus kept across activation, the dialog procedure's results,
+// keyboard navigation through IsDialogMessageA, EndDialog, and InsertMenuA.
+#include "probe.h"
+
+using namespace probe;
+
+namespace {
+
+HWND g_dlg;
+
+LRESULT CALLBACK dlgLogProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  record(hwnd, msg, wp, lp);
+  if (msg == WM_GETDLGCODE || msg == WM_CTLCOLORDLG)
+    printf(" [%s %s]", hname(hwnd), msg == WM_GETDLGCODE ? "GETDLGCODE" : "CTLCOLORDLG");
+  return DefDlgProcA(hwnd, msg, wp, lp);
+}
+
+INT_PTR CALLBACK answeringDlgProc(HWND hwnd, UINT msg, WPARAM, LPARAM) {
+  if (msg == WM_USER + 5) {
+    SetWindowLongPtrA(hwnd, DWLP_MSGRESULT, 42);
+    return TRUE;
+  }
+  if (msg == WM_CTLCOLORDLG) return (INT_PTR)GetStockObject(GRAY_BRUSH);
+  if (msg == WM_USER + 6) return 7;  // not a message whose answer is the return value
+  return FALSE;
+}
+
+HWND control(const char* name, const char* cls, DWORD style, HWND parent, int id,
+             const char* text = "") {
+  expect(name);
+  HWND h = CreateWindowExA(0, cls, text, WS_CHILD | WS_VISIBLE | style, 10, 10 + id * 20, 80, 18,
+                           parent, (HMENU)(INT_PTR)id, GetModuleHandleA(NULL), NULL);
+  nameWindow(h, name);
+  return h;
+}
+
+void classes() {
+  const char* names[] = {"#32770", "#32768", "#32769", "#32771", "#32772"};
+  for (const char* n : names) {
+    WNDCLASSEXA wc;
+    memset(&wc, 0, sizeof wc);
+    wc.cbSize = sizeof wc;
+    BOOL ok = GetClassInfoExA(NULL, n, &wc);
+    printf("class %s: %d style %#x instance null %d\n", n, ok, (unsigned)wc.style,
+           wc.hInstance == NULL);
+  }
+  WNDCLASSEXA wc;
+  memset(&wc, 0, sizeof wc);
+  wc.cbSize = sizeof wc;
+  GetClassInfoExA(NULL, "#32770", &wc);
+  printf("dialog extra bytes are DLGWINDOWEXTRA: %d\n", wc.cbWndExtra == DLGWINDOWEXTRA);
+  char name[32] = "";
+  GetClassNameA(GetDesktopWindow(), name, sizeof name);
+  printf("desktop class %s\n", name);
+}
+
+void dialogCodes() {
+  HWND p = createNamed("ProbeDialogPlain", "P", WS_OVERLAPPEDWINDOW, NULL);
+  struct {
+    const char* name;
+    const char* cls;
+    DWORD style;
+  } cases[] = {
+      {"static", "Static", SS_LEFT},
+      {"push", "Button", BS_PUSHBUTTON},
+      {"defpush", "Button", BS_DEFPUSHBUTTON},
+      {"check", "Button", BS_AUTOCHECKBOX},
+      {"radio", "Button", BS_AUTORADIOBUTTON},
+      {"group", "Button", BS_GROUPBOX},
+      {"edit", "Edit", ES_LEFT},
+      {"multiedit", "Edit", ES_MULTILINE},
+      {"scroll", "ScrollBar", SBS_HORZ},
+  };
+  int id = 1;
+  for (auto& c : cases) {
+    HWND h = control(c.name, c.cls, c.style, p, id++);
+    printf("dialog code of %s: %#lx\n", c.name, (unsigned long)SendMessageA(h, WM_GETDLGCODE, 0, 0));
+  }
+  DestroyWindow(p);
+}
+
+HWND makeDialog(const char* name) {
+  expect(name);
+  HWND d = CreateWindowExA(0, "ProbeDialog", name, WS_POPUP | WS_CAPTION, 100, 100, 240, 200,
+                           NULL, NULL, GetModuleHandleA(NULL), NULL);
+  nameWindow(d, name);
+  return d;
+}
+
+void defaultButtons() {
+  HWND d = g_dlg;
+  HWND ok = GetDlgItem(d, IDOK), no = GetDlgItem(d, 5);
+  printf("default id at first: %#lx\n", (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0));
+  LRESULT r = SendMessageA(d, DM_SETDEFID, 5, 0);
+  printf("set default 5: %ld, now %#lx, styles ok %ld no %ld\n", (long)r,
+         (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0), GetWindowLongA(ok, GWL_STYLE) & 0xF,
+         GetWindowLongA(no, GWL_STYLE) & 0xF);
+  r = SendMessageA(d, DM_SETDEFID, 99, 0);
+  printf("set default 99: %ld, now %#lx\n", (long)r,
+         (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0));
+  SendMessageA(d, DM_SETDEFID, IDOK, 0);
+  printf("back to 1: styles ok %ld no %ld\n", GetWindowLongA(ok, GWL_STYLE) & 0xF,
+         GetWindowLongA(no, GWL_STYLE) & 0xF);
+
+  HWND empty = makeDialog("E");
+  printf("empty dialog default id: %#lx\n", (unsigned long)SendMessageA(empty, DM_GETDEFID, 0, 0));
+  HWND b = control("lone", "Button", BS_DEFPUSHBUTTON, empty, 9);
+  printf("with a default push button: %#lx\n", (unsigned long)SendMessageA(empty, DM_GETDEFID, 0, 0));
+  DestroyWindow(b);
+  DestroyWindow(empty);
+}
+
+void tabOrder() {
+  HWND d = g_dlg;
+  HWND first = GetNextDlgTabItem(d, NULL, FALSE);
+  printf("first tab item %s\n", hname(first));
+  printf("after it %s\n", hname(GetNextDlgTabItem(d, first, FALSE)));
+  printf("before it %s\n", hname(GetNextDlgTabItem(d, first, TRUE)));
+  HWND st = GetDlgItem(d, 4);
+  printf("after the static %s\n", hname(GetNextDlgTabItem(d, st, FALSE)));
+  EnableWindow(GetDlgItem(d, 5), FALSE);
+  printf("after it, the next disabled: %s\n", hname(GetNextDlgTabItem(d, first, FALSE)));
+  EnableWindow(GetDlgItem(d, 5), TRUE);
+  printf("group after ok %s, before ok %s\n", hname(GetNextDlgGroupItem(d, first, FALSE)),
+         hname(GetNextDlgGroupItem(d, first, TRUE)));
+  HWND empty = makeDialog("E");
+  printf("empty dialog: tab %s group %s\n", hname(GetNextDlgTabItem(empty, NULL, FALSE)),
+         hname(GetNextDlgGroupItem(empty, NULL, FALSE)));
+  DestroyWindow(empty);
+}
+
+void focus() {
+  HWND d = g_dlg;
+  HWND other = createNamed("ProbeDialogPlain", "O", WS_OVERLAPPEDWINDOW | WS_VISIBLE, NULL);
+  clearLog();
+  ShowWindow(d, SW_SHOW);
+  printf("\nshown: focus %s active %s\n", hname(GetFocus()), hname(GetActiveWindow()));
+  HWND edit = GetDlgItem(d, 3);
+  SetFocus(edit);
+  SendMessageA(edit, EM_SETSEL, 1, 1);
+  SetActiveWindow(other);
+  printf("other active: focus %s\n", hname(GetFocus()));
+  SetActiveWindow(d);
+  DWORD s = 0, e = 0;
+  SendMessageA(edit, EM_GETSEL, (WPARAM)&s, (LPARAM)&e);
+  printf("back: focus %s, selection %lu-%lu\n", hname(GetFocus()), s, e);
+  SetFocus(d);
+  printf("focus to the dialog itself: focus %s\n", hname(GetFocus()));
+  clearLog();
+  HWND empty = makeDialog("E");
+  ShowWindow(empty, SW_SHOW);
+  UpdateWindow(empty);
+  printf("\nempty shown: focus %s\n", hname(GetFocus()));
+  printLog("messages");
+  DestroyWindow(empty);
+  DestroyWindow(other);
+  SetActiveWindow(d);
+}
+
+void results() {
+  HWND d = g_dlg;
+  SetWindowLongPtrA(d, DWLP_USER, 7);
+  printf("user slot %ld\n", (long)GetWindowLongPtrA(d, DWLP_USER));
+  SetWindowLongPtrA(d, DWLP_DLGPROC, (LONG_PTR)answeringDlgProc);
+  printf("message result %ld\n", (long)SendMessageA(d, WM_USER + 5, 0, 0));
+  printf("plain TRUE answers %ld\n", (long)SendMessageA(d, WM_USER + 6, 0, 0));
+  printf("colour is the procedure's brush %d\n",
+         SendMessageA(d, WM_CTLCOLORDLG, 0, 0) == (LRESULT)GetStockObject(GRAY_BRUSH));
+  SetWindowLongPtrA(d, DWLP_DLGPROC, 0);
+}
+
+void keyboard() {
+  HWND d = g_dlg;
+  HWND ok = GetDlgItem(d, IDOK), no = GetDlgItem(d, 5);
+  SetFocus(ok);
+  UpdateWindow(d);
+  struct {
+    const char* name;
+    UINT msg;
+    WPARAM key;
+  } keys[] = {
+      {"tab", WM_KEYDOWN, VK_TAB},       {"return", WM_KEYDOWN, VK_RETURN},
+      {"escape", WM_KEYDOWN, VK_ESCAPE}, {"down", WM_KEYDOWN, VK_DOWN},
+      {"char a", WM_CHAR, 'a'},        {"tab", WM_KEYDOWN, VK_TAB},
+      {"tab", WM_KEYDOWN, VK_TAB},       {"return", WM_KEYDOWN, VK_RETURN},
+  };
+  for (auto& k : keys) {
+    clearLog();
+    MSG m;
+    memset(&m, 0, sizeof m);
+    m.hwnd = GetFocus();
+    m.message = k.msg;
+    m.wParam = k.key;
+    BOOL r = IsDialogMessageA(d, &m);
+    pump();
+    printf("%s from %s: %d, focus %s, styles ok %ld no %ld;", k.name, hname(m.hwnd), r,
+           hname(GetFocus()), GetWindowLongA(ok, GWL_STYLE) & 0xF, GetWindowLongA(no, GWL_STYLE) & 0xF);
+    printLog("");
+  }
+  MSG m;
+  memset(&m, 0, sizeof m);
+  m.hwnd = GetFocus();
+  m.message = WM_KEYDOWN;
+  m.wParam = VK_TAB;
+  HWND other = createNamed("ProbeDialogPlain", "O", WS_OVERLAPPEDWINDOW, NULL);
+  printf("for another window's dialog: %d\n", IsDialogMessageA(other, &m));
+  DestroyWindow(other);
+}
+
+void closing() {
+  HWND d = g_dlg;
+  clearLog();
+  SendMessageA(d, WM_CLOSE, 0, 0);
+  pump();
+  printLog("close");
+  SetLastError(0);
+  BOOL r = EndDialog(d, 5);
+  printf("end: %d err=%lu visible %d window %d default id %#lx\n", r, GetLastError(),
+         IsWindowVisible(d), IsWindow(d), (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0));
+  printf("after the end: set default %ld\n", (long)SendMessageA(d, DM_SETDEFID, 2, 0));
+  HWND plain = createNamed("ProbeDialogPlain", "Q", WS_OVERLAPPEDWINDOW, NULL);
+  SetLastError(0);
+  r = EndDialog(plain, 1);
+  printf("end a plain window: %d err=%lu\n", r, GetLastError());
+  SetLastError(0);
+  r = EndDialog(NULL, 1);
+  printf("end null: %d err=%lu\n", r, GetLastError());
+  DestroyWindow(plain);
+  DestroyWindow(d);
+}
+
+void menus() {
+  HMENU m = CreateMenu();
+  AppendMenuA(m, MF_STRING, 10, "ten");
+  AppendMenuA(m, MF_STRING, 20, "twenty");
+  struct {
+    const char* name;
+    UINT pos;
+    UINT flags;
+    UINT id;
+  } cases[] = {
+      {"append by position", (UINT)-1, MF_BYPOSITION, 30},
+      {"front by position", 0, MF_BYPOSITION, 40},
+      {"past the end", 99, MF_BYPOSITION, 50},
+      {"before 20 by command", 20, MF_BYCOMMAND, 60},
+      {"before a missing command", 777, MF_BYCOMMAND, 70},
+  };
+  for (auto& c : cases) {
+    SetLastError(0);
+    BOOL r = InsertMenuA(m, c.pos, c.flags | MF_STRING, c.id, "x");
+    printf("insert %s: %d err=%lu ->", c.name, r, GetLastError());
+    for (int i = 0; i < GetMenuItemCount(m); ++i) printf(" %u", GetMenuItemID(m, i));
+    printf("\n");
+  }
+  printf("insert into no menu: %d\n", InsertMenuA(NULL, 0, MF_BYPOSITION, 1, "x"));
+  DestroyMenu(m);
+}
+
+}  // namespace
+
+int main() {
+  registerClass("ProbeDialogPlain", loggingProc);
+  WNDCLASSEXA wc;
+  memset(&wc, 0, sizeof wc);
+  wc.cbSize = sizeof wc;
+  GetClassInfoExA(NULL, "#32770", &wc);
+  wc.lpfnWndProc = dlgLogProc;
+  wc.hInstance = GetModuleHandleA(NULL);
+  wc.lpszClassName = "ProbeDialog";
+  RegisterClassExA(&wc);
+
+  classes();
+  dialogCodes();
+
+  g_dlg = makeDialog("D");
+  control("ok", "Button", BS_DEFPUSHBUTTON | WS_TABSTOP | WS_GROUP, g_dlg, IDOK, "OK");
+  control("no", "Button", BS_PUSHBUTTON | WS_TABSTOP, g_dlg, 5, "No");
+  control("edit", "Edit", WS_TABSTOP | WS_GROUP, g_dlg, 3, "hello");
+  control("label", "Static", SS_LEFT, g_dlg, 4, "label");
+  defaultButtons();
+  tabOrder();
+  focus();
+  results();
+  keyboard();
+  closing();
+  menus();
+  return 0;
+}
