@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -98,17 +97,6 @@ class HostTest : public ::testing::Test {
     if (interp().call(out, cls(className), name, &self, args.data(), nargs))
       return "";
     return interp().lastError().message;
-  }
-
-  // The n bytes of the structure at obj.ptr(), as native code sees them.
-  std::vector<unsigned char> bytesOf(const TulValue& obj, unsigned n) {
-    auto* p = reinterpret_cast<const unsigned char*>(
-        static_cast<std::uintptr_t>(static_cast<unsigned>(callInt(obj, "ptr"))));
-    return std::vector<unsigned char>(p, p + n);
-  }
-
-  const char* classOf(const TulValue& v) {
-    return tulrt::className(static_cast<TulObject*>(v)->getClass());
   }
 
   // Replaces data member `member` of obj, as a script assigning it would.
