@@ -80,26 +80,6 @@ TEST_F(FrameRules, AFailedCallLeavesTheStackAsItWas) {
 
 class Registration : public HostTest {};
 
-TEST_F(Registration, ClassesComeInTheFixedOrder) {
-  std::vector<std::string> names;
-  for (TulDictionaryEntry* e = vm_->classes().getFirst(); e; e = e->next)
-    names.push_back(e->key.c_str());
-  EXPECT_EQ(names, (std::vector<std::string>{"String", "Struct", "Vector", "DictIterator",
-                                             "Dictionary", "POINT", "SIZE", "RECT", "ACCEL",
-                                             "MSG", "WinMsgHandler", "WinBase", "FileDialog"}));
-}
-
-TEST_F(Registration, SizeSharesPointsMemberAndConstructor) {
-  EXPECT_EQ(tulrt::baseClass(cls("SIZE")), cls("POINT"));
-  EXPECT_EQ(tulrt::dataMemberNames(cls("SIZE")), (std::vector<std::string>{"_pt"}));
-  TulValue s = make("SIZE", {TulValue(3), TulValue(4)});
-  TulValue p = make("POINT", {TulValue(3), TulValue(4)});
-  EXPECT_EQ(callInt(s, "getW"), callInt(p, "getX"));
-  EXPECT_EQ(callInt(s, "getH"), callInt(p, "getY"));
-}
-
-TEST_F(Registration, NullMachineRegistersNothing) { RegisterNativeModule(nullptr); }
-
 TEST_F(Registration, ASecondCallIsRefusedClassByClassWithoutHarm) {
   RegisterNativeModule(vm_);
   EXPECT_TRUE(interp().lastError().set);

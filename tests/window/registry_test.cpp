@@ -1,11 +1,12 @@
-// The window registry and the window procedure as the library's load work
-// leaves them: "Tul2Window" is registered, messages of registered windows
-// reach the script's handleMessage, and WM_DESTROY removes the entry.
-#include <windows.h>
-
-#include "tests/support/host.h"
+// The window registry on its own: sorted by unsigned handle, replacing,
+// growing and removing. tests/window/winbase_test.cpp checks it behind the
+// window procedure.
 #include "window/registry.h"
-#include "window/window_class.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
 
 namespace {
 
@@ -46,42 +47,6 @@ TEST_F(Registry, StaysSortedReplacesAndGrowsByTen) {
   EXPECT_GE(registryCapacity(), 30u);
   EXPECT_TRUE(registryRemove(0x7FFFFF20u));
   EXPECT_FALSE(registryRemove(0x7FFFFF20u));
-}
-
-class WindowProcedure : public HostTest {};
-
-TEST_F(WindowProcedure, MessagesOfARegisteredWindowReachHandleMessage) {
-  TulClass* cls = vm_->defineClass("Probe", nullptr, {"_seen"});
-  ASSERT_NE(cls, nullptr);
-  std::vector<unsigned> seen;
-  tulrt::addScriptMethod(cls, "handleMessage", [&seen](TulVirtualMachine*, int argc, ValPtr& sp) {
-    ValPtr p = sp;
-    p -= argc;
-    unsigned message = static_cast<unsigned>((*ValPtr{p.vec, p.index + 3}));
-    seen.push_back(message);
-    HWND hwnd = reinterpret_cast<HWND>(static_cast<std::uintptr_t>(
-        static_cast<unsigned>(static_cast<int>(*ValPtr{p.vec, p.index + 2}))));
-    *p = TulValue(static_cast<int>(DefWindowProcA(
-        hwnd, message, static_cast<WPARAM>(static_cast<int>(*ValPtr{p.vec, p.index + 4})),
-        static_cast<LPARAM>(static_cast<int>(*ValPtr{p.vec, p.index + 5})))));
-    sp = p;
-    return true;
-  });
-  TulValue obj(new TulObject(cls));
-  setPendingCreateWindow(static_cast<TulObject*>(obj));
-  HWND hwnd = CreateWindowExA(0, kWindowClassName, "probe", WS_OVERLAPPEDWINDOW, 0, 0, 200, 100,
-                              nullptr, nullptr, moduleInstance(), nullptr);
-  ASSERT_NE(hwnd, nullptr);
-  EXPECT_EQ(pendingCreateWindow(), nullptr);
-  ASSERT_FALSE(seen.empty());
-  // Until the window is registered only its first WM_NCCREATE reaches it.
-  EXPECT_EQ(seen, (std::vector<unsigned>{WM_NCCREATE}));
-  auto handle = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(hwnd));
-  registryAdd(handle, static_cast<TulObject*>(obj));
-  SendMessageA(hwnd, WM_USER + 7, 0, 0);
-  EXPECT_EQ(seen.back(), static_cast<unsigned>(WM_USER + 7));
-  DestroyWindow(hwnd);
-  EXPECT_EQ(registryFind(handle), -1);
 }
 
 }  // namespace
