@@ -2,7 +2,6 @@
 // system's validation of OPENFILENAMEA and its error codes.
 #include "tests/win32/layer_test.h"
 
-#include <commctrl.h>
 #include <commdlg.h>
 
 #include <cstdio>
@@ -28,28 +27,6 @@ class Dialogs : public LayerTest {
   char file_[260];
 };
 
-TEST_F(Dialogs, WithNoAnswerTheUserCancels) {
-  EXPECT_FALSE(GetOpenFileNameA(&ofn_));
-  EXPECT_EQ(CommDlgExtendedError(), 0u);
-  win32sim::FileDialogCall call;
-  ASSERT_TRUE(win32sim::lastFileDialog(&call));
-  EXPECT_FALSE(call.save);
-  EXPECT_EQ(call.title, "Pick one");
-  EXPECT_EQ(call.filter, (std::vector<std::string>{"Text", "*.txt", "All", "*.*"}));
-  EXPECT_EQ(call.initialFile, "start.txt");
-}
-
-TEST_F(Dialogs, ForgettingDropsQueuedAnswersAndTheRecord) {
-  win32sim::queueFileDialogAnswer("/tmp/a.txt");
-  ASSERT_TRUE(GetOpenFileNameA(&ofn_));
-  win32sim::queueFileDialogAnswer("/tmp/b.txt");
-  win32sim::forgetFileDialogs();
-  EXPECT_FALSE(win32sim::lastFileDialog(nullptr));
-  EXPECT_FALSE(GetOpenFileNameA(&ofn_)) << "the forgotten answer is not given";
-  EXPECT_STREQ(file_, "/tmp/a.txt");
-  EXPECT_TRUE(win32sim::lastFileDialog(nullptr));
-}
-
 TEST_F(Dialogs, AnAnswerFillsTheCallersBuffers) {
   char title[8];
   ofn_.lpstrFileTitle = title;
@@ -60,17 +37,6 @@ TEST_F(Dialogs, AnAnswerFillsTheCallersBuffers) {
   EXPECT_EQ(ofn_.nFileOffset, 9);
   EXPECT_EQ(ofn_.nFileExtension, 15);
   EXPECT_STREQ(title, "notes.t") << "truncated to nMaxFileTitle";
-}
-
-TEST_F(Dialogs, SaveAddsTheDefaultExtension) {
-  ofn_.lpstrDefExt = "txt";
-  win32sim::queueFileDialogAnswer("/tmp/newfile");
-  ASSERT_TRUE(GetSaveFileNameA(&ofn_));
-  EXPECT_STREQ(file_, "/tmp/newfile.txt");
-  win32sim::queueFileDialogAnswer("/tmp/other.dat");
-  ASSERT_TRUE(GetSaveFileNameA(&ofn_));
-  EXPECT_STREQ(file_, "/tmp/other.dat");
-  EXPECT_EQ(ofn_.nFileExtension, 11);
 }
 
 TEST_F(Dialogs, FailuresSetTheExtendedError) {
@@ -148,14 +114,6 @@ TEST_F(Dialogs, MessageBoxesPrintAndAnswer) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(MessageBoxA(NULL, "t", "c", MB_OKCANCEL), IDCANCEL);
   testing::internal::GetCapturedStderr();
-}
-
-TEST_F(Dialogs, CommonControlsCheckTheirStructure) {
-  INITCOMMONCONTROLSEX icc = {sizeof icc, ICC_WIN95_CLASSES};
-  EXPECT_TRUE(InitCommonControlsEx(&icc));
-  icc.dwSize = 12;
-  EXPECT_FALSE(InitCommonControlsEx(&icc));
-  EXPECT_FALSE(InitCommonControlsEx(NULL));
 }
 
 }  // namespace

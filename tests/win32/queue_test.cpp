@@ -1,5 +1,7 @@
-// Waiting without hanging: GetMessageA's idle hook and its -1 when nothing
-// can arrive, timers driven by the simulated clock, and timer procedures.
+// Waiting without hanging: GetMessageA's -1 when nothing can arrive and the
+// hook that replaces it, timers driven by the simulated clock, and timer
+// procedures. The idle hook acting as the user is pinned by
+// tests/script/desktop/idle.tul.
 #include "tests/win32/layer_test.h"
 
 namespace {
@@ -18,39 +20,6 @@ TEST_F(Queue, NothingToWaitForReturnsMinusOneWithADiagnostic) {
   EXPECT_EQ(r, -1);
   EXPECT_NE(err.find("GetMessageA: nothing can arrive"), std::string::npos) << err;
   EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << "one line";
-}
-
-TEST_F(Queue, TheIdleHookActsAsTheUser) {
-  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW | WS_VISIBLE, true);
-  int calls = 0;
-  win32sim::setIdleHook([&] {
-    ++calls;
-    if (calls == 1) win32sim::typeText("x");
-    else win32sim::closeWindow(h);
-  });
-  MSG m;
-  int chars = 0;
-  while (GetMessageA(&m, NULL, 0, 0) > 0) {
-    TranslateMessage(&m);
-    if (m.message == WM_CHAR) ++chars;
-    DispatchMessageA(&m);
-  }
-  EXPECT_EQ(m.message, static_cast<UINT>(WM_QUIT));
-  EXPECT_EQ(calls, 2);
-  EXPECT_EQ(chars, 1);
-  EXPECT_FALSE(IsWindow(h));
-  layertest::recorded().clear();
-}
-
-TEST_F(Queue, AHookThatDoesNothingEndsTheWait) {
-  layertest::pumpAll();
-  int calls = 0;
-  win32sim::setIdleHook([&] { ++calls; });
-  MSG m;
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(GetMessageA(&m, NULL, 0, 0), -1);
-  testing::internal::GetCapturedStderr();
-  EXPECT_EQ(calls, 1);
 }
 
 TEST_F(Queue, TheNothingCanArriveHookEndsTheWaitItsOwnWay) {

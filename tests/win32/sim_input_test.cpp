@@ -1,6 +1,7 @@
 // The simulated user's gestures reach programs as the system's input would:
-// through the queue, with the key state following retrieval, translated to
-// characters and accelerators, and as the scroll-bar tracking loop's messages.
+// through the queue, with the key state following retrieval, to controls,
+// and as the scroll-bar tracking loop's messages. Typed keys, accelerators,
+// resizing and single scroll messages are pinned by tests/script/desktop.
 #include "tests/win32/layer_test.h"
 
 namespace {
@@ -10,31 +11,13 @@ using layertest::LayerTest;
 
 class SimInput : public LayerTest {};
 
-// A message loop as programs write it, with an accelerator table.
-void runLoop(HACCEL accel, HWND target) {
+// A message loop as programs write it.
+void runLoop() {
   MSG m;
   while (GetMessageA(&m, NULL, 0, 0) > 0) {
-    if (accel && TranslateAcceleratorA(target, accel, &m)) continue;
     TranslateMessage(&m);
     DispatchMessageA(&m);
   }
-}
-
-TEST_F(SimInput, TypedTextArrivesAsKeysAndCharacters) {
-  HWND h = layertest::createMain();
-  layertest::pumpAll();
-  layertest::recorded().clear();
-  win32sim::typeText("aB!");
-  layertest::pumpAll();
-  const Expect want[] = {
-      {WM_KEYDOWN, 'A', false},      {WM_CHAR, 'a', false},        {WM_KEYUP, 'A', false},
-      {WM_KEYDOWN, VK_SHIFT, false}, {WM_KEYDOWN, 'B', false},     {WM_CHAR, 'B', false},
-      {WM_KEYUP, 'B', false},        {WM_KEYUP, VK_SHIFT, false},  {WM_KEYDOWN, VK_SHIFT, false},
-      {WM_KEYDOWN, '1', false},      {WM_CHAR, '!', false},        {WM_KEYUP, '1', false},
-      {WM_KEYUP, VK_SHIFT, false},
-  };
-  EXPECT_SEQUENCE(want);
-  DestroyWindow(h);
 }
 
 TEST_F(SimInput, KeyStateFollowsRetrievalNotTheKeyboard) {
@@ -54,35 +37,12 @@ TEST_F(SimInput, KeyStateFollowsRetrievalNotTheKeyboard) {
   DestroyWindow(h);
 }
 
-TEST_F(SimInput, AcceleratorsSeeTheModifiersOfTheirMessage) {
-  HWND h = layertest::createMain();
-  ACCEL entries[] = {{FVIRTKEY | FCONTROL, 'N', 100}, {FVIRTKEY | FCONTROL | FSHIFT, 'N', 101},
-                     {FVIRTKEY | FALT, VK_F5, 102}};
-  HACCEL table = CreateAcceleratorTableA(entries, 3);
-  layertest::pumpAll();
-  layertest::recorded().clear();
-  win32sim::pressKey('N', win32sim::kControl);
-  win32sim::pressKey('N', win32sim::kControl | win32sim::kShift);
-  win32sim::pressKey(VK_F5, win32sim::kAlt);
-  win32sim::pressKey('N');
-  win32sim::closeWindow(h);
-  SetWindowLongA(h, 0, 1);  // quit when destroyed
-  runLoop(table, h);
-  std::vector<WPARAM> commands;
-  for (const layertest::Recorded& r : layertest::recorded())
-    if (r.msg == WM_COMMAND) commands.push_back(r.wp);
-  EXPECT_EQ(commands, (std::vector<WPARAM>{MAKEWPARAM(100, 1), MAKEWPARAM(101, 1),
-                                           MAKEWPARAM(102, 1)}));
-  DestroyAcceleratorTable(table);
-  layertest::recorded().clear();
-}
-
 TEST_F(SimInput, AltF4ClosesTheTopLevelWindow) {
   HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW | WS_VISIBLE, true);
   layertest::pumpAll();
   layertest::recorded().clear();
   win32sim::pressKey(VK_F4, win32sim::kAlt);
-  runLoop(NULL, h);
+  runLoop();
   EXPECT_FALSE(IsWindow(h));
   bool sawClose = false;
   for (const layertest::Recorded& r : layertest::recorded())
@@ -161,46 +121,6 @@ TEST_F(SimInput, ScrollGesturesSendTheTrackingLoopsMessages) {
   DestroyWindow(h);
 }
 
-TEST_F(SimInput, OneScrollMessageHoldsTheTrackPositionOnlyWhileHandled) {
-  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_HSCROLL);
-  SCROLLINFO si = {sizeof si, SIF_RANGE | SIF_POS, 0, 200, 0, 30, 0};
-  SetScrollInfo(h, SB_HORZ, &si, TRUE);
-  int seenTrack = -1;
-  layertest::messageHook() = [&](HWND hwnd, UINT msg, WPARAM, LPARAM, LRESULT* answer) {
-    if (msg != WM_HSCROLL) return false;
-    SCROLLINFO now = {sizeof now, SIF_TRACKPOS, 0, 0, 0, 0, 0};
-    GetScrollInfo(hwnd, SB_HORZ, &now);
-    seenTrack = now.nTrackPos;
-    *answer = 0;
-    return true;
-  };
-  const struct {
-    int code, position;
-    WPARAM wp;
-    int track;  // nTrackPos during the message
-  } cases[] = {
-      {SB_LINEDOWN, 0, SB_LINEDOWN, 30},
-      {SB_THUMBTRACK, 150, MAKEWPARAM(SB_THUMBTRACK, 150), 150},
-      {SB_THUMBPOSITION, 151, MAKEWPARAM(SB_THUMBPOSITION, 151), 151},
-      {SB_PAGEUP, 99, SB_PAGEUP, 30},  // only thumb codes carry a position
-      {SB_ENDSCROLL, 0, SB_ENDSCROLL, 30},
-  };
-  for (const auto& c : cases) {
-    layertest::recorded().clear();
-    win32sim::sendScrollMessage(h, SB_HORZ, c.code, c.position);
-    ASSERT_EQ(layertest::recorded().size(), 1u) << "code " << c.code;
-    EXPECT_EQ(layertest::recorded()[0].wp, c.wp) << "code " << c.code;
-    EXPECT_EQ(layertest::recorded()[0].lp, 0) << "a window's own bar";
-    EXPECT_EQ(seenTrack, c.track) << "code " << c.code;
-    si.fMask = SIF_TRACKPOS | SIF_POS;
-    GetScrollInfo(h, SB_HORZ, &si);
-    EXPECT_EQ(si.nTrackPos, 30) << "after code " << c.code;
-    EXPECT_EQ(si.nPos, 30) << "the program moves the thumb itself";
-  }
-  layertest::recorded().clear();
-  DestroyWindow(h);
-}
-
 TEST_F(SimInput, AWindowDestroyedDuringAThumbMessageIsLeftAlone) {
   HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_VSCROLL);
   layertest::messageHook() = [](HWND hwnd, UINT msg, WPARAM, LPARAM, LRESULT*) {
@@ -227,20 +147,6 @@ TEST_F(SimInput, ScrollBarControlsReportToTheirParent) {
   EXPECT_EQ(layertest::recorded()[0].hwnd, h);
   EXPECT_EQ(layertest::recorded()[0].lp, reinterpret_cast<LPARAM>(bar));
   layertest::recorded().clear();
-  DestroyWindow(h);
-}
-
-TEST_F(SimInput, ResizingSendsSizeBetweenSizeMoveMessages) {
-  HWND h = layertest::createMain();
-  layertest::pumpAll();
-  layertest::recorded().clear();
-  win32sim::resizeWindow(h, 400, 250);
-  const Expect want[] = {{WM_ENTERSIZEMOVE}, {WM_SIZE, SIZE_RESTORED, false}, {WM_EXITSIZEMOVE}};
-  EXPECT_SEQUENCE(want);
-  RECT r;
-  GetClientRect(h, &r);
-  EXPECT_EQ(r.right, 392);
-  EXPECT_EQ(r.bottom, 223);
   DestroyWindow(h);
 }
 
