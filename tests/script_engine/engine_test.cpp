@@ -95,14 +95,6 @@ constexpr const char* kMine =
     "  hook(v) { return \"script hook \" + str(v) + \" \" + str(this._seen); }\n"
     "}\n";
 
-TEST_F(EngineTest, NativeCodeReachesScriptOverrideThroughInvokeMember) {
-  Outcome r = run(std::string(kMine) +
-              "print(Caller().callHook(1));\n"
-              "print(Mine(\"m\").callHook(2));\n");
-  EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.out, "native hook\nscript hook 2 m\n");
-}
-
 TEST_F(EngineTest, CreateObjectFromNativeCodeRunsTheScriptConstructor) {
   Outcome r = run(std::string(kMine) +
               "var made = Caller.make(\"Mine\", \"by name\");\n"
