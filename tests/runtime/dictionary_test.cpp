@@ -90,27 +90,4 @@ TEST(DictionaryTest, HeldEntryStaysSafeAfterEraseClearAndDestruction) {
   EXPECT_EQ(tulrt::liveObjects(), before);
 }
 
-TEST(DictionaryTest, EraseRefusesForeignAndAlreadyErasedEntries) {
-  TulDictionary mine;
-  TulDictionary other;
-  *mine["k"] = TulValue(1);
-  EXPECT_FALSE(mine.erase(other["k"]));
-  EXPECT_FALSE(mine.erase(nullptr));
-  const TulValue held(mine.find("k"));
-  EXPECT_TRUE(mine.erase(static_cast<TulDictionaryEntry*>(held)));
-  EXPECT_FALSE(mine.erase(static_cast<TulDictionaryEntry*>(held)));
-  EXPECT_EQ(mine.count() + other.count(), 1u);
-}
-
-TEST(DictionaryTest, CopiesKeepOrder) {
-  TulDictionary d;
-  for (const char* k : {"z", "m", "a"}) *d[k] = TulValue(new TulString(k));
-  TulDictionary assigned;
-  *assigned["old"] = TulValue(0);
-  assigned = d;
-  EXPECT_EQ(keys(TulDictionary(d)), (Keys{"z", "m", "a"}));
-  EXPECT_EQ(keys(assigned), (Keys{"z", "m", "a"}));
-  EXPECT_EQ(static_cast<TulString*>(d.find("m")->value)->refCount(), 2);
-}
-
 }  // namespace
