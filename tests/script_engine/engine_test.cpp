@@ -104,24 +104,6 @@ TEST_F(EngineTest, CreateObjectFromNativeCodeRunsTheScriptConstructor) {
   EXPECT_EQ(r.out, "Mine by name script hook 3 by name\nClass Nope not found\n");
 }
 
-TEST_F(EngineTest, ErrorInOverrideCalledByNativeCodeKeepsItsPlace) {
-  const std::string classes =
-      "class Bad : Caller {\n"
-      "  hook(v) {\n"
-      "    throw \"hook failed on \" + str(v);\n"
-      "  }\n"
-      "}\n";
-  Outcome caught = run(classes +
-                   "try { Bad().callHook(7); } catch (e) { print(e.message, e.line); }\n"
-                   "print(\"after\");\n");
-  EXPECT_EQ(caught.status, 0) << caught.err;
-  EXPECT_EQ(caught.out, "hook failed on 7 3\nafter\n");
-
-  Outcome uncaught = run(classes + "Bad().callHook(8);\n");
-  EXPECT_EQ(uncaught.status, kStatusError);
-  EXPECT_EQ(uncaught.err, "t.tul:3: error: hook failed on 8\n");
-}
-
 TEST_F(EngineTest, ExitInsideOverrideEndsTheRunThroughNativeFrames) {
   Outcome r = run(
       "class Quit : Caller { hook(v) { exit(v); } }\n"
