@@ -1,8 +1,9 @@
 // What scripts cannot see of WinBase: the window being created and its first
 // WM_NCCREATE, the registry after objects are released past a dtor
-// override, entries a failed WM_DESTROY left, the debugger flag, and an
-// error a handler's own script caught. The script tests under
-// tests/script/window check the rest, on the Linux layer and on Wine alike.
+// override, and the debugger flag. The script tests under tests/script/window
+// check the rest (torture.tul the entries a failed WM_DESTROY leaves,
+// handler_errors.tul an error a handler caught), on the Linux layer and on
+// Wine alike.
 #include "module/errors.h"
 #include "tests/window/window_test.h"
 #include "window/window_class.h"
@@ -61,19 +62,6 @@ TEST_F(WinBaseTest, ADtorOverrideStillReleasesTheEntryAndTheTable) {
   DestroyWindow(h);  // the fixture checks that the table went too
 }
 
-TEST_F(WinBaseTest, AFailedDestroyLeavesNoEntryBehind) {
-  TulClass* failing = subclassOf("FailsOnDestroy");
-  define(failing, "handleMessage", [&](ScriptCall& c) {
-    if (c.arg(1) == WM_DESTROY) return interp().returnError("no", nullptr);
-    return inherited(failing, c, "handleMessage");
-  });
-  TulValue w = popup(failing);
-  const unsigned registered = registryCount();
-  DestroyWindow(hwndOf(w));
-  EXPECT_EQ(registryCount(), registered - 1);  // gone at WM_NCDESTROY
-  interp().clearError();
-}
-
 TEST_F(WinBaseTest, StoppedInTheDebuggerWindowsAnswerZeroAndTheLoopDropsMessages) {
   TulClass* probe = subclassOf("Probe");
   int calls = 0;
@@ -93,27 +81,6 @@ TEST_F(WinBaseTest, StoppedInTheDebuggerWindowsAnswerZeroAndTheLoopDropsMessages
   vm_->setInDbg(false);
   EXPECT_EQ(SendMessageA(hwndOf(w), WM_GETTEXTLENGTH, 0, 0), 3);
   EXPECT_EQ(calls, 1);
-  DestroyWindow(hwndOf(w));
-}
-
-// A handler written in C++ calls the system directly, as the runner's
-// functions do: the error of the handler it reached is its own to take.
-TEST_F(WinBaseTest, AnErrorAHandlerTookDoesNotEndTheLoop) {
-  TulClass* c = subclassOf("Catching");
-  define(c, "handleMessage", [&](ScriptCall& call) {
-    HWND h = hwndOf(TulValue(call.self));
-    if (call.arg(1) == WM_USER) return interp().returnError("inner broke", nullptr);
-    if (call.arg(1) == WM_USER + 1) {
-      SendMessageA(h, WM_USER, 0, 0);
-      interp().clearError();
-    }
-    if (call.arg(1) == WM_USER + 2 && !callStatic("forceQuit")) return false;
-    return inherited(c, call, "handleMessage");
-  });
-  TulValue w = popup(c);
-  PostMessageA(hwndOf(w), WM_USER + 1, 0, 0);
-  PostMessageA(hwndOf(w), WM_USER + 2, 0, 0);
-  EXPECT_TRUE(callStatic("mainLoop")) << interp().lastError().message;
   DestroyWindow(hwndOf(w));
 }
 
