@@ -99,6 +99,7 @@ struct Window {
   bool destroying = false;
   bool dead = false;
   bool enabled = true;
+  bool hiddenWithOwner = false;  // hidden for SW_PARENTCLOSING: SW_PARENTOPENING shows it again
 
   RECT update{};  // client coordinates; bounding box of the update region
   // What was invalidated, in client coordinates but not cut to the client
