@@ -322,7 +322,7 @@ void redrawAfterMove(Window& w, UINT flags, const RECT& oldWindow, const RECT& o
     invalidate(w, nullptr, true, true);
     for (HWND d : descendantsPreOrder(hwnd))
       if (Window* dw = findWindow(d); dw && isDrawable(*dw)) invalidate(*dw, nullptr, true, true);
-    if (!isChild(w)) eraseNow(hwnd, false);
+    if (!isChild(w)) eraseNowWhereClipped(hwnd);
     return;
   }
   if (!sized && !moved && !(flags & SWP_FRAMECHANGED)) return;
@@ -349,7 +349,7 @@ void redrawAfterMove(Window& w, UINT flags, const RECT& oldWindow, const RECT& o
     invalidate(w, &right, true, false);
     invalidate(w, &bottom, true, false);
   }
-  eraseNow(hwnd, false);
+  eraseNowWhereClipped(hwnd);
 }
 
 // A window that may take the activation another gives up.
