@@ -1013,8 +1013,8 @@ BOOL WINAPI ShowWindow(HWND hWnd, int nCmdShow) {
   // The pop-ups a window owns go while it is minimised and come back when
   // it leaves that state; each is told why and hides or shows itself in
   // DefWindowProcA, as the system does it.
-  const DWORD minimized = w->dead ? 0 : (oldStyle ^ w->style) & WS_MINIMIZE;
-  if (minimized && !isChild(*w)) ShowOwnedPopups(hWnd, (w->style & WS_MINIMIZE) == 0);
+  const bool stateFlipped = !w->dead && ((oldStyle ^ w->style) & WS_MINIMIZE);
+  if (stateFlipped && !isChild(*w)) ShowOwnedPopups(hWnd, (w->style & WS_MINIMIZE) == 0);
   if (!w->dead && nCmdShow == SW_HIDE && focusState().active == hWnd) deactivate(hWnd);
   if (!w->dead) afterShow(hWnd, nCmdShow, oldStyle, plan.swp);
   // Minimising the active window activates the next top-level window that
