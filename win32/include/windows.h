@@ -690,6 +690,11 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define SW_SHOWDEFAULT 10
 #define SW_FORCEMINIMIZE 11
 #define SW_MAX 11
+/* WM_SHOWWINDOW's lParam when an owner changes state */
+#define SW_PARENTCLOSING 1
+#define SW_OTHERZOOM 2
+#define SW_PARENTOPENING 3
+#define SW_OTHERUNZOOM 4
 
 #define SWP_NOSIZE 0x0001
 #define SWP_NOMOVE 0x0002
@@ -1395,6 +1400,7 @@ TUL_WIN32_API BOOL WINAPI MoveWindow(HWND hWnd, int X, int Y, int nWidth, int nH
 TUL_WIN32_API BOOL WINAPI SetWindowPos(HWND hWnd, HWND hWndInsertAfter, int X, int Y, int cx,
                                        int cy, UINT uFlags);
 TUL_WIN32_API BOOL WINAPI ShowWindow(HWND hWnd, int nCmdShow);
+TUL_WIN32_API BOOL WINAPI ShowOwnedPopups(HWND hWnd, BOOL fShow);
 TUL_WIN32_API BOOL WINAPI GetWindowPlacement(HWND hWnd, WINDOWPLACEMENT* lpwndpl);
 TUL_WIN32_API BOOL WINAPI SetWindowPlacement(HWND hWnd, const WINDOWPLACEMENT* lpwndpl);
 TUL_WIN32_API BOOL WINAPI AdjustWindowRectEx(LPRECT lpRect, DWORD dwStyle, BOOL bMenu,

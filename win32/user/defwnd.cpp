@@ -121,6 +121,18 @@ LRESULT onNcXButtonUp(HWND hwnd, WPARAM wp) {
   return 0;
 }
 
+// An owned pop-up told its owner is being minimised or restored hides, or
+// shows again without taking the activation if it was hidden that way.
+// WM_SHOWWINDOW from ShowWindow itself (lParam 0) asks nothing.
+void onShowWindow(Window& w, WPARAM show, LPARAM why) {
+  if (!why || !w.owner) return;
+  const bool visible = (w.style & WS_VISIBLE) != 0;
+  if (visible == (show != 0)) return;
+  if (show && !w.hiddenWithOwner) return;
+  w.hiddenWithOwner = !show;
+  ShowWindow(w.hwnd, show ? SW_SHOWNOACTIVATE : SW_HIDE);
+}
+
 // A disabled window carries out no system command.
 LRESULT onSysCommand(HWND hwnd, WPARAM wp, LPARAM lp) {
   if (!IsWindowEnabled(hwnd)) return 0;
@@ -266,6 +278,9 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
     return 0;
   case WM_SYSCOMMAND:
     return onSysCommand(hWnd, wParam, lParam);
+  case WM_SHOWWINDOW:
+    onShowWindow(*w, wParam, lParam);
+    return 0;
   case WM_QUERYOPEN:
   case WM_QUERYENDSESSION:
     return TRUE;

@@ -118,6 +118,15 @@ void eraseNow(HWND hwnd, bool children) {
   for (HWND c : kids) eraseNow(c, true);
 }
 
+void eraseNowWhereClipped(HWND hwnd) {
+  eraseNow(hwnd, false);
+  Window* w = findWindow(hwnd);
+  if (!w || !isDrawable(*w)) return;
+  if (!(w->style & WS_CLIPCHILDREN) && !rectEmpty(w->update)) return;
+  std::vector<HWND> kids = w->children;
+  for (HWND c : kids) eraseNowWhereClipped(c);
+}
+
 bool needsPaint(const Window& w) {
   return !isDesktop(w) && isDrawable(w) && (!rectEmpty(w.update) || w.ncPending);
 }

@@ -80,16 +80,18 @@ RECT scrollArea(const Window& w, const RECT* scroll, const RECT* clip) {
   return area;
 }
 
-void moveChildren(HWND hwnd, int dx, int dy, const RECT* scroll) {
-  Window* w = findWindow(hwnd);
-  if (!w) return;
-  std::vector<HWND> children = w->children;
-  for (HWND c : children) {
+// The children ride along with the pixels without being told: the system
+// sends them no WM_WINDOWPOSCHANGING, WM_WINDOWPOSCHANGED or WM_MOVE (Wine
+// moves them with SetWindowPos, which its own message tests mark as not
+// yet the system's way). Their descendants keep their places in them.
+void moveChildren(Window& w, int dx, int dy, const RECT* scroll) {
+  for (HWND c : w.children) {
     Window* child = findWindow(c);
     if (!child) continue;
     if (scroll && rectEmpty(intersectRects(*scroll, child->window))) continue;
-    SetWindowPos(c, NULL, child->window.left + dx, child->window.top + dy, 0, 0,
-                 SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOREDRAW);
+    child->window = offsetRect(child->window, dx, dy);
+    child->client = offsetRect(child->client, dx, dy);
+    if (!(child->style & (WS_MINIMIZE | WS_MAXIMIZE))) child->normal = child->window;
   }
 }
 
@@ -500,8 +502,7 @@ int WINAPI ScrollWindowEx(HWND hWnd, int dx, int dy, const RECT* prcScroll, cons
   if (!rectEmpty(w->update) && !rectEmpty(intersectRects(w->update, area)))
     w->update = intersectRects(unionRects(w->update, offsetRect(w->update, dx, dy)),
                                makeRect(0, 0, rectWidth(w->client), rectHeight(w->client)));
-  if (flags & SW_SCROLLCHILDREN) moveChildren(hWnd, dx, dy, prcScroll);
-  if (w->dead) return ERROR;
+  if (flags & SW_SCROLLCHILDREN) moveChildren(*w, dx, dy, prcScroll);
   if ((flags & SW_INVALIDATE) && !rectEmpty(box)) invalidate(*w, &box, (flags & SW_ERASE) != 0, false);
   if (prcUpdate) *prcUpdate = box;
   if (hrgnUpdate) SetRectRgn(hrgnUpdate, box.left, box.top, box.right, box.bottom);

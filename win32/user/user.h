@@ -108,6 +108,7 @@ struct Window {
   bool destroying = false;
   bool dead = false;
   bool enabled = true;
+  bool hiddenWithOwner = false;  // hidden for SW_PARENTCLOSING: SW_PARENTOPENING shows it again
 
   RECT update{};  // client coordinates; bounding box of the update region
   // What was invalidated, in client coordinates but not cut to the client
@@ -216,6 +217,10 @@ void invalidate(Window& w, const RECT* rect, bool erase, bool frame);
 void validate(Window& w, const RECT* rect);
 // Sends the owed WM_NCPAINT and WM_ERASEBKGND now (the update region stays).
 void eraseNow(HWND hwnd, bool children);
+// As eraseNow, and for the descendants too, except below a window that is
+// still to paint without clipping its children: its own erasing covers them,
+// so they are erased when they paint.
+void eraseNowWhereClipped(HWND hwnd);
 bool needsPaint(const Window& w);
 // The part of w's client area (or of its whole window) that reaches its
 // top-level surface, in surface coordinates; empty when w is not drawable.

@@ -322,7 +322,7 @@ void redrawAfterMove(Window& w, UINT flags, const RECT& oldWindow, const RECT& o
     invalidate(w, nullptr, true, true);
     for (HWND d : descendantsPreOrder(hwnd))
       if (Window* dw = findWindow(d); dw && isDrawable(*dw)) invalidate(*dw, nullptr, true, true);
-    if (!isChild(w)) eraseNow(hwnd, false);
+    if (!isChild(w)) eraseNowWhereClipped(hwnd);
     return;
   }
   if (!sized && !moved && !(flags & SWP_FRAMECHANGED)) return;
@@ -349,7 +349,7 @@ void redrawAfterMove(Window& w, UINT flags, const RECT& oldWindow, const RECT& o
     invalidate(w, &right, true, false);
     invalidate(w, &bottom, true, false);
   }
-  eraseNow(hwnd, false);
+  eraseNowWhereClipped(hwnd);
 }
 
 // A window that may take the activation another gives up.
@@ -373,6 +373,30 @@ void activateOther(HWND leaving) {
   const std::vector<HWND> tops = desktopWindow().children;
   for (HWND h : tops)
     if (canActivate(h, leaving)) return activate(h);
+}
+
+// Minimising hands the activation to the first window from the top other
+// than the window's owners, which activation raised just below it: the
+// system's own tests find the window below an owned pop-up activated when
+// the pop-up is minimised, not its owner as when it is hidden. An owner
+// takes it only when nothing else can.
+void activateAfterMinimize(HWND leaving) {
+  std::vector<HWND> owners;
+  if (Window* w = findWindow(leaving)) owners = ownerChain(*w);
+  const std::vector<HWND> tops = desktopWindow().children;
+  for (HWND h : tops)
+    if (canActivate(h, leaving) && std::find(owners.begin(), owners.end(), h) == owners.end())
+      return activate(h);
+  for (HWND h : tops)
+    if (canActivate(h, leaving)) return activate(h);
+}
+
+// The top-level windows owned by hwnd itself, in z-order.
+std::vector<HWND> popupsOwnedBy(HWND hwnd) {
+  std::vector<HWND> owned;
+  for (HWND h : desktopWindow().children)
+    if (Window* w = findWindow(h); w && w->owner == hwnd) owned.push_back(h);
+  return owned;
 }
 
 // ---- Minimise and maximise ----
@@ -989,14 +1013,33 @@ BOOL WINAPI ShowWindow(HWND hWnd, int nCmdShow) {
   } else {
     positionWithState(hWnd, plan.pos, plan.swp, plan.stateChanged);
   }
+  // The pop-ups a window owns go while it is minimised and come back when
+  // it leaves that state; each is told why and hides or shows itself in
+  // DefWindowProcA, as the system does it.
+  const bool stateFlipped = !w->dead && ((oldStyle ^ w->style) & WS_MINIMIZE);
+  if (stateFlipped && !isChild(*w)) ShowOwnedPopups(hWnd, (w->style & WS_MINIMIZE) == 0);
   if (!w->dead && nCmdShow == SW_HIDE && focusState().active == hWnd) deactivate(hWnd);
   if (!w->dead) afterShow(hWnd, nCmdShow, oldStyle, plan.swp);
   // Minimising the active window activates the next top-level window that
   // can be; with none, it stays active.
   if (!w->dead && (nCmdShow == SW_MINIMIZE || nCmdShow == SW_FORCEMINIMIZE) && !isChild(*w) &&
       focusState().active == hWnd)
-    activateOther(hWnd);
+    activateAfterMinimize(hWnd);
   return wasVisible;
+}
+
+// Each window hwnd owns that is visible (to hide) or was hidden this way
+// (to show) is sent WM_SHOWWINDOW with SW_PARENTCLOSING or
+// SW_PARENTOPENING; whether it hides or shows is up to its procedure.
+BOOL WINAPI ShowOwnedPopups(HWND hWnd, BOOL fShow) {
+  if (hWnd && !checkWindow(hWnd)) return FALSE;
+  for (HWND h : popupsOwnedBy(hWnd)) {
+    Window* w = findWindow(h);
+    if (!w) continue;
+    if (fShow && w->hiddenWithOwner) sendMessage(h, WM_SHOWWINDOW, TRUE, SW_PARENTOPENING);
+    if (!fShow && (w->style & WS_VISIBLE)) sendMessage(h, WM_SHOWWINDOW, FALSE, SW_PARENTCLOSING);
+  }
+  return TRUE;
 }
 
 namespace {

@@ -193,6 +193,44 @@ void hidingKeepsActivation() {
   DestroyWindow(w);
 }
 
+char g_shown[128];
+
+// Notes each WM_SHOWWINDOW as name(wParam,lParam) before the default
+// handling, which hides or shows an owned window told of its owner.
+LRESULT CALLBACK showSpy(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  if (msg == WM_SHOWWINDOW) {
+    size_t used = strlen(g_shown);
+    snprintf(g_shown + used, sizeof g_shown - used, " %s(%d,%d)", hname(hwnd), (int)wp, (int)lp);
+  }
+  return DefWindowProcA(hwnd, msg, wp, lp);
+}
+
+// Owned pop-ups go while their owner is minimised and come back with it;
+// one hidden beforehand stays hidden, and one owned through another is
+// left to its own owner.
+void popupsOfMinimisedOwner() {
+  HWND owner = createNamed("ProbeShowSpy", "own", WS_POPUP | WS_CAPTION | WS_VISIBLE, NULL);
+  HWND shown = createNamed("ProbeShowSpy", "p1", WS_POPUP | WS_VISIBLE, owner);
+  HWND hidden = createNamed("ProbeShowSpy", "p2", WS_POPUP, owner);
+  HWND grand = createNamed("ProbeShowSpy", "p3", WS_POPUP | WS_VISIBLE, shown);
+  auto report = [&](const char* what) {
+    printf("%s:%s; visible p1 %d p2 %d p3 %d\n", what, g_shown, IsWindowVisible(shown),
+           IsWindowVisible(hidden), IsWindowVisible(grand));
+    g_shown[0] = 0;
+  };
+  SetActiveWindow(owner);
+  g_shown[0] = 0;
+  SendMessageA(owner, WM_SYSCOMMAND, SC_MINIMIZE, 0);
+  report("SC_MINIMIZE");
+  SendMessageA(owner, WM_SYSCOMMAND, SC_RESTORE, 0);
+  report("SC_RESTORE");
+  ShowWindow(owner, SW_MINIMIZE);
+  report("ShowWindow(SW_MINIMIZE)");
+  ShowWindow(owner, SW_RESTORE);
+  report("ShowWindow(SW_RESTORE)");
+  DestroyWindow(owner);
+}
+
 }  // namespace
 
 int main() {
@@ -203,5 +241,7 @@ int main() {
   menus();
   deferred();
   hidingKeepsActivation();
+  registerClass("ProbeShowSpy", showSpy);
+  popupsOfMinimisedOwner();
   return 0;
 }

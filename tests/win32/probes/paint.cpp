@@ -113,6 +113,38 @@ void children() {
   clearLog();
 }
 
+// A visible child still to paint is erased at once with its top-level
+// parent's move or show when the parent clips its children; under a parent
+// that does not, the parent's erasing covers it and it waits for its paint.
+void childErasedWithParent() {
+  struct Case {
+    const char* what;
+    DWORD parentStyle;
+    UINT swp;
+  };
+  const Case cases[] = {
+      {"resized with SWP_SHOWWINDOW, clipping", WS_VISIBLE | WS_CLIPCHILDREN, SWP_SHOWWINDOW},
+      {"resized with SWP_SHOWWINDOW, not clipping", WS_VISIBLE, SWP_SHOWWINDOW},
+      {"resized, clipping", WS_VISIBLE | WS_CLIPCHILDREN, 0},
+      {"shown, clipping", WS_CLIPCHILDREN, SWP_SHOWWINDOW | SWP_NOSIZE | SWP_NOMOVE},
+      {"shown, not clipping", 0, SWP_SHOWWINDOW | SWP_NOSIZE | SWP_NOMOVE},
+  };
+  for (const Case& k : cases) {
+    pump();
+    HWND p = create("P", "ProbePaint", WS_OVERLAPPEDWINDOW | k.parentStyle, 100, 100, 200, 200,
+                    NULL);
+    HWND c = create("c", "ProbePaint", WS_CHILD | WS_VISIBLE, 0, 0, 10, 10, p);
+    clearLog();
+    SetWindowPos(p, NULL, 0, 0, 100, 100, k.swp);
+    printf("parent %s: child", k.what);
+    for (int i = 0; i < g_logCount; ++i)
+      if (g_log[i].hwnd == c) printOne(g_log[i]);
+    printf("\n");
+    DestroyWindow(p);
+    clearLog();
+  }
+}
+
 void gdiObjects() {
   HBRUSH brush = CreateSolidBrush(RGB(1, 2, 3));
   printf("brush created %d type %lu\n", brush != NULL, (unsigned long)GetObjectType(brush));
@@ -175,6 +207,7 @@ int main() {
   registerClass("ProbePaintNoBrush", paintProc, NULL);
   updateRegions();
   children();
+  childErasedWithParent();
   gdiObjects();
   return 0;
 }
