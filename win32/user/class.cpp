@@ -177,8 +177,19 @@ std::shared_ptr<WindowClass> findClass(LPCSTR name, HINSTANCE instance) {
 
 int liveClassCount() { return static_cast<int>(classes().app.size()); }
 
-// Called by the controls while the table is being set up.
-ATOM registerSystemClass(const WNDCLASSEXA& wc) { return addClass(wc, true); }
+// Called by the controls and dialogs while the table is being set up. The
+// system's classes report only their own style bits.
+ATOM registerSystemClass(const char* name, WNDPROC proc, UINT style, LPCSTR cursor, int wndExtra) {
+  WNDCLASSEXA wc;
+  memset(&wc, 0, sizeof wc);
+  wc.cbSize = sizeof wc;
+  wc.style = style;
+  wc.lpfnWndProc = proc;
+  wc.cbWndExtra = wndExtra;
+  wc.hCursor = LoadCursorA(NULL, cursor);
+  wc.lpszClassName = name;
+  return addClass(wc, true);
+}
 
 }  // namespace w32
 

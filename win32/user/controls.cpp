@@ -386,26 +386,14 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   }
 }
 
-void addClass(const char* name, WNDPROC proc, UINT style, LPCSTR cursor, int wndExtra = 0) {
-  WNDCLASSEXA wc;
-  memset(&wc, 0, sizeof wc);
-  wc.cbSize = sizeof wc;
-  wc.style = style;  // the system's classes report only their own style bits
-  wc.lpfnWndProc = proc;
-  wc.cbWndExtra = wndExtra;
-  wc.hCursor = LoadCursorA(NULL, cursor);
-  wc.lpszClassName = name;
-  registerSystemClass(wc);
-}
-
 }  // namespace
 
 void registerSystemClasses() {
-  addClass("Button", buttonProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC, IDC_ARROW);
-  addClass("Static", staticProc, CS_DBLCLKS | CS_PARENTDC, IDC_ARROW);
-  addClass("Edit", editProc, CS_DBLCLKS | CS_PARENTDC, IDC_IBEAM, kEditExtraBytes);
-  addClass("ScrollBar", scrollBarProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC, IDC_ARROW,
-           kScrollBarExtraBytes);
+  registerSystemClass("Button", buttonProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC, IDC_ARROW);
+  registerSystemClass("Static", staticProc, CS_DBLCLKS | CS_PARENTDC, IDC_ARROW);
+  registerSystemClass("Edit", editProc, CS_DBLCLKS | CS_PARENTDC, IDC_IBEAM, kEditExtraBytes);
+  registerSystemClass("ScrollBar", scrollBarProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC,
+                      IDC_ARROW, kScrollBarExtraBytes);
   registerDialogClasses();
 }
 

@@ -8,16 +8,16 @@
 // Invariant: any call out (the dialog procedure, a control answering
 // WM_GETDLGCODE) may destroy the dialog, so its state is looked up again
 // after each.
-#include "user/user.h"
-
 #include <cstring>
+
+#include "user/user.h"
 
 namespace w32 {
 
 namespace {
 
-DialogState* dialogOf(HWND hwnd, bool create) {
-  Window* w = findWindow(hwnd);
+DialogState *dialogOf(HWND hwnd, bool create) {
+  Window *w = findWindow(hwnd);
   if (!w) return nullptr;
   if (!w->dialog && create && w->extra.size() >= DLGWINDOWEXTRA)
     w->dialog = std::make_unique<DialogState>();
@@ -26,14 +26,14 @@ DialogState* dialogOf(HWND hwnd, bool create) {
 
 // The dialog procedure's slots in the window's extra bytes, read and
 // written directly so that the last error is left alone.
-LONG dialogSlot(const Window& w, int offset) {
+LONG dialogSlot(const Window &w, int offset) {
   LONG v = 0;
   if (w.extra.size() >= static_cast<size_t>(offset) + sizeof v)
     memcpy(&v, &w.extra[static_cast<size_t>(offset)], sizeof v);
   return v;
 }
 
-void setDialogSlot(Window& w, int offset, LONG v) {
+void setDialogSlot(Window &w, int offset, LONG v) {
   if (w.extra.size() >= static_cast<size_t>(offset) + sizeof v)
     memcpy(&w.extra[static_cast<size_t>(offset)], &v, sizeof v);
 }
@@ -46,25 +46,25 @@ bool answersDirectly(UINT msg) {
          msg == WM_INITDIALOG;
 }
 
-bool isDirectChild(const Window& dlg, HWND hwnd) {
+bool isDirectChild(const Window &dlg, HWND hwnd) {
   for (HWND c : dlg.children)
     if (c == hwnd) return true;
   return false;
 }
 
 bool takesTab(HWND hwnd) {
-  Window* w = findWindow(hwnd);
+  Window *w = findWindow(hwnd);
   return w && (w->style & (WS_TABSTOP | WS_VISIBLE | WS_DISABLED)) == (WS_TABSTOP | WS_VISIBLE);
 }
 
 bool takesArrow(HWND hwnd) {
-  Window* w = findWindow(hwnd);
+  Window *w = findWindow(hwnd);
   return w && (w->style & (WS_VISIBLE | WS_DISABLED)) == WS_VISIBLE;
 }
 
 // The next (or previous) window of children, from index `from`, that
 // passes the test, going round; null when none but `from` itself does.
-HWND cycle(const std::vector<HWND>& children, size_t from, bool previous, bool (*test)(HWND)) {
+HWND cycle(const std::vector<HWND> &children, size_t from, bool previous, bool (*test)(HWND)) {
   size_t n = children.size();
   for (size_t step = 1; step < n; ++step) {
     size_t i = previous ? (from + n - step) % n : (from + step) % n;
@@ -74,7 +74,8 @@ HWND cycle(const std::vector<HWND>& children, size_t from, bool previous, bool (
 }
 
 bool isPushButton(HWND hwnd) {
-  return hwnd && (sendMessage(hwnd, WM_GETDLGCODE, 0, 0) & (DLGC_DEFPUSHBUTTON | DLGC_UNDEFPUSHBUTTON));
+  return hwnd &&
+         (sendMessage(hwnd, WM_GETDLGCODE, 0, 0) & (DLGC_DEFPUSHBUTTON | DLGC_UNDEFPUSHBUTTON));
 }
 
 void setButtonLook(HWND button, bool isDefault) {
@@ -84,17 +85,18 @@ void setButtonLook(HWND button, bool isDefault) {
 // A push button with the focus looks like the default button; when the
 // focus is elsewhere, the button of the default id does.
 void showDefaultFor(HWND dlg, HWND focus) {
-  Window* d = findWindow(dlg);
+  Window *d = findWindow(dlg);
   if (!d || !d->dialog) return;
   HWND def = GetDlgItem(dlg, static_cast<int>(d->dialog->defId));
   HWND wanted = isPushButton(focus) ? focus : (isPushButton(def) ? def : nullptr);
   std::vector<HWND> children = d->children;
   for (HWND c : children) {
-    Window* cw = findWindow(c);
+    Window *cw = findWindow(c);
     if (cw && c != wanted && (sendMessage(c, WM_GETDLGCODE, 0, 0) & DLGC_DEFPUSHBUTTON))
       setButtonLook(c, false);
   }
-  if (wanted && findWindow(wanted) && (sendMessage(wanted, WM_GETDLGCODE, 0, 0) & DLGC_UNDEFPUSHBUTTON))
+  if (wanted && findWindow(wanted) &&
+      (sendMessage(wanted, WM_GETDLGCODE, 0, 0) & DLGC_UNDEFPUSHBUTTON))
     setButtonLook(wanted, true);
 }
 
@@ -108,7 +110,7 @@ void giveFocus(HWND target) {
 
 void saveFocus(HWND dlg) {
   HWND focus = focusWindow();
-  DialogState* st = dialogOf(dlg, false);
+  DialogState *st = dialogOf(dlg, false);
   if (st && focus && isAncestor(dlg, focus)) st->savedFocus = focus;
 }
 
@@ -118,7 +120,7 @@ void saveFocus(HWND dlg) {
 // the dialog keeps it when it has none.
 void restoreFocus(HWND dlg, bool justActivated) {
   if (IsIconic(dlg)) return;
-  DialogState* st = dialogOf(dlg, false);
+  DialogState *st = dialogOf(dlg, false);
   if (!st || st->ended) return;
   HWND target = st->savedFocus;
   st->savedFocus = nullptr;
@@ -127,8 +129,10 @@ void restoreFocus(HWND dlg, bool justActivated) {
     target = GetNextDlgTabItem(dlg, nullptr, FALSE);
     if (!target) target = dlg;
   }
-  if (justActivated) SetFocus(target);
-  else giveFocus(target);
+  if (justActivated)
+    SetFocus(target);
+  else
+    giveFocus(target);
 }
 
 // WM_NEXTDLGCTL: a given control (lParam set), or the next or previous tab
@@ -148,7 +152,7 @@ void nextControl(HWND dlg, WPARAM wp, LPARAM lp) {
 }
 
 LRESULT setDefaultId(HWND dlg, UINT id) {
-  DialogState* st = dialogOf(dlg, false);
+  DialogState *st = dialogOf(dlg, false);
   if (!st) return FALSE;
   HWND old = GetDlgItem(dlg, static_cast<int>(st->defId));
   HWND now = GetDlgItem(dlg, static_cast<int>(id));
@@ -159,17 +163,18 @@ LRESULT setDefaultId(HWND dlg, UINT id) {
 }
 
 LRESULT defaultId(HWND dlg) {
-  DialogState* st = dialogOf(dlg, false);
+  DialogState *st = dialogOf(dlg, false);
   if (!st || st->ended || !st->defId) return 0;
   return MAKELONG(st->defId, DC_HASDEFID);
 }
 
 LRESULT eraseBackground(HWND dlg, HDC dc) {
-  LRESULT brush = sendMessage(dlg, WM_CTLCOLORDLG, reinterpret_cast<WPARAM>(dc),
-                              reinterpret_cast<LPARAM>(dlg));
+  LRESULT brush =
+      sendMessage(dlg, WM_CTLCOLORDLG, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(dlg));
   if (!findWindow(dlg)) return 1;
   if (!brush)
-    brush = DefWindowProcA(dlg, WM_CTLCOLORDLG, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(dlg));
+    brush = DefWindowProcA(dlg, WM_CTLCOLORDLG, reinterpret_cast<WPARAM>(dc),
+                           reinterpret_cast<LPARAM>(dlg));
   RECT r;
   GetClientRect(dlg, &r);
   if (brush) FillRect(dc, &r, reinterpret_cast<HBRUSH>(brush));
@@ -185,8 +190,10 @@ LRESULT defaultDialogAction(HWND dlg, UINT msg, WPARAM wp, LPARAM lp) {
     if (!wp) saveFocus(dlg);
     return DefWindowProcA(dlg, msg, wp, lp);
   case WM_ACTIVATE:
-    if (LOWORD(wp) != WA_INACTIVE) restoreFocus(dlg, true);
-    else saveFocus(dlg);
+    if (LOWORD(wp) != WA_INACTIVE)
+      restoreFocus(dlg, true);
+    else
+      saveFocus(dlg);
     return 0;
   case WM_SETFOCUS:
     restoreFocus(dlg, false);
@@ -201,11 +208,12 @@ LRESULT defaultDialogAction(HWND dlg, UINT msg, WPARAM wp, LPARAM lp) {
   case WM_CLOSE: {
     HWND cancel = GetDlgItem(dlg, IDCANCEL);
     if (!cancel || IsWindowEnabled(cancel))
-      PostMessageA(dlg, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED), reinterpret_cast<LPARAM>(cancel));
+      PostMessageA(dlg, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED),
+                   reinterpret_cast<LPARAM>(cancel));
     return 0;
   }
   case WM_NCDESTROY:
-    if (Window* w = findWindow(dlg)) w->dialog.reset();
+    if (Window *w = findWindow(dlg)) w->dialog.reset();
     return DefWindowProcA(dlg, msg, wp, lp);
   default:
     return DefWindowProcA(dlg, msg, wp, lp);
@@ -216,8 +224,10 @@ LRESULT defaultDialogAction(HWND dlg, UINT msg, WPARAM wp, LPARAM lp) {
 // or else from the dialog's default id.
 void pressDefault(HWND dlg) {
   HWND focus = focusWindow();
-  if (focus && isAncestor(dlg, focus) && (sendMessage(focus, WM_GETDLGCODE, 0, 0) & DLGC_DEFPUSHBUTTON)) {
-    sendMessage(dlg, WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(focus), BN_CLICKED), reinterpret_cast<LPARAM>(focus));
+  if (focus && isAncestor(dlg, focus) &&
+      (sendMessage(focus, WM_GETDLGCODE, 0, 0) & DLGC_DEFPUSHBUTTON)) {
+    sendMessage(dlg, WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(focus), BN_CLICKED),
+                reinterpret_cast<LPARAM>(focus));
     return;
   }
   LRESULT def = sendMessage(dlg, DM_GETDEFID, 0, 0);
@@ -230,7 +240,7 @@ void pressDefault(HWND dlg) {
 
 // The dialog keys of a WM_KEYDOWN; false when the message is to be
 // dispatched as it is.
-bool dialogKey(HWND dlg, const MSG& msg) {
+bool dialogKey(HWND dlg, const MSG &msg) {
   LRESULT code = sendMessage(msg.hwnd, WM_GETDLGCODE, msg.wParam, reinterpret_cast<LPARAM>(&msg));
   if (code & DLGC_WANTMESSAGE) return false;
   switch (msg.wParam) {
@@ -243,7 +253,8 @@ bool dialogKey(HWND dlg, const MSG& msg) {
   case VK_RIGHT:
   case VK_DOWN: {
     if (code & DLGC_WANTARROWS) return false;
-    HWND next = GetNextDlgGroupItem(dlg, focusWindow(), msg.wParam == VK_LEFT || msg.wParam == VK_UP);
+    HWND next =
+        GetNextDlgGroupItem(dlg, focusWindow(), msg.wParam == VK_LEFT || msg.wParam == VK_UP);
     if (next) sendMessage(dlg, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(next), TRUE);
     return true;
   }
@@ -260,26 +271,17 @@ bool dialogKey(HWND dlg, const MSG& msg) {
   }
 }
 
-void addNumberedClass(const char* name, UINT style, WNDPROC proc, int wndExtra) {
-  WNDCLASSEXA wc;
-  memset(&wc, 0, sizeof wc);
-  wc.cbSize = sizeof wc;
-  wc.style = style;
-  wc.lpfnWndProc = proc;
-  wc.cbWndExtra = wndExtra;
-  wc.hCursor = LoadCursorA(NULL, IDC_ARROW);
-  wc.lpszClassName = name;
-  registerSystemClass(wc);
-}
-
 }  // namespace
 
 void registerDialogClasses() {
-  addNumberedClass("#32768", CS_DROPSHADOW | CS_SAVEBITS | CS_DBLCLKS, DefWindowProcA, 0);  // menu
-  addNumberedClass("#32769", CS_DBLCLKS, DefWindowProcA, 0);                                  // desktop
-  addNumberedClass("#32770", CS_SAVEBITS | CS_DBLCLKS, DefDlgProcA, DLGWINDOWEXTRA);          // dialog
-  addNumberedClass("#32771", CS_SAVEBITS | CS_HREDRAW | CS_VREDRAW, DefWindowProcA, 0);       // task switch
-  addNumberedClass("#32772", 0, DefWindowProcA, 0);                                           // icon title
+  registerSystemClass("#32768", DefWindowProcA, CS_DROPSHADOW | CS_SAVEBITS | CS_DBLCLKS,
+                      IDC_ARROW);  // menu
+  registerSystemClass("#32769", DefWindowProcA, CS_DBLCLKS,
+                      IDC_ARROW);  // desktop
+  registerSystemClass("#32770", DefDlgProcA, CS_SAVEBITS | CS_DBLCLKS, IDC_ARROW, DLGWINDOWEXTRA);
+  registerSystemClass("#32771", DefWindowProcA, CS_SAVEBITS | CS_HREDRAW | CS_VREDRAW,
+                      IDC_ARROW);                               // task switch
+  registerSystemClass("#32772", DefWindowProcA, 0, IDC_ARROW);  // icon title
 }
 
 }  // namespace w32
@@ -289,7 +291,7 @@ using namespace w32;
 extern "C" {
 
 LRESULT WINAPI DefDlgProcA(HWND hDlg, UINT Msg, WPARAM wParam, LPARAM lParam) {
-  Window* w = findWindow(hDlg);
+  Window *w = findWindow(hDlg);
   if (!w) return 0;
   DLGPROC proc = nullptr;
   if (dialogOf(hDlg, true)) {
@@ -315,23 +317,26 @@ LRESULT WINAPI DefDlgProcA(HWND hDlg, UINT Msg, WPARAM wParam, LPARAM lParam) {
 }
 
 BOOL WINAPI EndDialog(HWND hDlg, INT_PTR nResult) {
-  Window* w = checkWindow(hDlg);
+  Window *w = checkWindow(hDlg);
   if (!w || !w->dialog) return FALSE;
   w->dialog->ended = true;
   w->dialog->result = nResult;
   HWND owner = w->owner;
-  SetWindowPos(hDlg, NULL, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_HIDEWINDOW);
+  SetWindowPos(hDlg, NULL, 0, 0, 0, 0,
+               SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_HIDEWINDOW);
   if (findWindow(hDlg) && activeWindow() == hDlg) {
     // The owner takes the activation back; without one, the next window.
-    Window* o = findWindow(owner);
-    if (o && !(o->style & WS_DISABLED)) activate(topLevelOf(*o).hwnd);
-    else deactivate(hDlg);
+    Window *o = findWindow(owner);
+    if (o && !(o->style & WS_DISABLED))
+      activate(topLevelOf(*o).hwnd);
+    else
+      deactivate(hDlg);
   }
   return TRUE;
 }
 
 HWND WINAPI GetNextDlgTabItem(HWND hDlg, HWND hCtl, BOOL bPrevious) {
-  Window* d = checkWindow(hDlg);
+  Window *d = checkWindow(hDlg);
   if (!d) return NULL;
   const std::vector<HWND> children = d->children;
   if (!hCtl || !isDirectChild(*d, hCtl)) {
@@ -348,16 +353,16 @@ HWND WINAPI GetNextDlgTabItem(HWND hDlg, HWND hCtl, BOOL bPrevious) {
 }
 
 HWND WINAPI GetNextDlgGroupItem(HWND hDlg, HWND hCtl, BOOL bPrevious) {
-  Window* d = checkWindow(hDlg);
+  Window *d = checkWindow(hDlg);
   if (!d || d->children.empty()) return NULL;
   if (!hCtl || !isDirectChild(*d, hCtl)) hCtl = d->children.front();
   // The group runs from the nearest WS_GROUP at or before the control to
   // the next WS_GROUP after it.
-  const std::vector<HWND>& all = d->children;
+  const std::vector<HWND> &all = d->children;
   size_t at = 0;
   while (all[at] != hCtl) ++at;
   auto starts = [&](size_t i) {
-    Window* c = findWindow(all[i]);
+    Window *c = findWindow(all[i]);
     return c && (c->style & WS_GROUP);
   };
   size_t first = at;

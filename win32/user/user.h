@@ -243,7 +243,8 @@ int liveTimerCount();
 
 std::shared_ptr<WindowClass> findClass(LPCSTR name, HINSTANCE instance);
 int liveClassCount();
-ATOM registerSystemClass(const WNDCLASSEXA& wc);
+ATOM registerSystemClass(const char* name, WNDPROC proc, UINT style, LPCSTR cursor,
+                         int wndExtra = 0);
 
 // ---- Scroll bars (scroll.cpp) ----
 
