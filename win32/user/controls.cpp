@@ -317,13 +317,13 @@ LRESULT editSetSel(Window& w, WPARAM wp, LPARAM lp) {
   int start = static_cast<int>(wp), end = static_cast<int>(lp);
   if (start == -1) {
     w.ctl.selStart = w.ctl.selEnd;
-    return 0;
+    return 1;
   }
   DWORD s = static_cast<DWORD>(std::max(start, 0));
   DWORD e = end < 0 ? len : static_cast<DWORD>(end);
   w.ctl.selStart = std::min(std::min(s, e), len);
   w.ctl.selEnd = std::min(std::max(s, e), len);
-  return 0;
+  return 1;
 }
 
 LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {

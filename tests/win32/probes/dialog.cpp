@@ -139,7 +139,7 @@ void focus() {
   printf("\nshown: focus %s active %s\n", hname(GetFocus()), hname(GetActiveWindow()));
   HWND edit = GetDlgItem(d, 3);
   SetFocus(edit);
-  SendMessageA(edit, EM_SETSEL, 1, 1);
+  printf("select: %ld\n", (long)SendMessageA(edit, EM_SETSEL, 1, 1));
   SetActiveWindow(other);
   printf("other active: focus %s\n", hname(GetFocus()));
   SetActiveWindow(d);
