@@ -338,7 +338,99 @@ TUL_NOINLINE bool evalUnary(Interp& in, const UnaryExpr& e, Frame& f, TulValue& 
   return true;
 }
 
+// --- chains of + ------------------------------------------------------------------
+
+// The most + nodes of one left-leaning chain built in one buffer; a longer
+// chain starts from its inner part evaluated the ordinary way.
+constexpr int kChainMax = 32;
+
+bool isPlus(const Expr& e) {
+  return e.kind == ExprKind::Binary && static_cast<const BinaryExpr&>(e).op == TokenKind::Plus;
+}
+
+// A chain worth a buffer: at least two + in a row, or a string literal as
+// its first operand.
+bool isStringChain(const BinaryExpr& e) {
+  return e.op == TokenKind::Plus && (isPlus(*e.left) || e.left->kind == ExprKind::String);
+}
+
+// The text of a number, as formatNumber gives it, appended; 32-bit
+// integers without a string of their own.
+void appendNumber(std::string& text, const TulValue& v) {
+  if (v.type() != TulValueType::I32) {
+    text += formatNumber(v);
+    return;
+  }
+  const std::int32_t i = static_cast<int>(v);
+  std::uint32_t u = i < 0 ? 0u - static_cast<std::uint32_t>(i) : static_cast<std::uint32_t>(i);
+  char digits[12];
+  char* p = digits + sizeof digits;
+  do {
+    *--p = static_cast<char>('0' + u % 10);
+    u /= 10;
+  } while (u);
+  if (i < 0) *--p = '-';
+  text.append(p, static_cast<std::size_t>(digits + sizeof digits - p));
+}
+
+// x0 + x1 + ... + xn, evaluated as the tree of + nodes would be (each
+// operand in order, each + with its own line), except that while the
+// value so far is a string and the next operand a string or a number, the
+// text is appended to one buffer: one host string for the whole chain
+// instead of one for each +. An operand of any other kind meets the string
+// as a value, through binaryOp, as it would have.
+TUL_NOINLINE bool evalStringChain(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
+  const BinaryExpr* nodes[kChainMax];
+  int n = 0;
+  for (const BinaryExpr* b = &e; n < kChainMax; b = static_cast<const BinaryExpr*>(b->left.get())) {
+    nodes[n++] = b;
+    if (!isPlus(*b->left)) break;
+  }
+  const Expr& first = *nodes[n - 1]->left;
+  std::string text;
+  bool buffered = first.kind == ExprKind::String;
+  TulValue acc;
+  if (buffered)
+    text = static_cast<const LiteralExpr&>(first).text;
+  else if (!in.eval(first, f, acc))
+    return false;
+  for (int i = n - 1; i >= 0; --i) {
+    const BinaryExpr& node = *nodes[i];
+    const Expr& right = *node.right;
+    if (buffered && right.kind == ExprKind::String) {
+      text += static_cast<const LiteralExpr&>(right).text;
+      if (!in.checkSize(f, node.line, text.size(), "string")) return false;
+      continue;
+    }
+    TulValue b;
+    if (!in.eval(right, f, b)) return false;
+    const bool appendable = b.isNumber() || stringOf(b);
+    if (!buffered && appendable && stringOf(acc)) {
+      text.assign(stringOf(acc)->c_str(), stringOf(acc)->length());
+      buffered = true;
+    }
+    if (buffered && appendable) {
+      if (TulString* t = stringOf(b))
+        text.append(t->c_str(), t->length());
+      else
+        appendNumber(text, b);
+      if (!in.checkSize(f, node.line, text.size(), "string")) return false;
+      continue;
+    }
+    if (buffered) {
+      acc = makeString(text);
+      buffered = false;
+    }
+    TulValue r;
+    if (!binaryOp(in, f, node.line, TokenKind::Plus, acc, b, r)) return false;
+    acc = std::move(r);
+  }
+  out = buffered ? makeString(text) : std::move(acc);
+  return true;
+}
+
 TUL_NOINLINE bool evalBinary(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
+  if (isStringChain(e)) return evalStringChain(in, e, f, out);
   TulValue a, b;
   if (!in.eval(*e.left, f, a) || !in.eval(*e.right, f, b)) return false;
   if (a.type() == TulValueType::I32 && b.type() == TulValueType::I32 &&
