@@ -15,8 +15,10 @@
 
 #if defined(__GNUC__)
 #  define TUL_NOINLINE __attribute__((noinline))
+#  define TUL_INLINE __attribute__((always_inline)) inline
 #else
 #  define TUL_NOINLINE
+#  define TUL_INLINE inline
 #endif
 
 namespace tulscript {
@@ -756,11 +758,66 @@ bool loopEnds(Flow fl, Flow& result) {
   return false;
 }
 
+// A literal or a variable holding a 32-bit integer, read where it is.
+TUL_INLINE bool intLeaf(const Interp& in, const Expr& e, const Frame& f, std::int32_t& out) {
+  if (e.kind == ExprKind::Int) {
+    out = static_cast<const LiteralExpr&>(e).intValue;
+    return true;
+  }
+  if (e.kind != ExprKind::Variable) return false;
+  const TulValue* v = in.peekVar(static_cast<const VariableExpr&>(e).var, f);
+  if (!v || v->type() != TulValueType::I32) return false;
+  out = static_cast<int>(*v);
+  return true;
+}
+
+bool isLeaf(const Expr& e) { return e.kind == ExprKind::Int || e.kind == ExprKind::Variable; }
+
+// A loop condition of the shape `i < n`: an operator between two literals
+// or variables (null for any other shape).
+const BinaryExpr* leafCondition(const Expr* cond) {
+  if (!cond || cond->kind != ExprKind::Binary) return nullptr;
+  const auto& b = static_cast<const BinaryExpr&>(*cond);
+  return isLeaf(*b.left) && isLeaf(*b.right) ? &b : nullptr;
+}
+
+// A loop's condition, `i < n` read straight from the two operands when they
+// hold integers; anything else goes through Interp::condition, which reads
+// them again (reading has no effects) and reports what there is to report.
+TUL_INLINE bool loopCondition(Interp& in, const Expr& cond, const BinaryExpr* leaves, Frame& f,
+                          bool& out) {
+  std::int32_t x, y, r;
+  if (leaves && intLeaf(in, *leaves->left, f, x) && intLeaf(in, *leaves->right, f, y) &&
+      intBinary(leaves->op, x, y, r)) {
+    out = r != 0;
+    return true;
+  }
+  return in.condition(cond, f, out);
+}
+
+// A loop step of the shape `i++` (or ++i, i--, --i): the variable updated
+// where it is when it holds an integer, as incDecVariable would.
+TUL_INLINE bool loopStep(Interp& in, const Expr& step, Frame& f) {
+  if (step.kind == ExprKind::IncDec) {
+    const auto& e = static_cast<const IncDecExpr&>(step);
+    if (e.target->kind == ExprKind::Variable) {
+      TulValue* v = in.varSlot(static_cast<const VariableExpr&>(*e.target).var, f);
+      if (v && v->type() == TulValueType::I32) {
+        const std::uint32_t u = static_cast<std::uint32_t>(static_cast<int>(*v));
+        *v = TulValue(static_cast<std::int32_t>(e.increment ? u + 1 : u - 1));
+        return true;
+      }
+    }
+  }
+  return evalDiscarded(in, step, f);
+}
+
 TUL_NOINLINE Flow execWhile(Interp& in, const IfStmt& s, Frame& f) {
+  const BinaryExpr* leaves = leafCondition(s.cond.get());
   for (;;) {
     if (!in.step(f, s.line)) return Flow::Fail;
     bool c = false;
-    if (!in.condition(*s.cond, f, c)) return Flow::Fail;
+    if (!loopCondition(in, *s.cond, leaves, f, c)) return Flow::Fail;
     if (!c) return Flow::Normal;
     Flow result;
     if (loopEnds(in.exec(*s.then, f), result)) return result;
@@ -772,16 +829,17 @@ TUL_NOINLINE Flow execFor(Interp& in, const ForStmt& s, Frame& f) {
     Flow fl = in.exec(*s.init, f);
     if (fl != Flow::Normal) return fl;
   }
+  const BinaryExpr* leaves = leafCondition(s.cond.get());
   for (;;) {
     if (!in.step(f, s.line)) return Flow::Fail;
     if (s.cond) {
       bool c = false;
-      if (!in.condition(*s.cond, f, c)) return Flow::Fail;
+      if (!loopCondition(in, *s.cond, leaves, f, c)) return Flow::Fail;
       if (!c) return Flow::Normal;
     }
     Flow result;
     if (loopEnds(in.exec(*s.body, f), result)) return result;
-    if (s.step && !evalDiscarded(in, *s.step, f)) return Flow::Fail;
+    if (s.step && !loopStep(in, *s.step, f)) return Flow::Fail;
   }
 }
 
