@@ -54,6 +54,9 @@ struct Expr {
   ExprKind kind;
   int line;
   int height = 1;  // nodes on the longest path down; the parser bounds it
+  // Binary and Unary nodes: made only of integer literals, variables and
+  // such nodes, the only trees the integer path (Interp::tryInt) can take.
+  bool intShaped = false;
 };
 using ExprPtr = std::unique_ptr<Expr>;
 

@@ -72,6 +72,11 @@ class FunctionObject : public TulRefObject {
 // The function object a value holds, or null.
 FunctionObject* functionOf(const TulValue& v);
 
+// Whether fn is the built-in len or push (builtins.cpp), which a call by
+// name may run on a vector in place.
+bool isBuiltinLen(const FunctionObject& fn);
+bool isBuiltinPush(const FunctionObject& fn);
+
 // One activation: a file's top level, a function or a method.
 struct Frame {
   const Program* program = nullptr;  // errors point into its file

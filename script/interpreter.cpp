@@ -594,10 +594,52 @@ const FunctionObject* namedFunction(const Interp& in, const CallExpr& e, const F
   return v ? functionOf(*v) : nullptr;
 }
 
+bool isLeaf(const Expr& e) { return e.kind == ExprKind::Int || e.kind == ExprKind::Variable; }
+
+enum class Shortcut { NotTaken, Done, Failed };
+
+// len(v) and push(v, x) with v a variable that holds a vector and x a
+// literal, a variable or an integer expression: the vector is used where
+// the variable holds it, without a frame for the call. Reading x runs no
+// script code, so v still holds the vector when it is pushed to. NotTaken,
+// with nothing done, for anything else: the general way then reads the
+// arguments again (reading has no effects) and reports what it finds.
+TUL_NOINLINE Shortcut vectorBuiltin(Interp& in, const CallExpr& e, const FunctionObject& fn,
+                                    Frame& f, TulValue& out) {
+  const std::size_t n = e.args.size();
+  if (n == 0 || e.args[0]->kind != ExprKind::Variable) return Shortcut::NotTaken;
+  const TulValue* held = in.peekVar(static_cast<const VariableExpr&>(*e.args[0]).var, f);
+  if (!held || held->type() != TulValueType::Vector) return Shortcut::NotTaken;
+  TulVector* v = static_cast<TulVector*>(*held);
+  if (n == 1 && isBuiltinLen(fn)) {
+    out = TulValue(static_cast<int>(v->size()));
+    return Shortcut::Done;
+  }
+  if (n != 2 || !isBuiltinPush(fn)) return Shortcut::NotTaken;
+  const Expr& x = *e.args[1];
+  std::int32_t i = 0;
+  TulValue item;
+  if (isLeaf(x)) {
+    if (!in.eval(x, f, item)) return Shortcut::Failed;
+  } else if (x.intShaped && in.tryInt(x, f, i)) {
+    item = TulValue(i);
+  } else {
+    return Shortcut::NotTaken;
+  }
+  if (!in.checkSize(f, e.line, std::uint64_t(v->size()) + 1, "vector")) return Shortcut::Failed;
+  v->push_back(item);
+  out = TulValue(static_cast<int>(v->size()));
+  return Shortcut::Done;
+}
+
 TUL_NOINLINE bool evalCall(Interp& in, const CallExpr& e, Frame& f, TulValue& out) {
   const int n = static_cast<int>(e.args.size());
   if (const FunctionObject* named = namedFunction(in, e, f)) {
     const FunctionDecl* decl = named->decl();
+    if (!decl) {
+      const Shortcut done = vectorBuiltin(in, e, *named, f, out);
+      if (done != Shortcut::NotTaken) return done == Shortcut::Done;
+    }
     SlotFrame frame(in.slotStack(), frameSize(e.args, decl));
     if (!evalArgs(in, e.args, f, frame.slots())) return false;
     if (decl) return in.callFunctionInPlace(f, e.line, *decl, frame.slots(), n, out);
@@ -771,9 +813,7 @@ TUL_INLINE bool intLeaf(const Interp& in, const Expr& e, const Frame& f, std::in
   return true;
 }
 
-bool isLeaf(const Expr& e) { return e.kind == ExprKind::Int || e.kind == ExprKind::Variable; }
-
-// A loop condition of the shape `i < n`: an operator between two literals
+// A condition of the shape `i < n`: an operator between two literals
 // or variables (null for any other shape).
 const BinaryExpr* leafCondition(const Expr* cond) {
   if (!cond || cond->kind != ExprKind::Binary) return nullptr;
@@ -781,10 +821,10 @@ const BinaryExpr* leafCondition(const Expr* cond) {
   return isLeaf(*b.left) && isLeaf(*b.right) ? &b : nullptr;
 }
 
-// A loop's condition, `i < n` read straight from the two operands when they
+// A loop's or an if's condition, `i < n` read straight from the two operands when they
 // hold integers; anything else goes through Interp::condition, which reads
 // them again (reading has no effects) and reports what there is to report.
-TUL_INLINE bool loopCondition(Interp& in, const Expr& cond, const BinaryExpr* leaves, Frame& f,
+TUL_INLINE bool fastCondition(Interp& in, const Expr& cond, const BinaryExpr* leaves, Frame& f,
                           bool& out) {
   std::int32_t x, y, r;
   if (leaves && intLeaf(in, *leaves->left, f, x) && intLeaf(in, *leaves->right, f, y) &&
@@ -817,7 +857,7 @@ TUL_NOINLINE Flow execWhile(Interp& in, const IfStmt& s, Frame& f) {
   for (;;) {
     if (!in.step(f, s.line)) return Flow::Fail;
     bool c = false;
-    if (!loopCondition(in, *s.cond, leaves, f, c)) return Flow::Fail;
+    if (!fastCondition(in, *s.cond, leaves, f, c)) return Flow::Fail;
     if (!c) return Flow::Normal;
     Flow result;
     if (loopEnds(in.exec(*s.then, f), result)) return result;
@@ -834,7 +874,7 @@ TUL_NOINLINE Flow execFor(Interp& in, const ForStmt& s, Frame& f) {
     if (!in.step(f, s.line)) return Flow::Fail;
     if (s.cond) {
       bool c = false;
-      if (!loopCondition(in, *s.cond, leaves, f, c)) return Flow::Fail;
+      if (!fastCondition(in, *s.cond, leaves, f, c)) return Flow::Fail;
       if (!c) return Flow::Normal;
     }
     Flow result;
@@ -921,7 +961,7 @@ TUL_NOINLINE Flow execVar(Interp& in, const VarStmt& s, Frame& f) {
 
 TUL_NOINLINE Flow execIf(Interp& in, const IfStmt& s, Frame& f) {
   bool c = false;
-  if (!in.condition(*s.cond, f, c)) return Flow::Fail;
+  if (!fastCondition(in, *s.cond, leafCondition(s.cond.get()), f, c)) return Flow::Fail;
   if (c) return in.exec(*s.then, f);
   return s.otherwise ? in.exec(*s.otherwise, f) : Flow::Normal;
 }
@@ -958,8 +998,16 @@ bool Interp::eval(const Expr& e, Frame& f, TulValue& out) {
       return true;
     case ExprKind::Unary: return evalUnary(*this, static_cast<const UnaryExpr&>(e), f, out);
     case ExprKind::Binary: {
-      std::int32_t r;
-      if (!tryInt(e, f, r)) return evalBinary(*this, static_cast<const BinaryExpr&>(e), f, out);
+      // `n - 1`: two literals or variables, read in place.
+      const auto& b = static_cast<const BinaryExpr&>(e);
+      std::int32_t x, y, r;
+      if (isLeaf(*b.left) && isLeaf(*b.right)) {
+        if (!intLeaf(*this, *b.left, f, x) || !intLeaf(*this, *b.right, f, y) ||
+            !intBinary(b.op, x, y, r))
+          return evalBinary(*this, b, f, out);
+      } else if (!tryInt(e, f, r)) {
+        return evalBinary(*this, b, f, out);
+      }
       out = TulValue(r);
       return true;
     }
@@ -1012,13 +1060,14 @@ bool Interp::tryInt(const Expr& e, const Frame& f, std::int32_t& out) const {
     case ExprKind::Binary: {
       const auto& b = static_cast<const BinaryExpr&>(e);
       std::int32_t x, y;
-      return e.height <= kIntPathHeight && intOperand(*this, *b.left, f, x) &&
+      return e.intShaped && e.height <= kIntPathHeight && intOperand(*this, *b.left, f, x) &&
              intOperand(*this, *b.right, f, y) && intBinary(b.op, x, y, out);
     }
     case ExprKind::Unary: {
       const auto& u = static_cast<const UnaryExpr&>(e);
       std::int32_t x;
-      if (e.height > kIntPathHeight || !intOperand(*this, *u.operand, f, x)) return false;
+      if (!e.intShaped || e.height > kIntPathHeight || !intOperand(*this, *u.operand, f, x))
+        return false;
       const std::uint32_t ux = static_cast<std::uint32_t>(x);
       switch (u.op) {
         case TokenKind::Minus: out = static_cast<std::int32_t>(0u - ux); return true;

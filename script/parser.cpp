@@ -141,7 +141,12 @@ class Parser {
       if (c) h = std::max(h, c->height);
     e->height = h + 1;
     if (e->height > kMaxNesting) failAt(at, "expression too deeply nested");
+    if (e->kind == ExprKind::Binary || e->kind == ExprKind::Unary)
+      e->intShaped = std::all_of(children.begin(), children.end(), intOperandShape);
     return e;
+  }
+  static bool intOperandShape(const Expr* c) {
+    return c->kind == ExprKind::Int || c->kind == ExprKind::Variable || c->intShaped;
   }
 
   // --- scopes -------------------------------------------------------------
