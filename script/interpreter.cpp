@@ -594,7 +594,7 @@ const FunctionObject* namedFunction(const Interp& in, const CallExpr& e, const F
   return v ? functionOf(*v) : nullptr;
 }
 
-bool isLeaf(const Expr& e) { return e.kind == ExprKind::Int || e.kind == ExprKind::Variable; }
+TUL_INLINE bool isLeaf(const Expr& e) { return e.kind == ExprKind::Int || e.kind == ExprKind::Variable; }
 
 enum class Shortcut { NotTaken, Done, Failed };
 
@@ -815,7 +815,7 @@ TUL_INLINE bool intLeaf(const Interp& in, const Expr& e, const Frame& f, std::in
 
 // A condition of the shape `i < n`: an operator between two literals
 // or variables (null for any other shape).
-const BinaryExpr* leafCondition(const Expr* cond) {
+TUL_INLINE const BinaryExpr* leafCondition(const Expr* cond) {
   if (!cond || cond->kind != ExprKind::Binary) return nullptr;
   const auto& b = static_cast<const BinaryExpr&>(*cond);
   return isLeaf(*b.left) && isLeaf(*b.right) ? &b : nullptr;
