@@ -844,7 +844,9 @@ TUL_INLINE bool loopStep(Interp& in, const Expr& step, Frame& f) {
       TulValue* v = in.varSlot(static_cast<const VariableExpr&>(*e.target).var, f);
       if (v && v->type() == TulValueType::I32) {
         const std::uint32_t u = static_cast<std::uint32_t>(static_cast<int>(*v));
-        *v = TulValue(static_cast<std::int32_t>(e.increment ? u + 1 : u - 1));
+        // A copy, which the compiler inlines; it leaves the move out of line.
+        const TulValue updated(static_cast<std::int32_t>(e.increment ? u + 1 : u - 1));
+        *v = updated;
         return true;
       }
     }
