@@ -1036,12 +1036,14 @@ namespace {
 
 // An operand on the integer path: a literal or a variable is read here, so
 // the leaves of an expression cost no call of their own.
-inline bool intOperand(const Interp& in, const Expr& e, const Frame& f, std::int32_t& out) {
+TUL_INLINE bool intOperand(const Interp& in, const Expr& e, const Frame& f, std::int32_t& out) {
   if (e.kind == ExprKind::Int) {
     out = static_cast<const LiteralExpr&>(e).intValue;
     return true;
   }
-  if (e.kind != ExprKind::Variable) return in.tryInt(e, f, out);
+  if (e.kind != ExprKind::Variable)
+    return e.kind == ExprKind::Index || e.kind == ExprKind::Call ? in.intAccess(e, f, out)
+                                                                : in.tryInt(e, f, out);
   const TulValue* v = in.peekVar(static_cast<const VariableExpr&>(e).var, f);
   if (!v || v->type() != TulValueType::I32) return false;
   out = static_cast<int>(*v);
@@ -1080,6 +1082,41 @@ bool Interp::tryInt(const Expr& e, const Frame& f, std::int32_t& out) const {
     }
     default: return false;
   }
+}
+
+// v[i] and len(v) as operands, out of line so that tryInt keeps its small
+// frame.
+TUL_NOINLINE bool Interp::intAccess(const Expr& e, const Frame& f, std::int32_t& out) const {
+  if (!e.intShaped || e.height > kIntPathHeight) return false;
+  return e.kind == ExprKind::Index ? intElement(e, f, out) : intLength(e, f, out);
+}
+
+// v[i]: an integer element of the vector a variable holds, at an index
+// within it.
+bool Interp::intElement(const Expr& e, const Frame& f, std::int32_t& out) const {
+  const auto& m = static_cast<const MemberExpr&>(e);
+  const TulValue* held = peekVar(static_cast<const VariableExpr&>(*m.object).var, f);
+  std::int32_t i;
+  if (!held || held->type() != TulValueType::Vector || !intOperand(*this, *m.index, f, i))
+    return false;
+  const TulVector* v = static_cast<TulVector*>(*held);
+  if (i < 0 || static_cast<unsigned>(i) >= v->size()) return false;
+  const TulValue& x = (*v)[static_cast<unsigned>(i)];
+  if (x.type() != TulValueType::I32) return false;
+  out = static_cast<int>(x);
+  return true;
+}
+
+// len(v) while `len` holds the built-in and v a vector.
+bool Interp::intLength(const Expr& e, const Frame& f, std::int32_t& out) const {
+  const auto& c = static_cast<const CallExpr&>(e);
+  const TulValue* callee = peekVar(static_cast<const VariableExpr&>(*c.callee).var, f);
+  const FunctionObject* fn = callee ? functionOf(*callee) : nullptr;
+  if (!fn || !isBuiltinLen(*fn)) return false;
+  const TulValue* held = peekVar(static_cast<const VariableExpr&>(*c.args[0]).var, f);
+  if (!held || held->type() != TulValueType::Vector) return false;
+  out = static_cast<std::int32_t>(static_cast<TulVector*>(*held)->size());
+  return true;
 }
 
 bool Interp::condition(const Expr& e, Frame& f, bool& out) {
