@@ -340,6 +340,14 @@ TUL_NOINLINE bool evalUnary(Interp& in, const UnaryExpr& e, Frame& f, TulValue& 
   return true;
 }
 
+TUL_INLINE bool isLeaf(const Expr& e) {
+  return e.kind == ExprKind::Int || e.kind == ExprKind::Variable;
+}
+
+// Whether the integer path may take e at all: a call of tryInt for any
+// other tree would only say no.
+TUL_INLINE bool mayBeInt(const Expr& e) { return e.intShaped || isLeaf(e); }
+
 // --- chains of + ------------------------------------------------------------------
 
 // The most + nodes of one left-leaning chain built in one buffer; a longer
@@ -594,7 +602,6 @@ const FunctionObject* namedFunction(const Interp& in, const CallExpr& e, const F
   return v ? functionOf(*v) : nullptr;
 }
 
-TUL_INLINE bool isLeaf(const Expr& e) { return e.kind == ExprKind::Int || e.kind == ExprKind::Variable; }
 
 enum class Shortcut { NotTaken, Done, Failed };
 
@@ -1007,7 +1014,7 @@ bool Interp::eval(const Expr& e, Frame& f, TulValue& out) {
         if (!intLeaf(*this, *b.left, f, x) || !intLeaf(*this, *b.right, f, y) ||
             !intBinary(b.op, x, y, r))
           return evalBinary(*this, b, f, out);
-      } else if (!tryInt(e, f, r)) {
+      } else if (!e.intShaped || !tryInt(e, f, r)) {
         return evalBinary(*this, b, f, out);
       }
       out = TulValue(r);
@@ -1121,7 +1128,7 @@ bool Interp::intLength(const Expr& e, const Frame& f, std::int32_t& out) const {
 
 bool Interp::condition(const Expr& e, Frame& f, bool& out) {
   std::int32_t r;
-  if (tryInt(e, f, r)) {
+  if (mayBeInt(e) && tryInt(e, f, r)) {
     out = r != 0;
     return true;
   }
