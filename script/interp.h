@@ -37,6 +37,9 @@ struct Frame;
 // How deeply print() and str() show containers inside containers.
 constexpr int kMaxDisplayDepth = 100;
 
+// Nested script calls allowed whatever the stack budget says.
+constexpr int kMaxScriptCallDepth = 10000;
+
 // What a built-in gets: its arguments, its result, and where it was called.
 struct BuiltinCall {
   Interp& in;
@@ -191,7 +194,14 @@ class Interp : public GlobalNames {
     return opts_.maxSteps <= 0 || ++steps_ <= opts_.maxSteps || stepsSpent(f, line);
   }
   // Bounds the C++ stack used by nested calls; false after the error.
-  bool enterCall(const Frame& f, int line);
+  TUL_ALWAYS_INLINE bool enterCall(const Frame& f, int line) {
+    const char here = 0;
+    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(&here);
+    const std::size_t used = stackBase_ > at ? stackBase_ - at : 0;
+    if (callDepth_ >= kMaxScriptCallDepth || used > stackBudget_) return stackOverflow(f, line);
+    ++callDepth_;
+    return true;
+  }
   void leaveCall() { --callDepth_; }
   // The allocation limit for a string, buffer or vector of n units.
   bool checkSize(const Frame& f, int line, std::uint64_t n, const char* what);
@@ -264,6 +274,7 @@ class Interp : public GlobalNames {
   bool displayObject(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool displayContainer(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool stepsSpent(const Frame& f, int line);
+  bool stackOverflow(const Frame& f, int line);
   bool intElement(const Expr& e, const Frame& f, std::int32_t& out) const;
   bool intLength(const Expr& e, const Frame& f, std::int32_t& out) const;
   bool readUndefined(const VarRef& v, Frame& f, int line, TulValue& out);
