@@ -54,6 +54,10 @@ struct Expr {
   ExprKind kind;
   int line;
   int height = 1;  // nodes on the longest path down; the parser bounds it
+  // The trees the integer path (Interp::tryInt) can take: Binary and Unary
+  // nodes made only of integer literals, variables and such nodes; v[i] with
+  // v a variable and i such a tree; len(v) with v a variable.
+  bool intShaped = false;
 };
 using ExprPtr = std::unique_ptr<Expr>;
 

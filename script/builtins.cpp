@@ -307,6 +307,9 @@ TulValue functionValueOf(const BuiltinRow& row) {
 
 }  // namespace
 
+bool isBuiltinLen(const FunctionObject& fn) { return fn.builtin() == builtin_len; }
+bool isBuiltinPush(const FunctionObject& fn) { return fn.builtin() == builtin_push; }
+
 void Interp::defineBuiltins() {
   for (const BuiltinRow& row : kBuiltins) {
     builtins_.push_back(functionValueOf(row));

@@ -25,9 +25,6 @@
 namespace tulscript {
 namespace {
 
-// Nested calls allowed whatever the stack budget says.
-constexpr int kMaxCallDepth = 10000;
-
 // The part of the stack a run may use. tul.exe is linked with a 16 MB
 // stack; on POSIX systems the main thread's limit is asked for.
 std::size_t defaultStackBudget() {
@@ -361,13 +358,8 @@ bool Interp::stepsSpent(const Frame& f, int line) {
   return false;
 }
 
-bool Interp::enterCall(const Frame& f, int line) {
-  std::uintptr_t here = stackHere();
-  std::size_t used = stackBase_ > here ? stackBase_ - here : 0;
-  if (callDepth_ >= kMaxCallDepth || used > stackBudget_)
-    return fail(f, line, "stack overflow: too many nested calls");
-  ++callDepth_;
-  return true;
+bool Interp::stackOverflow(const Frame& f, int line) {
+  return fail(f, line, "stack overflow: too many nested calls");
 }
 
 bool Interp::checkSize(const Frame& f, int line, std::uint64_t n, const char* what) {

@@ -21,6 +21,14 @@
 #include "script/parser.h"
 #include "script/slot_stack.h"
 
+// For the few accessors every node of the walk uses: the compiler's own
+// budget would leave some of them out of line.
+#if defined(__GNUC__)
+#  define TUL_ALWAYS_INLINE __attribute__((always_inline)) inline
+#else
+#  define TUL_ALWAYS_INLINE inline
+#endif
+
 namespace tulscript {
 
 class Interp;
@@ -28,6 +36,9 @@ struct Frame;
 
 // How deeply print() and str() show containers inside containers.
 constexpr int kMaxDisplayDepth = 100;
+
+// Nested script calls allowed whatever the stack budget says.
+constexpr int kMaxScriptCallDepth = 10000;
 
 // What a built-in gets: its arguments, its result, and where it was called.
 struct BuiltinCall {
@@ -71,6 +82,11 @@ class FunctionObject : public TulRefObject {
 
 // The function object a value holds, or null.
 FunctionObject* functionOf(const TulValue& v);
+
+// Whether fn is the built-in len or push (builtins.cpp), which a call by
+// name may run on a vector in place.
+bool isBuiltinLen(const FunctionObject& fn);
+bool isBuiltinPush(const FunctionObject& fn);
 
 // One activation: a file's top level, a function or a method.
 struct Frame {
@@ -131,12 +147,15 @@ class Interp : public GlobalNames {
   // The value of an integer expression without a TulValue per node: one
   // made only of integer literals, variables that hold 32-bit integers and
   // the arithmetic, bitwise and comparison operators on them, at most
-  // kIntPathHeight nodes deep. Such an expression has no effects, so on
-  // false (any other node or value, an undefined global, a division by
-  // zero) the caller evaluates it the general way from the start, which
-  // reports what there is to report.
+  // kIntPathHeight nodes deep, with integer elements v[i] of vectors held
+  // by variables and len(v) of one. Such an expression has no effects, so
+  // on false (any other node or value, an undefined global, a division by
+  // zero, an index out of range, `len` rebound) the caller evaluates it the
+  // general way from the start, which reports what there is to report.
   static constexpr int kIntPathHeight = 8;
   bool tryInt(const Expr& e, const Frame& f, std::int32_t& out) const;
+  // tryInt of an operand v[i] or len(v).
+  bool intAccess(const Expr& e, const Frame& f, std::int32_t& out) const;
   // A condition's truth, through tryInt when it can.
   bool condition(const Expr& e, Frame& f, bool& out);
   Flow exec(const Stmt& s, Frame& f);
@@ -175,7 +194,14 @@ class Interp : public GlobalNames {
     return opts_.maxSteps <= 0 || ++steps_ <= opts_.maxSteps || stepsSpent(f, line);
   }
   // Bounds the C++ stack used by nested calls; false after the error.
-  bool enterCall(const Frame& f, int line);
+  TUL_ALWAYS_INLINE bool enterCall(const Frame& f, int line) {
+    const char here = 0;
+    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(&here);
+    const std::size_t used = stackBase_ > at ? stackBase_ - at : 0;
+    if (callDepth_ >= kMaxScriptCallDepth || used > stackBudget_) return stackOverflow(f, line);
+    ++callDepth_;
+    return true;
+  }
   void leaveCall() { --callDepth_; }
   // The allocation limit for a string, buffer or vector of n units.
   bool checkSize(const Frame& f, int line, std::uint64_t n, const char* what);
@@ -200,7 +226,7 @@ class Interp : public GlobalNames {
   }
   // Where a variable's value is, for a read that copies nothing; null for
   // a global not yet defined.
-  const TulValue* peekVar(const VarRef& v, const Frame& f) const {
+  TUL_ALWAYS_INLINE const TulValue* peekVar(const VarRef& v, const Frame& f) const {
     if (v.kind == VarRef::Kind::Local) return &f.slots[v.index];
     const std::size_t i = static_cast<std::size_t>(v.index);
     return defined_[i] ? &globals_[i] : nullptr;
@@ -248,6 +274,9 @@ class Interp : public GlobalNames {
   bool displayObject(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool displayContainer(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool stepsSpent(const Frame& f, int line);
+  bool stackOverflow(const Frame& f, int line);
+  bool intElement(const Expr& e, const Frame& f, std::int32_t& out) const;
+  bool intLength(const Expr& e, const Frame& f, std::int32_t& out) const;
   bool readUndefined(const VarRef& v, Frame& f, int line, TulValue& out);
   bool writeUndeclared(const VarRef& v, Frame& f, int line);
   bool methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, const ValPtr& p,

@@ -15,8 +15,10 @@
 
 #if defined(__GNUC__)
 #  define TUL_NOINLINE __attribute__((noinline))
+#  define TUL_INLINE __attribute__((always_inline)) inline
 #else
 #  define TUL_NOINLINE
+#  define TUL_INLINE inline
 #endif
 
 namespace tulscript {
@@ -338,7 +340,107 @@ TUL_NOINLINE bool evalUnary(Interp& in, const UnaryExpr& e, Frame& f, TulValue& 
   return true;
 }
 
+TUL_INLINE bool isLeaf(const Expr& e) {
+  return e.kind == ExprKind::Int || e.kind == ExprKind::Variable;
+}
+
+// Whether the integer path may take e at all: a call of tryInt for any
+// other tree would only say no.
+TUL_INLINE bool mayBeInt(const Expr& e) { return e.intShaped || isLeaf(e); }
+
+// --- chains of + ------------------------------------------------------------------
+
+// The most + nodes of one left-leaning chain built in one buffer; a longer
+// chain starts from its inner part evaluated the ordinary way.
+constexpr int kChainMax = 32;
+
+bool isPlus(const Expr& e) {
+  return e.kind == ExprKind::Binary && static_cast<const BinaryExpr&>(e).op == TokenKind::Plus;
+}
+
+// A chain worth a buffer: at least two + in a row, or a string literal as
+// its first operand.
+bool isStringChain(const BinaryExpr& e) {
+  return e.op == TokenKind::Plus && (isPlus(*e.left) || e.left->kind == ExprKind::String);
+}
+
+// The text of a number, as formatNumber gives it, appended; 32-bit
+// integers without a string of their own.
+void appendNumber(std::string& text, const TulValue& v) {
+  if (v.type() != TulValueType::I32) {
+    text += formatNumber(v);
+    return;
+  }
+  const std::int32_t i = static_cast<int>(v);
+  std::uint32_t u = i < 0 ? 0u - static_cast<std::uint32_t>(i) : static_cast<std::uint32_t>(i);
+  char digits[12];
+  char* p = digits + sizeof digits;
+  do {
+    *--p = static_cast<char>('0' + u % 10);
+    u /= 10;
+  } while (u);
+  if (i < 0) *--p = '-';
+  text.append(p, static_cast<std::size_t>(digits + sizeof digits - p));
+}
+
+// x0 + x1 + ... + xn, evaluated as the tree of + nodes would be (each
+// operand in order, each + with its own line), except that while the
+// value so far is a string and the next operand a string or a number, the
+// text is appended to one buffer: one host string for the whole chain
+// instead of one for each +. An operand of any other kind meets the string
+// as a value, through binaryOp, as it would have.
+TUL_NOINLINE bool evalStringChain(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
+  const BinaryExpr* nodes[kChainMax];
+  int n = 0;
+  for (const BinaryExpr* b = &e; n < kChainMax; b = static_cast<const BinaryExpr*>(b->left.get())) {
+    nodes[n++] = b;
+    if (!isPlus(*b->left)) break;
+  }
+  const Expr& first = *nodes[n - 1]->left;
+  std::string text;
+  bool buffered = first.kind == ExprKind::String;
+  TulValue acc;
+  if (buffered)
+    text = static_cast<const LiteralExpr&>(first).text;
+  else if (!in.eval(first, f, acc))
+    return false;
+  for (int i = n - 1; i >= 0; --i) {
+    const BinaryExpr& node = *nodes[i];
+    const Expr& right = *node.right;
+    if (buffered && right.kind == ExprKind::String) {
+      text += static_cast<const LiteralExpr&>(right).text;
+      if (!in.checkSize(f, node.line, text.size(), "string")) return false;
+      continue;
+    }
+    TulValue b;
+    if (!in.eval(right, f, b)) return false;
+    const bool appendable = b.isNumber() || stringOf(b);
+    if (!buffered && appendable && stringOf(acc)) {
+      text.assign(stringOf(acc)->c_str(), stringOf(acc)->length());
+      buffered = true;
+    }
+    if (buffered && appendable) {
+      if (TulString* t = stringOf(b))
+        text.append(t->c_str(), t->length());
+      else
+        appendNumber(text, b);
+      if (!in.checkSize(f, node.line, text.size(), "string")) return false;
+      continue;
+    }
+    if (buffered) {
+      acc = makeString(text);
+      buffered = false;
+    }
+    TulValue r;
+    if (!binaryOp(in, f, node.line, TokenKind::Plus, acc, b, r)) return false;
+    acc = std::move(r);
+  }
+  out = buffered ? makeString(text) : std::move(acc);
+  return true;
+}
+
 TUL_NOINLINE bool evalBinary(Interp& in, const BinaryExpr& e, Frame& f, TulValue& out) {
+  if (isStringChain(e)) return evalStringChain(in, e, f, out);
   TulValue a, b;
   if (!in.eval(*e.left, f, a) || !in.eval(*e.right, f, b)) return false;
   if (a.type() == TulValueType::I32 && b.type() == TulValueType::I32 &&
@@ -500,10 +602,51 @@ const FunctionObject* namedFunction(const Interp& in, const CallExpr& e, const F
   return v ? functionOf(*v) : nullptr;
 }
 
+
+enum class Shortcut { NotTaken, Done, Failed };
+
+// len(v) and push(v, x) with v a variable that holds a vector and x a
+// literal, a variable or an integer expression: the vector is used where
+// the variable holds it, without a frame for the call. Reading x runs no
+// script code, so v still holds the vector when it is pushed to. NotTaken,
+// with nothing done, for anything else: the general way then reads the
+// arguments again (reading has no effects) and reports what it finds.
+TUL_NOINLINE Shortcut vectorBuiltin(Interp& in, const CallExpr& e, const FunctionObject& fn,
+                                    Frame& f, TulValue& out) {
+  const std::size_t n = e.args.size();
+  if (n == 0 || e.args[0]->kind != ExprKind::Variable) return Shortcut::NotTaken;
+  const TulValue* held = in.peekVar(static_cast<const VariableExpr&>(*e.args[0]).var, f);
+  if (!held || held->type() != TulValueType::Vector) return Shortcut::NotTaken;
+  TulVector* v = static_cast<TulVector*>(*held);
+  if (n == 1 && isBuiltinLen(fn)) {
+    out = TulValue(static_cast<int>(v->size()));
+    return Shortcut::Done;
+  }
+  if (n != 2 || !isBuiltinPush(fn)) return Shortcut::NotTaken;
+  const Expr& x = *e.args[1];
+  std::int32_t i = 0;
+  TulValue item;
+  if (isLeaf(x)) {
+    if (!in.eval(x, f, item)) return Shortcut::Failed;
+  } else if (x.intShaped && in.tryInt(x, f, i)) {
+    item = TulValue(i);
+  } else {
+    return Shortcut::NotTaken;
+  }
+  if (!in.checkSize(f, e.line, std::uint64_t(v->size()) + 1, "vector")) return Shortcut::Failed;
+  v->push_back(item);
+  out = TulValue(static_cast<int>(v->size()));
+  return Shortcut::Done;
+}
+
 TUL_NOINLINE bool evalCall(Interp& in, const CallExpr& e, Frame& f, TulValue& out) {
   const int n = static_cast<int>(e.args.size());
   if (const FunctionObject* named = namedFunction(in, e, f)) {
     const FunctionDecl* decl = named->decl();
+    if (!decl) {
+      const Shortcut done = vectorBuiltin(in, e, *named, f, out);
+      if (done != Shortcut::NotTaken) return done == Shortcut::Done;
+    }
     SlotFrame frame(in.slotStack(), frameSize(e.args, decl));
     if (!evalArgs(in, e.args, f, frame.slots())) return false;
     if (decl) return in.callFunctionInPlace(f, e.line, *decl, frame.slots(), n, out);
@@ -664,11 +807,66 @@ bool loopEnds(Flow fl, Flow& result) {
   return false;
 }
 
+// A literal or a variable holding a 32-bit integer, read where it is.
+TUL_INLINE bool intLeaf(const Interp& in, const Expr& e, const Frame& f, std::int32_t& out) {
+  if (e.kind == ExprKind::Int) {
+    out = static_cast<const LiteralExpr&>(e).intValue;
+    return true;
+  }
+  if (e.kind != ExprKind::Variable) return false;
+  const TulValue* v = in.peekVar(static_cast<const VariableExpr&>(e).var, f);
+  if (!v || v->type() != TulValueType::I32) return false;
+  out = static_cast<int>(*v);
+  return true;
+}
+
+// A condition of the shape `i < n`: an operator between two literals
+// or variables (null for any other shape).
+TUL_INLINE const BinaryExpr* leafCondition(const Expr* cond) {
+  if (!cond || cond->kind != ExprKind::Binary) return nullptr;
+  const auto& b = static_cast<const BinaryExpr&>(*cond);
+  return isLeaf(*b.left) && isLeaf(*b.right) ? &b : nullptr;
+}
+
+// A loop's or an if's condition, `i < n` read straight from the two operands when they
+// hold integers; anything else goes through Interp::condition, which reads
+// them again (reading has no effects) and reports what there is to report.
+TUL_INLINE bool fastCondition(Interp& in, const Expr& cond, const BinaryExpr* leaves, Frame& f,
+                          bool& out) {
+  std::int32_t x, y, r;
+  if (leaves && intLeaf(in, *leaves->left, f, x) && intLeaf(in, *leaves->right, f, y) &&
+      intBinary(leaves->op, x, y, r)) {
+    out = r != 0;
+    return true;
+  }
+  return in.condition(cond, f, out);
+}
+
+// A loop step of the shape `i++` (or ++i, i--, --i): the variable updated
+// where it is when it holds an integer, as incDecVariable would.
+TUL_INLINE bool loopStep(Interp& in, const Expr& step, Frame& f) {
+  if (step.kind == ExprKind::IncDec) {
+    const auto& e = static_cast<const IncDecExpr&>(step);
+    if (e.target->kind == ExprKind::Variable) {
+      TulValue* v = in.varSlot(static_cast<const VariableExpr&>(*e.target).var, f);
+      if (v && v->type() == TulValueType::I32) {
+        const std::uint32_t u = static_cast<std::uint32_t>(static_cast<int>(*v));
+        // A copy, which the compiler inlines; it leaves the move out of line.
+        const TulValue updated(static_cast<std::int32_t>(e.increment ? u + 1 : u - 1));
+        *v = updated;
+        return true;
+      }
+    }
+  }
+  return evalDiscarded(in, step, f);
+}
+
 TUL_NOINLINE Flow execWhile(Interp& in, const IfStmt& s, Frame& f) {
+  const BinaryExpr* leaves = leafCondition(s.cond.get());
   for (;;) {
     if (!in.step(f, s.line)) return Flow::Fail;
     bool c = false;
-    if (!in.condition(*s.cond, f, c)) return Flow::Fail;
+    if (!fastCondition(in, *s.cond, leaves, f, c)) return Flow::Fail;
     if (!c) return Flow::Normal;
     Flow result;
     if (loopEnds(in.exec(*s.then, f), result)) return result;
@@ -680,16 +878,17 @@ TUL_NOINLINE Flow execFor(Interp& in, const ForStmt& s, Frame& f) {
     Flow fl = in.exec(*s.init, f);
     if (fl != Flow::Normal) return fl;
   }
+  const BinaryExpr* leaves = leafCondition(s.cond.get());
   for (;;) {
     if (!in.step(f, s.line)) return Flow::Fail;
     if (s.cond) {
       bool c = false;
-      if (!in.condition(*s.cond, f, c)) return Flow::Fail;
+      if (!fastCondition(in, *s.cond, leaves, f, c)) return Flow::Fail;
       if (!c) return Flow::Normal;
     }
     Flow result;
     if (loopEnds(in.exec(*s.body, f), result)) return result;
-    if (s.step && !evalDiscarded(in, *s.step, f)) return Flow::Fail;
+    if (s.step && !loopStep(in, *s.step, f)) return Flow::Fail;
   }
 }
 
@@ -771,7 +970,7 @@ TUL_NOINLINE Flow execVar(Interp& in, const VarStmt& s, Frame& f) {
 
 TUL_NOINLINE Flow execIf(Interp& in, const IfStmt& s, Frame& f) {
   bool c = false;
-  if (!in.condition(*s.cond, f, c)) return Flow::Fail;
+  if (!fastCondition(in, *s.cond, leafCondition(s.cond.get()), f, c)) return Flow::Fail;
   if (c) return in.exec(*s.then, f);
   return s.otherwise ? in.exec(*s.otherwise, f) : Flow::Normal;
 }
@@ -808,8 +1007,16 @@ bool Interp::eval(const Expr& e, Frame& f, TulValue& out) {
       return true;
     case ExprKind::Unary: return evalUnary(*this, static_cast<const UnaryExpr&>(e), f, out);
     case ExprKind::Binary: {
-      std::int32_t r;
-      if (!tryInt(e, f, r)) return evalBinary(*this, static_cast<const BinaryExpr&>(e), f, out);
+      // `n - 1`: two literals or variables, read in place.
+      const auto& b = static_cast<const BinaryExpr&>(e);
+      std::int32_t x, y, r;
+      if (isLeaf(*b.left) && isLeaf(*b.right)) {
+        if (!intLeaf(*this, *b.left, f, x) || !intLeaf(*this, *b.right, f, y) ||
+            !intBinary(b.op, x, y, r))
+          return evalBinary(*this, b, f, out);
+      } else if (!e.intShaped || !tryInt(e, f, r)) {
+        return evalBinary(*this, b, f, out);
+      }
       out = TulValue(r);
       return true;
     }
@@ -836,12 +1043,14 @@ namespace {
 
 // An operand on the integer path: a literal or a variable is read here, so
 // the leaves of an expression cost no call of their own.
-inline bool intOperand(const Interp& in, const Expr& e, const Frame& f, std::int32_t& out) {
+TUL_INLINE bool intOperand(const Interp& in, const Expr& e, const Frame& f, std::int32_t& out) {
   if (e.kind == ExprKind::Int) {
     out = static_cast<const LiteralExpr&>(e).intValue;
     return true;
   }
-  if (e.kind != ExprKind::Variable) return in.tryInt(e, f, out);
+  if (e.kind != ExprKind::Variable)
+    return e.kind == ExprKind::Index || e.kind == ExprKind::Call ? in.intAccess(e, f, out)
+                                                                : in.tryInt(e, f, out);
   const TulValue* v = in.peekVar(static_cast<const VariableExpr&>(e).var, f);
   if (!v || v->type() != TulValueType::I32) return false;
   out = static_cast<int>(*v);
@@ -862,13 +1071,14 @@ bool Interp::tryInt(const Expr& e, const Frame& f, std::int32_t& out) const {
     case ExprKind::Binary: {
       const auto& b = static_cast<const BinaryExpr&>(e);
       std::int32_t x, y;
-      return e.height <= kIntPathHeight && intOperand(*this, *b.left, f, x) &&
+      return e.intShaped && e.height <= kIntPathHeight && intOperand(*this, *b.left, f, x) &&
              intOperand(*this, *b.right, f, y) && intBinary(b.op, x, y, out);
     }
     case ExprKind::Unary: {
       const auto& u = static_cast<const UnaryExpr&>(e);
       std::int32_t x;
-      if (e.height > kIntPathHeight || !intOperand(*this, *u.operand, f, x)) return false;
+      if (!e.intShaped || e.height > kIntPathHeight || !intOperand(*this, *u.operand, f, x))
+        return false;
       const std::uint32_t ux = static_cast<std::uint32_t>(x);
       switch (u.op) {
         case TokenKind::Minus: out = static_cast<std::int32_t>(0u - ux); return true;
@@ -881,9 +1091,44 @@ bool Interp::tryInt(const Expr& e, const Frame& f, std::int32_t& out) const {
   }
 }
 
+// v[i] and len(v) as operands, out of line so that tryInt keeps its small
+// frame.
+TUL_NOINLINE bool Interp::intAccess(const Expr& e, const Frame& f, std::int32_t& out) const {
+  if (!e.intShaped || e.height > kIntPathHeight) return false;
+  return e.kind == ExprKind::Index ? intElement(e, f, out) : intLength(e, f, out);
+}
+
+// v[i]: an integer element of the vector a variable holds, at an index
+// within it.
+bool Interp::intElement(const Expr& e, const Frame& f, std::int32_t& out) const {
+  const auto& m = static_cast<const MemberExpr&>(e);
+  const TulValue* held = peekVar(static_cast<const VariableExpr&>(*m.object).var, f);
+  std::int32_t i;
+  if (!held || held->type() != TulValueType::Vector || !intOperand(*this, *m.index, f, i))
+    return false;
+  const TulVector* v = static_cast<TulVector*>(*held);
+  if (i < 0 || static_cast<unsigned>(i) >= v->size()) return false;
+  const TulValue& x = (*v)[static_cast<unsigned>(i)];
+  if (x.type() != TulValueType::I32) return false;
+  out = static_cast<int>(x);
+  return true;
+}
+
+// len(v) while `len` holds the built-in and v a vector.
+bool Interp::intLength(const Expr& e, const Frame& f, std::int32_t& out) const {
+  const auto& c = static_cast<const CallExpr&>(e);
+  const TulValue* callee = peekVar(static_cast<const VariableExpr&>(*c.callee).var, f);
+  const FunctionObject* fn = callee ? functionOf(*callee) : nullptr;
+  if (!fn || !isBuiltinLen(*fn)) return false;
+  const TulValue* held = peekVar(static_cast<const VariableExpr&>(*c.args[0]).var, f);
+  if (!held || held->type() != TulValueType::Vector) return false;
+  out = static_cast<std::int32_t>(static_cast<TulVector*>(*held)->size());
+  return true;
+}
+
 bool Interp::condition(const Expr& e, Frame& f, bool& out) {
   std::int32_t r;
-  if (tryInt(e, f, r)) {
+  if (mayBeInt(e) && tryInt(e, f, r)) {
     out = r != 0;
     return true;
   }

@@ -41,6 +41,11 @@ bool applyBinary(TokenKind op, const TulValue& a, const TulValue& b, TulValue& o
 // the general case needs and with the results applyBinary gives; false,
 // with r untouched, for a division or modulo by zero (applyBinary reports
 // those) and for an operator that is not binary arithmetic or comparison.
+// Always inlined: on the integer path its call would cost as much as the
+// operation.
+#if defined(__GNUC__)
+__attribute__((always_inline))
+#endif
 inline bool intBinary(TokenKind op, std::int32_t x, std::int32_t y, std::int32_t& r) {
   const std::uint32_t ux = static_cast<std::uint32_t>(x), uy = static_cast<std::uint32_t>(y);
   switch (op) {

@@ -16,8 +16,12 @@ echo "bench: building"
 cmake --preset linux-x86 >/dev/null
 cmake --build --preset linux-x86 --target tul bench >/dev/null
 
-run=""
-build/linux-x86/bin/tul --version >/dev/null 2>&1 || run="qemu-i386"
+# The emulator: BENCH_EMULATOR when set (BENCH_EMULATOR=qemu-i386 keeps
+# runs comparable on a machine that runs i386 binaries natively), else
+# qemu-i386 only where the binaries do not run natively.
+run=${BENCH_EMULATOR:-}
+[ -n "$run" ] || build/linux-x86/bin/tul --version >/dev/null 2>&1 || run="qemu-i386"
+echo "bench: running ${run:-natively}"
 lua_why=""
 lua=$(bash scripts/lua54.sh) || { lua_why=$lua; lua=""; }
 [ -n "$lua" ] && echo "bench: Lua 5.4 built from Debian's source package"

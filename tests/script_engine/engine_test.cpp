@@ -149,6 +149,22 @@ TEST_F(EngineTest, AllocationLimitBoundsStringsBuffersAndVectors) {
   }
 }
 
+TEST_F(EngineTest, AllocationLimitStopsAChainOfPlusAtTheFirstPlusPastIt) {
+  EngineOptions limited;
+  limited.maxAllocation = 1000;
+  // Each round adds 10 characters; the + of "01234" to 1,000 of them fails
+  // before tick() runs a 101st time.
+  Outcome r = run(
+      "var n = 0;\n"
+      "function tick() { n++; return \"\"; }\n"
+      "var s = \"\";\n"
+      "try { while (1) s = s + \"01234\" + tick() + 56789; }\n"
+      "catch (e) { print(e.message, e.line, n, len(s)); }\n",
+      limited);
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "string too large (1005 exceeds the limit of 1000) 4 100 1000\n");
+}
+
 TEST_F(EngineTest, CyclesAndLeftoversAreReleasedWithTheEngine) {
   Outcome r = run(
       "class Node { var _next, _data; Node() { this._next = this; this._data = [this]; } }\n"
