@@ -3,9 +3,10 @@
 #include <cstdlib>
 
 int main(int argc, char** argv) {
-  const long rounds = argc > 1 ? std::atol(argv[1]) : 0;
-  volatile long acc = 0;  // kept, so the loop is not folded away
-  for (long i = 0; i < rounds * 100; ++i) acc = acc + (i & 7);
-  std::printf("%ld\n", static_cast<long>(acc));
+  // 64-bit counts: run natively, the timed runs go past 2^31 steps.
+  const long long rounds = argc > 1 ? std::atoll(argv[1]) : 0;
+  volatile long long acc = 0;  // kept, so the loop is not folded away
+  for (long long i = 0; i < rounds * 100; ++i) acc = acc + (i & 7);
+  std::printf("%lld\n", static_cast<long long>(acc));
   return 0;
 }
