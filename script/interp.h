@@ -180,6 +180,14 @@ class Interp : public GlobalNames {
   // Fills a method call site's cache for cls: the script method `name`
   // resolves to, when the interpreter may run it itself.
   void resolveMethod(SiteCache& site, TulClass* cls, const std::string& name);
+  // An operator hook of cls (OP_ADD, OP_VREF, ...): whether the class has
+  // it, and the script method it resolves to, found once per class and
+  // hook and trusted while no class has been declared since.
+  struct HookSite {
+    bool present = false;
+    SiteCache site;
+  };
+  const HookSite& resolveHook(TulClass* cls, const char* hook);
   unsigned classEpoch() const { return classEpoch_; }
   SlotStack& slotStack() { return slotStack_; }
   // obj.name(args) through the runtime, so overrides win.
@@ -324,6 +332,13 @@ class Interp : public GlobalNames {
   std::unordered_map<const TulClass*, std::unordered_map<std::string, const FunctionDecl*>>
       scriptMethods_;
   unsigned classEpoch_ = 1;  // call sites' caches start at 0: never current
+  // Keyed by class and the hook's name, a literal of the evaluator's.
+  struct HookKeyHash {
+    std::size_t operator()(const std::pair<const TulClass*, const char*>& k) const {
+      return std::hash<const void*>()(k.first) * 31 + std::hash<const void*>()(k.second);
+    }
+  };
+  std::unordered_map<std::pair<const TulClass*, const char*>, HookSite, HookKeyHash> hooks_;
   int methodDepth_ = 0;      // script methods called without the runtime
 
   std::int64_t steps_ = 0;

@@ -46,10 +46,21 @@ TUL_NOINLINE bool callHook(Interp& in, Frame& f, int line, const TulValue& obj,
   TulObject* o = objectOf(obj);
   if (!o) return deadObject(in, f, line);
   TulClass* cls = o->getClass();
-  if (!tulrt::hasMethod(cls, hook))
+  const Interp::HookSite& h = in.resolveHook(cls, hook);
+  if (!h.present)
     return in.fail(f, line, std::string("operator '") + op + "' is not defined for class " +
                                 classNameOf(cls) + " (no method " + hook + ")");
-  return in.callMethod(f, line, &obj, cls, hook, args, n, out);
+  const FunctionDecl* method = h.site.fn;
+  if (!method || n > static_cast<int>(method->params.size()))
+    return in.callMethod(f, line, &obj, cls, hook, args, n, out);
+  // A script hook runs as a method call site's method does: the object and
+  // the arguments copied into its frame, since obj may be a variable the
+  // hook's body reassigns.
+  TulClass* owner = h.site.owner;
+  const TulValue self(obj);
+  SlotFrame frame(in.slotStack(), method->slotCount > n ? method->slotCount : (n ? n : 1));
+  for (int i = 0; i < n; ++i) frame.slots()[i] = args[i];
+  return in.callMethodInPlace(f, line, *method, owner, self, frame.slots(), out);
 }
 
 bool objectOperandError(Interp& in, Frame& f, int line, const char* op, const TulValue& obj) {
@@ -1324,6 +1335,14 @@ void Interp::resolveMethod(SiteCache& site, TulClass* cls, const std::string& na
     site.owner = c;
     return;
   }
+}
+
+const Interp::HookSite& Interp::resolveHook(TulClass* cls, const char* hook) {
+  HookSite& h = hooks_[{cls, hook}];
+  if (h.site.cls == cls && h.site.epoch == classEpoch_) return h;
+  h.present = tulrt::hasMethod(cls, hook);
+  resolveMethod(h.site, cls, hook);
+  return h;
 }
 
 bool Interp::callMethod(Frame& f, int line, const TulValue* self, TulClass* cls,
