@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "script/bytecode.h"
 #include "script/lexer.h"
 
 class TulClass;
@@ -225,6 +226,7 @@ struct FunctionDecl {
   bool isConstructor = false;
   const ClassDecl* owner = nullptr;
   BlockStmt body{StmtKind::Block, 0};
+  Code code;  // the body compiled; its frame holds the slots and temporaries
 };
 
 struct StaticVarDecl {
@@ -252,6 +254,7 @@ struct Program {
   int slotCount = 0;  // frame of the file's top level
   std::vector<std::unique_ptr<FunctionDecl>> functions;
   std::vector<std::unique_ptr<ClassDecl>> classes;
+  Code code;  // the top level compiled
 };
 
 }  // namespace tulscript

@@ -19,7 +19,7 @@ TulClass* classOf(const TulValue& v) { return static_cast<TulClass*>(v); }
 
 }  // namespace
 
-bool Interp::declareClass(const ClassStmt& s, Frame& f) {
+bool Interp::declareClass(const ClassStmt& s, Frame& f, TulClass*& out) {
   const ClassDecl& d = *s.cls;
   TulClass* base = nullptr;
   if (!d.baseName.empty()) {
@@ -54,11 +54,7 @@ bool Interp::declareClass(const ClassStmt& s, Frame& f) {
   // The class is visible before its static initializers run, so they may
   // call its static methods.
   defineGlobal(d.name, TulValue(cls));
-  for (const StaticVarDecl& sv : d.statics) {
-    TulValue v;
-    if (sv.init && !eval(*sv.init, f, v)) return false;
-    cls->addStaticDataMember(sv.name.c_str(), v);
-  }
+  out = cls;
   return true;
 }
 

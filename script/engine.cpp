@@ -19,6 +19,7 @@
 #  include <sys/resource.h>
 #endif
 
+#include "script/compiler.h"
 #include "script/interp.h"
 #include "script/values.h"
 
@@ -145,6 +146,7 @@ int Interp::globalIndex(const std::string& name) {
   int index = static_cast<int>(globals_.size());
   globals_.emplace_back();
   defined_.push_back(0);
+  globalNames_.push_back(name);
   globalIndex_.emplace(name, index);
   return index;
 }
@@ -398,6 +400,7 @@ std::shared_ptr<Program> Interp::loadProgram(const std::string& path, const std:
     status = kStatusSyntax;
     return nullptr;
   }
+  compileProgram(*program);
   if (!resolveIncludes(*program, status)) return nullptr;
   return program;
 }

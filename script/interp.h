@@ -17,6 +17,7 @@
 
 #include "runtime/runtime.h"
 #include "script/ast.h"
+#include "script/bytecode.h"
 #include "script/engine.h"
 #include "script/parser.h"
 #include "script/slot_stack.h"
@@ -25,8 +26,10 @@
 // budget would leave some of them out of line.
 #if defined(__GNUC__)
 #  define TUL_ALWAYS_INLINE __attribute__((always_inline)) inline
+#  define TUL_NOINLINE __attribute__((noinline))
 #else
 #  define TUL_ALWAYS_INLINE inline
+#  define TUL_NOINLINE
 #endif
 
 namespace tulscript {
@@ -142,24 +145,10 @@ class Interp : public GlobalNames {
   bool stopExit(int code);
   bool stopping() const { return stop_ == StopKind::Exit || stop_ == StopKind::Abort; }
 
-  // --- evaluation (interpreter.cpp) ---------------------------------------
-  bool eval(const Expr& e, Frame& f, TulValue& out);
-  // The value of an integer expression without a TulValue per node: one
-  // made only of integer literals, variables that hold 32-bit integers and
-  // the arithmetic, bitwise and comparison operators on them, at most
-  // kIntPathHeight nodes deep, with integer elements v[i] of vectors held
-  // by variables and len(v) of one. Such an expression has no effects, so
-  // on false (any other node or value, an undefined global, a division by
-  // zero, an index out of range, `len` rebound) the caller evaluates it the
-  // general way from the start, which reports what there is to report.
-  static constexpr int kIntPathHeight = 8;
-  bool tryInt(const Expr& e, const Frame& f, std::int32_t& out) const;
-  // tryInt of an operand v[i] or len(v).
-  bool intAccess(const Expr& e, const Frame& f, std::int32_t& out) const;
-  // A condition's truth, through tryInt when it can.
-  bool condition(const Expr& e, Frame& f, bool& out);
-  Flow exec(const Stmt& s, Frame& f);
-  Flow execList(const std::vector<StmtPtr>& list, Frame& f);
+  // --- running code (vm.cpp, interpreter.cpp) -----------------------------
+  // Runs compiled code on a frame: Normal when it ran to its end, Return
+  // (the value in f.ret) or Fail.
+  Flow run(const Code& code, Frame& f);
   bool runProgram(const Program& p);
   // Calls a function value with arguments; `line` is the call site's.
   bool callValue(Frame& f, int line, const TulValue& callee, const TulValue* args, int n,
@@ -215,7 +204,9 @@ class Interp : public GlobalNames {
   bool checkSize(const Frame& f, int line, std::uint64_t n, const char* what);
 
   // --- classes (classes.cpp) ----------------------------------------------
-  bool declareClass(const ClassStmt& s, Frame& f);
+  // The class of a class statement, defined as its global; its statics
+  // are the caller's to add.
+  bool declareClass(const ClassStmt& s, Frame& f, TulClass*& out);
   // The frame the runtime hands a script method (see classes.cpp).
   bool runMethod(const FunctionDecl& fn, TulClass* cls, int argc, ValPtr& sp);
 
@@ -228,7 +219,7 @@ class Interp : public GlobalNames {
       return true;
     }
     const std::size_t i = static_cast<std::size_t>(v.index);
-    if (!defined_[i]) return readUndefined(v, f, line, out);
+    if (!defined_[i]) return readUndefined(v.index, f, line, out);
     out = globals_[i];
     return true;
   }
@@ -248,9 +239,54 @@ class Interp : public GlobalNames {
       return true;
     }
     const std::size_t i = static_cast<std::size_t>(v.index);
-    if (!defined_[i]) return writeUndeclared(v, f, line);
+    if (!defined_[i]) return writeUndeclared(globalNames_[i], f, line);
     globals_[i] = value;
     return true;
+  }
+
+  // Operand x of instruction ip (bytecode.h): where its value is. A global
+  // read undefined gives the class of that name in `scratch`, or fails with
+  // the line of the operand's read (`which`: 1 for b, 2 for c, 3 for d).
+  TUL_ALWAYS_INLINE const TulValue* read(std::int32_t x, Frame& f, const Code& code,
+                                         const Ins* ip, int which, TulValue& scratch) {
+    const int i = operand::index(x);
+    switch (operand::space(x)) {
+      case operand::Local: return f.slots + i;
+      case operand::Const: return code.consts.data() + i;
+      case operand::This: return &f.thisValue();
+      default:
+        if (defined_[static_cast<std::size_t>(i)]) return &globals_[static_cast<std::size_t>(i)];
+        return readGlobal(i, f, code, ip, which, scratch);
+    }
+  }
+  // The slot of a defined global operand, else null.
+  TUL_ALWAYS_INLINE TulValue* globalSlot(std::int32_t x) {
+    const std::size_t i = static_cast<std::size_t>(operand::index(x));
+    return defined_[i] ? &globals_[i] : nullptr;
+  }
+  // Writes instruction ip's destination x (an undeclared global fails at
+  // the instruction's target line).
+  TUL_ALWAYS_INLINE bool store(std::int32_t x, Frame& f, TulValue&& v, const Code& code,
+                               const Ins* ip) {
+    if (operand::space(x) == operand::Local) {
+      f.slots[operand::index(x)] = std::move(v);
+      return true;
+    }
+    if (operand::space(x) == operand::Global) {
+      if (TulValue* g = globalSlot(x)) {
+        *g = std::move(v);
+        return true;
+      }
+    }
+    return storeSlow(x, f, std::move(v), code, ip);
+  }
+  TUL_ALWAYS_INLINE bool storeInt(std::int32_t x, Frame& f, std::int32_t r, const Code& code,
+                                  const Ins* ip) {
+    if (operand::space(x) == operand::Local) {
+      f.slots[operand::index(x)] = TulValue(r);
+      return true;
+    }
+    return store(x, f, TulValue(r), code, ip);
   }
   // Around every call from script code into the runtime. An error that a
   // script method called further in raised and native code then answered
@@ -283,10 +319,43 @@ class Interp : public GlobalNames {
   bool displayContainer(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool stepsSpent(const Frame& f, int line);
   bool stackOverflow(const Frame& f, int line);
-  bool intElement(const Expr& e, const Frame& f, std::int32_t& out) const;
-  bool intLength(const Expr& e, const Frame& f, std::int32_t& out) const;
-  bool readUndefined(const VarRef& v, Frame& f, int line, TulValue& out);
-  bool writeUndeclared(const VarRef& v, Frame& f, int line);
+  bool readUndefined(int global, Frame& f, int line, TulValue& out);
+  bool writeUndeclared(const std::string& name, Frame& f, int line);
+
+  // vm.cpp: the instructions' slow paths, kept out of run() so that a
+  // script call costs the C++ stack only run()'s own small frame.
+  TUL_NOINLINE const TulValue* readGlobal(int index, Frame& f, const Code& code, const Ins* ip,
+                                          int which, TulValue& scratch);
+  TUL_NOINLINE bool storeSlow(std::int32_t x, Frame& f, TulValue&& v, const Code& code,
+                              const Ins* ip);
+  TUL_NOINLINE bool countSteps(const Code& code, const Ins* ip, Frame& f);
+  TUL_NOINLINE bool countLoopStep(const Code& code, const Ins* ip, Frame& f);
+  TUL_NOINLINE bool binarySlow(const Code& code, const Ins* ip, Frame& f, TokenKind op,
+                               const TulValue& x, const TulValue& y);
+  TUL_NOINLINE bool jumpSlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
+                             const TulValue& y, bool& taken);
+  TUL_NOINLINE bool incVarSlow(const Code& code, const Ins* ip, Frame& f);
+  TUL_NOINLINE bool stepLessSlow(const Code& code, const Ins* ip, Frame& f, bool& taken);
+  TUL_NOINLINE bool unarySlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x);
+  TUL_NOINLINE bool callee(const Code& code, const Ins* ip, Frame& f, const void** pending);
+  TUL_NOINLINE bool callPending(const Code& code, const Ins* ip, Frame& f, const void* pending,
+                                TulValue* args, int n);
+  TUL_NOINLINE bool callTemp(const Code& code, const Ins* ip, Frame& f);
+  TUL_NOINLINE bool lenOrPush(const Code& code, const Ins* ip, Frame& f, const void* pending);
+  TUL_NOINLINE bool method(const Code& code, const Ins* ip, Frame& f);
+  TUL_NOINLINE bool baseMethod(const Code& code, const Ins* ip, Frame& f);
+  TUL_NOINLINE bool member(const Code& code, const Ins* ip, Frame& f, bool write);
+  TUL_NOINLINE bool index(const Code& code, const Ins* ip, Frame& f, bool write);
+  TUL_NOINLINE bool forInNext(const Code& code, const Ins* ip, Frame& f, bool& more);
+  TUL_NOINLINE bool rare(const Code& code, const Ins* ip, Frame& f);
+  // A `try` under way in a frame: where its handler starts, the variable
+  // that takes the error and the first temporary the body may have used.
+  struct TryHandler {
+    int target;
+    std::int32_t caught;
+    int temps;
+  };
+  TUL_NOINLINE bool catchError(const Code& code, Frame& f, const TryHandler& h);
   bool methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, const ValPtr& p,
                        TulValue& self, const TulValue*& args, int& nargs);
   bool runGuarded(const FunctionDecl& fn, TulClass* cls, const TulValue& self,
@@ -309,6 +378,7 @@ class Interp : public GlobalNames {
 
   std::vector<TulValue> globals_;
   std::vector<char> defined_;
+  std::vector<std::string> globalNames_;  // by index
   std::unordered_map<std::string, int> globalIndex_;
 
   std::vector<std::shared_ptr<Program>> programs_;  // by fileIndex
