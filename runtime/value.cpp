@@ -226,7 +226,7 @@ void TulValue::clear() {
   const Payload v = v_;
   tag_ = 0;
   flags_ = 0;
-  v_.d = 0;
+  v_.zero();
   if (isStrongTag(tag)) v.ref->release();
   if (tag == kWeakTag) dropWeakLink(v.weak);
 }

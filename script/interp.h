@@ -250,14 +250,12 @@ class Interp : public GlobalNames {
   TUL_ALWAYS_INLINE const TulValue* read(std::int32_t x, Frame& f, const Code& code,
                                          const Ins* ip, int which, TulValue& scratch) {
     const int i = operand::index(x);
-    switch (operand::space(x)) {
-      case operand::Local: return f.slots + i;
-      case operand::Const: return code.consts.data() + i;
-      case operand::This: return &f.thisValue();
-      default:
-        if (defined_[static_cast<std::size_t>(i)]) return &globals_[static_cast<std::size_t>(i)];
-        return readGlobal(i, f, code, ip, which, scratch);
-    }
+    // Locals first: they are what most operands are.
+    if (operand::space(x) == operand::Local) return f.slots + i;
+    if (operand::space(x) == operand::Const) return code.consts.data() + i;
+    if (operand::space(x) == operand::This) return &f.thisValue();
+    if (defined_[static_cast<std::size_t>(i)]) return &globals_[static_cast<std::size_t>(i)];
+    return readGlobal(i, f, code, ip, which, scratch);
   }
   // The slot of a defined global operand, else null.
   TUL_ALWAYS_INLINE TulValue* globalSlot(std::int32_t x) {
@@ -282,10 +280,7 @@ class Interp : public GlobalNames {
   }
   TUL_ALWAYS_INLINE bool storeInt(std::int32_t x, Frame& f, std::int32_t r, const Code& code,
                                   const Ins* ip) {
-    if (operand::space(x) == operand::Local) {
-      f.slots[operand::index(x)] = TulValue(r);
-      return true;
-    }
+    if (operand::space(x) == operand::Local && f.slots[operand::index(x)].putInt(r)) return true;
     return store(x, f, TulValue(r), code, ip);
   }
   // Around every call from script code into the runtime. An error that a

@@ -501,6 +501,14 @@ Flow Interp::run(const Code& code, Frame& f) {
 #define READ(x, which, scratch) read((x), f, code, ip, (which), (scratch))
 #define FREE(flag, x) \
   if (ip->flags & (flag)) dropRef(R[operand::index(x)])
+#define FREE_BC()                                 \
+  if (ip->flags & (kFreeB | kFreeC)) {            \
+    FREE(kFreeB, ip->b);                          \
+    FREE(kFreeC, ip->c);                          \
+  }
+// Both operands 32-bit integers.
+#define BOTH_INT(x, y) \
+  ((static_cast<unsigned>((x)->type()) ^ 64u) | (static_cast<unsigned>((y)->type()) ^ 64u)) == 0
 #define CHECK(ok) \
   if (!(ok)) goto failed
 
@@ -515,8 +523,12 @@ Move:
   } else {
     const TulValue* x = READ(ip->b, 1, sb);
     CHECK(x);
-    TulValue v(*x);  // a copy first: writing may release what x points into
-    CHECK(store(ip->a, f, std::move(v), code, ip));
+    if (operand::space(ip->a) == operand::Local) {
+      R[operand::index(ip->a)] = *x;  // copied before the old value goes
+    } else {
+      TulValue v(*x);
+      CHECK(store(ip->a, f, std::move(v), code, ip));
+    }
   }
   NEXT();
 
@@ -527,14 +539,12 @@ Move:
     const TulValue* y = READ(ip->c, 2, sc);                                \
     CHECK(y);                                                                       \
     std::int32_t r;                                                                 \
-    if (x->type() == TulValueType::I32 && y->type() == TulValueType::I32 &&        \
-        intBinary(TOKEN, static_cast<int>(*x), static_cast<int>(*y), r)) {          \
-      CHECK(storeInt(ip->a, f, r, code, ip));                                \
+    if (BOTH_INT(x, y) && intBinary(TOKEN, static_cast<int>(*x), static_cast<int>(*y), r)) { \
+      CHECK(storeInt(ip->a, f, r, code, ip));                                       \
     } else {                                                                        \
       CHECK(binarySlow(code, ip, f, TOKEN, *x, *y));                                \
     }                                                                               \
-    FREE(kFreeB, ip->b);                                                            \
-    FREE(kFreeC, ip->c);                                                            \
+    FREE_BC();                                                                      \
     NEXT();                                                                         \
   }
   BINARY(Add, TokenKind::Plus)
@@ -602,14 +612,12 @@ JumpIf: {
     CHECK(y);                                                                       \
     bool taken;                                                                     \
     std::int32_t r;                                                                 \
-    if (x->type() == TulValueType::I32 && y->type() == TulValueType::I32 &&        \
-        intBinary(TOKEN, static_cast<int>(*x), static_cast<int>(*y), r)) {          \
+    if (BOTH_INT(x, y) && intBinary(TOKEN, static_cast<int>(*x), static_cast<int>(*y), r)) { \
       taken = (r != 0) != ((ip->flags & kNegate) != 0);                             \
     } else {                                                                        \
       CHECK(jumpSlow(code, ip, f, *x, *y, taken));                                  \
     }                                                                               \
-    FREE(kFreeB, ip->b);                                                            \
-    FREE(kFreeC, ip->c);                                                            \
+    FREE_BC();                                                                      \
     if (taken) {                                                                    \
       ip = first + ip->a;                                                           \
       DISPATCH();                                                                   \
@@ -629,11 +637,10 @@ StepLess: {
                                                          : globalSlot(ip->b);
   const TulValue* n = READ(ip->c, 2, sc);
   bool taken;
-  if (i && n && i->type() == TulValueType::I32 && n->type() == TulValueType::I32 &&
-      i != n) {
+  if (i && n && BOTH_INT(i, n)) {
     const std::int32_t next =
         static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<int>(*i)) + 1u);
-    *i = TulValue(next);
+    i->putInt(next);
     if (limited && !countLoopStep(code, ip, f)) goto failed;
     taken = next < static_cast<int>(*n);
   } else {
@@ -650,8 +657,8 @@ IncVar: {
   TulValue* v = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
                                                          : globalSlot(ip->b);
   if (v && v->type() == TulValueType::I32) {
-    *v = TulValue(static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<int>(*v)) +
-                                            static_cast<std::uint32_t>(ip->d)));
+    v->putInt(static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<int>(*v)) +
+                                        static_cast<std::uint32_t>(ip->d)));
   } else {
     CHECK(incVarSlow(code, ip, f));
   }
@@ -760,6 +767,8 @@ failed:
 #undef NEXT
 #undef READ
 #undef FREE
+#undef FREE_BC
+#undef BOTH_INT
 #undef CHECK
 }
 #if defined(__GNUC__)
