@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #if defined(_WIN32)
 #  if defined(TUL_RUNTIME_BUILD)
@@ -84,7 +85,10 @@ class TUL_API TulRefObject {
   virtual ~TulRefObject();
 
   void retain() { ++refs_; }
-  void release();
+  // The last count goes through the runtime (releaseLast).
+  void release() {
+    if (--refs_ <= 0) releaseLast();
+  }
   int refCount() const { return refs_; }
 
   // The weak link of this object, created on first use.
@@ -97,14 +101,16 @@ class TUL_API TulRefObject {
   virtual void lastReleased();
 
  private:
+  void releaseLast();
+
   int refs_;
   TulWeakLink* weak_;
 };
 
-// The host's tagged value. Copying, moving and destroying a value that
-// holds no reference, and the value of a 32-bit integer, are inline: they
-// are what an interpreter does most; everything that touches a reference
-// count stays in the runtime.
+// The host's tagged value. Copying, moving and destroying a value, and the
+// value of a 32-bit integer, are inline: they are what an interpreter does
+// most. Only the last release of an object and of a weak link go to the
+// runtime, which destroys them.
 class TUL_API TulValue {
  public:
   TulValue() : tag_(0), flags_(0), reserved16_(0), reserved32_(0) { v_.zero(); }  // Nil
@@ -210,7 +216,7 @@ class TUL_API TulValue {
   // (Function); takes charge of the object.
   static TulValue fromRef(TulValueType tag, TulRefObject* obj);
   // The referenced host object of a reference tag (not weak), else null.
-  TulRefObject* refObject() const;
+  TulRefObject* refObject() const { return holdsStrong(tag_) ? v_.ref : nullptr; }
 
  private:
   static constexpr std::uint8_t kAddressFlag = 1;
@@ -229,12 +235,42 @@ class TUL_API TulValue {
     other.flags_ = 0;
     other.v_.zero();
   }
-  void retainHeld();
-  TulValue& assignHeld(const TulValue& other);
-  TulValue& moveAssignHeld(TulValue& other) noexcept;
+  static bool holdsStrong(std::uint8_t tag) {
+    return holdsRef(tag) && tag < static_cast<std::uint8_t>(TulValueType::ObjectRef);
+  }
+  void retainHeld() {
+    if (holdsStrong(tag_))
+      v_.ref->retain();
+    else
+      ++v_.weak->count;
+  }
+  TulValue& assignHeld(const TulValue& other) {
+    if (this != &other) *this = TulValue(other);
+    return *this;
+  }
+  // The new contents are in place before the old ones are released:
+  // releasing may run a script destructor that reads or overwrites this
+  // very value.
+  TulValue& moveAssignHeld(TulValue& other) noexcept {
+    if (this == &other) return *this;
+    TulValue old(std::move(*this));
+    takeFrom(other);
+    return *this;
+  }
+  static void dropWeak(TulWeakLink* link);
   int intOf() const;
   void setRef(TulValueType tag, TulRefObject* obj);
-  void clear();
+  void clear() {
+    const std::uint8_t tag = tag_;
+    const Payload v = v_;
+    tag_ = 0;
+    flags_ = 0;
+    v_.zero();
+    if (holdsStrong(tag))
+      v.ref->release();
+    else if (holdsRef(tag))
+      dropWeak(v.weak);
+  }
 
   std::uint8_t tag_;
   std::uint8_t flags_;

@@ -89,9 +89,8 @@ TulRefObject::~TulRefObject() {
 // What an object releases while it goes is queued and handled after it, the
 // first released first and each one's own releases before its next sibling:
 // the same order of last releases (and so of dtors) as plain recursion.
-void TulRefObject::release() {
-  assert(refs_ > 0 && "release without a matching retain");
-  if (--refs_ != 0) return;
+void TulRefObject::releaseLast() {
+  assert(refs_ == 0 && "release without a matching retain");
   ReleaseQueue& q = releaseQueue();
   if (q.draining) {
     q.pending.push_back(this);
@@ -188,24 +187,7 @@ TulValue::TulValue(TulDictionaryEntry* e) : TulValue() {
 }
 
 // The copy's side of a value that holds a reference: one more holder.
-void TulValue::retainHeld() {
-  if (isStrongTag(tag_)) v_.ref->retain();
-  if (tag_ == kWeakTag) ++v_.weak->count;
-}
-
-TulValue& TulValue::assignHeld(const TulValue& other) {
-  if (this != &other) *this = TulValue(other);
-  return *this;
-}
-
-// The new contents are in place before the old ones are released: releasing
-// may run a script destructor that reads or overwrites this very value.
-TulValue& TulValue::moveAssignHeld(TulValue& other) noexcept {
-  if (this == &other) return *this;
-  TulValue old(std::move(*this));
-  takeFrom(other);
-  return *this;
-}
+void TulValue::dropWeak(TulWeakLink* link) { dropWeakLink(link); }
 
 void TulValue::dispose() {
   clear();
@@ -221,15 +203,6 @@ void TulValue::setRef(TulValueType tag, TulRefObject* obj) {
 }
 
 // Leaves the value Nil before releasing, for the same reason as assignment.
-void TulValue::clear() {
-  const std::uint8_t tag = tag_;
-  const Payload v = v_;
-  tag_ = 0;
-  flags_ = 0;
-  v_.zero();
-  if (isStrongTag(tag)) v.ref->release();
-  if (tag == kWeakTag) dropWeakLink(v.weak);
-}
 
 TulValue TulValue::boolean(bool b) {
   TulValue v;
@@ -244,9 +217,6 @@ TulValue TulValue::fromRef(TulValueType tag, TulRefObject* obj) {
   return v;
 }
 
-TulRefObject* TulValue::refObject() const {
-  return isStrongTag(tag_) ? v_.ref : nullptr;
-}
 
 // The payload itself for a number; the storage of a string or buffer.
 void* TulValue::addr() {

@@ -40,8 +40,11 @@ struct Frame;
 // How deeply print() and str() show containers inside containers.
 constexpr int kMaxDisplayDepth = 100;
 
-// Nested script calls allowed whatever the stack budget says.
-constexpr int kMaxScriptCallDepth = 10000;
+// Nested script calls allowed whatever the stack budget says: about as deep
+// as the default stack of a 32-bit Linux process let calls go when each
+// took more of it, so a script's reach does not depend on how lean a call
+// has become.
+constexpr int kMaxScriptCallDepth = 9000;
 
 // What a built-in gets: its arguments, its result, and where it was called.
 struct BuiltinCall {
@@ -159,16 +162,37 @@ class Interp : public GlobalNames {
   // The same with the arguments already in the first n of the frame's
   // slots (at least fn.slotCount of them, the rest nil), where the caller
   // evaluated them.
-  bool callFunctionInPlace(Frame& f, int line, const FunctionDecl& fn, TulValue* slots, int n,
-                           TulValue& out);
+  TUL_ALWAYS_INLINE bool callFunctionInPlace(Frame& f, int line, const FunctionDecl& fn,
+                                             TulValue* slots, int n, TulValue& out) {
+    if (n > static_cast<int>(fn.params.size())) return tooManyArguments(f, line, fn, n);
+    if (!enterCall(f, line)) return false;
+    const bool ok = runFrame(fn, slots, nullptr, nullptr, out);
+    leaveCall();
+    return ok;
+  }
   // A built-in; checks the number of arguments first.
   bool callBuiltin(Frame& f, int line, const FunctionObject& fn, const TulValue* args, int n,
                    TulValue& out);
-  bool callMethodInPlace(Frame& f, int line, const FunctionDecl& fn, TulClass* owner,
-                         const TulValue& self, TulValue* slots, TulValue& out);
+  // As the runtime would run it: its depth limit counts these calls too, so
+  // endless recursion ends with the runtime's own error at the same place.
+  TUL_ALWAYS_INLINE bool callMethodInPlace(Frame& f, int line, const FunctionDecl& fn,
+                                           TulClass* owner, const TulValue& self,
+                                           TulValue* slots, TulValue& out) {
+    if (methodsTooDeep(f, line) || !enterCall(f, line)) return false;
+    ++methodDepth_;
+    TulValue result;
+    const bool ok = runFrame(fn, slots, &self, owner, result);
+    --methodDepth_;
+    leaveCall();
+    if (!ok) return false;
+    out = fn.isConstructor ? self : std::move(result);
+    return true;
+  }
   // Fills a method call site's cache for cls: the script method `name`
   // resolves to, when the interpreter may run it itself.
-  void resolveMethod(SiteCache& site, TulClass* cls, const std::string& name);
+  TUL_ALWAYS_INLINE void resolveMethod(SiteCache& site, TulClass* cls, const std::string& name) {
+    if (site.cls != cls || site.epoch != classEpoch_) resolveMethodSlow(site, cls, name);
+  }
   // An operator hook of cls (OP_ADD, OP_VREF, ...): whether the class has
   // it, and the script method it resolves to, found once per class and
   // hook and trusted while no class has been declared since.
@@ -355,8 +379,25 @@ class Interp : public GlobalNames {
                        TulValue& self, const TulValue*& args, int& nargs);
   bool runGuarded(const FunctionDecl& fn, TulClass* cls, const TulValue& self,
                   const TulValue* args, int nargs, TulValue& result);
-  bool runFrame(const FunctionDecl& fn, TulValue* slots, const TulValue& self, TulClass* cls,
-                TulValue& out);
+  // Runs fn on its frame's slots; self null outside instance methods.
+  TUL_ALWAYS_INLINE bool runFrame(const FunctionDecl& fn, TulValue* slots, const TulValue* self,
+                                  TulClass* cls, TulValue& out) {
+    if (fn.selfSlot >= 0) slots[fn.selfSlot] = functionValue(fn);
+    Frame frame;
+    frame.program = fn.program;
+    frame.slots = slots;
+    frame.self = self;
+    frame.cls = cls;
+    const Flow fl = run(fn.code, frame);
+    if (fl == Flow::Fail) return false;
+    out = fl == Flow::Return ? std::move(frame.ret) : TulValue();
+    return true;
+  }
+  TUL_NOINLINE bool tooManyArguments(const Frame& f, int line, const FunctionDecl& fn, int n);
+  // Whether the methods run now reach the runtime's depth limit (then
+  // after the error).
+  TUL_NOINLINE bool methodsTooDeep(const Frame& f, int line);
+  TUL_NOINLINE void resolveMethodSlow(SiteCache& site, TulClass* cls, const std::string& name);
   void forwardToHost();
   bool sameAsForwarded(const tulrt::ErrorRecord& r) const;
   std::shared_ptr<Program> loadProgram(const std::string& path, const std::string& shown,

@@ -97,55 +97,23 @@ bool Interp::callScript(const FunctionDecl& fn, const TulValue& self, TulClass* 
   SlotFrame frame(slotStack_, static_cast<std::size_t>(fn.code.frameSize));
   TulValue* slots = frame.slots();
   for (int i = 0; i < n && i < static_cast<int>(fn.params.size()); ++i) slots[i] = args[i];
-  return runFrame(fn, slots, self, cls, out);
+  return runFrame(fn, slots, &self, cls, out);
 }
 
-bool Interp::runFrame(const FunctionDecl& fn, TulValue* slots, const TulValue& self,
-                      TulClass* cls, TulValue& out) {
-  if (fn.selfSlot >= 0) slots[fn.selfSlot] = functionValue(fn);
-  Frame frame;
-  frame.program = fn.program;
-  frame.slots = slots;
-  frame.self = &self;
-  frame.cls = cls;
-  Flow fl = run(fn.code, frame);
-  if (fl == Flow::Fail) return false;
-  out = fl == Flow::Return ? std::move(frame.ret) : TulValue();
+bool Interp::tooManyArguments(const Frame& f, int line, const FunctionDecl& fn, int n) {
+  return fail(f, line, "too many arguments to " +
+                           (fn.name.empty() ? std::string("function") : quoted(fn.name)) +
+                           " (takes " + std::to_string(fn.params.size()) + ", got " +
+                           std::to_string(n) + ")");
+}
+
+bool Interp::methodsTooDeep(const Frame& f, int line) {
+  if (methodDepth_ + vm_->interp().callDepth() < tulrt::kMaxCallDepth) return false;
+  fail(f, line, "stack overflow");
   return true;
 }
 
-bool Interp::callFunctionInPlace(Frame& f, int line, const FunctionDecl& fn, TulValue* slots,
-                                 int n, TulValue& out) {
-  if (n > static_cast<int>(fn.params.size()))
-    return fail(f, line, "too many arguments to " +
-                             (fn.name.empty() ? std::string("function") : quoted(fn.name)) +
-                             " (takes " + std::to_string(fn.params.size()) + ", got " +
-                             std::to_string(n) + ")");
-  if (!enterCall(f, line)) return false;
-  bool ok = runFrame(fn, slots, TulValue(), nullptr, out);
-  leaveCall();
-  return ok;
-}
-
-// As the runtime would run it: its depth limit counts these calls too, so
-// endless recursion ends with the runtime's own error at the same place.
-bool Interp::callMethodInPlace(Frame& f, int line, const FunctionDecl& fn, TulClass* owner,
-                               const TulValue& self, TulValue* slots, TulValue& out) {
-  if (methodDepth_ + vm_->interp().callDepth() >= tulrt::kMaxCallDepth)
-    return fail(f, line, "stack overflow");
-  if (!enterCall(f, line)) return false;
-  ++methodDepth_;
-  TulValue result;
-  bool ok = runFrame(fn, slots, self, owner, result);
-  --methodDepth_;
-  leaveCall();
-  if (!ok) return false;
-  out = fn.isConstructor ? self : std::move(result);
-  return true;
-}
-
-void Interp::resolveMethod(SiteCache& site, TulClass* cls, const std::string& name) {
-  if (site.cls == cls && site.epoch == classEpoch_) return;
+void Interp::resolveMethodSlow(SiteCache& site, TulClass* cls, const std::string& name) {
   site.cls = cls;
   site.epoch = classEpoch_;
   site.fn = nullptr;

@@ -665,8 +665,19 @@ IncVar: {
   NEXT();
 }
 
-Callee:
-  CHECK(callee(code, ip, f, pending));
+Callee: {
+  // A variable that holds a script function: its declaration.
+  const TulValue* v = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
+                      : operand::space(ip->b) == operand::Global ? globalSlot(ip->b)
+                                                                  : nullptr;
+  const FunctionObject* fn = v && v->type() == TulValueType::Function
+                                 ? static_cast<const FunctionObject*>(v->refObject())
+                                 : nullptr;
+  if (fn && fn->decl())
+    pending[ip->spare] = fn->decl();
+  else
+    CHECK(callee(code, ip, f, pending));
+}
   NEXT();
 
 Call:
@@ -689,8 +700,28 @@ BaseMethod:
   CHECK(baseMethod(code, ip, f));
   NEXT();
 
-GetMember:
-  CHECK(member(code, ip, f, false));
+GetMember: {
+  // A data member of an object in a local or `this`, at the index the site
+  // remembers for its class.
+  const TulValue* o = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
+                      : operand::space(ip->b) == operand::This ? f.self
+                                                                : nullptr;
+  bool done = false;
+  if (o && o->type() == TulValueType::Object) {
+    TulObject* obj = static_cast<TulObject*>(o->refObject());
+    const SiteCache& site =
+        static_cast<const MemberExpr*>(code.info[static_cast<std::size_t>(ip - first)].ref)->cache;
+    TulVector* data = obj->getMemberData();
+    if (site.cls == obj->getClass() && site.epoch == classEpoch_ && site.index >= 0 && data &&
+        static_cast<unsigned>(site.index) < data->size()) {
+      TulValue v((*data)[static_cast<unsigned>(site.index)]);
+      FREE(kFreeB, ip->b);
+      CHECK(store(ip->a, f, std::move(v), code, ip));
+      done = true;
+    }
+  }
+  if (!done) CHECK(member(code, ip, f, false));
+}
   NEXT();
 
 SetMember:
