@@ -5,8 +5,8 @@
 // expressions into instructions; the VM (vm.cpp) runs them.
 //
 // Invariant: a Code never changes once compiled. Everything an instruction
-// needs for an error (its line, the statement a step belongs to, the name
-// it looks up) is in its Info, read only when something is reported.
+// needs for an error (its lines, the name it looks up) is in its InsInfo,
+// read only when something is reported or looked up.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +33,7 @@ constexpr int index(std::int32_t x) { return x >> 2; }
 // a, b, c, d are operands, slot numbers, counts or jump targets as each
 // instruction says; "temps" are consecutive slots starting at a slot number.
 enum class Op : std::uint8_t {
-  Step,       // only the steps it carries
+  Step,       // a step of the budget (only where the run has one)
   Move,       // a = b
   DefGlobal,  // global a defined as b (`var` at a file's top level)
   LoadStr,    // a = a new string of the literal (ref)
@@ -100,15 +100,15 @@ constexpr std::uint8_t kPrefix = 8;  // IncDec: the value is the new one
 struct Ins {
   Op op;
   std::uint8_t flags = 0;
-  std::uint8_t steps = 0;  // statements that begin here, counted first
-  std::uint8_t spare = 0;
+  std::uint8_t spare = 0;  // Callee, Call, Len, Push: the pending call
+  std::uint8_t unused = 0;
   std::int32_t a = 0, b = 0, c = 0, d = 0;
 };
 
 // What only an error or a step report needs.
 struct InsInfo {
   int line = 0;            // the operation's
-  int stepLine = 0;        // the statement's whose step this is
+  int stepLine = 0;        // StepLess: the loop's, for its turn's step
   int targetLine = 0;      // the variable's, for a write to a global
   int lineB = 0, lineC = 0, lineD = 0;  // the reads of globals b, c and d
   const void* ref = nullptr;

@@ -15,10 +15,9 @@
 // that can run script code, and either nothing that can fail or a global
 // the file's top level has certainly defined by then.
 //
-// Steps: each statement counts one when it begins, and each turn of a loop
-// one more; the count rides on the first instruction the statement emits
-// (Ins::steps), or on a Step instruction where a statement emits nothing
-// before a jump target.
+// Steps: when the run has a step budget, each statement counts one when it
+// begins, and each turn of a loop one more, with Step instructions; a run
+// without one pays nothing for them.
 #include "script/compiler.h"
 
 #include <algorithm>
@@ -192,12 +191,11 @@ bool assignsLocal(const Expr& e, int slot) {
 
 class Compiler {
  public:
-  Compiler(Code& code, int locals, std::vector<char>* knownGlobals)
-      : code_(code), locals_(locals), known_(knownGlobals) {}
+  Compiler(Code& code, int locals, std::vector<char>* knownGlobals, bool countSteps)
+      : code_(code), locals_(locals), known_(knownGlobals), counting_(countSteps) {}
 
   void body(const std::vector<StmtPtr>& list) {
     for (const StmtPtr& s : list) statement(*s);
-    flushSteps();
     emit(Op::ReturnNil, 0);
     code_.frameSize = std::max(1, locals_ + maxTemps_);
     code_.pendingCalls = maxPending_;
@@ -207,30 +205,24 @@ class Compiler {
   // --- emitting -----------------------------------------------------------------
 
   // The next instruction's index, as a jump target.
-  int here() {
-    flushSteps();
-    return static_cast<int>(code_.ins.size());
-  }
+  int here() const { return static_cast<int>(code_.ins.size()); }
 
   int emit(Op op, int line, std::int32_t a = 0, std::int32_t b = 0, std::int32_t c = 0,
            std::int32_t d = 0, std::uint8_t flags = 0, const void* ref = nullptr) {
     Ins ins;
     ins.op = op;
     ins.flags = flags;
-    ins.steps = static_cast<std::uint8_t>(steps_);
     ins.a = a;
     ins.b = b;
     ins.c = c;
     ins.d = d;
     InsInfo info;
     info.line = line;
-    info.stepLine = stepLine_;
     info.targetLine = targetLine_;
     info.lineB = lineOf(b);
     info.lineC = lineOf(c);
     info.lineD = lineOf(d);
     info.ref = ref;
-    steps_ = 0;
     code_.ins.push_back(ins);
     code_.info.push_back(info);
     return static_cast<int>(code_.ins.size()) - 1;
@@ -242,12 +234,10 @@ class Compiler {
     for (int pc : list) patch(pc, target);
   }
 
+  // A step of the budget, where a statement begins or a loop's turn does;
+  // nothing when the run has no budget.
   void addStep(int line) {
-    if (steps_ == 0) stepLine_ = line;
-    if (++steps_ == 255) flushSteps();
-  }
-  void flushSteps() {
-    if (steps_ > 0) emit(Op::Step, stepLine_);
+    if (counting_) emit(Op::Step, line);
   }
 
   // The line a write to a global reports while a variable's value is
@@ -854,7 +844,6 @@ class Compiler {
       return;
     }
     patchAll(jumpsIf(*cond, true), top);
-    flushSteps();  // a condition known to be false still counts its turn
   }
 
   void finishLoop(int continueTarget) {
@@ -897,7 +886,7 @@ class Compiler {
             variable(static_cast<const VariableExpr&>(*step->target).var, step->target->line);
         return emit(Op::StepLess, step->line, top, i, value(*cond.right), 1);
       }();
-      infoAt(pc).stepLine = s.line;
+      infoAt(pc).stepLine = s.line;  // the turn's step, counted after the ++
       patchAll(skip, here());
       finishLoop(next);
       return;
@@ -956,8 +945,7 @@ class Compiler {
   std::vector<char>* known_;  // globals certainly defined (a file's top level only)
   int temps_ = 0;
   int maxTemps_ = 0;
-  int steps_ = 0;
-  int stepLine_ = 0;
+  const bool counting_;  // the run has a step budget
   int targetLine_ = 0;
   int pending_ = 0;
   int maxPending_ = 0;
@@ -970,14 +958,14 @@ class Compiler {
 
 }  // namespace
 
-void compileProgram(Program& program) {
+void compileProgram(Program& program, bool countSteps) {
   for (const std::unique_ptr<FunctionDecl>& fn : program.functions) {
-    Compiler c(fn->code, fn->slotCount, nullptr);
+    Compiler c(fn->code, fn->slotCount, nullptr, countSteps);
     c.body(fn->body.body);
   }
   // Functions of a file are defined before its first statement runs.
   std::vector<char> known;
-  Compiler top(program.code, program.slotCount, &known);
+  Compiler top(program.code, program.slotCount, &known, countSteps);
   for (const StmtPtr& s : program.body.body) {
     if (s->kind != StmtKind::Function) continue;
     const auto& f = static_cast<const FunctionStmt&>(*s);

@@ -11,6 +11,8 @@ namespace tulscript {
 // as a value instead.
 constexpr int kMaxPendingCalls = 16;
 
-void compileProgram(Program& program);
+// countSteps: the run has a step budget (EngineOptions::maxSteps), which
+// the code then counts.
+void compileProgram(Program& program, bool countSteps);
 
 }  // namespace tulscript

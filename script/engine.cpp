@@ -400,7 +400,7 @@ std::shared_ptr<Program> Interp::loadProgram(const std::string& path, const std:
     status = kStatusSyntax;
     return nullptr;
   }
-  compileProgram(*program);
+  compileProgram(*program, opts_.maxSteps > 0);
   if (!resolveIncludes(*program, status)) return nullptr;
   return program;
 }

@@ -304,8 +304,13 @@ class Interp : public GlobalNames {
   }
   TUL_ALWAYS_INLINE bool storeInt(std::int32_t x, Frame& f, std::int32_t r, const Code& code,
                                   const Ins* ip) {
-    if (operand::space(x) == operand::Local && f.slots[operand::index(x)].putInt(r)) return true;
-    return store(x, f, TulValue(r), code, ip);
+    if (operand::space(x) == operand::Local) {
+      if (f.slots[operand::index(x)].putInt(r)) return true;
+    } else if (operand::space(x) == operand::Global) {
+      TulValue* g = globalSlot(x);
+      if (g && g->putInt(r)) return true;
+    }
+    return storeSlow(x, f, TulValue(r), code, ip);
   }
   // Around every call from script code into the runtime. An error that a
   // script method called further in raised and native code then answered
@@ -347,7 +352,7 @@ class Interp : public GlobalNames {
                                           int which, TulValue& scratch);
   TUL_NOINLINE bool storeSlow(std::int32_t x, Frame& f, TulValue&& v, const Code& code,
                               const Ins* ip);
-  TUL_NOINLINE bool countSteps(const Code& code, const Ins* ip, Frame& f);
+  TUL_NOINLINE bool countStep(const Code& code, const Ins* ip, Frame& f);
   TUL_NOINLINE bool countLoopStep(const Code& code, const Ins* ip, Frame& f);
   TUL_NOINLINE bool binarySlow(const Code& code, const Ins* ip, Frame& f, TokenKind op,
                                const TulValue& x, const TulValue& y);

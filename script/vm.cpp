@@ -5,8 +5,8 @@
 // interpreter.cpp, which report errors with the instruction's lines.
 //
 // Dispatch is threaded (each instruction jumps straight to the next one's
-// code), and a statement's step is counted on the instruction it begins
-// with. A call of script code runs in a nested run() on the callee's frame.
+// code). A call of script code runs in a nested run() on the callee's
+// frame.
 #include <algorithm>
 
 #include "script/compiler.h"
@@ -70,6 +70,10 @@ const TulValue* Interp::readGlobal(int index, Frame& f, const Code& code, const 
 bool Interp::storeSlow(std::int32_t x, Frame& f, TulValue&& v, const Code& code,
                        const Ins* ip) {
   if (operand::space(x) == operand::This) return true;  // not wanted
+  if (operand::space(x) == operand::Local) {
+    f.slots[operand::index(x)] = std::move(v);
+    return true;
+  }
   const std::size_t i = static_cast<std::size_t>(operand::index(x));
   if (!defined_[i]) {
     const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
@@ -81,11 +85,8 @@ bool Interp::storeSlow(std::int32_t x, Frame& f, TulValue&& v, const Code& code,
 
 // --- slow paths, out of line so that run() keeps a small frame ----------------------
 
-bool Interp::countSteps(const Code& code, const Ins* ip, Frame& f) {
-  const int line = code.info[static_cast<std::size_t>(ip - code.ins.data())].stepLine;
-  for (int k = ip->steps; k > 0; --k)
-    if (!step(f, line)) return false;
-  return true;
+bool Interp::countStep(const Code& code, const Ins* ip, Frame& f) {
+  return step(f, code.info[static_cast<std::size_t>(ip - code.ins.data())].line);
 }
 
 // The step of a loop's turn that an instruction counts itself.
@@ -488,11 +489,7 @@ Flow Interp::run(const Code& code, Frame& f) {
   const bool limited = opts_.maxSteps > 0;
   TulValue sb, sc;  // class values read through undefined globals
 
-#define DISPATCH()                                                        \
-  do {                                                                    \
-    if (ip->steps && limited && !countSteps(code, ip, f)) goto failed;    \
-    goto *kLabels[static_cast<int>(ip->op)];                              \
-  } while (0)
+#define DISPATCH() goto *kLabels[static_cast<int>(ip->op)]
 #define NEXT() \
   do {         \
     ++ip;      \
@@ -515,6 +512,7 @@ Flow Interp::run(const Code& code, Frame& f) {
   DISPATCH();
 
 Step:
+  CHECK(countStep(code, ip, f));
   NEXT();
 
 Move:
