@@ -29,6 +29,8 @@ class TUL_API TulString : public TulRefObject {
   TulString& operator+=(const TulString& s);
   TulString& operator+=(const char* s);
   TulString& operator+=(char c);
+  // n characters at s appended (s may point into this string).
+  TulString& append(const char* s, unsigned n);
 
   const char* c_str() const { return data_; }
   char* data() { return data_; }  // the string's own characters, in place

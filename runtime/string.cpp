@@ -186,6 +186,21 @@ TulString& TulString::operator+=(const char* s) {
   return *this;
 }
 
+TulString& TulString::append(const char* s, unsigned n) {
+  if (n == 0) return *this;
+  if (pointsInto(s, data_, len_)) {
+    const TulString copy(s, n);  // its storage is about to move
+    return append(copy.data_, n);
+  }
+  if (n > UINT32_MAX - 2 - len_) throw std::bad_alloc();
+  reserve(len_ + n);
+  dropWide(wide_);
+  std::memcpy(data_ + len_, s, n);
+  len_ += n;
+  data_[len_] = 0;
+  return *this;
+}
+
 TulString& TulString::operator+=(char c) {
   insert(static_cast<int>(len_), c, 1);
   return *this;

@@ -24,6 +24,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "script/values.h"
+
 namespace tulscript {
 namespace {
 
@@ -362,8 +364,21 @@ class Compiler {
   // e's value as an operand that still holds it once `later` has been
   // evaluated: copied into a temporary when it would not.
   std::int32_t operandFor(const Expr& e, const std::vector<const Expr*>& later) {
-    const std::int32_t x = value(e);
+    const std::int32_t x = operatorOperand(e);
     return stable(x, later) ? x : copied(x, e.line);
+  }
+
+  // An operand of an operator: as value() gives it, and a string literal as
+  // a constant, which the operator only reads (a literal anywhere else is
+  // a new string each time, since native code may write into it).
+  std::int32_t operatorOperand(const Expr& e) {
+    if (e.kind != ExprKind::String) return value(e);
+    const std::string& text = static_cast<const LiteralExpr&>(e).text;
+    auto found = strings_.find(text);
+    if (found != strings_.end()) return found->second;
+    const std::int32_t x = constant(makeString(text));
+    strings_.emplace(text, x);
+    return x;
   }
 
   // --- expressions -------------------------------------------------------------------
@@ -408,7 +423,7 @@ class Compiler {
       case ExprKind::Binary: {
         const auto& b = static_cast<const BinaryExpr&>(e);
         const std::int32_t x = operandFor(*b.left, {b.right.get()});
-        const std::int32_t y = value(*b.right);
+        const std::int32_t y = operatorOperand(*b.right);
         emit(binaryOp(b.op), e.line, dst, x, y, 0, frees(dst, x, y));
         break;
       }
@@ -514,7 +529,7 @@ class Compiler {
     } else if (e.kind == ExprKind::Binary && isComparison(static_cast<const BinaryExpr&>(e).op)) {
       const auto& b = static_cast<const BinaryExpr&>(e);
       const std::int32_t x = operandFor(*b.left, {b.right.get()});
-      const std::int32_t y = value(*b.right);
+      const std::int32_t y = operatorOperand(*b.right);
       jumps.push_back(emit(jumpOp(b.op), e.line, 0, x, y, 0,
                            static_cast<std::uint8_t>(frees(0, x, y) | negate)));
     } else {
@@ -952,6 +967,7 @@ class Compiler {
   int tryDepth_ = 0;
   std::vector<Loop> loops_;
   std::unordered_map<std::int32_t, std::int32_t> ints_;
+  std::unordered_map<std::string, std::int32_t> strings_;
   std::int32_t nil_ = -1;
   std::unordered_map<std::int32_t, int> globalLines_;
 };

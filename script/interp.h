@@ -281,6 +281,12 @@ class Interp : public GlobalNames {
     if (defined_[static_cast<std::size_t>(i)]) return &globals_[static_cast<std::size_t>(i)];
     return readGlobal(i, f, code, ip, which, scratch);
   }
+  // Where a variable operand (a local or a defined global) is; null for any
+  // other operand.
+  TUL_ALWAYS_INLINE TulValue* variableSlot(std::int32_t x, TulValue* locals) {
+    if (operand::space(x) == operand::Local) return locals + operand::index(x);
+    return operand::space(x) == operand::Global ? globalSlot(x) : nullptr;
+  }
   // The slot of a defined global operand, else null.
   TUL_ALWAYS_INLINE TulValue* globalSlot(std::int32_t x) {
     const std::size_t i = static_cast<std::size_t>(operand::index(x));
@@ -356,6 +362,8 @@ class Interp : public GlobalNames {
   TUL_NOINLINE bool countLoopStep(const Code& code, const Ins* ip, Frame& f);
   TUL_NOINLINE bool binarySlow(const Code& code, const Ins* ip, Frame& f, TokenKind op,
                                const TulValue& x, const TulValue& y);
+  bool joinStrings(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
+                   const TulValue& y, bool& done);
   TUL_NOINLINE bool jumpSlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
                              const TulValue& y, bool& taken);
   TUL_NOINLINE bool incVarSlow(const Code& code, const Ins* ip, Frame& f);

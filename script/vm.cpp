@@ -48,11 +48,49 @@ const FunctionObject* builtinCallee(const void* p) {
   return (bits & 1) ? reinterpret_cast<const FunctionObject*>(bits & ~std::uintptr_t(1)) : nullptr;
 }
 
+const TulValue kNil;
+
+// v itself, or a string of its own for a string.
+TulValue fresh(const TulValue& v) {
+  TulString* s = static_cast<TulString*>(v);
+  return s ? makeString(s->c_str(), s->length()) : v;
+}
+
 const std::string& calleeName(const CallExpr& e) {
   static const std::string none;
   return e.callee && e.callee->kind == ExprKind::Variable
              ? static_cast<const VariableExpr&>(*e.callee).var.name
              : none;
+}
+
+// The characters + joins for a string or a number: a string's own, or the
+// number's text formatted into buf; false for any other value.
+bool joinable(const TulValue& v, char (&buf)[32], std::string& longer, const char*& p,
+              unsigned& n) {
+  if (TulString* s = static_cast<TulString*>(v)) {
+    p = s->c_str();
+    n = s->length();
+    return true;
+  }
+  if (!v.isNumber()) return false;
+  if (v.type() == TulValueType::I32) {
+    const std::int32_t i = static_cast<int>(v);
+    std::uint32_t u = i < 0 ? 0u - static_cast<std::uint32_t>(i) : static_cast<std::uint32_t>(i);
+    char* end = buf + sizeof buf;
+    char* q = end;
+    do {
+      *--q = static_cast<char>('0' + u % 10);
+      u /= 10;
+    } while (u);
+    if (i < 0) *--q = '-';
+    p = q;
+    n = static_cast<unsigned>(end - q);
+    return true;
+  }
+  longer = formatNumber(v);
+  p = longer.data();
+  n = static_cast<unsigned>(longer.size());
+  return true;
 }
 
 }  // namespace
@@ -94,33 +132,52 @@ bool Interp::countLoopStep(const Code& code, const Ins* ip, Frame& f) {
   return step(f, code.info[static_cast<std::size_t>(ip - code.ins.data())].stepLine);
 }
 
-// a = b OP c by the general rules; + appends to a string it alone holds.
-bool Interp::binarySlow(const Code& code, const Ins* ip, Frame& f, TokenKind op,
-                        const TulValue& x, const TulValue& y) {
+// a = x + y for a string and a string or a number: appended in place to a
+// string x that only its consumed temporary holds (so a chain a + b + c
+// builds one string), else joined into a new string.
+bool Interp::joinStrings(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
+                         const TulValue& y, bool& done) {
+  char xb[32], yb[32];
+  std::string xl, yl;
+  const char *xp, *yp;
+  unsigned xn, yn;
+  done = (static_cast<TulString*>(x) || static_cast<TulString*>(y)) &&
+         joinable(x, xb, xl, xp, xn) && joinable(y, yb, yl, yp, yn);
+  if (!done) return true;
   const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
+  if (!checkSize(f, info.line, std::uint64_t(xn) + yn, "string")) return false;
   TulString* s = static_cast<TulString*>(x);
-  const bool consumed = (ip->flags & kFreeB) || (ip->a == ip->b);
-  if (op == TokenKind::Plus && s && consumed && operand::space(ip->b) == operand::Local &&
-      s->refCount() == 1 && (y.isNumber() || static_cast<TulString*>(y))) {
-    // x + y where x is a string nobody else holds: appended in place, so a
-    // chain a + b + c ... builds one string.
-    if (TulString* t = static_cast<TulString*>(y)) {
-      if (!checkSize(f, info.line, std::uint64_t(s->length()) + t->length(), "string"))
-        return false;
-      *s += *t;
-    } else {
-      const std::string text = formatNumber(y);
-      if (!checkSize(f, info.line, std::uint64_t(s->length()) + text.size(), "string"))
-        return false;
-      *s += TulString(text.c_str(), static_cast<unsigned>(text.size()));
-    }
-    TulValue& held = f.slots[operand::index(ip->b)];
+  const bool consumed = ((ip->flags & kFreeB) || ip->a == ip->b) &&
+                        operand::space(ip->b) == operand::Local;
+  if (s && consumed && s->refCount() == 1) {
+    s->append(yp, yn);
     if (ip->a == ip->b) return true;
-    TulValue v(std::move(held));
+    TulValue v(std::move(f.slots[operand::index(ip->b)]));
     return store(ip->a, f, std::move(v), code, ip);
   }
+  TulValue out(new TulString(xp, xn));
+  static_cast<TulString*>(out)->append(yp, yn);
+  return store(ip->a, f, std::move(out), code, ip);
+}
+
+// a = b OP c by the general rules. A string constant met by an object's
+// hook is handed over as a string of its own, as a literal always is.
+bool Interp::binarySlow(const Code& code, const Ins* ip, Frame& f, TokenKind op,
+                        const TulValue& x, const TulValue& y) {
+  if (op == TokenKind::Plus) {
+    bool done = false;
+    if (!joinStrings(code, ip, f, x, y, done)) return false;
+    if (done) return true;
+  }
+  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
   TulValue out;
-  if (!ops::binary(*this, f, info.line, op, x, y, out)) return false;
+  if ((x.isObject() || y.isObject()) &&
+      (operand::space(ip->b) == operand::Const || operand::space(ip->c) == operand::Const)) {
+    const TulValue ownX = fresh(x), ownY = fresh(y);
+    if (!ops::binary(*this, f, info.line, op, ownX, ownY, out)) return false;
+  } else if (!ops::binary(*this, f, info.line, op, x, y, out)) {
+    return false;
+  }
   return store(ip->a, f, std::move(out), code, ip);
 }
 
@@ -727,19 +784,27 @@ SetMember:
   NEXT();
 
 GetIndex: {
-  // v[i] of a vector in a local, at an index within it.
+  // v[i] of a vector at an index within it, d[k] of a dictionary with a
+  // string key, the container in a variable.
+  const TulValue* o = variableSlot(ip->b, R);
   bool done = false;
-  if (operand::space(ip->b) == operand::Local &&
-      R[operand::index(ip->b)].type() == TulValueType::Vector) {
-    const TulValue* i = READ(ip->c, 2, sc);
-    CHECK(i);
-    const TulVector* vec = static_cast<TulVector*>(R[operand::index(ip->b)]);
-    const unsigned at = static_cast<unsigned>(static_cast<int>(*i));
-    if (i->type() == TulValueType::I32 && at < vec->size()) {
-      TulValue item((*vec)[at]);
-      FREE(kFreeB, ip->b);
-      FREE(kFreeC, ip->c);
-      CHECK(store(ip->a, f, std::move(item), code, ip));
+  if (o && (o->type() == TulValueType::Vector || o->type() == TulValueType::Dictionary)) {
+    const TulValue* k = READ(ip->c, 2, sc);
+    CHECK(k);
+    const TulValue* item = nullptr;
+    if (o->type() == TulValueType::Vector) {
+      const TulVector* vec = static_cast<TulVector*>(o->refObject());
+      const unsigned at = static_cast<unsigned>(static_cast<int>(*k));
+      if (k->type() == TulValueType::I32 && at < vec->size()) item = &(*vec)[at];
+    } else if (k->type() == TulValueType::String) {
+      const TulDictionaryEntry* e = static_cast<TulDictionary*>(o->refObject())
+                                        ->find(*static_cast<TulString*>(k->refObject()));
+      item = e ? &e->value : &kNil;
+    }
+    if (item) {
+      TulValue v(*item);
+      FREE_BC();
+      CHECK(store(ip->a, f, std::move(v), code, ip));
       done = true;
     }
   }
@@ -747,8 +812,37 @@ GetIndex: {
 }
   NEXT();
 
-SetIndex:
-  CHECK(index(code, ip, f, true));
+SetIndex: {
+  // The same places written: a vector's element within it, a dictionary's
+  // entry.
+  const TulValue* o = variableSlot(ip->b, R);
+  bool done = false;
+  if (o && (o->type() == TulValueType::Vector || o->type() == TulValueType::Dictionary)) {
+    const TulValue* k = READ(ip->c, 2, sc);
+    CHECK(k);
+    const TulValue* v = READ(ip->d, 3, sb);
+    CHECK(v);
+    TulValue* slot = nullptr;
+    if (o->type() == TulValueType::Vector) {
+      TulVector* vec = static_cast<TulVector*>(o->refObject());
+      const unsigned at = static_cast<unsigned>(static_cast<int>(*k));
+      if (k->type() == TulValueType::I32 && at < vec->size()) slot = &(*vec)[at];
+    } else if (k->type() == TulValueType::String) {
+      slot = &(*static_cast<TulDictionary*>(o->refObject()))[*static_cast<TulString*>(
+                  k->refObject())]->value;
+    }
+    if (slot) {
+      *slot = *v;
+      if (ip->flags & (kFreeB | kFreeC | kFreeD)) {
+        FREE(kFreeB, ip->b);
+        FREE(kFreeC, ip->c);
+        FREE(kFreeD, ip->d);
+      }
+      done = true;
+    }
+  }
+  if (!done) CHECK(index(code, ip, f, true));
+}
   NEXT();
 
 Return: {
