@@ -216,12 +216,16 @@ class Interp : public GlobalNames {
   }
   // Bounds the C++ stack used by nested calls; false after the error.
   TUL_ALWAYS_INLINE bool enterCall(const Frame& f, int line) {
+    if (!withinStack()) return stackOverflow(f, line);
+    ++callDepth_;
+    return true;
+  }
+  // Whether one more nested call is allowed.
+  TUL_ALWAYS_INLINE bool withinStack() const {
     const char here = 0;
     const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(&here);
     const std::size_t used = stackBase_ > at ? stackBase_ - at : 0;
-    if (callDepth_ >= kMaxScriptCallDepth || used > stackBudget_) return stackOverflow(f, line);
-    ++callDepth_;
-    return true;
+    return callDepth_ < kMaxScriptCallDepth && used <= stackBudget_;
   }
   void leaveCall() { --callDepth_; }
   // The allocation limit for a string, buffer or vector of n units.
@@ -348,7 +352,7 @@ class Interp : public GlobalNames {
   bool displayObject(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool displayContainer(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool stepsSpent(const Frame& f, int line);
-  bool stackOverflow(const Frame& f, int line);
+  TUL_NOINLINE bool stackOverflow(const Frame& f, int line);
   bool readUndefined(int global, Frame& f, int line, TulValue& out);
   bool writeUndeclared(const std::string& name, Frame& f, int line);
 
@@ -373,6 +377,9 @@ class Interp : public GlobalNames {
   TUL_NOINLINE bool callPending(const Code& code, const Ins* ip, Frame& f, const void* pending,
                                 TulValue* args, int n);
   TUL_NOINLINE bool callTemp(const Code& code, const Ins* ip, Frame& f);
+  TUL_NOINLINE bool callFunctionAt(const Code& code, const Ins* ip, Frame& f,
+                                   const FunctionDecl& fn, TulValue* args, int n);
+  static int lineAt(const Code& code, const Ins* ip);
   TUL_NOINLINE bool lenOrPush(const Code& code, const Ins* ip, Frame& f, const void* pending);
   TUL_NOINLINE bool method(const Code& code, const Ins* ip, Frame& f);
   TUL_NOINLINE bool baseMethod(const Code& code, const Ins* ip, Frame& f);

@@ -245,17 +245,36 @@ bool Interp::callee(const Code& code, const Ins* ip, Frame& f, const void** pend
 }
 
 // a = pending call k with the n values at args; the arguments are used up.
+// a = script function fn called with the n arguments at args, which its
+// frame takes over; the lines only an error needs are looked up then.
+bool Interp::callFunctionAt(const Code& code, const Ins* ip, Frame& f, const FunctionDecl& fn,
+                            TulValue* args, int n) {
+  if (n > static_cast<int>(fn.params.size())) return tooManyArguments(f, lineAt(code, ip), fn, n);
+  TulValue out;
+  {
+    SlotFrame frame(slotStack_, static_cast<std::size_t>(std::max(fn.code.frameSize, n)));
+    TulValue* slots = frame.slots();
+    for (int i = 0; i < n; ++i) slots[i] = std::move(args[i]);
+    if (!withinStack()) return stackOverflow(f, lineAt(code, ip));
+    ++callDepth_;
+    const bool ok = runFrame(fn, slots, nullptr, nullptr, out);
+    leaveCall();
+    if (!ok) return false;
+  }
+  return store(ip->a, f, std::move(out), code, ip);
+}
+
+int Interp::lineAt(const Code& code, const Ins* ip) {
+  return code.info[static_cast<std::size_t>(ip - code.ins.data())].line;
+}
+
 bool Interp::callPending(const Code& code, const Ins* ip, Frame& f, const void* pending,
                          TulValue* args, int n) {
+  if (const FunctionDecl* fn = scriptCallee(pending)) return callFunctionAt(code, ip, f, *fn, args, n);
   const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
   TulValue out;
   bool ok;
-  if (const FunctionDecl* fn = scriptCallee(pending)) {
-    SlotFrame frame(slotStack_, static_cast<std::size_t>(std::max(fn->code.frameSize, n)));
-    TulValue* slots = frame.slots();
-    for (int i = 0; i < n; ++i) slots[i] = std::move(args[i]);
-    ok = callFunctionInPlace(f, info.line, *fn, slots, n, out);
-  } else {
+  {
     if (const FunctionObject* b = builtinCallee(pending))
       ok = callBuiltin(f, info.line, *b, args, n, out);
     else
@@ -736,7 +755,11 @@ Callee: {
   NEXT();
 
 Call:
-  CHECK(callPending(code, ip, f, pending[ip->spare], R + ip->b, ip->c));
+  if (const FunctionDecl* fn = scriptCallee(pending[ip->spare])) {
+    CHECK(callFunctionAt(code, ip, f, *fn, R + ip->b, ip->c));
+  } else {
+    CHECK(callPending(code, ip, f, pending[ip->spare], R + ip->b, ip->c));
+  }
   NEXT();
 
 CallValue:
