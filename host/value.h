@@ -165,6 +165,10 @@ class TUL_API TulValue {
   // Releases what the value held; the tag becomes Empty.
   void dispose();
 
+  // The payload of a value known to be a 32-bit integer (meaningless for
+  // any other tag).
+  std::int32_t i32() const { return v_.i; }
+
   // A 32-bit integer written over a value that holds no reference, in
   // place; false, with nothing written, over a reference (assign a value
   // then). An interpreter's commonest write.

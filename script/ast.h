@@ -1,7 +1,7 @@
-// The syntax tree the parser builds and the interpreter walks. Names are
-// resolved while parsing: a variable is either a slot of its function's
-// frame or an index into the engine's global table, so the interpreter
-// never looks a variable up by name.
+// The syntax tree the parser builds and the compiler turns into bytecode.
+// Names are resolved while parsing: a variable is either a slot of its
+// function's frame or an index into the engine's global table, so nothing
+// looks a variable up by name at run time.
 //
 // Invariant: no tree is deeper than the parser's nesting limit, so walking
 // (and destroying) it recursively cannot exhaust the C++ stack.
@@ -55,10 +55,6 @@ struct Expr {
   ExprKind kind;
   int line;
   int height = 1;  // nodes on the longest path down; the parser bounds it
-  // The trees the integer path (Interp::tryInt) can take: Binary and Unary
-  // nodes made only of integer literals, variables and such nodes; v[i] with
-  // v a variable and i such a tree; len(v) with v a variable.
-  bool intShaped = false;
 };
 using ExprPtr = std::unique_ptr<Expr>;
 

@@ -1,6 +1,8 @@
-// The interpreter behind Engine, shared by its source files: evaluation
-// (interpreter.cpp), classes and method frames (classes.cpp), built-ins
-// (builtins.cpp) and loading (engine.cpp).
+// The interpreter behind Engine, shared by its source files: the VM that
+// runs compiled code (vm.cpp, with the language's operations in
+// operations.cpp), calls and frames (interpreter.cpp), classes and the
+// runtime's calls of script methods (classes.cpp), built-ins (builtins.cpp)
+// and loading (engine.cpp, which compiles each file with compiler.cpp).
 //
 // Invariant: a function that returns false (or Flow::Fail) has recorded why
 // in `stop_`; the runtime's error record is consulted only right after a
@@ -22,8 +24,8 @@
 #include "script/parser.h"
 #include "script/slot_stack.h"
 
-// For the few accessors every node of the walk uses: the compiler's own
-// budget would leave some of them out of line.
+// For the few accessors every instruction uses: the compiler's own budget
+// would leave some of them out of line.
 #if defined(__GNUC__)
 #  define TUL_ALWAYS_INLINE __attribute__((always_inline)) inline
 #  define TUL_NOINLINE __attribute__((noinline))
@@ -110,7 +112,7 @@ struct Frame {
   }
 };
 
-enum class Flow { Normal, Break, Continue, Return, Fail };
+enum class Flow { Normal, Return, Fail };
 
 // e, placed at the frame's file and the line when it has no place yet.
 ScriptError placedAt(ScriptError e, const Frame& f, int line);
@@ -250,16 +252,6 @@ class Interp : public GlobalNames {
     if (!defined_[i]) return readUndefined(v.index, f, line, out);
     out = globals_[i];
     return true;
-  }
-  // Where a variable's value is, for a read that copies nothing; null for
-  // a global not yet defined.
-  TUL_ALWAYS_INLINE const TulValue* peekVar(const VarRef& v, const Frame& f) const {
-    if (v.kind == VarRef::Kind::Local) return &f.slots[v.index];
-    const std::size_t i = static_cast<std::size_t>(v.index);
-    return defined_[i] ? &globals_[i] : nullptr;
-  }
-  TulValue* varSlot(const VarRef& v, Frame& f) {
-    return const_cast<TulValue*>(peekVar(v, f));
   }
   bool writeVar(const VarRef& v, Frame& f, int line, const TulValue& value) {
     if (v.kind == VarRef::Kind::Local) {

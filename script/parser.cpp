@@ -141,12 +141,7 @@ class Parser {
       if (c) h = std::max(h, c->height);
     e->height = h + 1;
     if (e->height > kMaxNesting) failAt(at, "expression too deeply nested");
-    if (e->kind == ExprKind::Binary || e->kind == ExprKind::Unary)
-      e->intShaped = std::all_of(children.begin(), children.end(), intOperandShape);
     return e;
-  }
-  static bool intOperandShape(const Expr* c) {
-    return c->kind == ExprKind::Int || c->kind == ExprKind::Variable || c->intShaped;
   }
 
   // --- scopes -------------------------------------------------------------
@@ -675,11 +670,6 @@ class Parser {
     call->args = arguments();
     call->height = std::max(call->callee->height, maxHeight(call->args)) + 1;
     if (call->height > kMaxNesting) failAt(t, "expression too deeply nested");
-    // len(v): on the integer path while `len` is the built-in and v holds
-    // a vector.
-    call->intShaped = !method && call->callee->kind == ExprKind::Variable &&
-                      static_cast<const VariableExpr&>(*call->callee).var.name == "len" &&
-                      call->args.size() == 1 && call->args[0]->kind == ExprKind::Variable;
     return call;
   }
 
@@ -700,8 +690,6 @@ class Parser {
     m->object = std::move(e);
     const Expr* o = m->object.get();
     const Expr* i = m->index.get();
-    // v[i] with v a variable: on the integer path while v holds a vector.
-    m->intShaped = o->kind == ExprKind::Variable && intOperandShape(i);
     return sized(std::move(m), {o, i}, t);
   }
 

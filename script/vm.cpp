@@ -613,7 +613,7 @@ Move:
     const TulValue* y = READ(ip->c, 2, sc);                                \
     CHECK(y);                                                                       \
     std::int32_t r;                                                                 \
-    if (BOTH_INT(x, y) && intBinary(TOKEN, static_cast<int>(*x), static_cast<int>(*y), r)) { \
+    if (BOTH_INT(x, y) && intBinary(TOKEN, x->i32(), y->i32(), r)) {                \
       CHECK(storeInt(ip->a, f, r, code, ip));                                       \
     } else {                                                                        \
       CHECK(binarySlow(code, ip, f, TOKEN, *x, *y));                                \
@@ -686,7 +686,7 @@ JumpIf: {
     CHECK(y);                                                                       \
     bool taken;                                                                     \
     std::int32_t r;                                                                 \
-    if (BOTH_INT(x, y) && intBinary(TOKEN, static_cast<int>(*x), static_cast<int>(*y), r)) { \
+    if (BOTH_INT(x, y) && intBinary(TOKEN, x->i32(), y->i32(), r)) {                \
       taken = (r != 0) != ((ip->flags & kNegate) != 0);                             \
     } else {                                                                        \
       CHECK(jumpSlow(code, ip, f, *x, *y, taken));                                  \
@@ -712,11 +712,10 @@ StepLess: {
   const TulValue* n = READ(ip->c, 2, sc);
   bool taken;
   if (i && n && BOTH_INT(i, n)) {
-    const std::int32_t next =
-        static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<int>(*i)) + 1u);
+    const std::int32_t next = static_cast<std::int32_t>(static_cast<std::uint32_t>(i->i32()) + 1u);
     i->putInt(next);
     if (limited && !countLoopStep(code, ip, f)) goto failed;
-    taken = next < static_cast<int>(*n);
+    taken = next < n->i32();
   } else {
     CHECK(stepLessSlow(code, ip, f, taken));
   }
@@ -731,7 +730,7 @@ IncVar: {
   TulValue* v = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
                                                          : globalSlot(ip->b);
   if (v && v->type() == TulValueType::I32) {
-    v->putInt(static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<int>(*v)) +
+    v->putInt(static_cast<std::int32_t>(static_cast<std::uint32_t>(v->i32()) +
                                         static_cast<std::uint32_t>(ip->d)));
   } else {
     CHECK(incVarSlow(code, ip, f));
