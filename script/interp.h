@@ -25,9 +25,15 @@
 #include "script/slot_stack.h"
 
 // For the few accessors every instruction uses: the compiler's own budget
-// would leave some of them out of line.
-#if defined(__GNUC__)
+// would leave some of them out of line. Unoptimised builds (the sanitizer
+// build) leave them as calls: inlined there, each use would keep its own
+// copy of their locals on the VM's stack frame, and deep recursion would
+// run out of stack long before an optimised build does.
+#if defined(__GNUC__) && defined(__OPTIMIZE__)
 #  define TUL_ALWAYS_INLINE __attribute__((always_inline)) inline
+#  define TUL_NOINLINE __attribute__((noinline))
+#elif defined(__GNUC__)
+#  define TUL_ALWAYS_INLINE inline
 #  define TUL_NOINLINE __attribute__((noinline))
 #else
 #  define TUL_ALWAYS_INLINE inline
@@ -312,7 +318,7 @@ class Interp : public GlobalNames {
       TulValue* g = globalSlot(x);
       if (g && g->putInt(r)) return true;
     }
-    return storeSlow(x, f, TulValue(r), code, ip);
+    return storeIntSlow(x, f, r, code, ip);
   }
   // Around every call from script code into the runtime. An error that a
   // script method called further in raised and native code then answered
@@ -354,16 +360,18 @@ class Interp : public GlobalNames {
                                           int which, TulValue& scratch);
   TUL_NOINLINE bool storeSlow(std::int32_t x, Frame& f, TulValue&& v, const Code& code,
                               const Ins* ip);
+  TUL_NOINLINE bool storeIntSlow(std::int32_t x, Frame& f, std::int32_t r, const Code& code,
+                                 const Ins* ip);
   TUL_NOINLINE bool countStep(const Code& code, const Ins* ip, Frame& f);
   TUL_NOINLINE bool countLoopStep(const Code& code, const Ins* ip, Frame& f);
   TUL_NOINLINE bool binarySlow(const Code& code, const Ins* ip, Frame& f, TokenKind op,
                                const TulValue& x, const TulValue& y);
   bool joinStrings(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
                    const TulValue& y, bool& done);
-  TUL_NOINLINE bool jumpSlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
-                             const TulValue& y, bool& taken);
+  TUL_NOINLINE int jumpSlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
+                            const TulValue& y);
   TUL_NOINLINE bool incVarSlow(const Code& code, const Ins* ip, Frame& f);
-  TUL_NOINLINE bool stepLessSlow(const Code& code, const Ins* ip, Frame& f, bool& taken);
+  TUL_NOINLINE int stepLessSlow(const Code& code, const Ins* ip, Frame& f);
   TUL_NOINLINE bool unarySlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x);
   TUL_NOINLINE bool callee(const Code& code, const Ins* ip, Frame& f, const void** pending);
   TUL_NOINLINE bool callPending(const Code& code, const Ins* ip, Frame& f, const void* pending,
@@ -377,7 +385,8 @@ class Interp : public GlobalNames {
   TUL_NOINLINE bool baseMethod(const Code& code, const Ins* ip, Frame& f);
   TUL_NOINLINE bool member(const Code& code, const Ins* ip, Frame& f, bool write);
   TUL_NOINLINE bool index(const Code& code, const Ins* ip, Frame& f, bool write);
-  TUL_NOINLINE bool forInNext(const Code& code, const Ins* ip, Frame& f, bool& more);
+  TUL_NOINLINE int forInNext(const Code& code, const Ins* ip, Frame& f);
+  TUL_NOINLINE bool storeCopy(const Code& code, const Ins* ip, Frame& f, const TulValue& v);
   TUL_NOINLINE bool rare(const Code& code, const Ins* ip, Frame& f);
   // A `try` under way in a frame: where its handler starts, the variable
   // that takes the error and the first temporary the body may have used.

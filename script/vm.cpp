@@ -17,10 +17,14 @@
 namespace tulscript {
 namespace {
 
-// Releases what a slot holds, if it holds a reference.
-TUL_ALWAYS_INLINE void dropRef(TulValue& v) {
+TUL_NOINLINE void clearSlot(TulValue& v) { v = TulValue(); }
+
+// Releases what a slot holds, if it holds a reference. (The clearing is
+// out of line: run() would otherwise hold a temporary for each use, which
+// unoptimised builds keep apart on the stack.)
+inline void dropRef(TulValue& v) {
   if (static_cast<unsigned>(v.type()) >= static_cast<unsigned>(TulValueType::Object))
-    v = TulValue();
+    clearSlot(v);
 }
 
 // The operators of Add ... NotEqual, in that order.
@@ -121,6 +125,11 @@ bool Interp::storeSlow(std::int32_t x, Frame& f, TulValue&& v, const Code& code,
   return true;
 }
 
+bool Interp::storeIntSlow(std::int32_t x, Frame& f, std::int32_t r, const Code& code,
+                          const Ins* ip) {
+  return storeSlow(x, f, TulValue(r), code, ip);
+}
+
 // --- slow paths, out of line so that run() keeps a small frame ----------------------
 
 bool Interp::countStep(const Code& code, const Ins* ip, Frame& f) {
@@ -181,13 +190,14 @@ bool Interp::binarySlow(const Code& code, const Ins* ip, Frame& f, TokenKind op,
   return store(ip->a, f, std::move(out), code, ip);
 }
 
-bool Interp::jumpSlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
-                      const TulValue& y, bool& taken) {
+// Whether a compare-and-jump jumps (1) or not (0), by the general rules;
+// -1 after an error.
+int Interp::jumpSlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
+                     const TulValue& y) {
   const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
   TulValue out;
-  if (!ops::binary(*this, f, info.line, jumpToken(ip->op), x, y, out)) return false;
-  taken = isTrue(out) != ((ip->flags & kNegate) != 0);
-  return true;
+  if (!ops::binary(*this, f, info.line, jumpToken(ip->op), x, y, out)) return -1;
+  return isTrue(out) != ((ip->flags & kNegate) != 0) ? 1 : 0;
 }
 
 // Variable b stepped by d (prefix when kPrefix), its value unused.
@@ -202,20 +212,20 @@ bool Interp::incVarSlow(const Code& code, const Ins* ip, Frame& f) {
   return store(ip->b, f, std::move(updated), code, ip);
 }
 
-// The end of a counting loop's turn for anything but integers.
-bool Interp::stepLessSlow(const Code& code, const Ins* ip, Frame& f, bool& taken) {
+// The end of a counting loop's turn for anything but integers: 1 when the
+// loop goes on, 0 when it ends, -1 after an error.
+int Interp::stepLessSlow(const Code& code, const Ins* ip, Frame& f) {
   const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
-  if (!incVarSlow(code, ip, f)) return false;
-  if (!step(f, info.stepLine)) return false;
+  if (!incVarSlow(code, ip, f)) return -1;
+  if (!step(f, info.stepLine)) return -1;
   TulValue sb, sc;
   const TulValue* x = read(ip->b, f, code, ip, 1, sb);
-  if (!x) return false;
+  if (!x) return -1;
   const TulValue* y = read(ip->c, f, code, ip, 2, sc);
-  if (!y) return false;
+  if (!y) return -1;
   TulValue out;
-  if (!ops::binary(*this, f, info.targetLine, TokenKind::Less, *x, *y, out)) return false;
-  taken = isTrue(out);
-  return true;
+  if (!ops::binary(*this, f, info.targetLine, TokenKind::Less, *x, *y, out)) return -1;
+  return isTrue(out) ? 1 : 0;
 }
 
 bool Interp::unarySlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x) {
@@ -521,12 +531,22 @@ bool Interp::catchError(const Code& code, Frame& f, const TryHandler& h) {
   return true;
 }
 
-bool Interp::forInNext(const Code& code, const Ins* ip, Frame& f, bool& more) {
+// 1 with the loop's variable set to the next item, 0 at the end, -1
+// after an error.
+int Interp::forInNext(const Code& code, const Ins* ip, Frame& f) {
   const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
   TulValue* seq = f.slots + ip->b;
   TulValue item;
-  if (!ops::forInNext(*this, f, info.line, seq[0], seq[1], seq[2], item, more)) return false;
-  return !more || store(ip->d, f, std::move(item), code, ip);
+  bool more = false;
+  if (!ops::forInNext(*this, f, info.line, seq[0], seq[1], seq[2], item, more)) return -1;
+  if (!more) return 0;
+  return store(ip->d, f, std::move(item), code, ip) ? 1 : -1;
+}
+
+// The destination of instruction ip = a copy of v.
+bool Interp::storeCopy(const Code& code, const Ins* ip, Frame& f, const TulValue& v) {
+  TulValue copy(v);
+  return store(ip->a, f, std::move(copy), code, ip);
 }
 
 // --- the loop ----------------------------------------------------------------------------
@@ -564,6 +584,7 @@ Flow Interp::run(const Code& code, Frame& f) {
   TulValue* const R = f.slots;
   const bool limited = opts_.maxSteps > 0;
   TulValue sb, sc;  // class values read through undefined globals
+  std::int32_t r;   // an integer result (one slot for all instructions)
 
 #define DISPATCH() goto *kLabels[static_cast<int>(ip->op)]
 #define NEXT() \
@@ -600,8 +621,7 @@ Move:
     if (operand::space(ip->a) == operand::Local) {
       R[operand::index(ip->a)] = *x;  // copied before the old value goes
     } else {
-      TulValue v(*x);
-      CHECK(store(ip->a, f, std::move(v), code, ip));
+      CHECK(storeCopy(code, ip, f, *x));
     }
   }
   NEXT();
@@ -612,7 +632,6 @@ Move:
     CHECK(x);                                                                       \
     const TulValue* y = READ(ip->c, 2, sc);                                \
     CHECK(y);                                                                       \
-    std::int32_t r;                                                                 \
     if (BOTH_INT(x, y) && intBinary(TOKEN, x->i32(), y->i32(), r)) {                \
       CHECK(storeInt(ip->a, f, r, code, ip));                                       \
     } else {                                                                        \
@@ -684,12 +703,12 @@ JumpIf: {
     CHECK(x);                                                                       \
     const TulValue* y = READ(ip->c, 2, sc);                                \
     CHECK(y);                                                                       \
-    bool taken;                                                                     \
-    std::int32_t r;                                                                 \
+    int taken;                                                                      \
     if (BOTH_INT(x, y) && intBinary(TOKEN, x->i32(), y->i32(), r)) {                \
       taken = (r != 0) != ((ip->flags & kNegate) != 0);                             \
     } else {                                                                        \
-      CHECK(jumpSlow(code, ip, f, *x, *y, taken));                                  \
+      taken = jumpSlow(code, ip, f, *x, *y);                                        \
+      CHECK(taken >= 0);                                                            \
     }                                                                               \
     FREE_BC();                                                                      \
     if (taken) {                                                                    \
@@ -710,14 +729,15 @@ StepLess: {
   TulValue* i = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
                                                          : globalSlot(ip->b);
   const TulValue* n = READ(ip->c, 2, sc);
-  bool taken;
+  int taken;
   if (i && n && BOTH_INT(i, n)) {
     const std::int32_t next = static_cast<std::int32_t>(static_cast<std::uint32_t>(i->i32()) + 1u);
     i->putInt(next);
     if (limited && !countLoopStep(code, ip, f)) goto failed;
     taken = next < n->i32();
   } else {
-    CHECK(stepLessSlow(code, ip, f, taken));
+    taken = stepLessSlow(code, ip, f);
+    CHECK(taken >= 0);
   }
   if (taken) {
     ip = first + ip->a;
@@ -791,9 +811,9 @@ GetMember: {
     TulVector* data = obj->getMemberData();
     if (site.cls == obj->getClass() && site.epoch == classEpoch_ && site.index >= 0 && data &&
         static_cast<unsigned>(site.index) < data->size()) {
-      TulValue v((*data)[static_cast<unsigned>(site.index)]);
+      // Copied before the temporary holding the object goes.
+      CHECK(storeCopy(code, ip, f, (*data)[static_cast<unsigned>(site.index)]));
       FREE(kFreeB, ip->b);
-      CHECK(store(ip->a, f, std::move(v), code, ip));
       done = true;
     }
   }
@@ -824,9 +844,8 @@ GetIndex: {
       item = e ? &e->value : &kNil;
     }
     if (item) {
-      TulValue v(*item);
+      CHECK(storeCopy(code, ip, f, *item));
       FREE_BC();
-      CHECK(store(ip->a, f, std::move(v), code, ip));
       done = true;
     }
   }
@@ -882,8 +901,8 @@ ReturnNil:
   return Flow::Normal;
 
 ForInNext: {
-  bool more = false;
-  CHECK(forInNext(code, ip, f, more));
+  const int more = forInNext(code, ip, f);
+  CHECK(more >= 0);
   if (!more) {
     ip = first + ip->a;
     DISPATCH();
