@@ -118,6 +118,22 @@ struct Frame {
   }
 };
 
+// Slots of the frame of script function fn called with n arguments (more
+// arguments than its frame holds still get a slot each, for the error).
+inline std::size_t frameSlots(const FunctionDecl& fn, int n) {
+  return static_cast<std::size_t>(n > fn.code.frameSize ? n : fn.code.frameSize);
+}
+
+// The frame of a call of script function fn, which takes over the n
+// arguments at args.
+class CalleeFrame : public SlotFrame {
+ public:
+  CalleeFrame(SlotStack& stack, const FunctionDecl& fn, TulValue* args, int n)
+      : SlotFrame(stack, frameSlots(fn, n)) {
+    for (int i = 0; i < n; ++i) slots()[i] = std::move(args[i]);
+  }
+};
+
 enum class Flow { Normal, Return, Fail };
 
 // e, placed at the frame's file and the line when it has no place yet.

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "script/operations.h"
 #include "script/values.h"
 
 namespace tulscript {
@@ -15,9 +16,8 @@ const char* classNameOf(TulClass* cls) { return tulrt::className(cls); }
 
 std::string quoted(const std::string& name) { return "'" + name + "'"; }
 
-TulString* stringOf(const TulValue& v) { return static_cast<TulString*>(v); }
-
-TulObject* objectOf(const TulValue& v) { return static_cast<TulObject*>(v); }
+using ops::objectOf;
+using ops::stringOf;
 
 }  // namespace
 
@@ -75,7 +75,7 @@ bool Interp::callValue(Frame& f, int line, const TulValue& callee, const TulValu
   if (FunctionObject* fn = functionOf(callee)) {
     if (fn->builtin()) return callBuiltin(f, line, *fn, args, n, out);
     const FunctionDecl& decl = *fn->decl();
-    SlotFrame frame(slotStack_, static_cast<std::size_t>(std::max(decl.code.frameSize, n)));
+    SlotFrame frame(slotStack_, frameSlots(decl, n));
     std::copy(args, args + n, frame.slots());
     return callFunctionInPlace(f, line, decl, frame.slots(), n, out);
   }

@@ -41,7 +41,7 @@ TUL_NOINLINE bool callHook(Interp& in, Frame& f, int line, const TulValue& obj,
   // hook's body reassigns.
   TulClass* owner = h.site.owner;
   const TulValue self(obj);
-  SlotFrame frame(in.slotStack(), static_cast<std::size_t>(std::max(method->code.frameSize, n)));
+  SlotFrame frame(in.slotStack(), frameSlots(*method, n));
   for (int i = 0; i < n; ++i) frame.slots()[i] = args[i];
   return in.callMethodInPlace(f, line, *method, owner, self, frame.slots(), out);
 }

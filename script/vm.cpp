@@ -262,9 +262,8 @@ bool Interp::callFunctionAt(const Code& code, const Ins* ip, Frame& f, const Fun
   if (n > static_cast<int>(fn.params.size())) return tooManyArguments(f, lineAt(code, ip), fn, n);
   TulValue out;
   {
-    SlotFrame frame(slotStack_, static_cast<std::size_t>(std::max(fn.code.frameSize, n)));
+    CalleeFrame frame(slotStack_, fn, args, n);
     TulValue* slots = frame.slots();
-    for (int i = 0; i < n; ++i) slots[i] = std::move(args[i]);
     if (!withinStack()) return stackOverflow(f, lineAt(code, ip));
     ++callDepth_;
     const bool ok = runFrame(fn, slots, nullptr, nullptr, out);
@@ -305,9 +304,8 @@ bool Interp::callTemp(const Code& code, const Ins* ip, Frame& f) {
   FunctionObject* fn = functionOf(*callee);
   if (fn && fn->decl()) {
     const FunctionDecl& decl = *fn->decl();
-    SlotFrame frame(slotStack_, static_cast<std::size_t>(std::max(decl.code.frameSize, n)));
+    CalleeFrame frame(slotStack_, decl, args, n);
     TulValue* slots = frame.slots();
-    for (int i = 0; i < n; ++i) slots[i] = std::move(args[i]);
     dropRef(*callee);  // the declaration lives as long as its program
     ok = callFunctionInPlace(f, info.line, decl, slots, n, out);
   } else {
@@ -366,9 +364,8 @@ bool Interp::method(const Code& code, const Ins* ip, Frame& f) {
   TulValue out;
   bool ok;
   if (fn) {
-    SlotFrame frame(slotStack_, static_cast<std::size_t>(std::max(fn->code.frameSize, n)));
+    CalleeFrame frame(slotStack_, *fn, args, n);
     TulValue* slots = frame.slots();
-    for (int i = 0; i < n; ++i) slots[i] = std::move(args[i]);
     ok = callMethodInPlace(f, info.line, *fn, e.cache.owner, *obj, slots, out);
   } else {
     ok = ops::callNamed(*this, f, info.line, *obj, e.name, args, n, out);
