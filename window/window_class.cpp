@@ -7,7 +7,9 @@ HINSTANCE gModuleInstance = nullptr;
 TulObject* gPendingCreateWindow = nullptr;  // borrowed, like the registry's
 
 constexpr UINT kClassStyle = CS_HREDRAW | CS_VREDRAW;
-constexpr int kBackground = COLOR_WINDOW + 1;
+// A class brush value is a system colour plus one: the windows of this class
+// erase in the colour of inactive borders unless given a brush of their own.
+constexpr int kBackground = COLOR_INACTIVEBORDER + 1;
 
 }  // namespace
 
