@@ -210,25 +210,37 @@ TulString* TulInterpreter::getStringFromValueExtern(TulValue& v) {
   return static_cast<TulString*>(v);
 }
 
+namespace {
+
+// The answer of a call that native code made: a failure is told to the host
+// before the native code sees it.
+bool nativeCallAnswer(Machine::Impl& m, bool ok) {
+  if (!ok && m.nativeCallFailureHandler) m.nativeCallFailureHandler(m.error);
+  return ok;
+}
+
+}  // namespace
+
 bool TulInterpreter::createObject(TulValue& out, const TulString& className,
                                   TulVector* args) {
   Machine::Impl& m = implOf(this);
   TulClass* cls = m.self->findClass(className.c_str());
-  if (!cls) return report(&m, std::string("Class ") + className.c_str() + " not found");
+  if (!cls)
+    return nativeCallAnswer(m, report(&m, std::string("Class ") + className.c_str() + " not found"));
   const bool hasArgs = args && args->size();
-  return tulrt::detail::construct(m, out, cls, hasArgs ? args->data() : nullptr,
-                                  hasArgs ? static_cast<int>(args->size()) : 0);
+  return nativeCallAnswer(m, tulrt::detail::construct(m, out, cls, hasArgs ? args->data() : nullptr,
+                                                      hasArgs ? static_cast<int>(args->size()) : 0));
 }
 
 bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, const char* name,
                                   TulVector* args) {
   Machine::Impl& m = implOf(this);
-  if (!obj) return report(&m, "invalid object");
+  if (!obj) return nativeCallAnswer(m, report(&m, "invalid object"));
   const TulValue self(obj);
   const bool hasArgs = args && args->size();
-  return m.self->interp().call(result, obj->getClass(), name, &self,
-                               hasArgs ? args->data() : nullptr,
-                               hasArgs ? static_cast<int>(args->size()) : 0);
+  return nativeCallAnswer(m, m.self->interp().call(result, obj->getClass(), name, &self,
+                                                   hasArgs ? args->data() : nullptr,
+                                                   hasArgs ? static_cast<int>(args->size()) : 0));
 }
 
 // --- Interpreter: the runtime's own face ------------------------------------
@@ -287,6 +299,10 @@ bool Interpreter::construct(TulValue& out, TulClass* cls,
 // An empty handler brings back the default (printing to stderr).
 void Interpreter::setDtorErrorHandler(std::function<void(const ErrorRecord&)> handler) {
   implOf(this).dtorErrorHandler = std::move(handler);
+}
+
+void Interpreter::setNativeCallFailureHandler(std::function<void(const ErrorRecord&)> handler) {
+  implOf(this).nativeCallFailureHandler = std::move(handler);
 }
 
 int Interpreter::callDepth() const { return implOf(this).depth; }

@@ -43,6 +43,7 @@ struct Machine::Impl {
   // be broken without calling into script code again.
   bool dtorsEnabled = true;
   std::function<void(const ErrorRecord&)> dtorErrorHandler;  // empty: stderr
+  std::function<void(const ErrorRecord&)> nativeCallFailureHandler;  // empty: none
   // Objects of this machine's classes that are alive (not owned from here).
   std::unordered_set<TulObject*> objects;
   Impl* prevLive = nullptr;  // the thread's list of live machines

@@ -100,6 +100,13 @@ class TUL_API Interpreter : public TulInterpreter {
   // Where errors of `dtor` methods go (they are never thrown); the default
   // prints them to stderr.
   void setDtorErrorHandler(std::function<void(const ErrorRecord&)> handler);
+  // Told when a call that native code made through the interpreter
+  // (invokeMember, createObject) has failed, with the error standing. Native
+  // code may answer for such a failure and go on (a window procedure answers
+  // the system with default processing); the error has been raised all the
+  // same, and a host uses this to raise it where control returns to the
+  // script. Empty: nothing is told.
+  void setNativeCallFailureHandler(std::function<void(const ErrorRecord&)> handler);
 
   // Current depth of nested calls and used stack slots.
   int callDepth() const;

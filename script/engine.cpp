@@ -83,6 +83,28 @@ bool sameRecord(const tulrt::ErrorRecord& a, const tulrt::ErrorRecord& b) {
          a.expected == b.expected;
 }
 
+// Raises an error (a ScriptError or the runtime's record of one) in the
+// runtime, as its own report.
+template <class Error>
+void raiseOnHost(tulrt::Interpreter& host, const Error& e) {
+  if (e.typeError)
+    host.badType(e.actual, e.expected);
+  else
+    host.returnError(e.message.c_str(), e.hasDetail ? e.detail.c_str() : nullptr);
+}
+
+// The runtime's record as a script error, without a place yet.
+ScriptError fromRecord(const tulrt::ErrorRecord& r) {
+  ScriptError e;
+  e.message = r.message;
+  e.hasDetail = r.hasDetail;
+  e.detail = r.detail;
+  e.typeError = r.typeError;
+  e.actual = r.actual;
+  e.expected = r.expected;
+  return e;
+}
+
 }  // namespace
 
 // An error raised by host code has no place of its own in a script: it is
@@ -123,6 +145,8 @@ Interp::Interp(const EngineOptions& options)
       stackBudget_(options.stackBudget ? options.stackBudget : defaultStackBudget()) {
   vm_->interp().setDtorErrorHandler(
       [this](const tulrt::ErrorRecord& e) { reportDtorError(e); });
+  vm_->interp().setNativeCallFailureHandler(
+      [this](const tulrt::ErrorRecord& e) { keepNativeCallFailure(e); });
   defineBuiltins();
   setArgs({});
 }
@@ -205,14 +229,9 @@ bool Interp::failFromHost(const Frame& f, int line) {
     // record).
     e = placedAt(forwarded_, f, line);
   } else {
-    e.file = f.program ? f.program->fileName : std::string();
-    e.line = line;
-    e.message = r.set ? r.message : "a native call failed without reporting an error";
-    e.hasDetail = r.hasDetail;
-    e.detail = r.detail;
-    e.typeError = r.typeError;
-    e.actual = r.actual;
-    e.expected = r.expected;
+    e = fromRecord(r);
+    if (!r.set) e.message = "a native call failed without reporting an error";
+    e = placedAt(std::move(e), f, line);
   }
   haveForwarded_ = false;
   host.clearError();
@@ -233,22 +252,40 @@ void Interp::forwardToHost() {
   // the first is the cause, and it stays the one that surfaces.
   if (haveForwarded_) {
     stop_ = StopKind::None;
-    const tulrt::ErrorRecord first = forwardedRecord_;
-    if (first.typeError)
-      host.badType(first.actual, first.expected);
-    else
-      host.returnError(first.message.c_str(), first.hasDetail ? first.detail.c_str() : nullptr);
-    forwardedRecord_ = host.lastError();
+    reraiseFirstForwarded();
     return;
   }
-  if (error_.typeError)
-    host.badType(error_.actual, error_.expected);
-  else
-    host.returnError(error_.message.c_str(), error_.hasDetail ? error_.detail.c_str() : nullptr);
+  raiseOnHost(host, error_);
   forwarded_ = error_;
   forwardedRecord_ = host.lastError();
   haveForwarded_ = true;
   stop_ = StopKind::None;
+}
+
+// A call that native code made into the runtime failed. A script method that
+// failed further in has forwarded its error already; any other failure (no
+// such method, a frame the method cannot take, a native method's own report)
+// is kept the same way, so that it surfaces where control returns to the
+// script even when the native code answers for it and goes on, as a window
+// procedure does. The first failure stays the one that surfaces.
+void Interp::keepNativeCallFailure(const tulrt::ErrorRecord& r) {
+  if (stopping() || !r.set) return;
+  if (haveForwarded_) {
+    if (!sameRecord(r, forwardedRecord_)) reraiseFirstForwarded();
+    return;
+  }
+  forwarded_ = fromRecord(r);
+  forwardedRecord_ = r;
+  haveForwarded_ = true;
+}
+
+// The runtime's record shows the first forwarded error again: a later
+// failure under the same native call is its consequence.
+void Interp::reraiseFirstForwarded() {
+  tulrt::Interpreter& host = vm_->interp();
+  const tulrt::ErrorRecord first = forwardedRecord_;
+  raiseOnHost(host, first);
+  forwardedRecord_ = host.lastError();
 }
 
 Interp::Forwarded Interp::enterNativeCall() {

@@ -436,6 +436,8 @@ class Interp : public GlobalNames {
   TUL_NOINLINE bool methodsTooDeep(const Frame& f, int line);
   TUL_NOINLINE void resolveMethodSlow(SiteCache& site, TulClass* cls, const std::string& name);
   void forwardToHost();
+  void keepNativeCallFailure(const tulrt::ErrorRecord& r);
+  void reraiseFirstForwarded();
   bool sameAsForwarded(const tulrt::ErrorRecord& r) const;
   std::shared_ptr<Program> loadProgram(const std::string& path, const std::string& shown,
                                        const std::string* source, int& status);
