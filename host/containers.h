@@ -8,6 +8,29 @@
 
 #include "host/value.h"
 
+// Links every live string and buffer into one process-wide list, so that an
+// address a script holds can be traced back to the storage that holds it
+// (tulStorageHolding). Each string and buffer has one, made with it.
+class TUL_API TulStorageLink {
+ public:
+  enum class Kind : unsigned char { String, Buffer, CharBuffer };
+
+  TulStorageLink(TulRefObject* owner, Kind kind);
+  ~TulStorageLink();
+  TulStorageLink(const TulStorageLink&) = delete;
+  TulStorageLink& operator=(const TulStorageLink&) = delete;
+
+  TulRefObject* owner() const { return owner_; }
+  Kind kind() const { return kind_; }
+  const TulStorageLink* next() const { return next_; }
+
+ private:
+  TulRefObject* owner_;
+  TulStorageLink* prev_;
+  TulStorageLink* next_;
+  Kind kind_;
+};
+
 // A byte string in the ANSI code page with its own length; its characters are
 // always followed by a zero byte.
 class TUL_API TulString : public TulRefObject {
@@ -72,6 +95,7 @@ class TUL_API TulString : public TulRefObject {
   unsigned len_;
   unsigned cap_;
   mutable std::uint16_t* wide_;  // cache of the UTF-16 form
+  TulStorageLink link_{this, TulStorageLink::Kind::String};
 };
 
 // A growable byte array. New bytes from setSize are zero.
@@ -100,6 +124,7 @@ class TUL_API TulBuffer : public TulRefObject {
   unsigned char* data_;
   unsigned size_;
   unsigned cap_;
+  TulStorageLink link_{this, TulStorageLink::Kind::Buffer};
 };
 
 // A growable character array with a NUL-terminated view: there is always a
@@ -127,7 +152,24 @@ class TUL_API TulCharBuffer : public TulRefObject {
   char* data_;  // cap_ + 1 bytes, the last always zero
   unsigned size_;
   unsigned cap_;
+  TulStorageLink link_{this, TulStorageLink::Kind::CharBuffer};
 };
+
+// The bytes a string's or buffer's storage holds now: a string's characters
+// (not its terminating zero), a byte buffer's bytes, a character buffer's
+// whole capacity. Null and 0 for any other value.
+struct TulBytes {
+  unsigned char* data;
+  unsigned size;
+};
+TUL_API TulBytes tulStorageBytes(const TulValue& v);
+
+// The live string or buffer whose storage (as tulStorageBytes gives it)
+// holds all of the size bytes at address, as a value that keeps it alive
+// while the value lives; nil when none does. Only strings and buffers that a
+// value or handle holds count. The memory at the address is never read, so
+// any number may be asked about.
+TUL_API TulValue tulStorageHolding(std::uintptr_t address, unsigned size);
 
 // An ordered sequence of values in contiguous storage.
 class TUL_API TulVector : public TulRefObject {

@@ -123,48 +123,48 @@ constexpr UINT kBarMask = SIF_RANGE | SIF_PAGE | SIF_POS | SIF_DISABLENOSCROLL;
 constexpr UINT kAllWindowFlags = SW_SCROLLCHILDREN | SW_INVALIDATE | SW_ERASE;
 
 // Two or four 32-bit integers at an address a script-level ptr gave. The
-// address is trusted only inside a buffer the object holds (its structure),
-// and that buffer is held while the method runs, so the address stays valid
-// memory even if a script called meanwhile gives the object another one.
+// address is honoured inside any string or buffer the host owns (the
+// object's own structure, another object's, a Struct's image, a string's
+// characters) with room for the integers; the storage is held while the
+// method runs, and read at its offset afresh each time, since a script
+// called meanwhile may grow or shrink it. An integer that no longer fits
+// reads as 0 and is not written.
 struct Structure {
-  TulValue object;
-  TulValue image;
-  unsigned char* bytes = nullptr;
+  TulValue storage;
+  unsigned offset = 0;
 
   std::int32_t at(int i) const {
-    std::int32_t v;
-    std::memcpy(&v, bytes + 4 * i, sizeof v);
+    std::int32_t v = 0;
+    if (unsigned char* p = field(i)) std::memcpy(&v, p, sizeof v);
     return v;
   }
-  void set(int i, std::int32_t v) { std::memcpy(bytes + 4 * i, &v, sizeof v); }
+  void set(int i, std::int32_t v) {
+    if (unsigned char* p = field(i)) std::memcpy(p, &v, sizeof v);
+  }
+
+ private:
+  unsigned char* field(int i) const {
+    const TulBytes bytes = tulStorageBytes(storage);
+    const unsigned at = offset + 4u * static_cast<unsigned>(i);
+    return at <= bytes.size && bytes.size - at >= 4 ? bytes.data + at : nullptr;
+  }
 };
 
 enum class Got { Yes, NoObject, ZeroAddress, Failed };
 
-// The buffer member of obj that holds [address, address + size), or nil.
-TulValue bufferHolding(TulObject* obj, const unsigned char* address, unsigned size) {
-  TulVector* members = obj->getMemberData();
-  for (unsigned i = 0; members && i < members->size(); ++i) {
-    TulBuffer* b = static_cast<TulBuffer*>((*members)[i]);
-    if (b && address >= b->data() && address + size <= b->data() + b->size())
-      return (*members)[i];
-  }
-  return TulValue();
-}
-
 // The structure of obj (size bytes) through its script-level ptr. An address
-// that lies in none of the object's own buffers counts as no address.
+// that lies in no live string or buffer, or without room for the structure,
+// counts as no address.
 Got structureOf(Frame& f, const TulValue& obj, unsigned size, Structure& out) {
   TulObject* o = static_cast<TulObject*>(obj);
   if (!o) return Got::NoObject;
-  out.object = obj;
   TulValue address;
   if (!invokeScript(f.interp(), address, o, "ptr")) return Got::Failed;
-  auto* bytes = static_cast<unsigned char*>(toPointer(static_cast<int>(address)));
-  if (!bytes) return Got::ZeroAddress;
-  out.image = bufferHolding(o, bytes, size);
-  if (out.image.type() != TulValueType::Buffer) return Got::ZeroAddress;
-  out.bytes = bytes;
+  const auto at = static_cast<std::uintptr_t>(static_cast<std::uint32_t>(static_cast<int>(address)));
+  if (!at) return Got::ZeroAddress;
+  out.storage = tulStorageHolding(at, size);
+  if (out.storage.type() == TulValueType::Nil) return Got::ZeroAddress;
+  out.offset = static_cast<unsigned>(at - reinterpret_cast<std::uintptr_t>(tulStorageBytes(out.storage).data));
   return Got::Yes;
 }
 
