@@ -1,6 +1,6 @@
 # Per-target settings shared by every target of the tree: the language level,
-# warnings (as errors) and the optional sanitizers. Nothing here edits the
-# global flags.
+# warnings (as errors), floating point and the optional sanitizers. Nothing
+# here edits the global flags.
 option(SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 
 function(tul_target_defaults target)
@@ -9,6 +9,15 @@ function(tul_target_defaults target)
     COMPILE_WARNING_AS_ERROR ON)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow
     -Wconversion)
+  # Doubles and floats are computed in SSE2 registers, so each operation
+  # rounds once to the type's own precision as the platform's double does.
+  # On the x87 unit an intermediate keeps 64 bits of mantissa and is
+  # rounded again when stored, which moves results by an ulp, or keeps the
+  # extra bits outright (145 / 500 * 800 truncates to 232, not 231). Doubles
+  # are still returned in st(0), as the 32-bit calling convention requires.
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i[3-6]86|x86)$")
+    target_compile_options(${target} PRIVATE -msse2 -mfpmath=sse)
+  endif()
   if(SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=address,undefined
       -fno-sanitize-recover=undefined -fno-omit-frame-pointer)

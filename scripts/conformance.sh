@@ -2,10 +2,11 @@
 # Wine's user32 conformance tests run against the Win32 layer. The tests come
 # from Debian bookworm's wine source package, fetched at run time with a
 # private apt configuration (its own sources list, lists and cache under
-# build/conformance) and never kept in the repository. Each chosen file is
-# built -m32 as C against the layer's headers with the project's own check
-# macros (tests/conformance/winetest.h, harness.c); functions the layer does
-# not export are linked to generated stubs failing with
+# build/conformance; the mirror is the machine's own, scripts/apt-mirror.sh)
+# and never kept in the repository. Each chosen file is built -m32 as C
+# against the layer's headers with the project's own check macros
+# (tests/conformance/winetest.h, harness.c); functions the layer does not
+# export are linked to generated stubs failing with
 # ERROR_CALL_NOT_IMPLEMENTED; the test functions listed in skipped.txt are
 # left out of each file's entry. Each file runs under the i386 emulator with
 # a time limit, and its failures are compared with expected-failures.txt.
@@ -28,6 +29,7 @@ limit=${CONFORMANCE_TIME_LIMIT:-120}
 
 skip() { echo "conformance: skipped: $*"; exit 0; }
 die() { echo "conformance: $*"; exit 1; }
+. "$root/scripts/apt-mirror.sh"
 
 list=0
 if [ "${1:-}" = --list ]; then list=1; shift; fi
@@ -40,7 +42,9 @@ fetch() {
   local A=$D/apt
   mkdir -p "$A/state/lists/partial" "$A/cache/archives/partial" "$A/etc" "$D/src"
   touch "$A/state/status"
-  echo 'deb-src http://deb.debian.org/debian bookworm main' >"$A/etc/sources.list"
+  local mirror
+  mirror=$(apt_mirror) || skip "$mirror"
+  echo "deb-src $mirror bookworm main" >"$A/etc/sources.list"
   local O=(-o "Dir::Etc::sourcelist=$A/etc/sources.list" -o Dir::Etc::sourceparts=/nonexistent
            -o "Dir::State=$A/state" -o "Dir::State::status=$A/state/status" -o "Dir::Cache=$A/cache")
   command -v apt-get >/dev/null || skip "apt-get is missing"

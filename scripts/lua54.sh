@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Lua 5.4, the peer interpreter of the benchmarks: built -m32 from Debian
 # bookworm's source package, which is fetched with a private apt
-# configuration (its own sources list, lists and cache under build/lua54),
-# leaving the machine's apt set-up alone. Only the interpreter is built: the
-# core, the standard library and lua.c, without readline.
+# configuration (its own sources list, lists and cache under build/lua54;
+# the mirror is the machine's own, scripts/apt-mirror.sh), leaving the
+# machine's apt set-up alone. Only the interpreter is built: the core, the
+# standard library and lua.c, without readline.
 #
 #   lua54.sh   prints the interpreter's path (building it when needed); when
 #              it cannot be had, prints the reason and exits 1
@@ -13,13 +14,15 @@ D=$PWD/build/lua54
 lua=$D/lua
 
 fail() { echo "$*"; exit 1; }
+. scripts/apt-mirror.sh
 
 [ -x "$lua" ] && { echo "$lua"; exit 0; }
 
 A=$D/apt
 mkdir -p "$A/state/lists/partial" "$A/cache/archives/partial" "$A/etc"
 touch "$A/state/status"
-echo 'deb-src http://deb.debian.org/debian bookworm main' >"$A/etc/sources.list"
+mirror=$(apt_mirror) || fail "$mirror"
+echo "deb-src $mirror bookworm main" >"$A/etc/sources.list"
 O=(-o "Dir::Etc::sourcelist=$A/etc/sources.list" -o Dir::Etc::sourceparts=/nonexistent
    -o "Dir::State=$A/state" -o "Dir::State::status=$A/state/status" -o "Dir::Cache=$A/cache")
 apt-get "${O[@]}" update -qq >"$D/apt.log" 2>&1 ||

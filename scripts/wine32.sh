@@ -2,8 +2,9 @@
 # 32-bit Wine on a machine that cannot run 32-bit code natively: every Wine
 # process is started through qemu-user. Debian's wine32 provides the 32-bit
 # loader and DLLs; qemu-user 10 (Debian trixie's static build, fetched with a
-# private apt configuration) starts a Wine process in well under a second,
-# where bookworm's qemu 7.2 takes about 45 s.
+# private apt configuration from the machine's own mirror, apt-mirror.sh)
+# starts a Wine process in well under a second, where bookworm's qemu 7.2
+# takes about 45 s.
 #
 #   wine32.sh setup             install and prepare (idempotent); exit 1 with
 #                               a reason on stdout when it cannot
@@ -15,6 +16,7 @@
 # <its directory>/wineserver, so those two names in the wrapper directory are
 # small scripts that start the real loader and the 32-bit server under qemu.
 set -u
+. "$(dirname "${BASH_SOURCE[0]}")/apt-mirror.sh"
 LAB=${LAB:-$HOME/.wine32lab}
 W=$LAB/wl
 export WINEPREFIX=$LAB/pfx WINEDEBUG=-all WINEDLLOVERRIDES="winemenubuilder.exe=d;mscoree=;mshtml="
@@ -31,12 +33,14 @@ install_packages() {
   DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $pkgs >/dev/null 2>&1
 }
 
+# Prints the reason when the mirror is unknown; apt's own output is dropped.
 fetch_qemu10() {
   [ -x "$LAB/q10/usr/bin/qemu-i386" ] && return 0
-  local A=$LAB/apt
+  local A=$LAB/apt mirror
+  mirror=$(apt_mirror) || { echo "$mirror"; return 1; }
   mkdir -p "$A/state/lists/partial" "$A/cache/archives/partial" "$A/etc"
   touch "$A/state/status"
-  echo 'deb http://deb.debian.org/debian trixie main' >"$A/etc/sources.list"
+  echo "deb $mirror trixie main" >"$A/etc/sources.list"
   local O="-o Dir::Etc::sourcelist=$A/etc/sources.list -o Dir::Etc::sourceparts=/nonexistent"
   O="$O -o Dir::State=$A/state -o Dir::State::status=$A/state/status -o Dir::Cache=$A/cache"
   O="$O -o APT::Architectures::=amd64"
@@ -54,7 +58,8 @@ setup() {
     install_packages || { echo "wine32 could not be installed"; return 1; }
   fi
   [ -x /usr/lib/wine/wineserver32 ] || { echo "wine32 has no 32-bit server"; return 1; }
-  fetch_qemu10 || { echo "qemu-user 10 could not be fetched"; return 1; }
+  local why
+  why=$(fetch_qemu10) || { echo "qemu-user 10 could not be fetched${why:+: $why}"; return 1; }
   mkdir -p "$W/lib/wine" "$W/share"
   cp /usr/lib/wine/wine "$W/lib/wine/wine.elf"
   ln -sfn /usr/lib/i386-linux-gnu "$W/lib/i386-linux-gnu"
