@@ -62,12 +62,16 @@ void buttonClicked(HWND hwnd) {
 
 void paintButton(HWND hwnd) {
   Window* w = findWindow(hwnd);
+  if (!w) return;
+  UINT type = static_cast<UINT>(w->style & BS_TYPEMASK);
   PAINTSTRUCT ps;
   HDC dc = BeginPaint(hwnd, &ps);
-  HBRUSH background = askParentForBrush(hwnd, dc, WM_CTLCOLORBTN);
+  // Check boxes and radio buttons stand on their parent's background, which
+  // they ask for as a static control does; push buttons ask WM_CTLCOLORBTN.
+  HBRUSH background =
+      askParentForBrush(hwnd, dc, isCheckType(type) ? WM_CTLCOLORSTATIC : WM_CTLCOLORBTN);
   if (!(w = findWindow(hwnd))) return;
   RECT r = clientRectOf(*w);
-  UINT type = static_cast<UINT>(w->style & BS_TYPEMASK);
   SetBkMode(dc, TRANSPARENT);
   SetTextColor(dc, sysColor(COLOR_BTNTEXT));
   if (isCheckType(type)) {
