@@ -1455,6 +1455,14 @@ TUL_WIN32_API HICON WINAPI LoadIconA(HINSTANCE hInstance, LPCSTR lpIconName);
 TUL_WIN32_API HCURSOR WINAPI SetCursor(HCURSOR hCursor);
 TUL_WIN32_API BOOL WINAPI MessageBeep(UINT uType);
 
+/* user32: the caret */
+TUL_WIN32_API BOOL WINAPI CreateCaret(HWND hWnd, HBITMAP hBitmap, int nWidth, int nHeight);
+TUL_WIN32_API BOOL WINAPI DestroyCaret(void);
+TUL_WIN32_API BOOL WINAPI ShowCaret(HWND hWnd);
+TUL_WIN32_API BOOL WINAPI HideCaret(HWND hWnd);
+TUL_WIN32_API BOOL WINAPI SetCaretPos(int X, int Y);
+TUL_WIN32_API BOOL WINAPI GetCaretPos(LPPOINT lpPoint);
+
 /* user32: messages */
 TUL_WIN32_API LRESULT WINAPI SendMessageA(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam);
 TUL_WIN32_API BOOL WINAPI PostMessageA(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam);
