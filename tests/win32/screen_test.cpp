@@ -1,6 +1,6 @@
 // Pixels: what erasing, GDI drawing and scrolling leave in a window, how
-// clipping keeps windows apart, how the screen is composed, and that a
-// screenshot is a PNG that decodes to those pixels.
+// clipping keeps windows apart, how the screen is composed, where the caret
+// shows, and that a screenshot is a PNG that decodes to those pixels.
 #include "tests/win32/layer_test.h"
 
 #include <cstdio>
@@ -255,6 +255,60 @@ TEST_F(Screen, ScreenshotIsAPngOfTheScreen) {
   };
   EXPECT_EQ(at(15, 25), kRed);
   EXPECT_EQ(at(600, 600), GetSysColor(COLOR_DESKTOP));
+  DestroyWindow(h);
+}
+
+// Whether the screen shows the caret over each pixel of the column x, rows
+// top..top+9, of the edit's client area: there the program's pixels
+// (GetPixel) are inverted; anywhere else they show as drawn.
+bool caretShowsAt(HWND edit, int x, int top) {
+  HDC dc = GetDC(edit);
+  bool shows = true;
+  for (int y = top; y < top + 10; ++y)
+    shows = shows && win32sim::pixel(edit, x, y) == (~GetPixel(dc, x, y) & 0xFFFFFF);
+  ReleaseDC(edit, dc);
+  return shows;
+}
+
+TEST_F(Screen, TheEditCaretStandsAfterTheCharacterBeforeItOnItsLine) {
+  HWND h = layertest::createMain();
+  HWND e = CreateWindowExA(0, "EDIT", "", WS_CHILD | WS_VISIBLE | ES_MULTILINE, 10, 10, 200, 80,
+                           h, NULL, NULL, NULL);
+  SetFocus(e);
+  win32sim::typeText("ab");
+  win32sim::pressKey(VK_RETURN);
+  win32sim::typeText("cde");
+  layertest::pumpAll();
+  // Column c of line l starts at (1 + 6c, 1 + 10l): a 1-pixel margin, then
+  // 6x10 character cells.
+  struct Step {
+    int key;  // pressed before looking; 0 for none
+    int line, column;
+  };
+  const Step steps[] = {
+      {0, 1, 3},        // after typing: the end of the last line
+      {VK_HOME, 1, 0},  {VK_LEFT, 0, 2},  // over the line break at once
+      {VK_RIGHT, 1, 0}, {VK_END, 1, 3},   {VK_UP, 0, 2},  // line 0 is shorter
+      {VK_DOWN, 1, 2},
+  };
+  for (const Step& s : steps) {
+    if (s.key) win32sim::pressKey(s.key);
+    layertest::pumpAll();
+    int x = 1 + 6 * s.column, top = 1 + 10 * s.line;
+    POINT at{-1, -1};
+    GetCaretPos(&at);
+    EXPECT_EQ(at.x, x) << "key " << s.key;
+    EXPECT_EQ(at.y, top) << "key " << s.key;
+    EXPECT_TRUE(caretShowsAt(e, x, top)) << "key " << s.key;
+    // Never on line 0 as many cells along as the text has characters.
+    EXPECT_FALSE(caretShowsAt(e, 1 + 6 * 7, 1)) << "key " << s.key;
+  }
+  HideCaret(e);
+  EXPECT_FALSE(caretShowsAt(e, 1 + 6 * 2, 11)) << "hidden";
+  ShowCaret(e);
+  EXPECT_TRUE(caretShowsAt(e, 1 + 6 * 2, 11)) << "shown again";
+  SetFocus(h);
+  EXPECT_FALSE(caretShowsAt(e, 1 + 6 * 2, 11)) << "the focus went, and the caret with it";
   DestroyWindow(h);
 }
 

@@ -89,11 +89,12 @@ TUL_WIN32_API void forgetFileDialogs();
 
 // ---- Screen ----
 
-// The colour of a point of hwnd's client area as last drawn, or CLR_INVALID
-// outside it or for an invalid window.
+// The colour of a point of hwnd's client area as last drawn, inverted where
+// the shown caret covers it; CLR_INVALID outside the area or for an invalid
+// window.
 TUL_WIN32_API COLORREF pixel(HWND hwnd, int x, int y);
 // The colour of a screen point with all visible windows composed on the
-// desktop; CLR_INVALID outside the screen.
+// desktop, and the shown caret over them; CLR_INVALID outside the screen.
 TUL_WIN32_API COLORREF screenPixel(int x, int y);
 // Writes the whole screen as an RGB PNG; false if the file cannot be written.
 TUL_WIN32_API bool saveScreenshot(const std::string& path);

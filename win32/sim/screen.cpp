@@ -1,7 +1,8 @@
 // The simulated screen and the layer's counters: pixels of windows, the
 // composed desktop, screenshots, live-object counts and the clock.
 // Invariant: the screen is composed on demand from the top-level surfaces,
-// bottom of the z-order first, so it always shows the latest pixels.
+// bottom of the z-order first, so it always shows the latest pixels; the
+// shown caret inverts what lies under it there, never in the surfaces.
 #include <win32sim.h>
 
 #include "kernel/kernel.h"
@@ -23,11 +24,20 @@ std::vector<Window*> shownTopLevels() {
   return out;
 }
 
+COLORREF inverted(COLORREF c) { return c == CLR_INVALID ? c : (~c & 0xFFFFFF); }
+
+// A pixel of a top-level window's surface as the screen shows it.
+COLORREF shownPixel(const Window& top, const Region& caret, int x, int y) {
+  COLORREF c = top.surface->get(x, y);
+  return caret.contains(x, y) ? inverted(c) : c;
+}
+
 COLORREF composedPixel(int x, int y) {
   std::vector<Window*> tops = shownTopLevels();
   for (auto it = tops.rbegin(); it != tops.rend(); ++it) {
     RECT r = windowRectOnScreen(**it);
-    if (pointInRect(r, x, y)) return (*it)->surface->get(x - r.left, y - r.top);
+    if (pointInRect(r, x, y))
+      return shownPixel(**it, shownCaretArea(**it), x - r.left, y - r.top);
   }
   return desktopWindow().surface->get(x, y);
 }
@@ -47,7 +57,8 @@ COLORREF pixel(HWND hwnd, int x, int y) {
   Window& top = topLevelOf(*w);
   if (!top.surface) return CLR_INVALID;
   Painter p = painterFor(*w, false);
-  return top.surface->get(static_cast<int>(p.origin.x) + x, static_cast<int>(p.origin.y) + y);
+  return shownPixel(top, shownCaretArea(top), static_cast<int>(p.origin.x) + x,
+                    static_cast<int>(p.origin.y) + y);
 }
 
 COLORREF screenPixel(int x, int y) {
@@ -69,10 +80,12 @@ bool saveScreenshot(const std::string& path) {
   for (Window* w : shownTopLevels()) {
     RECT full = windowRectOnScreen(*w);
     RECT r = intersectRects(full, makeRect(0, 0, kScreenWidth, kScreenHeight));
+    Region caret = shownCaretArea(*w);
     for (LONG y = r.top; y < r.bottom; ++y)
       for (LONG x = r.left; x < r.right; ++x)
         put(static_cast<int>(x), static_cast<int>(y),
-            w->surface->get(static_cast<int>(x - full.left), static_cast<int>(y - full.top)));
+            shownPixel(*w, caret, static_cast<int>(x - full.left),
+                       static_cast<int>(y - full.top)));
   }
   return writeFile(path, encodePng(kScreenWidth, kScreenHeight, rgb));
 }

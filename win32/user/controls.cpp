@@ -62,12 +62,16 @@ void buttonClicked(HWND hwnd) {
 
 void paintButton(HWND hwnd) {
   Window* w = findWindow(hwnd);
+  if (!w) return;
+  UINT type = static_cast<UINT>(w->style & BS_TYPEMASK);
   PAINTSTRUCT ps;
   HDC dc = BeginPaint(hwnd, &ps);
-  HBRUSH background = askParentForBrush(hwnd, dc, WM_CTLCOLORBTN);
+  // Check boxes and radio buttons stand on their parent's background, which
+  // they ask for as a static control does; push buttons ask WM_CTLCOLORBTN.
+  HBRUSH background =
+      askParentForBrush(hwnd, dc, isCheckType(type) ? WM_CTLCOLORSTATIC : WM_CTLCOLORBTN);
   if (!(w = findWindow(hwnd))) return;
   RECT r = clientRectOf(*w);
-  UINT type = static_cast<UINT>(w->style & BS_TYPEMASK);
   SetBkMode(dc, TRANSPARENT);
   SetTextColor(dc, sysColor(COLOR_BTNTEXT));
   if (isCheckType(type)) {
@@ -222,13 +226,83 @@ LRESULT CALLBACK staticProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 
 bool singleLine(const Window& w) { return !(w.style & ES_MULTILINE); }
 
+constexpr int kEditMargin = 1;  // pixels between the client edge and the text
+
+// A line of an edit control's text: where it starts and how many characters
+// it shows (its line break not counted).
+struct EditLine {
+  DWORD start;
+  DWORD length;
+};
+
+// A single-line control shows one line; a multi-line one breaks the text
+// after each "\r\n", as the system's edit control does (a lone '\r' or '\n'
+// is a character of its line). There is no word wrapping.
+std::vector<EditLine> editLines(const Window& w) {
+  std::vector<EditLine> lines;
+  const std::string& t = w.text;
+  DWORD start = 0;
+  if (!singleLine(w)) {
+    for (DWORD i = 0; i + 1 < t.size(); ++i) {
+      if (t[i] != '\r' || t[i + 1] != '\n') continue;
+      lines.push_back(EditLine{start, i - start});
+      start = i + 2;
+      ++i;
+    }
+  }
+  lines.push_back(EditLine{start, static_cast<DWORD>(t.size()) - start});
+  return lines;
+}
+
+// The line holding character index pos; the end of the text is on the last.
+size_t lineOf(const std::vector<EditLine>& lines, DWORD pos) {
+  size_t i = 0;
+  while (i + 1 < lines.size() && lines[i + 1].start <= pos) ++i;
+  return i;
+}
+
+// Where the caret stands before character index pos, in client coordinates:
+// after the characters before it on its line. A place inside a line break is
+// the end of its line.
+POINT editCharPos(const std::vector<EditLine>& lines, DWORD pos) {
+  size_t line = lineOf(lines, pos);
+  DWORD column = std::min(pos - lines[line].start, lines[line].length);
+  return POINT{kEditMargin + static_cast<LONG>(column) * kCharWidth,
+               kEditMargin + static_cast<LONG>(line) * kCharHeight};
+}
+
+bool lineBreakAt(const std::string& t, DWORD pos) {
+  return pos + 1 < t.size() && t[pos] == '\r' && t[pos + 1] == '\n';
+}
+
+// The characters a caret step or a deletion from pos takes: a multi-line
+// control's line break goes as one.
+DWORD stepBack(const Window& w, DWORD pos) {
+  if (pos == 0) return 0;
+  return !singleLine(w) && pos >= 2 && lineBreakAt(w.text, pos - 2) ? 2 : 1;
+}
+DWORD stepForward(const Window& w, DWORD pos) {
+  if (pos >= w.text.size()) return 0;
+  return !singleLine(w) && lineBreakAt(w.text, pos) ? 2 : 1;
+}
+
 void normaliseSelection(Window& w) {
   DWORD len = static_cast<DWORD>(w.text.size());
   w.ctl.selStart = std::min(w.ctl.selStart, len);
   w.ctl.selEnd = std::min(w.ctl.selEnd, len);
 }
 
+// Moves the caret, when the control has it, to where the selection ends.
+void placeCaret(HWND hwnd) {
+  Window* w = findWindow(hwnd);
+  if (!w || GetFocus() != hwnd) return;
+  normaliseSelection(*w);
+  POINT at = editCharPos(editLines(*w), w->ctl.selEnd);
+  SetCaretPos(at.x, at.y);
+}
+
 void editChanged(HWND hwnd) {
+  placeCaret(hwnd);
   InvalidateRect(hwnd, nullptr, TRUE);
   notifyParent(hwnd, EN_UPDATE);
   notifyParent(hwnd, EN_CHANGE);
@@ -256,7 +330,7 @@ void editChar(HWND hwnd, WPARAM ch) {
   if (!w || (w->style & ES_READONLY)) return;
   normaliseSelection(*w);
   if (ch == '\b') {
-    if (w->ctl.selStart == w->ctl.selEnd && w->ctl.selStart > 0) --w->ctl.selStart;
+    if (w->ctl.selStart == w->ctl.selEnd) w->ctl.selStart -= stepBack(*w, w->ctl.selStart);
     if (w->ctl.selStart != w->ctl.selEnd) replaceSelection(hwnd, "");
     return;
   }
@@ -274,20 +348,33 @@ void editKey(HWND hwnd, WPARAM vk) {
   if (!w) return;
   normaliseSelection(*w);
   DWORD caret = w->ctl.selEnd, len = static_cast<DWORD>(w->text.size());
+  std::vector<EditLine> lines = editLines(*w);
+  const EditLine& line = lines[lineOf(lines, caret)];
+  bool control = (GetKeyState(VK_CONTROL) & 0x8000) != 0;
   switch (vk) {
-  case VK_LEFT: caret = caret > 0 ? caret - 1 : 0; break;
-  case VK_RIGHT: caret = std::min(caret + 1, len); break;
-  case VK_HOME: caret = 0; break;
-  case VK_END: caret = len; break;
+  case VK_LEFT: caret -= stepBack(*w, caret); break;
+  case VK_RIGHT: caret += stepForward(*w, caret); break;
+  case VK_HOME: caret = control ? 0 : line.start; break;
+  case VK_END: caret = control ? len : line.start + line.length; break;
+  case VK_UP:
+  case VK_DOWN: {
+    // The same column on the line above or below, or that line's end.
+    size_t at = lineOf(lines, caret);
+    if (singleLine(*w) || (vk == VK_UP ? at == 0 : at + 1 == lines.size())) return;
+    const EditLine& next = lines[vk == VK_UP ? at - 1 : at + 1];
+    caret = next.start + std::min(caret - line.start, next.length);
+    break;
+  }
   case VK_DELETE:
     if (w->style & ES_READONLY) return;
-    if (w->ctl.selStart == w->ctl.selEnd && w->ctl.selEnd < len) ++w->ctl.selEnd;
+    if (w->ctl.selStart == w->ctl.selEnd) w->ctl.selEnd += stepForward(*w, w->ctl.selEnd);
     if (w->ctl.selStart != w->ctl.selEnd) replaceSelection(hwnd, "");
     return;
   default:
     return;
   }
   w->ctl.selStart = w->ctl.selEnd = caret;
+  placeCaret(hwnd);
   InvalidateRect(hwnd, nullptr, TRUE);
 }
 
@@ -301,12 +388,16 @@ void paintEdit(HWND hwnd) {
     FillRect(dc, &r, brush);
     std::string shown = (w->style & ES_PASSWORD) ? std::string(w->text.size(), '*') : w->text;
     SetBkMode(dc, TRANSPARENT);
-    RECT text = makeRect(1, 1, r.right - 1, r.bottom - 1);
-    DrawTextA(dc, shown.c_str(), -1, &text, singleLine(*w) ? DT_SINGLELINE : 0);
-    if (GetFocus() == hwnd) {
-      LONG x = 1 + static_cast<LONG>(std::min<size_t>(w->ctl.selEnd, w->text.size())) * kCharWidth;
-      RECT caret = makeRect(x, 1, x + 1, 1 + kCharHeight);
-      FillRect(dc, &caret, systemColorBrush(COLOR_WINDOWTEXT));
+    // Each line where editCharPos places its characters, clipped to the
+    // text area; the system's caret shows over them.
+    LONG bottom = r.bottom - kEditMargin;
+    std::vector<EditLine> lines = editLines(*w);
+    for (size_t i = 0; i < lines.size(); ++i) {
+      POINT at = editCharPos(lines, lines[i].start);
+      if (at.y >= bottom) break;
+      RECT line = makeRect(at.x, at.y, r.right - kEditMargin, std::min(bottom, at.y + kCharHeight));
+      DrawTextA(dc, shown.c_str() + lines[i].start, static_cast<int>(lines[i].length), &line,
+                DT_SINGLELINE);
     }
   }
   EndPaint(hwnd, &ps);
@@ -342,15 +433,44 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     LRESULT r = DefWindowProcA(hwnd, msg, wp, lp);
     if ((w = findWindow(hwnd)) == nullptr) return r;
     w->ctl.selStart = w->ctl.selEnd = 0;
-    if (singleLine(*w)) editChanged(hwnd);
-    else InvalidateRect(hwnd, nullptr, TRUE);
+    if (singleLine(*w)) {
+      editChanged(hwnd);
+      return r;
+    }
+    placeCaret(hwnd);
+    InvalidateRect(hwnd, nullptr, TRUE);
     return r;
   }
   case WM_GETDLGCODE:
     return DLGC_WANTCHARS | DLGC_HASSETSEL | DLGC_WANTARROWS |
            (singleLine(*w) ? 0 : DLGC_WANTALLKEYS);
-  case EM_SETSEL:
-    return editSetSel(*w, wp, lp);
+  case EM_SETSEL: {
+    LRESULT r = editSetSel(*w, wp, lp);
+    placeCaret(hwnd);
+    return r;
+  }
+  case EM_POSFROMCHAR: {
+    // Past the last character there is no character to place: -1.
+    if (wp >= w->text.size()) return -1;
+    POINT at = editCharPos(editLines(*w), static_cast<DWORD>(wp));
+    return MAKELONG(at.x, at.y);
+  }
+  case EM_GETLINECOUNT:
+    return static_cast<LRESULT>(editLines(*w).size());
+  case EM_LINEFROMCHAR: {
+    // -1: the line of the selection's start (the caret's without one).
+    normaliseSelection(*w);
+    DWORD pos = static_cast<int>(wp) < 0 ? std::min(w->ctl.selStart, w->ctl.selEnd)
+                                          : static_cast<DWORD>(wp);
+    return static_cast<LRESULT>(lineOf(editLines(*w), pos));
+  }
+  case EM_LINEINDEX: {
+    // -1: the caret's line; a line past the last: -1.
+    std::vector<EditLine> lines = editLines(*w);
+    normaliseSelection(*w);
+    size_t line = static_cast<int>(wp) < 0 ? lineOf(lines, w->ctl.selEnd) : wp;
+    return line < lines.size() ? static_cast<LRESULT>(lines[line].start) : -1;
+  }
   case EM_GETSEL:
     normaliseSelection(*w);
     if (wp) *reinterpret_cast<DWORD*>(wp) = w->ctl.selStart;
@@ -374,10 +494,15 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     SetFocus(hwnd);
     return 0;
   case WM_SETFOCUS:
+    // The caret is the system's, one line high, while the control has the focus.
+    CreateCaret(hwnd, nullptr, 1, kCharHeight);
+    placeCaret(hwnd);
+    ShowCaret(hwnd);
     InvalidateRect(hwnd, nullptr, TRUE);
     notifyParent(hwnd, EN_SETFOCUS);
     return 0;
   case WM_KILLFOCUS:
+    DestroyCaret();
     InvalidateRect(hwnd, nullptr, TRUE);
     notifyParent(hwnd, EN_KILLFOCUS);
     return 0;

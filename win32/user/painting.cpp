@@ -56,6 +56,18 @@ bool paintOne(HWND hwnd) {
   return true;
 }
 
+// A CS_PARENTDC child draws through its parent's clipping only where the
+// system grants it: not under a parent that clips its children (whose
+// clipping leaves the child out) or keeps a DC of its own or of its class,
+// and not for a child that clips its own children or siblings. Otherwise it
+// gets a DC clipped as any window's.
+bool drawsThroughParentClip(const Window& w, const Window& parent) {
+  if (!isChild(w) || !w.cls || !(w.cls->style & CS_PARENTDC)) return false;
+  if (w.style & (WS_CLIPCHILDREN | WS_CLIPSIBLINGS)) return false;
+  if (parent.style & WS_CLIPCHILDREN) return false;
+  return !(parent.cls && (parent.cls->style & (CS_OWNDC | CS_CLASSDC)));
+}
+
 }  // namespace
 
 void invalidate(Window& w, const RECT* rect, bool erase, bool frame) {
@@ -208,8 +220,7 @@ HDC makeWindowDC(const Window& w, bool wholeWindow, const RECT* clientClip, bool
   dc->origin = p.origin;
   dc->clip = p.clip;
   Window* parent = parentOf(w);
-  if (!wholeWindow && isChild(w) && parent && w.cls && (w.cls->style & CS_PARENTDC) &&
-      isDrawable(w)) {
+  if (!wholeWindow && parent && drawsThroughParentClip(w, *parent) && isDrawable(w)) {
     // A CS_PARENTDC child draws with its parent's clipping, from its own
     // origin. Painting part of it cuts that to what was invalidated, as the
     // parent saw it; painting all of it leaves the parent's clipping whole.

@@ -186,7 +186,8 @@ void activate(HWND topLevel);
 void moveSizeLoop(HWND hwnd, WPARAM command, LPARAM lParam);
 void deactivate(HWND topLevel);
 HWND setFocus(HWND hwnd);
-// Clears activation and focus that point into a window being destroyed.
+// Clears activation, focus, capture and the caret that point into a window
+// being destroyed.
 void forgetWindow(HWND hwnd);
 
 // ---- Non-client area (nonclient.cpp) ----
@@ -228,6 +229,14 @@ Region visibleRegion(const Window& w, bool wholeWindow);
 Painter painterFor(const Window& w, bool wholeWindow);
 HDC makeWindowDC(const Window& w, bool wholeWindow, const RECT* clientClip, bool paint);
 HWND nextWindowToPaint(HWND filter);
+
+// ---- The caret (caret.cpp) ----
+
+// Destroys the caret if hwnd owns it (the window is going).
+void dropCaretOf(HWND hwnd);
+// The pixels of top's surface that the shown caret covers (the simulated
+// screen inverts them); empty when the caret is hidden or elsewhere.
+Region shownCaretArea(const Window& top);
 
 // ---- Queue (message.cpp) ----
 

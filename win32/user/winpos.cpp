@@ -839,6 +839,7 @@ void forgetWindow(HWND hwnd) {
   if (s.focus == hwnd) s.focus = nullptr;
   if (s.active == hwnd) s.active = nullptr;
   if (s.capture == hwnd) s.capture = nullptr;
+  dropCaretOf(hwnd);
 }
 
 }  // namespace w32

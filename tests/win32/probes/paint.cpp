@@ -1,6 +1,7 @@
 // Painting: update regions, BeginPaint's erase handshake, UpdateWindow,
-// ValidateRect, and GDI objects (DeleteObject's results, SelectObject,
-// SetMapMode).
+// ValidateRect, children (controls among them) painting under a parent that
+// clips them, the clipping of CS_PARENTDC children, and GDI objects
+// (DeleteObject's results, SelectObject, SetMapMode).
 #include "probe.h"
 
 using namespace probe;
@@ -28,9 +29,9 @@ LRESULT CALLBACK paintProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 }
 
 HWND create(const char* name, const char* cls, DWORD style, int x, int y, int w, int h,
-            HWND parent) {
+            HWND parent, const char* text = NULL) {
   expect(name);
-  HWND hwnd = CreateWindowExA(0, cls, name, style, x, y, w, h, parent, NULL,
+  HWND hwnd = CreateWindowExA(0, cls, text ? text : name, style, x, y, w, h, parent, NULL,
                               GetModuleHandleA(NULL), NULL);
   if (hwnd) nameWindow(hwnd, name);
   return hwnd;
@@ -145,6 +146,110 @@ void childErasedWithParent() {
   }
 }
 
+// Controls answer WM_CTLCOLOR* with this colour in the parents below, so a
+// control that painted shows it whatever the system's own colours are.
+const COLORREF kCtlColor = RGB(0, 160, 0);
+HBRUSH g_ctlBrush;
+
+LRESULT CALLBACK controlParentProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  if (msg == WM_CTLCOLORSTATIC || msg == WM_CTLCOLOREDIT) return (LRESULT)g_ctlBrush;
+  return DefWindowProcA(hwnd, msg, wp, lp);
+}
+
+LRESULT CALLBACK fillingProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  if (msg != WM_PAINT) return DefWindowProcA(hwnd, msg, wp, lp);
+  PAINTSTRUCT ps;
+  HDC dc = BeginPaint(hwnd, &ps);
+  RECT r;
+  GetClientRect(hwnd, &r);
+  FillRect(dc, &r, g_ctlBrush);
+  EndPaint(hwnd, &ps);
+  return 0;
+}
+
+// What a child shows at (4,4) of its client area once everything painted:
+// "painted" when it is the colour its class paints there.
+void printChildPixel(const char* what, HWND child, COLORREF painted) {
+  HDC dc = GetDC(child);
+  COLORREF c = GetPixel(dc, 4, 4);
+  ReleaseDC(child, dc);
+  if (c == painted) printf("%s: painted\n", what);
+  else printf("%s: not painted (%#lx)\n", what, (unsigned long)c);
+}
+
+// WS_CLIPCHILDREN keeps the parent's drawing off its children; the children
+// still paint themselves, the system's controls (which draw through their
+// parent's DC where they may) included.
+void childrenOfClippingParents() {
+  struct Case {
+    const char* what;
+    DWORD parentStyle;
+    bool staticParent;  // the child sits in a STATIC control inside the window
+    const char* childClass;
+    DWORD childStyle;
+    bool buttonFace;  // it paints (4,4) in the button face colour, else in kCtlColor
+  };
+  const Case cases[] = {
+      {"button, parent not clipping", 0, false, "Button", BS_PUSHBUTTON, true},
+      {"button, clipping parent", WS_CLIPCHILDREN, false, "Button", BS_PUSHBUTTON, true},
+      {"check box, clipping parent", WS_CLIPCHILDREN, false, "Button", BS_AUTOCHECKBOX, false},
+      {"static, clipping parent", WS_CLIPCHILDREN, false, "Static", SS_LEFT, false},
+      {"edit, clipping parent", WS_CLIPCHILDREN, false, "Edit", 0, false},
+      {"multi-line edit, clipping parent", WS_CLIPCHILDREN, false, "Edit",
+       ES_MULTILINE | ES_AUTOHSCROLL | ES_AUTOVSCROLL, false},
+      {"own class, clipping parent", WS_CLIPCHILDREN, false, "ProbeFill", 0, false},
+      {"button in a clipping static", WS_CLIPCHILDREN, true, "Button", BS_PUSHBUTTON, true},
+  };
+  for (const Case& k : cases) {
+    HWND top = create("T", "ProbeControlParent",
+                      WS_POPUP | WS_VISIBLE | (k.staticParent ? 0 : k.parentStyle), 10, 10, 200,
+                      150, NULL);
+    HWND parent = top;
+    if (k.staticParent)
+      parent = create("s", "Static", WS_CHILD | WS_VISIBLE | k.parentStyle, 20, 20, 160, 100, top);
+    HWND child = create("c", k.childClass, WS_CHILD | WS_VISIBLE | k.childStyle, 10, 20, 60, 24,
+                        parent, "");
+    pump();
+    COLORREF painted = k.buttonFace ? GetSysColor(COLOR_BTNFACE) : kCtlColor;
+    printChildPixel(k.what, child, painted);
+    DestroyWindow(top);
+    clearLog();
+  }
+}
+
+// Where a CS_PARENTDC child's DC clips (its clip box, in its own client
+// coordinates): the parent's client area, or its own where the system does
+// not let it draw through its parent.
+void parentDcClipping() {
+  struct Case {
+    const char* what;
+    const char* parentClass;
+    DWORD parentStyle;
+    DWORD childStyle;
+  };
+  const Case cases[] = {
+      {"plain parent", "ProbeControlParent", 0, 0},
+      {"parent clipping children", "ProbeControlParent", WS_CLIPCHILDREN, 0},
+      {"child clipping siblings", "ProbeControlParent", 0, WS_CLIPSIBLINGS},
+      {"child clipping children", "ProbeControlParent", 0, WS_CLIPCHILDREN},
+      {"parent with its own DC", "ProbeOwnDC", 0, 0},
+  };
+  for (const Case& k : cases) {
+    HWND p = create("P", k.parentClass, WS_POPUP | WS_VISIBLE | k.parentStyle, 10, 10, 200, 150,
+                    NULL);
+    HWND c = create("c", "ProbeParentDC", WS_CHILD | WS_VISIBLE | k.childStyle, 10, 20, 60, 24, p);
+    pump();
+    HDC dc = GetDC(c);
+    RECT box;
+    GetClipBox(dc, &box);
+    ReleaseDC(c, dc);
+    printf("CS_PARENTDC child, %s: clip box (%ld,%ld)-(%ld,%ld)\n", k.what, (long)box.left,
+           (long)box.top, (long)box.right, (long)box.bottom);
+    DestroyWindow(p);
+    clearLog();
+  }
+}
+
 void gdiObjects() {
   HBRUSH brush = CreateSolidBrush(RGB(1, 2, 3));
   printf("brush created %d type %lu\n", brush != NULL, (unsigned long)GetObjectType(brush));
@@ -205,9 +310,16 @@ void gdiObjects() {
 int main() {
   registerClass("ProbePaint", paintProc, (HBRUSH)(COLOR_WINDOW + 1));
   registerClass("ProbePaintNoBrush", paintProc, NULL);
+  g_ctlBrush = CreateSolidBrush(kCtlColor);
+  registerClass("ProbeControlParent", controlParentProc, CreateSolidBrush(RGB(200, 0, 0)));
+  registerClass("ProbeOwnDC", controlParentProc, CreateSolidBrush(RGB(200, 0, 0)), CS_OWNDC);
+  registerClass("ProbeFill", fillingProc, NULL);
+  registerClass("ProbeParentDC", DefWindowProcA, NULL, CS_PARENTDC);
   updateRegions();
   children();
   childErasedWithParent();
+  childrenOfClippingParents();
+  parentDcClipping();
   gdiObjects();
   return 0;
 }

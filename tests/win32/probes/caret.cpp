@@ -1,0 +1,204 @@
+// The caret: creating, placing, showing and destroying it, and where a
+// multi-line edit control keeps it as the selection moves, text is typed and
+// caret keys are pressed, with the line and character positions the control
+// reports. Places are printed as line and column, found from the control's
+// own EM_POSFROMCHAR and the font's widths, so fonts do not show.
+#include "probe.h"
+
+#include <string>
+#include <vector>
+
+using namespace probe;
+
+namespace {
+
+void printCaretPos(const char* what) {
+  POINT p = {-1, -1};
+  BOOL ok = GetCaretPos(&p);
+  printf("%s: GetCaretPos %d (%ld,%ld)\n", what, ok, (long)p.x, (long)p.y);
+}
+
+void api() {
+  puts("-- the caret");
+  HWND a = createNamed("ProbeCaret", "A", WS_POPUP | WS_VISIBLE, NULL);
+  HWND b = createNamed("ProbeCaret", "B", WS_POPUP | WS_VISIBLE, NULL);
+  printCaretPos("before any caret");
+  printf("CreateCaret(A, 0x0) %d\n", CreateCaret(a, NULL, 0, 0));
+  printCaretPos("created");
+  printf("SetCaretPos(5,7) %d\n", SetCaretPos(5, 7));
+  printCaretPos("placed");
+  SetLastError(0);
+  BOOL shownB = ShowCaret(b);
+  printf("ShowCaret(B) %d error %lu\n", shownB, (unsigned long)GetLastError());
+  SetLastError(0);
+  BOOL hiddenB = HideCaret(b);
+  printf("HideCaret(B) %d error %lu\n", hiddenB, (unsigned long)GetLastError());
+  printf("ShowCaret(A) %d HideCaret(NULL) %d ShowCaret(NULL) %d\n", ShowCaret(a), HideCaret(NULL),
+         ShowCaret(NULL));
+  printf("CreateCaret(A, 2x9) again %d\n", CreateCaret(a, NULL, 2, 9));
+  printCaretPos("A's caret made again");
+  printf("CreateCaret(B, 2x9) %d\n", CreateCaret(b, NULL, 2, 9));
+  printCaretPos("B took the caret");
+  printf("DestroyCaret %d\n", DestroyCaret());
+  printCaretPos("destroyed");
+  BOOL placed = SetCaretPos(8, 9);
+  BOOL shown = ShowCaret(NULL);
+  BOOL hidden = HideCaret(NULL);
+  printf("without a caret: SetCaretPos %d ShowCaret(NULL) %d HideCaret(NULL) %d DestroyCaret %d\n",
+         placed, shown, hidden, DestroyCaret());
+  printCaretPos("placed without a caret");
+  CreateCaret(a, NULL, 1, 10);
+  SetCaretPos(3, 4);
+  DestroyWindow(a);
+  printCaretPos("owner destroyed");
+  DestroyWindow(b);
+}
+
+// The edit control's lines as the probe wrote them.
+struct Line {
+  int start;
+  int length;
+};
+
+std::vector<Line> linesOf(const std::string& text) {
+  std::vector<Line> lines;
+  size_t start = 0, at;
+  while ((at = text.find("\r\n", start)) != std::string::npos) {
+    lines.push_back(Line{(int)start, (int)(at - start)});
+    start = at + 2;
+  }
+  lines.push_back(Line{(int)start, (int)(text.size() - start)});
+  return lines;
+}
+
+std::string textOf(HWND edit) {
+  char buf[256] = "";
+  GetWindowTextA(edit, buf, sizeof buf);
+  return buf;
+}
+
+// The control's place for character index i (EM_POSFROMCHAR), as x and y.
+bool posFromChar(HWND edit, int i, int* x, int* y) {
+  LRESULT r = SendMessageA(edit, EM_POSFROMCHAR, i, 0);
+  if (r == -1) return false;
+  *x = (short)LOWORD(r);
+  *y = (short)HIWORD(r);
+  return true;
+}
+
+// Where the caret stands, as "line L column C": the column is the count of
+// characters of line L before the caret, matched against the control's own
+// places for them (the place after a line's last character is that
+// character's place plus its width).
+void printCaretPlace(HWND edit) {
+  std::string text = textOf(edit);
+  std::vector<Line> lines = linesOf(text);
+  HDC dc = GetDC(edit);
+  HGDIOBJ old = SelectObject(dc, (HGDIOBJ)SendMessageA(edit, WM_GETFONT, 0, 0));
+  TEXTMETRICA tm;
+  GetTextMetricsA(dc, &tm);
+  int left = 0, top = 0;
+  posFromChar(edit, 0, &left, &top);
+  POINT caret;
+  GetCaretPos(&caret);
+  int lineTop = top;
+  for (size_t l = 0; l < lines.size(); ++l) {
+    const Line& line = lines[l];
+    int x = left, y = lineTop;
+    if (line.start < (int)text.size() && line.length > 0) posFromChar(edit, line.start, &x, &y);
+    lineTop = y + tm.tmHeight;
+    if (y != caret.y) continue;
+    for (int c = 0; c <= line.length; ++c) {
+      int cx = left, cy = y;
+      if (c < line.length) {
+        posFromChar(edit, line.start + c, &cx, &cy);
+      } else if (line.length > 0) {
+        SIZE size;
+        posFromChar(edit, line.start + c - 1, &cx, &cy);
+        GetTextExtentPoint32A(dc, &text[line.start + c - 1], 1, &size);
+        cx += size.cx;
+      }
+      if (cx != caret.x) continue;
+      SelectObject(dc, old);
+      ReleaseDC(edit, dc);
+      printf(" caret at line %d column %d", (int)l, c);
+      return;
+    }
+  }
+  SelectObject(dc, old);
+  ReleaseDC(edit, dc);
+  printf(" caret at no character's place");
+}
+
+void printEdit(const char* what, HWND edit) {
+  DWORD start = 0, end = 0;
+  SendMessageA(edit, EM_GETSEL, (WPARAM)&start, (LPARAM)&end);
+  printf("%s: sel %lu-%lu, line %d of %d starting at %d;", what, (unsigned long)start,
+         (unsigned long)end, (int)SendMessageA(edit, EM_LINEFROMCHAR, (WPARAM)-1, 0),
+         (int)SendMessageA(edit, EM_GETLINECOUNT, 0, 0),
+         (int)SendMessageA(edit, EM_LINEINDEX, (WPARAM)-1, 0));
+  printCaretPlace(edit);
+  printf("\n");
+}
+
+void multiLineEdit() {
+  puts("-- a multi-line edit control");
+  HWND p = createNamed("ProbeCaret", "P", WS_POPUP | WS_VISIBLE, NULL);
+  expect("E");
+  HWND e = CreateWindowExA(0, "Edit", "first\r\nsecond line",
+                           WS_CHILD | WS_VISIBLE | ES_MULTILINE | ES_AUTOHSCROLL | ES_AUTOVSCROLL,
+                           0, 0, 300, 120, p, NULL, GetModuleHandleA(NULL), NULL);
+  nameWindow(e, "E");
+  SetFocus(e);
+  int len = (int)SendMessageA(e, WM_GETTEXTLENGTH, 0, 0);
+  printf("EM_POSFROMCHAR(length %d) %ld, line of the end %d, EM_LINEINDEX(2) %d\n", len,
+         (long)SendMessageA(e, EM_POSFROMCHAR, len, 0),
+         (int)SendMessageA(e, EM_LINEFROMCHAR, len, 0),
+         (int)SendMessageA(e, EM_LINEINDEX, 2, 0));
+
+  struct Selection {
+    const char* what;
+    int at;
+  };
+  const Selection selections[] = {
+      {"EM_SETSEL at the end", len}, {"EM_SETSEL(3)", 3},
+      {"EM_SETSEL(5), before the line break", 5}, {"EM_SETSEL(7), second line", 7},
+      {"EM_SETSEL at the end again", len},
+  };
+  for (const Selection& s : selections) {
+    SendMessageA(e, EM_SETSEL, s.at, s.at);
+    printEdit(s.what, e);
+  }
+
+  struct Input {
+    const char* what;
+    UINT msg;
+    WPARAM wp;
+  };
+  const Input inputs[] = {
+      {"typed '!'", WM_CHAR, '!'},      {"typed Return", WM_CHAR, '\r'},
+      {"typed 'x'", WM_CHAR, 'x'},      {"Up", WM_KEYDOWN, VK_UP},
+      {"End", WM_KEYDOWN, VK_END},      {"Home", WM_KEYDOWN, VK_HOME},
+      {"Left", WM_KEYDOWN, VK_LEFT},    {"Right", WM_KEYDOWN, VK_RIGHT},
+      {"Down", WM_KEYDOWN, VK_DOWN},    {"Up", WM_KEYDOWN, VK_UP},
+      {"Backspace", WM_CHAR, '\b'},     {"Delete", WM_KEYDOWN, VK_DELETE},
+  };
+  for (const Input& in : inputs) {
+    SendMessageA(e, in.msg, in.wp, 0);
+    printEdit(in.what, e);
+  }
+  std::string text = textOf(e);
+  for (char& c : text)
+    if (c == '\r' || c == '\n') c = c == '\r' ? '|' : '/';
+  printf("text now \"%s\"\n", text.c_str());
+  DestroyWindow(p);
+}
+
+}  // namespace
+
+int main() {
+  registerClass("ProbeCaret", loggingProc, (HBRUSH)(COLOR_WINDOW + 1));
+  api();
+  multiLineEdit();
+  return 0;
+}
