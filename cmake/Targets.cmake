@@ -7,8 +7,11 @@ function(tul_target_defaults target)
   target_compile_features(${target} PRIVATE cxx_std_17)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF
     COMPILE_WARNING_AS_ERROR ON)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow
-    -Wconversion)
+  # Compile options go to the C and C++ compilers only: windres, which
+  # compiles the Windows version resources, takes none of them.
+  set(cc "$<COMPILE_LANGUAGE:C,CXX>")
+  target_compile_options(${target} PRIVATE
+    "$<${cc}:-Wall;-Wextra;-Wpedantic;-Wshadow;-Wconversion>")
   # Doubles and floats are computed in SSE2 registers, so each operation
   # rounds once to the type's own precision as the platform's double does.
   # On the x87 unit an intermediate keeps 64 bits of mantissa and is
@@ -16,11 +19,11 @@ function(tul_target_defaults target)
   # extra bits outright (145 / 500 * 800 truncates to 232, not 231). Doubles
   # are still returned in st(0), as the 32-bit calling convention requires.
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i[3-6]86|x86)$")
-    target_compile_options(${target} PRIVATE -msse2 -mfpmath=sse)
+    target_compile_options(${target} PRIVATE "$<${cc}:-msse2;-mfpmath=sse>")
   endif()
   if(SANITIZE)
-    target_compile_options(${target} PRIVATE -fsanitize=address,undefined
-      -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+    target_compile_options(${target} PRIVATE
+      "$<${cc}:-fsanitize=address,undefined;-fno-sanitize-recover=undefined;-fno-omit-frame-pointer>")
     target_link_options(${target} PRIVATE -fsanitize=address,undefined)
   endif()
 endfunction()

@@ -3,7 +3,8 @@
 # suite (through qemu-i386 where the machine cannot run i386 code), the same
 # suite built with AddressSanitizer and UBSan, the Win32 layer's probes
 # against Wine and Wine's user32 conformance tests against the layer, then the Windows cross build, whose DLL's export and import
-# tables are checked and whose tul.exe runs the script suite on 32-bit Wine.
+# tables are checked, whose ZIP for Windows users is built and checked, and
+# whose tul.exe runs the script suite on 32-bit Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -31,6 +32,10 @@ cmake --preset windows-x86 >/dev/null
 cmake --build --preset windows-x86
 echo "== windows-x86: export table"
 scripts/check-exports.sh windows build/windows-x86/bin/tul2class.dll
+echo "== windows-x86: the package for Windows users"
+cmake --build --preset windows-x86 --target package
+zip=$(sed -n 's/^set(CPACK_PACKAGE_FILE_NAME "\(.*\)")$/\1/p' build/windows-x86/CPackConfig.cmake).zip
+bash scripts/check-package.sh "build/windows-x86/$zip" build/windows-x86/package-check
 
 echo "== windows-x86: the script suite on 32-bit Wine"
 bash scripts/wine-lane.sh

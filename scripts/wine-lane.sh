@@ -7,6 +7,12 @@
 # that need a desktop call the real system cannot do are listed, with the
 # reason, in tests/wine/linux-only.txt and left out.
 #
+# Then it tests what a Windows user downloads: it unpacks the package (the
+# ZIP of the package target) into a fresh folder, checks it
+# (scripts/check-package.sh), and runs the unpacked tul.exe on Wine: its
+# --version must be the version resource of every binary, and each example
+# it ships must print what the Linux build prints for it.
+#
 # It installs what it needs; when 32-bit Wine cannot be had it says so and
 # reports the lane as skipped (exit 0, or 1 with WINE_LANE_REQUIRED=1).
 set -euo pipefail
@@ -24,7 +30,7 @@ why=$(bash scripts/wine32.sh setup 2>&1 | tail -1) || skip "$why"
 
 echo "wine lane: building"
 cmake --preset windows-x86 >/dev/null
-cmake --build --preset windows-x86 --target tul tul2class load_unload >/dev/null
+cmake --build --preset windows-x86 --target package >/dev/null
 cmake --preset linux-x86 >/dev/null
 cmake --build --preset linux-x86 --target tul >/dev/null
 
@@ -55,6 +61,23 @@ build/linux-x86/bin/tul --version >/dev/null 2>&1 || run="qemu-i386"
 $run build/linux-x86/bin/tul --batch "$work/list.linux" "$work/linux" >"$work/linux.log" 2>&1 ||
   { cat "$work/linux.log"; echo "wine lane: the Linux batch failed"; exit 1; }
 
+# The package, unpacked as a user unpacks it; the Linux build runs its
+# examples from there too, by the same relative paths.
+zip=$(sed -n 's/^set(CPACK_PACKAGE_FILE_NAME "\(.*\)")$/\1/p' build/windows-x86/CPackConfig.cmake).zip
+pkg=$work/package/${zip%.zip}
+echo "wine lane: unpacking and checking $zip"
+bash scripts/check-package.sh "build/windows-x86/$zip" "$work/package" >"$work/package.log" 2>&1 ||
+  { sed 's/^/    /' "$work/package.log"; echo "wine lane: the package check failed"; exit 1; }
+sed 's/^/    /' "$work/package.log"
+examples=$(cd "$pkg/examples" && ls *.tul)
+mkdir -p "$work/examples/linux" "$work/examples/wine"
+for e in $examples; do
+  status=0
+  (cd "$pkg" && $run "$root/build/linux-x86/bin/tul" "examples/$e") \
+    >"$work/examples/linux/$e.out" 2>"$work/examples/linux/$e.err" || status=$?
+  echo "$status" >"$work/examples/linux/$e.status"
+done
+
 echo "wine lane: loading and unloading tul2class.dll"
 (cd build/windows-x86/bin && timeout 300 bash "$root/scripts/wine32.sh" run load_unload.exe) \
   >"$work/load_unload.log" 2>&1 && loaded=1 || loaded=0
@@ -64,6 +87,16 @@ echo "wine lane: running $compared scripts through tul.exe on Wine ($only Linux-
 (cd build/windows-x86/bin &&
   timeout 1200 bash "$root/scripts/wine32.sh" run tul.exe --batch "Z:$work/list.wine" "Z:$work/wine") \
   >"$work/wine.log" 2>&1 || true
+
+echo "wine lane: running the package's tul.exe: --version and $(echo $examples)"
+(cd "$pkg" && timeout 300 bash "$root/scripts/wine32.sh" run tul.exe --version) \
+  >"$work/examples/version.out" 2>&1 || true
+for e in $examples; do
+  status=0
+  (cd "$pkg" && timeout 300 bash "$root/scripts/wine32.sh" run tul.exe "examples\\$e") \
+    >"$work/examples/wine/$e.out" 2>"$work/examples/wine/$e.err" || status=$?
+  echo "$status" >"$work/examples/wine/$e.status"
+done
 bash scripts/wine32.sh stop
 
 # A difference is expected when its script and stream are listed.
@@ -89,9 +122,45 @@ for s in $scripts; do
   done
   agree=$((agree + same))
 done
+
+# The package: what tul.exe says its version is must be what every binary's
+# version resource says, and its examples must print what Linux prints.
+version=$(tr -d '\r' <"$work/examples/version.out" | sed -n 's/^tul \([0-9][0-9.]*\)$/\1/p')
+versioned=0
+if [ -n "$version" ] &&
+   (cd "$pkg" && python3 "$root/scripts/pe_version.py" --expect "$version" tul.exe tul2class.dll tullib.dll) \
+     >"$work/examples/version.check" 2>&1; then
+  versioned=1
+fi
+same_examples=0
+for e in $examples; do
+  same=1
+  for stream in out err status; do
+    if ! cmp -s "$work/examples/linux/$e.$stream" "$work/examples/wine/$e.$stream"; then
+      same=0
+      echo "wine lane: the package's examples/$e: $stream differs"
+      { diff "$work/examples/linux/$e.$stream" "$work/examples/wine/$e.$stream" || true; } | head -10 | sed "s/^/    /"
+    fi
+  done
+  same_examples=$((same_examples + same))
+done
+examples_total=$(echo "$examples" | wc -w)
+
 echo "wine lane: $agree of $total scripts agree, $only Linux-only"
-[ "$loaded" = 1 ] || { echo "wine lane: the library's load or unload failed on Wine"; exit 1; }
+if [ "$versioned" = 1 ]; then
+  echo "wine lane: $zip unpacked into a fresh folder; its tul.exe --version says $version, as the version resources of tul.exe, tul2class.dll and tullib.dll do"
+fi
+echo "wine lane: $same_examples of $examples_total examples run by the unpacked tul.exe agree with the Linux build ($(echo $examples))"
+failed=0
+[ "$loaded" = 1 ] || { echo "wine lane: the library's load or unload failed on Wine"; failed=1; }
 if [ "$unexpected" -ne 0 ]; then
   echo "wine lane: $unexpected unexpected differences (Wine's own output: $work/wine.log)"
-  exit 1
+  failed=1
 fi
+if [ "$versioned" != 1 ]; then
+  echo "wine lane: the package's tul.exe --version (${version:-no version}) is not its binaries' version:"
+  sed 's/^/    /' "$work/examples/version.out" "$work/examples/version.check" 2>/dev/null || true
+  failed=1
+fi
+[ "$same_examples" = "$examples_total" ] || failed=1
+exit $failed

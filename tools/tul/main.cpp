@@ -20,6 +20,7 @@
 #include "tools/tul/loader.h"
 #include "tools/tul/system_objects.h"
 #include "tools/tul/win32_functions.h"
+#include "tul_version.h"
 
 namespace {
 
