@@ -4,6 +4,7 @@
 // bottom of the z-order first, so it always shows the latest pixels.
 #include <win32sim.h>
 
+#include "kernel/handles.h"
 #include "kernel/kernel.h"
 #include "sim/png.h"
 #include "user/user.h"
@@ -88,6 +89,7 @@ Counts counts() {
   c.dcs = liveGdiCount(GdiKind::DC);
   c.acceleratorTables = liveAcceleratorCount();
   c.timers = liveTimerCount();
+  c.kernelHandles = liveKernelHandleCount();
   return c;
 }
 
