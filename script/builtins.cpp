@@ -1,18 +1,21 @@
 // The built-in functions and predefined globals: print, str, typeof,
 // classof, assert, exit, len, buffer, bytes and the few helpers scripts
-// need (push, chr, format, int, double), the `mem` functions that read and
-// write process memory, ARGS and the Win32 constants.
+// need (push, chr, format, int, double, readFile, writeFile), the `mem`
+// functions that read and write process memory, ARGS and the Win32
+// constants.
 //
 // The mem functions dereference whatever address they are given, as a
 // native call would: they exist for tests and for simulating system calls,
 // and an engine can leave them out (EngineOptions::allowMemoryAccess).
 #include "script/interp.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
+#include "script/files.h"
 #include "script/values.h"
 #include "script/win32_constants.h"
 
@@ -192,6 +195,63 @@ bool builtin_double(BuiltinCall& c) {
   return true;
 }
 
+// --- files ------------------------------------------------------------------
+
+// A file name: a string, whole up to its end (the system's names stop at a
+// zero byte, which would name another file).
+bool pathArg(BuiltinCall& c, std::string& out) {
+  TulString* s = stringOf(c.args[0]);
+  if (!s)
+    return c.fail(std::string("argument 1 must be a string, not ") + typeTagName(c.args[0].type()));
+  out.assign(s->c_str(), s->length());
+  if (out.empty()) return c.fail("the path is empty");
+  if (out.find('\0') != std::string::npos) return c.fail("the path holds a zero byte");
+  return true;
+}
+
+bool builtin_readFile(BuiltinCall& c) {
+  std::string path;
+  if (!pathArg(c, path)) return false;
+  std::uint64_t limit = kMaxFileBytes;
+  if (c.in.options().maxAllocation) limit = std::min<std::uint64_t>(limit, c.in.options().maxAllocation);
+  std::string data, error;
+  switch (readWholeFile(path, limit, data, error)) {
+  case FileRead::Failed: return c.fail(error);
+  case FileRead::TooLarge:
+    return c.fail("cannot read " + path + ": the file is larger than " + std::to_string(limit) +
+                  " bytes");
+  case FileRead::Read: break;
+  }
+  c.result = makeString(data);
+  return true;
+}
+
+// Gives the number of bytes written.
+bool builtin_writeFile(BuiltinCall& c) {
+  std::string path;
+  if (!pathArg(c, path)) return false;
+  const TulValue& text = c.args[1];
+  const char* bytes = nullptr;
+  std::size_t n = 0;
+  if (TulString* s = stringOf(text)) {
+    bytes = s->c_str();
+    n = s->length();
+  } else if (TulBuffer* b = static_cast<TulBuffer*>(text)) {
+    bytes = reinterpret_cast<const char*>(b->data());
+    n = b->size();
+  } else if (TulCharBuffer* cb = static_cast<TulCharBuffer*>(text)) {
+    bytes = cb->data();
+    n = cb->size();
+  } else {
+    return c.fail(std::string("argument 2 must be a string or a buffer, not ") +
+                  typeTagName(text.type()));
+  }
+  std::string error;
+  if (!replaceFile(path, bytes, n, error)) return c.fail(error);
+  c.result = TulValue(static_cast<int>(n));
+  return true;
+}
+
 // --- mem --------------------------------------------------------------------
 
 bool address(BuiltinCall& c, void*& out) {
@@ -286,6 +346,7 @@ constexpr BuiltinRow kBuiltins[] = {
     {"bytes", builtin_bytes, 1, 1},    {"push", builtin_push, 2, 2},
     {"chr", builtin_chr, 1, 1},        {"format", builtin_format, 1, -1},
     {"int", builtin_int, 1, 1},        {"double", builtin_double, 1, 1},
+    {"readFile", builtin_readFile, 1, 1}, {"writeFile", builtin_writeFile, 2, 2},
 };
 
 constexpr BuiltinRow kMemFunctions[] = {

@@ -16,7 +16,7 @@ work="${WIN32_WINE_WORK:-${TMPDIR:-/tmp}/tul-win32-wine}"
 prefix="${WINEPREFIX:-$work/prefix}"
 wine=/usr/lib/wine/wine64
 packages=(wine64 xvfb xauth g++-mingw-w64-x86-64)
-names=(create geometry show destroy queue paint scroll accel misc owners zorder input dialog caret)
+names=(create geometry show destroy queue paint scroll accel misc owners zorder input dialog caret files)
 
 skip() {
   echo "compare-with-wine: skipped: $*"
@@ -54,9 +54,11 @@ for n in "${names[@]}"; do
 done
 
 # One X server and one Wine session for all probes; the screen is the size
-# the layer simulates.
+# the layer simulates. The probes run in the output folder, where the files
+# probe makes (and removes) its own folder.
 export WINEPREFIX="$prefix" WINEDEBUG=-all
 timeout 600 xvfb-run -a -s "-screen 0 1024x768x24" bash -c '
+  cd "'"$work"'/out" || exit 1
   for n in "$@"; do
     "'"$wine"'" "'"$work"'/bin/$n.exe" > "'"$work"'/out/$n.txt" 2>/dev/null < /dev/null
   done
@@ -71,7 +73,9 @@ for n in "${names[@]}"; do
   # Replace each listed Wine line by the system's line.
   while IFS='|' read -r probe system witness; do
     [ "$probe" = "$n" ] || continue
-    awk -v from="$witness" -v to="$system" '{ if ($0 == from) print to; else print }' \
+    # Through the environment, not awk -v, which would read "\n" in a
+    # file name as a line break.
+    from="$witness" to="$system" awk '{ if ($0 == ENVIRON["from"]) print ENVIRON["to"]; else print }' \
       "$out.mapped" > "$out.tmp" && mv "$out.tmp" "$out.mapped"
   done < <(grep -v '^#' "$probes/wine-differences.txt" | grep '|')
   if diff -u "$probes/$n.expected" "$out.mapped" > "$work/out/$n.diff"; then

@@ -132,6 +132,7 @@ class LayerTest : public ::testing::Test {
     EXPECT_EQ(after.dcs, before_.dcs) << "device contexts leaked";
     EXPECT_EQ(after.acceleratorTables, before_.acceleratorTables) << "accelerator tables leaked";
     EXPECT_EQ(after.timers, before_.timers) << "timers leaked";
+    EXPECT_EQ(after.kernelHandles, before_.kernelHandles) << "file or search handles leaked";
   }
   win32sim::Counts before_;
 };

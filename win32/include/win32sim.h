@@ -111,6 +111,7 @@ struct Counts {
   int dcs = 0;                // device contexts from GetDC/BeginPaint not yet released
   int acceleratorTables = 0;
   int timers = 0;
+  int kernelHandles = 0;      // open files and file searches
 };
 TUL_WIN32_API Counts counts();
 

@@ -437,6 +437,109 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define ERROR_INVALID_INDEX 1413L
 #define ERROR_NO_SCROLLBARS 1447L
 #define ERROR_RESOURCE_NAME_NOT_FOUND 1814L
+#define ERROR_PATH_NOT_FOUND 3L
+#define ERROR_TOO_MANY_OPEN_FILES 4L
+#define ERROR_NO_MORE_FILES 18L
+#define ERROR_WRITE_PROTECT 19L
+#define ERROR_GEN_FAILURE 31L
+#define ERROR_SHARING_VIOLATION 32L
+#define ERROR_HANDLE_EOF 38L
+#define ERROR_BAD_NETPATH 53L
+#define ERROR_FILE_EXISTS 80L
+#define ERROR_DISK_FULL 112L
+#define ERROR_INVALID_NAME 123L
+#define ERROR_NEGATIVE_SEEK 131L
+#define ERROR_DIR_NOT_EMPTY 145L
+#define ERROR_ALREADY_EXISTS 183L
+#define ERROR_FILENAME_EXCED_RANGE 206L
+#define ERROR_DIRECTORY 267L
+#define ERROR_INVALID_USER_BUFFER 1784L
+
+/* ---- Files (kernel32) ---- */
+
+#define MAX_PATH 260
+
+#define INVALID_HANDLE_VALUE ((HANDLE)(LONG_PTR)-1)
+#define INVALID_FILE_SIZE ((DWORD)0xFFFFFFFF)
+#define INVALID_SET_FILE_POINTER ((DWORD)-1)
+#define INVALID_FILE_ATTRIBUTES ((DWORD)-1)
+
+#define GENERIC_READ 0x80000000L
+#define GENERIC_WRITE 0x40000000L
+#define GENERIC_EXECUTE 0x20000000L
+#define GENERIC_ALL 0x10000000L
+#define DELETE 0x00010000L
+#define FILE_READ_DATA 0x0001
+#define FILE_WRITE_DATA 0x0002
+#define FILE_APPEND_DATA 0x0004
+
+#define FILE_SHARE_READ 0x00000001
+#define FILE_SHARE_WRITE 0x00000002
+#define FILE_SHARE_DELETE 0x00000004
+
+#define CREATE_NEW 1
+#define CREATE_ALWAYS 2
+#define OPEN_EXISTING 3
+#define OPEN_ALWAYS 4
+#define TRUNCATE_EXISTING 5
+
+#define FILE_ATTRIBUTE_READONLY 0x00000001
+#define FILE_ATTRIBUTE_HIDDEN 0x00000002
+#define FILE_ATTRIBUTE_SYSTEM 0x00000004
+#define FILE_ATTRIBUTE_DIRECTORY 0x00000010
+#define FILE_ATTRIBUTE_ARCHIVE 0x00000020
+#define FILE_ATTRIBUTE_NORMAL 0x00000080
+#define FILE_ATTRIBUTE_TEMPORARY 0x00000100
+#define FILE_FLAG_BACKUP_SEMANTICS 0x02000000
+#define FILE_FLAG_DELETE_ON_CLOSE 0x04000000
+
+#define FILE_BEGIN 0
+#define FILE_CURRENT 1
+#define FILE_END 2
+
+typedef struct _SECURITY_ATTRIBUTES {
+  DWORD nLength;
+  LPVOID lpSecurityDescriptor;
+  BOOL bInheritHandle;
+} SECURITY_ATTRIBUTES, *PSECURITY_ATTRIBUTES, *LPSECURITY_ATTRIBUTES;
+
+/* The system's Offset/OffsetHigh pair shares a union with a Pointer member;
+ * the layer has no asynchronous I/O and keeps only the pair. */
+typedef struct _OVERLAPPED {
+  ULONG_PTR Internal;
+  ULONG_PTR InternalHigh;
+  DWORD Offset;
+  DWORD OffsetHigh;
+  HANDLE hEvent;
+} OVERLAPPED, *LPOVERLAPPED;
+
+/* 100-nanosecond intervals since 1 January 1601 (UTC). */
+typedef struct _FILETIME {
+  DWORD dwLowDateTime;
+  DWORD dwHighDateTime;
+} FILETIME, *PFILETIME, *LPFILETIME;
+
+typedef struct _WIN32_FIND_DATAA {
+  DWORD dwFileAttributes;
+  FILETIME ftCreationTime;
+  FILETIME ftLastAccessTime;
+  FILETIME ftLastWriteTime;
+  DWORD nFileSizeHigh;
+  DWORD nFileSizeLow;
+  DWORD dwReserved0;
+  DWORD dwReserved1;
+  CHAR cFileName[MAX_PATH];
+  CHAR cAlternateFileName[14];
+} WIN32_FIND_DATAA, *PWIN32_FIND_DATAA, *LPWIN32_FIND_DATAA;
+
+TUL_WIN32_ASSERT(sizeof(SECURITY_ATTRIBUTES) == 12, "SECURITY_ATTRIBUTES is 12 bytes");
+TUL_WIN32_ASSERT(sizeof(OVERLAPPED) == 20, "OVERLAPPED is 20 bytes");
+TUL_WIN32_ASSERT(sizeof(WIN32_FIND_DATAA) == 320, "WIN32_FIND_DATAA is 320 bytes");
+TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
+                     offsetof(WIN32_FIND_DATAA, nFileSizeLow) == 32 &&
+                     offsetof(WIN32_FIND_DATAA, cFileName) == 44 &&
+                     offsetof(WIN32_FIND_DATAA, cAlternateFileName) == 304,
+                 "WIN32_FIND_DATAA layout");
 
 /* ---- Window styles ---- */
 
@@ -1329,6 +1432,30 @@ TUL_WIN32_API LPVOID WINAPI HeapAlloc(HANDLE hHeap, DWORD dwFlags, SIZE_T dwByte
 TUL_WIN32_API LPVOID WINAPI HeapReAlloc(HANDLE hHeap, DWORD dwFlags, LPVOID lpMem, SIZE_T dwBytes);
 TUL_WIN32_API BOOL WINAPI HeapFree(HANDLE hHeap, DWORD dwFlags, LPVOID lpMem);
 
+/* kernel32: files and folders */
+TUL_WIN32_API HANDLE WINAPI CreateFileA(LPCSTR lpFileName, DWORD dwDesiredAccess,
+                                        DWORD dwShareMode,
+                                        LPSECURITY_ATTRIBUTES lpSecurityAttributes,
+                                        DWORD dwCreationDisposition,
+                                        DWORD dwFlagsAndAttributes, HANDLE hTemplateFile);
+TUL_WIN32_API BOOL WINAPI ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead,
+                                   LPDWORD lpNumberOfBytesRead, LPOVERLAPPED lpOverlapped);
+TUL_WIN32_API BOOL WINAPI WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite,
+                                    LPDWORD lpNumberOfBytesWritten, LPOVERLAPPED lpOverlapped);
+TUL_WIN32_API BOOL WINAPI CloseHandle(HANDLE hObject);
+TUL_WIN32_API DWORD WINAPI GetFileSize(HANDLE hFile, LPDWORD lpFileSizeHigh);
+TUL_WIN32_API DWORD WINAPI SetFilePointer(HANDLE hFile, LONG lDistanceToMove,
+                                          LONG* lpDistanceToMoveHigh, DWORD dwMoveMethod);
+TUL_WIN32_API BOOL WINAPI DeleteFileA(LPCSTR lpFileName);
+TUL_WIN32_API DWORD WINAPI GetFileAttributesA(LPCSTR lpFileName);
+TUL_WIN32_API BOOL WINAPI SetFileAttributesA(LPCSTR lpFileName, DWORD dwFileAttributes);
+TUL_WIN32_API BOOL WINAPI CreateDirectoryA(LPCSTR lpPathName,
+                                           LPSECURITY_ATTRIBUTES lpSecurityAttributes);
+TUL_WIN32_API BOOL WINAPI RemoveDirectoryA(LPCSTR lpPathName);
+TUL_WIN32_API HANDLE WINAPI FindFirstFileA(LPCSTR lpFileName, LPWIN32_FIND_DATAA lpFindFileData);
+TUL_WIN32_API BOOL WINAPI FindNextFileA(HANDLE hFindFile, LPWIN32_FIND_DATAA lpFindFileData);
+TUL_WIN32_API BOOL WINAPI FindClose(HANDLE hFindFile);
+
 /* user32: classes */
 TUL_WIN32_API ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* lpwcx);
 TUL_WIN32_API ATOM WINAPI RegisterClassA(const WNDCLASSA* lpWndClass);
@@ -1646,6 +1773,15 @@ TUL_WIN32_API int WINAPI GetRgnBox(HRGN hrgn, LPRECT lprc);
 #define LoadCursor LoadCursorA
 #define LoadIcon LoadIconA
 #define GetModuleHandle GetModuleHandleA
+#define CreateFile CreateFileA
+#define DeleteFile DeleteFileA
+#define GetFileAttributes GetFileAttributesA
+#define SetFileAttributes SetFileAttributesA
+#define CreateDirectory CreateDirectoryA
+#define RemoveDirectory RemoveDirectoryA
+#define FindFirstFile FindFirstFileA
+#define FindNextFile FindNextFileA
+#define WIN32_FIND_DATA WIN32_FIND_DATAA
 #define CreateAcceleratorTable CreateAcceleratorTableA
 #define TranslateAccelerator TranslateAcceleratorA
 #define TextOut TextOutA

@@ -5,6 +5,7 @@
 // shown caret inverts what lies under it there, never in the surfaces.
 #include <win32sim.h>
 
+#include "kernel/handles.h"
 #include "kernel/kernel.h"
 #include "sim/png.h"
 #include "user/user.h"
@@ -101,6 +102,7 @@ Counts counts() {
   c.dcs = liveGdiCount(GdiKind::DC);
   c.acceleratorTables = liveAcceleratorCount();
   c.timers = liveTimerCount();
+  c.kernelHandles = liveKernelHandleCount();
   return c;
 }
 
