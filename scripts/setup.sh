@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # Installs what a fresh Debian 12 machine lacks to build and test the
 # project: cmake, the 32-bit compilers, qemu-user (to run i386 programs on
-# machines that cannot), the mingw-w64 i686 cross compilers and the
-# googletest sources. Safe to run again: it installs only what is missing.
+# machines that cannot), the mingw-w64 i686 cross compilers, the
+# googletest sources and the stb headers (the layer's screenshots are
+# written with stb_image_write.h). Safe to run again: it installs only what
+# is missing.
 set -euo pipefail
 
 packages=(cmake make g++ g++-multilib qemu-user g++-mingw-w64-i686
-          binutils-mingw-w64-i686 googletest binutils)
+          binutils-mingw-w64-i686 googletest binutils libstb-dev)
 
 missing=()
 for p in "${packages[@]}"; do

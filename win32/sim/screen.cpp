@@ -74,7 +74,7 @@ bool saveScreenshot(const std::string& path) {
         put(static_cast<int>(x), static_cast<int>(y),
             w->surface->get(static_cast<int>(x - full.left), static_cast<int>(y - full.top)));
   }
-  return writeFile(path, encodePng(kScreenWidth, kScreenHeight, rgb));
+  return writePng(path, kScreenWidth, kScreenHeight, rgb);
 }
 
 Counts counts() {
