@@ -133,13 +133,6 @@ bool modifiersArg(const Call& c, int i, unsigned* out) {
   return true;
 }
 
-// Keys go to the focus window of the foreground window, as the keyboard's do.
-void giveFocus(HWND hwnd) {
-  HWND top = GetAncestor(hwnd, GA_ROOT);
-  if (top && GetForegroundWindow() != top) SetForegroundWindow(top);
-  if (GetFocus() != hwnd) SetFocus(hwnd);
-}
-
 bool desktop_press(Call& c) {
   HWND hwnd;
   int vk;
@@ -147,16 +140,14 @@ bool desktop_press(Call& c) {
   if (!c.counts(2, 3) || !c.windowArg(0, &hwnd) || !c.intArg(1, &vk)) return false;
   if (vk < 1 || vk > 254) return c.argFail(1, "must be a virtual-key code (1 to 254)");
   if (!modifiersArg(c, 2, &modifiers)) return false;
-  giveFocus(hwnd);
-  return c.done(desktop::platformPress(vk, modifiers));
+  return c.done(desktop::platformPress(hwnd, vk, modifiers));
 }
 
 bool desktop_type(Call& c) {
   HWND hwnd;
   std::string text;
   if (!c.counts(2, 2) || !c.windowArg(0, &hwnd) || !c.stringArg(1, &text)) return false;
-  giveFocus(hwnd);
-  return c.done(desktop::platformType(text));
+  return c.done(desktop::platformType(hwnd, text));
 }
 
 // ---- Windows ----

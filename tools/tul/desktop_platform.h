@@ -44,9 +44,12 @@ enum class SaveResult { Saved, CannotWrite, NotAvailable };
 // Starts calling idleNow() and nothingCanArrive() (below) from the thread's
 // message retrieval; doing it twice changes nothing.
 void platformWatchWaiting();
-// Keys are queued as the keyboard's input for the focus window.
-bool platformPress(int vk, unsigned modifiers);
-bool platformType(const std::string& text);
+// The user moves the keyboard focus to hwnd and presses the keys; the focus
+// moves when the program's retrieval reaches that point of the input, after
+// the keys queued before it, so each call's keys reach its own window.
+bool platformPress(HWND hwnd, int vk, unsigned modifiers);
+bool platformType(HWND hwnd, const std::string& text);
+// At once, for whatever window has the focus (the reset between scripts).
 void platformKeyUp(int vk);
 bool platformClose(HWND hwnd);
 bool platformResize(HWND hwnd, int width, int height);

@@ -39,15 +39,17 @@ void platformWatchWaiting() {
   win32sim::setNothingCanArriveHook(nothingCanArrive);
 }
 
-bool platformPress(int vk, unsigned modifiers) {
+bool platformPress(HWND hwnd, int vk, unsigned modifiers) {
   static_assert(kShift == win32sim::kShift && kControl == win32sim::kControl &&
                     kAlt == win32sim::kAlt,
                 "the desktop's modifier bits are the layer's");
+  win32sim::focusWindow(hwnd);
   win32sim::pressKey(vk, modifiers);
   return true;
 }
 
-bool platformType(const std::string& text) {
+bool platformType(HWND hwnd, const std::string& text) {
+  win32sim::focusWindow(hwnd);
   win32sim::typeText(text.c_str());
   return true;
 }

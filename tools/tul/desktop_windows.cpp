@@ -1,10 +1,18 @@
 // The desktop on the real system, through the system's own means: keys are
 // real keyboard input (SendInput) for the focus window, so the key state
 // that GetKeyState and TranslateAcceleratorA see changes as the program
-// retrieves them; closing is the close box's WM_SYSCOMMAND(SC_CLOSE),
-// posted once the keys sent before it have been retrieved; resizing is
-// SetWindowPos between WM_ENTERSIZEMOVE and WM_EXITSIZEMOVE; pixels come
+// retrieves them; closing is the close box's WM_SYSCOMMAND(SC_CLOSE); resizing
+// is SetWindowPos between WM_ENTERSIZEMOVE and WM_EXITSIZEMOVE; pixels come
 // from GetPixel; the clock is Sleep.
+//
+// Gestures keep the order the Linux layer's queued input gives them: a
+// change of focus waits until the keys sent before it have been retrieved,
+// then a marker message posted to the probe window makes it when the
+// program's loop dispatches it, and only then are the keys behind it sent
+// (the system gives a key to the focus of the moment it passes through the
+// input path); a close waits for the keys before it the same way. Nothing is
+// sent or moved while a dialog box waits for the user, whom the Linux layer
+// answers before the program reads any further input.
 //
 // The system offers no hook for "GetMessageA would wait". A helper thread
 // stands in: every kProbeMs it sends a probe to a message-only window of the
@@ -13,7 +21,8 @@
 // A probe handled while the queue holds nothing ready is the moment the loop
 // would wait: it answers a dialog box waiting for the user (from the queued
 // answers, else with its default button or by cancelling a file dialog, as
-// the Linux layer's user does), then runs the script's idle function once
+// the Linux layer's user does), carries out the gestures still held, then
+// runs the script's idle function once
 // per wait, and ends a loop in which nothing arrived for
 // kNothingArrivesAfterMs. Keys still on their way hold the wait off. A
 // WH_GETMESSAGE hook sees what does arrive.
@@ -25,6 +34,7 @@
 
 #include <deque>
 #include <iterator>
+#include <utility>
 
 namespace desktop {
 
@@ -38,6 +48,7 @@ constexpr DWORD kNothingArrivesAfterMs = 3000;  // waiting this long: nothing wi
 // that reach no window never arrive).
 constexpr DWORD kKeysInFlightMs = 2000;
 constexpr UINT kProbeMessage = WM_APP + 1;      // for the probe window only
+constexpr UINT kFocusMessage = WM_APP + 2;      // posted to it: a held focus change's turn
 constexpr const char* kProbeClass = "TulDesktopProbe";
 // Messages of these kinds ready in the queue mean the loop is not waiting.
 constexpr UINT kReady = QS_INPUT | QS_POSTMESSAGE | QS_TIMER | QS_PAINT | QS_HOTKEY;
@@ -49,13 +60,15 @@ struct Answer {
   std::string path;
 };
 
-// A close waiting for the keys sent before it: the Linux layer queues the
-// click on the close box as input, behind them, where a posted message would
-// overtake them.
-struct HeldClose {
-  unsigned long after;  // the number of key events that come first
-  HWND hwnd;
-  LPARAM point;
+// A gesture of the user waiting for its turn (see the top of the file).
+struct Gesture {
+  enum class Kind { Keys, Focus, Close };
+  explicit Gesture(Kind k, HWND h = nullptr) : kind(k), hwnd(h) {}
+  Kind kind;
+  HWND hwnd = nullptr;       // Focus, Close
+  std::vector<INPUT> keys;   // Keys
+  LPARAM point = 0;          // Close: where the close box is clicked
+  unsigned long marker = 0;  // Focus: the marker posted for it, 0 before
 };
 
 struct Watch {
@@ -67,7 +80,8 @@ struct Watch {
   unsigned long keysSent = 0;       // key events handed to SendInput
   unsigned long keysRetrieved = 0;  // key messages the thread has retrieved
   DWORD lastKeyProgress = 0;        // when a key was last sent or retrieved
-  std::deque<HeldClose> closes;
+  std::deque<Gesture> gestures;
+  unsigned long markers = 0;        // focus markers posted so far
 };
 
 Watch& watch() {
@@ -98,10 +112,24 @@ BOOL CALLBACK countChild(HWND, LPARAM lp) {
 
 // ---- Dialog boxes waiting for the user ----
 
+// A dialog box that waits for the user: shown, or about to be (a modal
+// dialog disables its owner before it shows itself), and taking input.
+bool isWaitingDialog(HWND hwnd) {
+  if (!isClass(hwnd, "#32770") || !IsWindowEnabled(hwnd)) return false;
+  HWND owner = GetWindow(hwnd, GW_OWNER);
+  return IsWindowVisible(hwnd) || (owner && !IsWindowEnabled(owner));
+}
+
 BOOL CALLBACK findWaitingDialog(HWND hwnd, LPARAM lp) {
-  if (!isClass(hwnd, "#32770") || !IsWindowVisible(hwnd) || !IsWindowEnabled(hwnd)) return TRUE;
+  if (!isWaitingDialog(hwnd)) return TRUE;
   *reinterpret_cast<HWND*>(lp) = hwnd;
   return FALSE;
+}
+
+HWND waitingDialog() {
+  HWND dialog = nullptr;
+  EnumThreadWindows(GetCurrentThreadId(), findWaitingDialog, reinterpret_cast<LPARAM>(&dialog));
+  return dialog;
 }
 
 void pressButton(HWND dialog, int id) {
@@ -125,8 +153,7 @@ void answerFileDialog(HWND dialog, HWND nameBox) {
 
 // True when a dialog box of the thread was waiting and has been answered.
 bool answerWaitingDialog() {
-  HWND dialog = nullptr;
-  EnumThreadWindows(GetCurrentThreadId(), findWaitingDialog, reinterpret_cast<LPARAM>(&dialog));
+  HWND dialog = waitingDialog();
   if (!dialog) return false;
   HWND nameBox = GetDlgItem(dialog, kFileNameCombo);
   if (!nameBox) nameBox = GetDlgItem(dialog, kFileNameEdit);
@@ -139,22 +166,72 @@ bool answerWaitingDialog() {
   return true;
 }
 
-// ---- Closing in input order ----
+// ---- Gestures in input order ----
 
-void postClose(const HeldClose& c) {
-  if (IsWindow(c.hwnd)) PostMessageA(c.hwnd, WM_SYSCOMMAND, SC_CLOSE, c.point);
+void sendKeys(std::vector<INPUT>& in) {
+  if (in.empty()) return;
+  watch().keysSent += SendInput(static_cast<UINT>(in.size()), in.data(), sizeof(INPUT));
+  watch().lastKeyProgress = GetTickCount();
 }
 
-// Posts the held closes whose keys have all been retrieved; all of them when
-// the loop is idle (keys that reached no window are never retrieved).
-void releaseCloses(bool all) {
+// The user moves the focus as a click into the window would, without the
+// click: its top-level window comes to the front and the window takes the
+// focus. A window destroyed meanwhile takes nothing.
+void makeFocusChange(HWND hwnd) {
+  if (!IsWindow(hwnd)) return;
+  HWND top = GetAncestor(hwnd, GA_ROOT);
+  if (top && GetForegroundWindow() != top) SetForegroundWindow(top);
+  if (IsWindow(hwnd) && GetFocus() != hwnd) SetFocus(hwnd);
+}
+
+// Carries out the gestures whose turn has come, in order. idle: the loop is
+// waiting, so keys not yet retrieved never will be (they reached no window)
+// and a marker not yet dispatched never will be (a filtered loop).
+void advanceGestures(bool idle) {
   Watch& w = watch();
-  if (all) w.keysRetrieved = w.keysSent;
-  while (!w.closes.empty() && w.closes.front().after <= w.keysRetrieved) {
-    HeldClose c = w.closes.front();
-    w.closes.pop_front();
-    postClose(c);
+  if (idle) w.keysRetrieved = w.keysSent;
+  while (!w.gestures.empty() && !waitingDialog()) {
+    Gesture& g = w.gestures.front();
+    if (g.kind == Gesture::Kind::Keys) {
+      sendKeys(g.keys);
+    } else if (w.keysRetrieved < w.keysSent) {
+      return;
+    } else if (g.kind == Gesture::Kind::Close) {
+      if (IsWindow(g.hwnd)) PostMessageA(g.hwnd, WM_SYSCOMMAND, SC_CLOSE, g.point);
+    } else if (idle && g.marker) {
+      makeFocusChange(g.hwnd);
+    } else {
+      if (!g.marker) {
+        g.marker = ++w.markers;
+        PostMessageA(w.probeWindow, kFocusMessage, g.marker, 0);
+      }
+      return;  // what follows waits for the marker
+    }
+    w.gestures.pop_front();
   }
+}
+
+// The program's loop dispatched a focus marker: the change is made, unless
+// it is stale or a dialog box came up meanwhile (then it waits for the box
+// to be answered and is posted anew).
+void onFocusMarker(unsigned long marker) {
+  Watch& w = watch();
+  if (w.gestures.empty() || w.gestures.front().kind != Gesture::Kind::Focus ||
+      w.gestures.front().marker != marker)
+    return;
+  if (waitingDialog()) {
+    w.gestures.front().marker = 0;
+    return;
+  }
+  HWND hwnd = w.gestures.front().hwnd;
+  w.gestures.pop_front();
+  makeFocusChange(hwnd);
+  advanceGestures(false);
+}
+
+void addGesture(Gesture g) {
+  watch().gestures.push_back(std::move(g));
+  advanceGestures(false);
 }
 
 bool isKeyInput(UINT message) {
@@ -170,11 +247,11 @@ void onProbe() {
   Watch& w = watch();
   if (!scriptRunning() || (LOWORD(GetQueueStatus(QS_ALLINPUT)) & kReady)) return;
   if (w.keysRetrieved < w.keysSent && GetTickCount() - w.lastKeyProgress < kKeysInFlightMs) return;
-  if (!w.closes.empty()) {
-    releaseCloses(true);
+  if (answerWaitingDialog()) return;
+  if (!w.gestures.empty()) {
+    advanceGestures(true);
     return;
   }
-  if (answerWaitingDialog()) return;
   DWORD now = GetTickCount();
   if (w.activity) {
     w.activity = false;
@@ -188,6 +265,10 @@ void onProbe() {
 }
 
 LRESULT CALLBACK probeProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  if (msg == kFocusMessage) {
+    onFocusMarker(static_cast<unsigned long>(wp));
+    return 0;
+  }
   if (msg != kProbeMessage) return DefWindowProcA(hwnd, msg, wp, lp);
   onProbe();
   return 0;
@@ -222,11 +303,12 @@ LRESULT CALLBACK watchRetrieval(int code, WPARAM wp, LPARAM lp) {
     if (isKeyInput(m->message)) {
       ++watch().keysRetrieved;
       watch().lastKeyProgress = GetTickCount();
-      releaseCloses(false);
+      advanceGestures(false);
     }
   }
   return CallNextHookEx(watch().hook, code, wp, lp);
 }
+
 
 // ---- Keys ----
 
@@ -252,12 +334,6 @@ void addPress(std::vector<INPUT>& in, int vk, unsigned modifiers) {
   in.push_back(keyInput(vk, true));
   for (auto it = std::rbegin(kModifiers); it != std::rend(kModifiers); ++it)
     if (modifiers & it->bit) in.push_back(keyInput(it->vk, true));
-}
-
-void sendKeys(std::vector<INPUT>& in) {
-  if (in.empty()) return;
-  watch().keysSent += SendInput(static_cast<UINT>(in.size()), in.data(), sizeof(INPUT));
-  watch().lastKeyProgress = GetTickCount();
 }
 
 // The key (and Shift) that types c, as the Linux layer's US keyboard does:
@@ -289,21 +365,23 @@ void platformWatchWaiting() {
     CloseHandle(thread);
 }
 
-bool platformPress(int vk, unsigned modifiers) {
-  std::vector<INPUT> in;
-  addPress(in, vk, modifiers);
-  sendKeys(in);
+bool platformPress(HWND hwnd, int vk, unsigned modifiers) {
+  Gesture keys(Gesture::Kind::Keys);
+  addPress(keys.keys, vk, modifiers);
+  addGesture(Gesture(Gesture::Kind::Focus, hwnd));
+  addGesture(std::move(keys));
   return true;
 }
 
-bool platformType(const std::string& text) {
-  std::vector<INPUT> in;
+bool platformType(HWND hwnd, const std::string& text) {
+  Gesture keys(Gesture::Kind::Keys);
   for (char c : text) {
     int vk = 0;
     bool shift = false;
-    if (keyFor(c, &vk, &shift)) addPress(in, vk, shift ? kShift : 0);
+    if (keyFor(c, &vk, &shift)) addPress(keys.keys, vk, shift ? kShift : 0);
   }
-  sendKeys(in);
+  addGesture(Gesture(Gesture::Kind::Focus, hwnd));
+  addGesture(std::move(keys));
   return true;
 }
 
@@ -318,9 +396,9 @@ void platformKeyUp(int vk) {
 bool platformClose(HWND hwnd) {
   RECT r;
   GetWindowRect(hwnd, &r);
-  Watch& w = watch();
-  w.closes.push_back(HeldClose{w.keysSent, hwnd, MAKELPARAM(r.right - 8, r.top + 8)});
-  releaseCloses(false);
+  Gesture close(Gesture::Kind::Close, hwnd);
+  close.point = MAKELPARAM(r.right - 8, r.top + 8);
+  addGesture(std::move(close));
   return true;
 }
 
@@ -386,7 +464,7 @@ std::vector<HWND> platformTopLevelWindows() {
 void platformForget() {
   Watch& w = watch();
   w.answers.clear();
-  w.closes.clear();
+  w.gestures.clear();
   w.keysRetrieved = w.keysSent;
   w.activity = true;
 }

@@ -32,6 +32,12 @@ TUL_WIN32_API void pressKey(int vk, unsigned modifiers = kNoModifier);
 // Types printable ASCII text (and '\n' as Return, '\t' as Tab) key by key,
 // with Shift where a US keyboard needs it. Other characters are skipped.
 TUL_WIN32_API void typeText(const char* text);
+// Moves the keyboard focus to hwnd, in order with the keys: queued as input,
+// it is made when retrieval reaches it (hwnd's top-level window comes to the
+// front and hwnd takes the focus), so the keys queued before it go where the
+// focus was and the keys queued after it go to hwnd. Nothing queued after it
+// is retrieved before it; a window destroyed meanwhile takes nothing.
+TUL_WIN32_API void focusWindow(HWND hwnd);
 
 // ---- Mouse: a left click at a point of a window's client area ----
 

@@ -235,6 +235,9 @@ LRESULT sendMessage(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
 void sendParentNotify(HWND hwnd, UINT event);
 void purgeWindow(HWND hwnd);
 void queueInput(UINT message, WPARAM wp, LPARAM lp, HWND target, POINT screen);
+// Queues a change of the keyboard focus to hwnd behind the input queued so
+// far; retrieval makes it when it reaches it (win32sim::focusWindow).
+void queueFocusChange(HWND hwnd);
 void setAsyncKey(int vk, bool down);
 bool asyncKeyDown(int vk);
 int liveTimerCount();
