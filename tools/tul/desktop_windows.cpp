@@ -24,8 +24,10 @@
 // the Linux layer's user does), carries out the gestures still held, then
 // runs the script's idle function once
 // per wait, and ends a loop in which nothing arrived for
-// kNothingArrivesAfterMs. Keys still on their way hold the wait off. A
-// WH_GETMESSAGE hook sees what does arrive.
+// kNothingArrivesAfterMs. An idle function that sent a message to a window
+// (WH_CALLWNDPROC sees it) is run again at the next wait, as if something
+// had arrived. Keys still on their way hold the wait off. A WH_GETMESSAGE
+// hook sees what does arrive.
 //
 // Invariant: the helper thread only sends probes; everything else, the
 // script included, runs on the script's thread, and a probe does nothing
@@ -73,9 +75,12 @@ struct Gesture {
 
 struct Watch {
   HHOOK hook = nullptr;
+  HHOOK sendHook = nullptr;
   HWND probeWindow = nullptr;
   bool activity = true;  // a message was retrieved since the last wait
   DWORD idleSince = 0;
+  bool inIdle = false;   // the script's idle function is running
+  bool idleActed = false;  // it sent a message to a window
   std::deque<Answer> answers;
   unsigned long keysSent = 0;       // key events handed to SendInput
   unsigned long keysRetrieved = 0;  // key messages the thread has retrieved
@@ -256,7 +261,13 @@ void onProbe() {
   if (w.activity) {
     w.activity = false;
     w.idleSince = now;
+    w.idleActed = false;
+    w.inIdle = true;
     idleNow();
+    w.inIdle = false;
+    // Sending a message to a window is acting as the user even when nothing
+    // arrives: the function is asked again at the next wait.
+    if (w.idleActed) w.activity = true;
     return;
   }
   if (now - w.idleSince < kNothingArrivesAfterMs) return;
@@ -309,6 +320,13 @@ LRESULT CALLBACK watchRetrieval(int code, WPARAM wp, LPARAM lp) {
   return CallNextHookEx(watch().hook, code, wp, lp);
 }
 
+// Messages sent to the thread's windows, seen while the idle function runs.
+LRESULT CALLBACK watchSends(int code, WPARAM wp, LPARAM lp) {
+  Watch& w = watch();
+  const CWPSTRUCT* c = reinterpret_cast<const CWPSTRUCT*>(lp);
+  if (code == HC_ACTION && w.inIdle && c && c->hwnd != w.probeWindow) w.idleActed = true;
+  return CallNextHookEx(w.sendHook, code, wp, lp);
+}
 
 // ---- Keys ----
 
@@ -358,6 +376,8 @@ void platformWatchWaiting() {
   Watch& w = watch();
   if (!w.hook)
     w.hook = SetWindowsHookExA(WH_GETMESSAGE, watchRetrieval, NULL, GetCurrentThreadId());
+  if (!w.sendHook)
+    w.sendHook = SetWindowsHookExA(WH_CALLWNDPROC, watchSends, NULL, GetCurrentThreadId());
   if (w.probeWindow) return;
   w.probeWindow = makeProbeWindow();
   if (!w.probeWindow) return;

@@ -56,6 +56,7 @@ COLORREF screenPixel(int x, int y) {
 }
 
 bool saveScreenshot(const std::string& path) {
+  noteActivity();
   std::vector<uint8_t> rgb(static_cast<size_t>(kScreenWidth) * kScreenHeight * 3);
   auto put = [&rgb](int x, int y, COLORREF c) {
     size_t at = (static_cast<size_t>(y) * kScreenWidth + static_cast<size_t>(x)) * 3;

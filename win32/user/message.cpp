@@ -62,6 +62,7 @@ struct Queue {
   UINT_PTR nextThreadTimer = kFirstThreadTimer;
   win32sim::IdleHook idleHook;
   bool inIdleHook = false;
+  unsigned long activity = 0;  // procedures run and screens saved, ever
   win32sim::NothingCanArriveHook nothingCanArrive;
 };
 
@@ -367,16 +368,21 @@ int translateKey(UINT vk, const BYTE* keys) {
 }
 
 // Stands in for waiting: the idle hook first, then the clock jumps to the
-// next timer. False when nothing can ever arrive.
+// next timer. False when nothing can ever arrive. True also when the hook
+// made nothing arrive but ran a window procedure or saved the screen: the
+// caller looks again and, finding nothing, waits again.
 bool waitForSomething(HWND filter, UINT first, UINT last) {
   Queue& q = queue();
   MSG probe;
   if (q.idleHook && !q.inIdleHook) {
     q.inIdleHook = true;
     win32sim::IdleHook hook = q.idleHook;
+    const unsigned long before = q.activity;
     hook();
     q.inIdleHook = false;
-    if (peek(&probe, filter, first, last, false)) return true;
+    // A hook that ran a window procedure or saved the screen acted as the
+    // user even if nothing arrived: it is asked again.
+    if (q.activity != before || peek(&probe, filter, first, last, false)) return true;
   }
   if (anyTimer()) {
     advanceToNextTimer();
@@ -408,8 +414,11 @@ bool giveUpWaiting(const char* caller, HWND filter, UINT first, UINT last) {
 LRESULT sendMessage(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   Window* w = findWindow(hwnd);
   if (!w || !w->proc) return 0;
+  noteActivity();
   return w->proc(hwnd, msg, wp, lp);
 }
+
+void noteActivity() { ++queue().activity; }
 
 void sendParentNotify(HWND hwnd, UINT event) {
   Window* w = findWindow(hwnd);
