@@ -39,10 +39,21 @@ struct DialogRecord {
 
 enum class SaveResult { Saved, CannotWrite, NotAvailable };
 
+// A message box waiting for the user, as the user sees it.
+struct MessageBoxRecord {
+  HWND owner = nullptr;      // the box's owner (a top-level window), or null
+  std::string text;
+  std::string caption;
+  UINT icon = 0;             // MB_ICONHAND, MB_ICONQUESTION, MB_ICONEXCLAMATION, MB_ICONASTERISK or 0
+  std::vector<int> buttons;  // the answers its buttons give, left to right
+  int defaultButton = IDOK;
+};
+
 // ---- Supplied by the platform ----
 
 // Starts calling idleNow() and nothingCanArrive() (below) from the thread's
-// message retrieval; doing it twice changes nothing.
+// message retrieval, and answerMessageBox() for every message box; doing it
+// twice changes nothing.
 void platformWatchWaiting();
 // The user moves the keyboard focus to hwnd and presses the keys; the focus
 // moves when the program's retrieval reaches that point of the input, after
@@ -77,6 +88,12 @@ void idleNow();
 // The message loop would wait for ever: raises the script error and posts
 // WM_QUIT so that the loop ends and the error surfaces at its call.
 void nothingCanArrive();
+// A message box waits for the user: remembers it as the last one and gives
+// the answer to press, the next queued one or else the default button. A
+// queued answer the box has no button for is used up, raises a script error
+// (it surfaces at the call that showed the box) and the default button is
+// pressed.
+int answerMessageBox(const MessageBoxRecord& box);
 // True while a script runs (the engine is there to call into).
 bool scriptRunning();
 

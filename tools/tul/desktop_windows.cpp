@@ -19,10 +19,10 @@
 // script's thread, and a message sent from another thread is handled only
 // inside the thread's message retrieval, where the program never sees it.
 // A probe handled while the queue holds nothing ready is the moment the loop
-// would wait: it answers a dialog box waiting for the user (from the queued
-// answers, else with its default button or by cancelling a file dialog, as
-// the Linux layer's user does), carries out the gestures still held, then
-// runs the script's idle function once
+// would wait: it answers a dialog box waiting for the user (a file dialog
+// from the queued answers, else cancelled; a message box through
+// desktop.cpp's answerMessageBox, which reads what the box shows), carries
+// out the gestures still held, then runs the script's idle function once
 // per wait, and ends a loop in which nothing arrived for
 // kNothingArrivesAfterMs. An idle function that sent a message to a window
 // (WH_CALLWNDPROC sees it) is run again at the next wait, as if something
@@ -34,6 +34,7 @@
 // while no script runs.
 #include "tools/tul/desktop_platform.h"
 
+#include <algorithm>
 #include <deque>
 #include <iterator>
 #include <utility>
@@ -156,6 +157,73 @@ void answerFileDialog(HWND dialog, HWND nameBox) {
   pressButton(dialog, IDOK);
 }
 
+// ---- Message boxes, read as the user reads them ----
+
+bool isAnswer(int id) { return (id >= IDOK && id <= IDNO) || id == IDTRYAGAIN || id == IDCONTINUE; }
+
+std::string windowText(HWND hwnd) {
+  std::string text(static_cast<size_t>(GetWindowTextLengthA(hwnd)) + 1, '\0');
+  text.resize(static_cast<size_t>(GetWindowTextA(hwnd, &text[0], static_cast<int>(text.size()))));
+  return text;
+}
+
+// The icon a box shows, by the system's shared icons it loads.
+UINT iconOf(HWND iconStatic) {
+  static const struct {
+    LPCSTR icon;
+    UINT type;
+  } kIcons[] = {{IDI_HAND, MB_ICONHAND},
+                {IDI_QUESTION, MB_ICONQUESTION},
+                {IDI_EXCLAMATION, MB_ICONEXCLAMATION},
+                {IDI_ASTERISK, MB_ICONASTERISK}};
+  HICON shown = reinterpret_cast<HICON>(SendMessageA(iconStatic, STM_GETICON, 0, 0));
+  for (const auto& i : kIcons)
+    if (shown && shown == LoadIconA(NULL, i.icon)) return i.type;
+  return 0;
+}
+
+struct BoxReading {
+  MessageBoxRecord* box = nullptr;
+  std::vector<std::pair<LONG, int>> buttons;  // left edge, answer
+  bool haveText = false;
+};
+
+BOOL CALLBACK readBoxControl(HWND hwnd, LPARAM lp) {
+  BoxReading& r = *reinterpret_cast<BoxReading*>(lp);
+  if (!IsWindowVisible(hwnd)) return TRUE;
+  const LONG style = GetWindowLongA(hwnd, GWL_STYLE);
+  if (isClass(hwnd, "Static") && (style & SS_TYPEMASK) == SS_ICON) {
+    r.box->icon = iconOf(hwnd);
+  } else if (isClass(hwnd, "Static") && !r.haveText) {
+    r.box->text = windowText(hwnd);
+    r.haveText = true;
+  } else if (isClass(hwnd, "Button") && isAnswer(GetDlgCtrlID(hwnd))) {
+    RECT rect;
+    GetWindowRect(hwnd, &rect);
+    r.buttons.emplace_back(rect.left, GetDlgCtrlID(hwnd));
+    if ((style & BS_TYPEMASK) == BS_DEFPUSHBUTTON) r.box->defaultButton = GetDlgCtrlID(hwnd);
+  }
+  return TRUE;
+}
+
+// What a message box shows: false for a dialog without a button that
+// answers it. With no default push button (a MB_DEFBUTTONn past its
+// buttons), the first button is the default, as the Linux layer has it.
+bool readMessageBox(HWND dialog, MessageBoxRecord* box) {
+  BoxReading r;
+  r.box = box;
+  box->defaultButton = 0;
+  EnumChildWindows(dialog, readBoxControl, reinterpret_cast<LPARAM>(&r));
+  if (r.buttons.empty()) return false;
+  std::sort(r.buttons.begin(), r.buttons.end());
+  for (const auto& b : r.buttons) box->buttons.push_back(b.second);
+  if (std::find(box->buttons.begin(), box->buttons.end(), box->defaultButton) == box->buttons.end())
+    box->defaultButton = box->buttons.front();
+  box->caption = windowText(dialog);
+  box->owner = GetWindow(dialog, GW_OWNER);
+  return true;
+}
+
 // True when a dialog box of the thread was waiting and has been answered.
 bool answerWaitingDialog() {
   HWND dialog = waitingDialog();
@@ -164,6 +232,11 @@ bool answerWaitingDialog() {
   if (!nameBox) nameBox = GetDlgItem(dialog, kFileNameEdit);
   if (nameBox) {
     answerFileDialog(dialog, nameBox);
+    return true;
+  }
+  MessageBoxRecord box;
+  if (readMessageBox(dialog, &box)) {
+    pressButton(dialog, answerMessageBox(box));
     return true;
   }
   LRESULT def = SendMessageA(dialog, DM_GETDEFID, 0, 0);
