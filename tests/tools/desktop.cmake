@@ -1,7 +1,8 @@
 # The desktop class from the outside: tul --batch leaves nothing of one
 # script for the next (windows, queued input and messages, a quit, dialog
-# answers, the idle function, spies), and tul --screenshot saves a PNG when
-# the script ends, as desktop.screenshot does during it.
+# and message box answers, the last message box, the idle function, spies),
+# and tul --screenshot saves a PNG when the script ends, as
+# desktop.screenshot does during it.
 #   cmake "-DTUL=emulator;path/to/tul" -DDIR=tests/tools/desktop -DOUT=dir -P desktop.cmake
 file(REMOVE_RECURSE ${OUT})
 file(MAKE_DIRECTORY ${OUT})
@@ -19,7 +20,7 @@ if(NOT status EQUAL 0)
   message(FATAL_ERROR "tul --batch exited with ${status}")
 endif()
 expect_file(${OUT}/1.out "3\n")
-expect_file(${OUT}/2.out "0\n0\n0 0\n[]\n0 0\n\
+expect_file(${OUT}/2.out "0\n0\n0 0\n[]\n0 0\nnil 6\n\
 the message loop would wait for ever: no input, message, paint or timer can arrive\n")
 expect_file(${OUT}/2.err "")
 expect_file(${OUT}/2.status "0\n")

@@ -111,9 +111,58 @@ TEST_F(Dialogs, MessageBoxesPrintAndAnswer) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "MessageBox [caption]: text\n");
   }
   win32sim::queueMessageBoxAnswer(IDCANCEL);
+  win32sim::queueMessageBoxAnswer(IDYES);
   testing::internal::CaptureStderr();
   EXPECT_EQ(MessageBoxA(NULL, "t", "c", MB_OKCANCEL), IDCANCEL);
+  EXPECT_EQ(MessageBoxA(NULL, "t", "c", MB_OKCANCEL | MB_DEFBUTTON2), IDCANCEL)
+      << "an answer the box has no button for presses the default one";
   testing::internal::GetCapturedStderr();
+}
+
+TEST_F(Dialogs, TheMessageBoxHookSeesTheBoxAndAnswersIt) {
+  HWND owner = layertest::createMain();
+  HWND child = CreateWindowExA(0, "EDIT", "", WS_CHILD | WS_VISIBLE, 0, 0, 50, 20, owner, NULL,
+                               NULL, NULL);
+  std::vector<win32sim::MessageBoxCall> seen;
+  int answer = 0;
+  win32sim::setMessageBoxHook([&](const win32sim::MessageBoxCall& box) {
+    seen.push_back(box);
+    return answer;
+  });
+  struct Case {
+    HWND hwnd;
+    const char* text;
+    const char* caption;
+    UINT type;
+    int answer;
+    std::vector<int> buttons;
+    int defaultButton;
+    int result;
+  } const cases[] = {
+      {owner, "a\nb", "cap", MB_YESNO | MB_ICONQUESTION, IDNO, {IDYES, IDNO}, IDYES, IDNO},
+      {child, nullptr, nullptr, MB_OK, 0, {IDOK}, IDOK, IDOK},
+      {NULL, "t", "c", MB_ABORTRETRYIGNORE | MB_DEFBUTTON3, IDYES, {IDABORT, IDRETRY, IDIGNORE},
+       IDIGNORE, IDIGNORE},
+      {NULL, "t", "c", MB_OKCANCEL | MB_DEFBUTTON3, 0, {IDOK, IDCANCEL}, IDOK, IDOK},
+      {NULL, "t", "c", MB_CANCELTRYCONTINUE | MB_DEFBUTTON2, IDCONTINUE,
+       {IDCANCEL, IDTRYAGAIN, IDCONTINUE}, IDTRYAGAIN, IDCONTINUE},
+  };
+  testing::internal::CaptureStderr();
+  for (const Case& c : cases) {
+    answer = c.answer;
+    seen.clear();
+    EXPECT_EQ(MessageBoxA(c.hwnd, c.text, c.caption, c.type), c.result) << c.type;
+    ASSERT_EQ(seen.size(), 1u);
+    const win32sim::MessageBoxCall& box = seen[0];
+    EXPECT_EQ(box.owner, c.hwnd ? owner : nullptr) << "the owner is top-level";
+    EXPECT_EQ(box.text, c.text ? c.text : "");
+    EXPECT_EQ(box.caption, c.caption ? c.caption : "Error");
+    EXPECT_EQ(box.type, c.type);
+    EXPECT_EQ(box.buttons, c.buttons) << c.type;
+    EXPECT_EQ(box.defaultButton, c.defaultButton) << c.type;
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "the hook reads the box, not stderr";
+  DestroyWindow(owner);
 }
 
 }  // namespace

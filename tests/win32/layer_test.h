@@ -124,6 +124,7 @@ class LayerTest : public ::testing::Test {
   void TearDown() override {
     win32sim::setIdleHook(nullptr);
     win32sim::setNothingCanArriveHook(nullptr);
+    win32sim::setMessageBoxHook(nullptr);
     messageHook() = nullptr;
     pumpAll();
     win32sim::Counts after = win32sim::counts();

@@ -4,6 +4,8 @@
 // tests/script/desktop/idle.tul.
 #include "tests/win32/layer_test.h"
 
+#include <cstdio>
+
 namespace {
 
 using layertest::Expect;
@@ -54,6 +56,51 @@ TEST_F(Queue, AQuietNothingCanArriveHookLeavesTheFailureSilent) {
   EXPECT_EQ(GetMessageA(&m, NULL, 0, 0), 1) << "a timer can still arrive";
   EXPECT_EQ(m.message, static_cast<UINT>(WM_TIMER));
   EXPECT_EQ(calls, 2);
+  DestroyWindow(h);
+  layertest::recorded().clear();
+}
+
+// Runs a program's loop to its end; its last GetMessageA result.
+BOOL runToEnd() {
+  MSG m;
+  BOOL r;
+  while ((r = GetMessageA(&m, NULL, 0, 0)) > 0) DispatchMessageA(&m);
+  return r;
+}
+
+TEST_F(Queue, AnIdleHookThatActsWithoutQueueingIsAskedAgain) {
+  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW);
+  layertest::pumpAll();
+  const std::string shot = testing::TempDir() + "win32_queue_idle.png";
+  const struct {
+    const char* what;
+    std::function<void()> act;
+  } cases[] = {
+      {"a sent message", [h] { SendMessageA(h, WM_USER, 0, 0); }},
+      {"a scroll step", [h] { win32sim::sendScrollMessage(h, SB_VERT, SB_LINEDOWN, 0); }},
+      {"a saved screen", [&shot] { win32sim::saveScreenshot(shot); }},
+  };
+  win32sim::setNothingCanArriveHook([] {});
+  for (const auto& c : cases) {
+    int calls = 0;
+    win32sim::setIdleHook([&] {
+      if (++calls <= 3) c.act();
+    });
+    EXPECT_EQ(runToEnd(), -1) << c.what;
+    EXPECT_EQ(calls, 4) << c.what << ": asked again after each action, given up after a quiet one";
+  }
+  int calls = 0;
+  win32sim::setIdleHook([&] {
+    ++calls;
+    PostMessageA(h, WM_NULL, 0, 0);
+    GetFocus();  // reading state runs no procedure
+  });
+  MSG m;
+  EXPECT_EQ(GetMessageA(&m, NULL, 0, 0), 1) << "what it posted arrives";
+  win32sim::setIdleHook([&] { ++calls; });
+  EXPECT_EQ(runToEnd(), -1);
+  EXPECT_EQ(calls, 2) << "a hook that does nothing is asked once";
+  std::remove(shot.c_str());
   DestroyWindow(h);
   layertest::recorded().clear();
 }

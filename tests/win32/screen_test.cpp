@@ -8,6 +8,11 @@
 #include <fstream>
 #include <iterator>
 
+#define STBI_ONLY_PNG
+#define STB_IMAGE_STATIC
+#define STB_IMAGE_IMPLEMENTATION
+#include <stb_image.h>
+
 namespace {
 
 using layertest::LayerTest;
@@ -159,73 +164,30 @@ TEST_F(Screen, NonClientAreaIsDrawn) {
   DestroyWindow(h);
 }
 
-// ---- PNG: decode what the encoder wrote (stored or fixed-Huffman blocks) ----
+// ---- PNG: decoded with stb_image.h, the writer's companion ----
 
-struct BitReader {
-  const std::vector<unsigned char>& data;
-  size_t pos = 0;
-  int bit = 0;
-  unsigned get(int n) {
-    unsigned v = 0;
-    for (int i = 0; i < n; ++i) {
-      v |= ((data.at(pos) >> bit) & 1u) << i;
-      if (++bit == 8) {
-        bit = 0;
-        ++pos;
-      }
-    }
-    return v;
-  }
-  unsigned code(int n) {  // most significant bit first
-    unsigned v = 0;
-    for (int i = 0; i < n; ++i) v = (v << 1) | get(1);
-    return v;
+struct Decoded {
+  int width = 0, height = 0;
+  std::vector<unsigned char> rgb;
+  COLORREF at(int x, int y) const {
+    size_t i = (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3;
+    return RGB(rgb[i], rgb[i + 1], rgb[i + 2]);
   }
 };
 
-int fixedSymbol(BitReader& r) {
-  unsigned v = r.code(7);
-  if (v <= 0x17) return static_cast<int>(v) + 256;
-  v = (v << 1) | r.get(1);
-  if (v >= 0x30 && v <= 0xBF) return static_cast<int>(v - 0x30);
-  if (v >= 0xC0 && v <= 0xC7) return static_cast<int>(v - 0xC0 + 280);
-  v = (v << 1) | r.get(1);
-  return static_cast<int>(v - 0x190 + 144);
-}
-
-std::vector<unsigned char> inflateFixed(const std::vector<unsigned char>& z) {
-  static const int lbase[] = {3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 15, 17, 19, 23, 27, 31, 35, 43, 51, 59,
-                              67, 83, 99, 115, 131, 163, 195, 227, 258};
-  static const int lextra[] = {0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5, 0};
-  static const int dbase[] = {1, 2, 3, 4, 5, 7, 9, 13, 17, 25, 33, 49, 65, 97, 129, 193, 257, 385, 513,
-                              769, 1025, 1537, 2049, 3073, 4097, 6145, 8193, 12289, 16385, 24577};
-  static const int dextra[] = {0, 0, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13};
-  std::vector<unsigned char> out;
-  BitReader r{z, 2};
-  bool last = false;
-  while (!last) {
-    last = r.get(1) != 0;
-    unsigned type = r.get(2);
-    EXPECT_EQ(type, 1u) << "the encoder writes fixed-Huffman blocks";
-    if (type != 1) return out;
-    for (;;) {
-      int sym = fixedSymbol(r);
-      if (sym < 256) {
-        out.push_back(static_cast<unsigned char>(sym));
-        continue;
-      }
-      if (sym == 256) break;
-      int len = lbase[sym - 257] + static_cast<int>(r.get(lextra[sym - 257]));
-      int d = static_cast<int>(r.code(5));
-      int dist = dbase[d] + static_cast<int>(r.get(dextra[d]));
-      for (int i = 0; i < len; ++i) out.push_back(out[out.size() - static_cast<size_t>(dist)]);
-    }
+// Empty when the bytes are not a PNG of 8-bit RGB pixels.
+Decoded decodePng(const std::vector<unsigned char>& png) {
+  Decoded d;
+  int components = 0;
+  unsigned char* pixels = stbi_load_from_memory(png.data(), static_cast<int>(png.size()), &d.width,
+                                                &d.height, &components, 3);
+  if (!pixels || components != 3) {
+    stbi_image_free(pixels);
+    return Decoded{};
   }
-  return out;
-}
-
-unsigned be32(const std::vector<unsigned char>& b, size_t at) {
-  return (unsigned{b[at]} << 24) | (unsigned{b[at + 1]} << 16) | (unsigned{b[at + 2]} << 8) | b[at + 3];
+  d.rgb.assign(pixels, pixels + static_cast<size_t>(d.width) * static_cast<size_t>(d.height) * 3);
+  stbi_image_free(pixels);
+  return d;
 }
 
 TEST_F(Screen, ScreenshotIsAPngOfTheScreen) {
@@ -238,23 +200,17 @@ TEST_F(Screen, ScreenshotIsAPngOfTheScreen) {
   std::remove(path.c_str());
   ASSERT_GT(png.size(), 33u);
   EXPECT_EQ(0, memcmp(png.data(), "\x89PNG\r\n\x1a\n", 8));
-  EXPECT_EQ(be32(png, 16), 1024u);
-  EXPECT_EQ(be32(png, 20), 768u);
-  std::vector<unsigned char> z;
-  for (size_t at = 8; at + 8 <= png.size();) {
-    unsigned len = be32(png, at);
-    if (memcmp(&png[at + 4], "IDAT", 4) == 0) z.insert(z.end(), png.begin() + static_cast<long>(at) + 8,
-                                                       png.begin() + static_cast<long>(at + 8 + len));
-    at += 12 + len;
-  }
-  std::vector<unsigned char> raw = inflateFixed(z);
-  ASSERT_EQ(raw.size(), static_cast<size_t>(768 * (1024 * 3 + 1)));
-  auto at = [&raw](int x, int y) {
-    size_t i = static_cast<size_t>(y) * (1024 * 3 + 1) + 1 + static_cast<size_t>(x) * 3;
-    return RGB(raw[i], raw[i + 1], raw[i + 2]);
-  };
-  EXPECT_EQ(at(15, 25), kRed);
-  EXPECT_EQ(at(600, 600), GetSysColor(COLOR_DESKTOP));
+  Decoded shot = decodePng(png);
+  ASSERT_EQ(shot.width, 1024);
+  ASSERT_EQ(shot.height, 768);
+  EXPECT_EQ(shot.at(15, 25), kRed);
+  EXPECT_EQ(shot.at(10, 20), kRed) << "the window's corner";
+  EXPECT_EQ(shot.at(39, 59), kRed);
+  EXPECT_EQ(shot.at(40, 59), GetSysColor(COLOR_DESKTOP)) << "right of the window";
+  EXPECT_EQ(shot.at(600, 600), GetSysColor(COLOR_DESKTOP));
+  for (int y = 0; y < 768; y += 97)
+    for (int x = 0; x < 1024; x += 89)
+      ASSERT_EQ(shot.at(x, y), win32sim::screenPixel(x, y)) << "at " << x << "," << y;
   DestroyWindow(h);
 }
 

@@ -10,6 +10,9 @@
 // went (or between two scripts of a batch) never reaches a dead engine.
 #include "tools/tul/desktop.h"
 
+#include <algorithm>
+#include <deque>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,11 +30,25 @@ constexpr const char* kModifiersExpected = "must be a vector of VK_CONTROL, VK_S
 constexpr const char* kKinds = "windows, brushes, accelerators, dcs, timers";
 constexpr int kIdleQuitCode = 1;  // the WM_QUIT that ends a loop after a script error
 
+// The answers a message box's buttons can give, with their names (the Help
+// button of MB_HELP closes nothing, so it answers nothing).
+constexpr struct {
+  int id;
+  const char* name;
+} kAnswers[] = {{IDOK, "IDOK"},       {IDCANCEL, "IDCANCEL"},     {IDABORT, "IDABORT"},
+                {IDRETRY, "IDRETRY"}, {IDIGNORE, "IDIGNORE"},     {IDYES, "IDYES"},
+                {IDNO, "IDNO"},       {IDTRYAGAIN, "IDTRYAGAIN"}, {IDCONTINUE, "IDCONTINUE"}};
+constexpr const char* kAnswersExpected =
+    "must be a button's answer: IDOK, IDCANCEL, IDABORT, IDRETRY, IDIGNORE, IDYES, IDNO, "
+    "IDTRYAGAIN or IDCONTINUE";
+
 struct DesktopState {
   tulscript::Engine* engine = nullptr;
   tulrt::Machine* machine = nullptr;  // the engine's, to tell whether it is still alive
   TulValue idle;                      // the script's idle function, or nil
   bool inIdle = false;
+  std::deque<int> boxAnswers;                      // queued by answerMessageBox
+  std::optional<desktop::MessageBoxRecord> lastBox;  // the last message box answered
 };
 
 DesktopState& state() {
@@ -133,13 +150,6 @@ bool modifiersArg(const Call& c, int i, unsigned* out) {
   return true;
 }
 
-// Keys go to the focus window of the foreground window, as the keyboard's do.
-void giveFocus(HWND hwnd) {
-  HWND top = GetAncestor(hwnd, GA_ROOT);
-  if (top && GetForegroundWindow() != top) SetForegroundWindow(top);
-  if (GetFocus() != hwnd) SetFocus(hwnd);
-}
-
 bool desktop_press(Call& c) {
   HWND hwnd;
   int vk;
@@ -147,16 +157,14 @@ bool desktop_press(Call& c) {
   if (!c.counts(2, 3) || !c.windowArg(0, &hwnd) || !c.intArg(1, &vk)) return false;
   if (vk < 1 || vk > 254) return c.argFail(1, "must be a virtual-key code (1 to 254)");
   if (!modifiersArg(c, 2, &modifiers)) return false;
-  giveFocus(hwnd);
-  return c.done(desktop::platformPress(vk, modifiers));
+  return c.done(desktop::platformPress(hwnd, vk, modifiers));
 }
 
 bool desktop_type(Call& c) {
   HWND hwnd;
   std::string text;
   if (!c.counts(2, 2) || !c.windowArg(0, &hwnd) || !c.stringArg(1, &text)) return false;
-  giveFocus(hwnd);
-  return c.done(desktop::platformType(text));
+  return c.done(desktop::platformType(hwnd, text));
 }
 
 // ---- Windows ----
@@ -234,6 +242,71 @@ bool desktop_lastDialog(Call& c) {
   bool any = false;
   if (!desktop::platformLastDialog(&record, &any)) return c.notAvailable();
   return c.ret(any ? dialogValue(record) : TulValue());
+}
+
+// ---- Message boxes ----
+
+const char* answerName(int id) {
+  for (const auto& a : kAnswers)
+    if (a.id == id) return a.name;
+  return nullptr;
+}
+
+bool desktop_answerMessageBox(Call& c) {
+  int id;
+  if (!c.counts(1, 1) || !c.intArg(0, &id)) return false;
+  if (!answerName(id)) return c.argFail(0, kAnswersExpected);
+  state().boxAnswers.push_back(id);
+  return c.retNothing();
+}
+
+// The MB_ value of what the box shows: its buttons, its icon and which
+// button is the default (MB_DEFBUTTONn).
+UINT shownType(const desktop::MessageBoxRecord& box) {
+  static const std::vector<int> kButtonsOfType[] = {
+      {IDOK},                             // MB_OK
+      {IDOK, IDCANCEL},                   // MB_OKCANCEL
+      {IDABORT, IDRETRY, IDIGNORE},       // MB_ABORTRETRYIGNORE
+      {IDYES, IDNO, IDCANCEL},            // MB_YESNOCANCEL
+      {IDYES, IDNO},                      // MB_YESNO
+      {IDRETRY, IDCANCEL},                // MB_RETRYCANCEL
+      {IDCANCEL, IDTRYAGAIN, IDCONTINUE}  // MB_CANCELTRYCONTINUE
+  };
+  UINT kind = 0;
+  for (UINT k = 0; k < std::size(kButtonsOfType); ++k)
+    if (kButtonsOfType[k] == box.buttons) kind = k;
+  auto at = std::find(box.buttons.begin(), box.buttons.end(), box.defaultButton);
+  UINT index = at == box.buttons.end() ? 0 : static_cast<UINT>(at - box.buttons.begin());
+  return kind | box.icon | (index << 8);
+}
+
+TulValue messageBoxValue(const desktop::MessageBoxRecord& box) {
+  TulValue v(new TulDictionary());
+  TulDictionary& d = *static_cast<TulDictionary*>(v);
+  *d["text"] = stringValue(box.text);
+  *d["caption"] = stringValue(box.caption);
+  *d["type"] = TulValue(static_cast<int>(shownType(box)));
+  *d["owner"] = TulValue(handleValue(box.owner));
+  return v;
+}
+
+bool desktop_lastMessageBox(Call& c) {
+  if (!c.counts(0, 0)) return false;
+  const std::optional<desktop::MessageBoxRecord>& box = state().lastBox;
+  return c.ret(box ? messageBoxValue(*box) : TulValue());
+}
+
+// "IDYES" for IDYES; the number for an answer without a name.
+std::string answerText(int id) {
+  const char* name = answerName(id);
+  return name ? name : std::to_string(id);
+}
+
+std::string refusedAnswer(int id, const desktop::MessageBoxRecord& box) {
+  std::string has;
+  for (int b : box.buttons) has += (has.empty() ? "" : ", ") + answerText(b);
+  return "desktop.answerMessageBox: " + answerText(id) +
+         " is not a button of the message box (it has " + has + ")";
 }
 
 // ---- The screen ----
@@ -335,6 +408,8 @@ constexpr Method kDesktopMethods[] = {
     {"answerDialog", desktop_answerDialog},
     {"cancelDialog", desktop_cancelDialog},
     {"lastDialog", desktop_lastDialog},
+    {"answerMessageBox", desktop_answerMessageBox},
+    {"lastMessageBox", desktop_lastMessageBox},
     {"pixel", desktop_pixel},
     {"screenshot", desktop_screenshot},
     {"onIdle", desktop_onIdle},
@@ -389,6 +464,19 @@ void nothingCanArrive() {
 
 bool scriptRunning() { return liveEngine() != nullptr; }
 
+int answerMessageBox(const MessageBoxRecord& box) {
+  DesktopState& s = state();
+  tulscript::Engine* engine = liveEngine();
+  if (!engine) return box.defaultButton;
+  s.lastBox = box;
+  if (s.boxAnswers.empty()) return box.defaultButton;
+  const int answer = s.boxAnswers.front();
+  s.boxAnswers.pop_front();
+  if (std::find(box.buttons.begin(), box.buttons.end(), answer) != box.buttons.end()) return answer;
+  engine->deferError(refusedAnswer(answer, box));
+  return box.defaultButton;
+}
+
 }  // namespace desktop
 
 void defineDesktopClass(tulscript::Engine& engine) {
@@ -410,6 +498,8 @@ void resetDesktop() {
   s.engine = nullptr;
   s.machine = nullptr;
   s.idle = TulValue();
+  s.boxAnswers.clear();
+  s.lastBox.reset();
   destroyLeftWindows();
   releaseHeldKeys();
   emptyQueue();

@@ -12,9 +12,9 @@ class Engine;
 // Defines the class on the engine's machine and starts watching the thread's
 // message loop for waits (the engine is called into while its machine lives).
 void defineDesktopClass(tulscript::Engine& engine);
-// Forgets what a script queued or hooked (idle function, spies, dialog
-// answers, held keys, queued and posted messages, a pending quit) and
-// destroys the windows it left behind.
+// Forgets what a script queued or hooked (idle function, spies, dialog and
+// message box answers, the last message box, held keys, queued and posted
+// messages, a pending quit) and destroys the windows it left behind.
 void resetDesktop();
 // `tul --screenshot PATH`: the screen as a PNG file. False, with the reason,
 // when it cannot be saved.

@@ -39,14 +39,28 @@ struct DialogRecord {
 
 enum class SaveResult { Saved, CannotWrite, NotAvailable };
 
+// A message box waiting for the user, as the user sees it.
+struct MessageBoxRecord {
+  HWND owner = nullptr;      // the box's owner (a top-level window), or null
+  std::string text;
+  std::string caption;
+  UINT icon = 0;             // MB_ICONHAND, MB_ICONQUESTION, MB_ICONEXCLAMATION, MB_ICONASTERISK or 0
+  std::vector<int> buttons;  // the answers its buttons give, left to right
+  int defaultButton = IDOK;
+};
+
 // ---- Supplied by the platform ----
 
 // Starts calling idleNow() and nothingCanArrive() (below) from the thread's
-// message retrieval; doing it twice changes nothing.
+// message retrieval, and answerMessageBox() for every message box; doing it
+// twice changes nothing.
 void platformWatchWaiting();
-// Keys are queued as the keyboard's input for the focus window.
-bool platformPress(int vk, unsigned modifiers);
-bool platformType(const std::string& text);
+// The user moves the keyboard focus to hwnd and presses the keys; the focus
+// moves when the program's retrieval reaches that point of the input, after
+// the keys queued before it, so each call's keys reach its own window.
+bool platformPress(HWND hwnd, int vk, unsigned modifiers);
+bool platformType(HWND hwnd, const std::string& text);
+// At once, for whatever window has the focus (the reset between scripts).
 void platformKeyUp(int vk);
 bool platformClose(HWND hwnd);
 bool platformResize(HWND hwnd, int width, int height);
@@ -74,6 +88,12 @@ void idleNow();
 // The message loop would wait for ever: raises the script error and posts
 // WM_QUIT so that the loop ends and the error surfaces at its call.
 void nothingCanArrive();
+// A message box waits for the user: remembers it as the last one and gives
+// the answer to press, the next queued one or else the default button. A
+// queued answer the box has no button for is used up, raises a script error
+// (it surfaces at the call that showed the box) and the default button is
+// pressed.
+int answerMessageBox(const MessageBoxRecord& box);
 // True while a script runs (the engine is there to call into).
 bool scriptRunning();
 

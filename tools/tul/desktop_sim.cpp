@@ -2,9 +2,9 @@
 // simulated user (win32sim.h), which queues input and sends messages exactly
 // as the system's own handling of that gesture would, and the layer's
 // screen, counters and clock answer the questions.
-// Invariant: the layer's idle and nothing-can-arrive hooks are this file's,
-// installed once and left in place; what they do depends on whether a
-// script is running (desktop.cpp decides).
+// Invariant: the layer's idle, nothing-can-arrive and message box hooks are
+// this file's, installed once and left in place; what they do depends on
+// whether a script is running (desktop.cpp decides).
 #include "tools/tul/desktop_platform.h"
 
 #include <win32sim.h>
@@ -32,22 +32,44 @@ DialogRecord recordOf(const win32sim::FileDialogCall& call) {
   return r;
 }
 
+// The icons a box can show; any other MB_ICONMASK value shows none.
+UINT iconOf(UINT type) {
+  const UINT icon = type & MB_ICONMASK;
+  const bool known = icon == MB_ICONHAND || icon == MB_ICONQUESTION ||
+                     icon == MB_ICONEXCLAMATION || icon == MB_ICONASTERISK;
+  return known ? icon : 0;
+}
+
+int answerBox(const win32sim::MessageBoxCall& call) {
+  MessageBoxRecord box;
+  box.owner = call.owner;
+  box.text = call.text;
+  box.caption = call.caption;
+  box.icon = iconOf(call.type);
+  box.buttons = call.buttons;
+  box.defaultButton = call.defaultButton;
+  return answerMessageBox(box);
+}
+
 }  // namespace
 
 void platformWatchWaiting() {
   win32sim::setIdleHook(idleNow);
   win32sim::setNothingCanArriveHook(nothingCanArrive);
+  win32sim::setMessageBoxHook(answerBox);
 }
 
-bool platformPress(int vk, unsigned modifiers) {
+bool platformPress(HWND hwnd, int vk, unsigned modifiers) {
   static_assert(kShift == win32sim::kShift && kControl == win32sim::kControl &&
                     kAlt == win32sim::kAlt,
                 "the desktop's modifier bits are the layer's");
+  win32sim::focusWindow(hwnd);
   win32sim::pressKey(vk, modifiers);
   return true;
 }
 
-bool platformType(const std::string& text) {
+bool platformType(HWND hwnd, const std::string& text) {
+  win32sim::focusWindow(hwnd);
   win32sim::typeText(text.c_str());
   return true;
 }

@@ -1,30 +1,43 @@
 // The desktop on the real system, through the system's own means: keys are
 // real keyboard input (SendInput) for the focus window, so the key state
 // that GetKeyState and TranslateAcceleratorA see changes as the program
-// retrieves them; closing is the close box's WM_SYSCOMMAND(SC_CLOSE),
-// posted once the keys sent before it have been retrieved; resizing is
-// SetWindowPos between WM_ENTERSIZEMOVE and WM_EXITSIZEMOVE; pixels come
+// retrieves them; closing is the close box's WM_SYSCOMMAND(SC_CLOSE); resizing
+// is SetWindowPos between WM_ENTERSIZEMOVE and WM_EXITSIZEMOVE; pixels come
 // from GetPixel; the clock is Sleep.
+//
+// Gestures keep the order the Linux layer's queued input gives them: a
+// change of focus waits until the keys sent before it have been retrieved,
+// then a marker message posted to the probe window makes it when the
+// program's loop dispatches it, and only then are the keys behind it sent
+// (the system gives a key to the focus of the moment it passes through the
+// input path); a close waits for the keys before it the same way. Nothing is
+// sent or moved while a dialog box waits for the user, whom the Linux layer
+// answers before the program reads any further input.
 //
 // The system offers no hook for "GetMessageA would wait". A helper thread
 // stands in: every kProbeMs it sends a probe to a message-only window of the
 // script's thread, and a message sent from another thread is handled only
 // inside the thread's message retrieval, where the program never sees it.
 // A probe handled while the queue holds nothing ready is the moment the loop
-// would wait: it answers a dialog box waiting for the user (from the queued
-// answers, else with its default button or by cancelling a file dialog, as
-// the Linux layer's user does), then runs the script's idle function once
+// would wait: it answers a dialog box waiting for the user (a file dialog
+// from the queued answers, else cancelled; a message box through
+// desktop.cpp's answerMessageBox, which reads what the box shows), carries
+// out the gestures still held, then runs the script's idle function once
 // per wait, and ends a loop in which nothing arrived for
-// kNothingArrivesAfterMs. Keys still on their way hold the wait off. A
-// WH_GETMESSAGE hook sees what does arrive.
+// kNothingArrivesAfterMs. An idle function that sent a message to a window
+// (WH_CALLWNDPROC sees it) is run again at the next wait, as if something
+// had arrived. Keys still on their way hold the wait off. A WH_GETMESSAGE
+// hook sees what does arrive.
 //
 // Invariant: the helper thread only sends probes; everything else, the
 // script included, runs on the script's thread, and a probe does nothing
 // while no script runs.
 #include "tools/tul/desktop_platform.h"
 
+#include <algorithm>
 #include <deque>
 #include <iterator>
+#include <utility>
 
 namespace desktop {
 
@@ -38,6 +51,7 @@ constexpr DWORD kNothingArrivesAfterMs = 3000;  // waiting this long: nothing wi
 // that reach no window never arrive).
 constexpr DWORD kKeysInFlightMs = 2000;
 constexpr UINT kProbeMessage = WM_APP + 1;      // for the probe window only
+constexpr UINT kFocusMessage = WM_APP + 2;      // posted to it: a held focus change's turn
 constexpr const char* kProbeClass = "TulDesktopProbe";
 // Messages of these kinds ready in the queue mean the loop is not waiting.
 constexpr UINT kReady = QS_INPUT | QS_POSTMESSAGE | QS_TIMER | QS_PAINT | QS_HOTKEY;
@@ -49,25 +63,31 @@ struct Answer {
   std::string path;
 };
 
-// A close waiting for the keys sent before it: the Linux layer queues the
-// click on the close box as input, behind them, where a posted message would
-// overtake them.
-struct HeldClose {
-  unsigned long after;  // the number of key events that come first
-  HWND hwnd;
-  LPARAM point;
+// A gesture of the user waiting for its turn (see the top of the file).
+struct Gesture {
+  enum class Kind { Keys, Focus, Close };
+  explicit Gesture(Kind k, HWND h = nullptr) : kind(k), hwnd(h) {}
+  Kind kind;
+  HWND hwnd = nullptr;       // Focus, Close
+  std::vector<INPUT> keys;   // Keys
+  LPARAM point = 0;          // Close: where the close box is clicked
+  unsigned long marker = 0;  // Focus: the marker posted for it, 0 before
 };
 
 struct Watch {
   HHOOK hook = nullptr;
+  HHOOK sendHook = nullptr;
   HWND probeWindow = nullptr;
   bool activity = true;  // a message was retrieved since the last wait
   DWORD idleSince = 0;
+  bool inIdle = false;   // the script's idle function is running
+  bool idleActed = false;  // it sent a message to a window
   std::deque<Answer> answers;
   unsigned long keysSent = 0;       // key events handed to SendInput
   unsigned long keysRetrieved = 0;  // key messages the thread has retrieved
   DWORD lastKeyProgress = 0;        // when a key was last sent or retrieved
-  std::deque<HeldClose> closes;
+  std::deque<Gesture> gestures;
+  unsigned long markers = 0;        // focus markers posted so far
 };
 
 Watch& watch() {
@@ -98,10 +118,24 @@ BOOL CALLBACK countChild(HWND, LPARAM lp) {
 
 // ---- Dialog boxes waiting for the user ----
 
+// A dialog box that waits for the user: shown, or about to be (a modal
+// dialog disables its owner before it shows itself), and taking input.
+bool isWaitingDialog(HWND hwnd) {
+  if (!isClass(hwnd, "#32770") || !IsWindowEnabled(hwnd)) return false;
+  HWND owner = GetWindow(hwnd, GW_OWNER);
+  return IsWindowVisible(hwnd) || (owner && !IsWindowEnabled(owner));
+}
+
 BOOL CALLBACK findWaitingDialog(HWND hwnd, LPARAM lp) {
-  if (!isClass(hwnd, "#32770") || !IsWindowVisible(hwnd) || !IsWindowEnabled(hwnd)) return TRUE;
+  if (!isWaitingDialog(hwnd)) return TRUE;
   *reinterpret_cast<HWND*>(lp) = hwnd;
   return FALSE;
+}
+
+HWND waitingDialog() {
+  HWND dialog = nullptr;
+  EnumThreadWindows(GetCurrentThreadId(), findWaitingDialog, reinterpret_cast<LPARAM>(&dialog));
+  return dialog;
 }
 
 void pressButton(HWND dialog, int id) {
@@ -123,10 +157,76 @@ void answerFileDialog(HWND dialog, HWND nameBox) {
   pressButton(dialog, IDOK);
 }
 
+// ---- Message boxes, read as the user reads them ----
+
+bool isAnswer(int id) { return (id >= IDOK && id <= IDNO) || id == IDTRYAGAIN || id == IDCONTINUE; }
+
+std::string windowText(HWND hwnd) {
+  std::string text(static_cast<size_t>(GetWindowTextLengthA(hwnd)) + 1, '\0');
+  text.resize(static_cast<size_t>(GetWindowTextA(hwnd, &text[0], static_cast<int>(text.size()))));
+  return text;
+}
+
+// The icon a box shows, by the system's shared icons it loads.
+UINT iconOf(HWND iconStatic) {
+  static const struct {
+    LPCSTR icon;
+    UINT type;
+  } kIcons[] = {{IDI_HAND, MB_ICONHAND},
+                {IDI_QUESTION, MB_ICONQUESTION},
+                {IDI_EXCLAMATION, MB_ICONEXCLAMATION},
+                {IDI_ASTERISK, MB_ICONASTERISK}};
+  HICON shown = reinterpret_cast<HICON>(SendMessageA(iconStatic, STM_GETICON, 0, 0));
+  for (const auto& i : kIcons)
+    if (shown && shown == LoadIconA(NULL, i.icon)) return i.type;
+  return 0;
+}
+
+struct BoxReading {
+  MessageBoxRecord* box = nullptr;
+  std::vector<std::pair<LONG, int>> buttons;  // left edge, answer
+  bool haveText = false;
+};
+
+BOOL CALLBACK readBoxControl(HWND hwnd, LPARAM lp) {
+  BoxReading& r = *reinterpret_cast<BoxReading*>(lp);
+  if (!IsWindowVisible(hwnd)) return TRUE;
+  const LONG style = GetWindowLongA(hwnd, GWL_STYLE);
+  if (isClass(hwnd, "Static") && (style & SS_TYPEMASK) == SS_ICON) {
+    r.box->icon = iconOf(hwnd);
+  } else if (isClass(hwnd, "Static") && !r.haveText) {
+    r.box->text = windowText(hwnd);
+    r.haveText = true;
+  } else if (isClass(hwnd, "Button") && isAnswer(GetDlgCtrlID(hwnd))) {
+    RECT rect;
+    GetWindowRect(hwnd, &rect);
+    r.buttons.emplace_back(rect.left, GetDlgCtrlID(hwnd));
+    if ((style & BS_TYPEMASK) == BS_DEFPUSHBUTTON) r.box->defaultButton = GetDlgCtrlID(hwnd);
+  }
+  return TRUE;
+}
+
+// What a message box shows: false for a dialog without a button that
+// answers it. With no default push button (a MB_DEFBUTTONn past its
+// buttons), the first button is the default, as the Linux layer has it.
+bool readMessageBox(HWND dialog, MessageBoxRecord* box) {
+  BoxReading r;
+  r.box = box;
+  box->defaultButton = 0;
+  EnumChildWindows(dialog, readBoxControl, reinterpret_cast<LPARAM>(&r));
+  if (r.buttons.empty()) return false;
+  std::sort(r.buttons.begin(), r.buttons.end());
+  for (const auto& b : r.buttons) box->buttons.push_back(b.second);
+  if (std::find(box->buttons.begin(), box->buttons.end(), box->defaultButton) == box->buttons.end())
+    box->defaultButton = box->buttons.front();
+  box->caption = windowText(dialog);
+  box->owner = GetWindow(dialog, GW_OWNER);
+  return true;
+}
+
 // True when a dialog box of the thread was waiting and has been answered.
 bool answerWaitingDialog() {
-  HWND dialog = nullptr;
-  EnumThreadWindows(GetCurrentThreadId(), findWaitingDialog, reinterpret_cast<LPARAM>(&dialog));
+  HWND dialog = waitingDialog();
   if (!dialog) return false;
   HWND nameBox = GetDlgItem(dialog, kFileNameCombo);
   if (!nameBox) nameBox = GetDlgItem(dialog, kFileNameEdit);
@@ -134,27 +234,82 @@ bool answerWaitingDialog() {
     answerFileDialog(dialog, nameBox);
     return true;
   }
+  MessageBoxRecord box;
+  if (readMessageBox(dialog, &box)) {
+    pressButton(dialog, answerMessageBox(box));
+    return true;
+  }
   LRESULT def = SendMessageA(dialog, DM_GETDEFID, 0, 0);
   pressButton(dialog, HIWORD(def) == DC_HASDEFID ? LOWORD(def) : IDOK);
   return true;
 }
 
-// ---- Closing in input order ----
+// ---- Gestures in input order ----
 
-void postClose(const HeldClose& c) {
-  if (IsWindow(c.hwnd)) PostMessageA(c.hwnd, WM_SYSCOMMAND, SC_CLOSE, c.point);
+void sendKeys(std::vector<INPUT>& in) {
+  if (in.empty()) return;
+  watch().keysSent += SendInput(static_cast<UINT>(in.size()), in.data(), sizeof(INPUT));
+  watch().lastKeyProgress = GetTickCount();
 }
 
-// Posts the held closes whose keys have all been retrieved; all of them when
-// the loop is idle (keys that reached no window are never retrieved).
-void releaseCloses(bool all) {
+// The user moves the focus as a click into the window would, without the
+// click: its top-level window comes to the front and the window takes the
+// focus. A window destroyed meanwhile takes nothing.
+void makeFocusChange(HWND hwnd) {
+  if (!IsWindow(hwnd)) return;
+  HWND top = GetAncestor(hwnd, GA_ROOT);
+  if (top && GetForegroundWindow() != top) SetForegroundWindow(top);
+  if (IsWindow(hwnd) && GetFocus() != hwnd) SetFocus(hwnd);
+}
+
+// Carries out the gestures whose turn has come, in order. idle: the loop is
+// waiting, so keys not yet retrieved never will be (they reached no window)
+// and a marker not yet dispatched never will be (a filtered loop).
+void advanceGestures(bool idle) {
   Watch& w = watch();
-  if (all) w.keysRetrieved = w.keysSent;
-  while (!w.closes.empty() && w.closes.front().after <= w.keysRetrieved) {
-    HeldClose c = w.closes.front();
-    w.closes.pop_front();
-    postClose(c);
+  if (idle) w.keysRetrieved = w.keysSent;
+  while (!w.gestures.empty() && !waitingDialog()) {
+    Gesture& g = w.gestures.front();
+    if (g.kind == Gesture::Kind::Keys) {
+      sendKeys(g.keys);
+    } else if (w.keysRetrieved < w.keysSent) {
+      return;
+    } else if (g.kind == Gesture::Kind::Close) {
+      if (IsWindow(g.hwnd)) PostMessageA(g.hwnd, WM_SYSCOMMAND, SC_CLOSE, g.point);
+    } else if (idle && g.marker) {
+      makeFocusChange(g.hwnd);
+    } else {
+      if (!g.marker) {
+        g.marker = ++w.markers;
+        PostMessageA(w.probeWindow, kFocusMessage, g.marker, 0);
+      }
+      return;  // what follows waits for the marker
+    }
+    w.gestures.pop_front();
   }
+}
+
+// The program's loop dispatched a focus marker: the change is made, unless
+// it is stale or a dialog box came up meanwhile (then it waits for the box
+// to be answered and is posted anew).
+void onFocusMarker(unsigned long marker) {
+  Watch& w = watch();
+  if (w.gestures.empty() || w.gestures.front().kind != Gesture::Kind::Focus ||
+      w.gestures.front().marker != marker)
+    return;
+  if (waitingDialog()) {
+    w.gestures.front().marker = 0;
+    return;
+  }
+  HWND hwnd = w.gestures.front().hwnd;
+  w.gestures.pop_front();
+  makeFocusChange(hwnd);
+  advanceGestures(false);
+}
+
+void addGesture(Gesture g) {
+  watch().gestures.push_back(std::move(g));
+  advanceGestures(false);
 }
 
 bool isKeyInput(UINT message) {
@@ -170,16 +325,22 @@ void onProbe() {
   Watch& w = watch();
   if (!scriptRunning() || (LOWORD(GetQueueStatus(QS_ALLINPUT)) & kReady)) return;
   if (w.keysRetrieved < w.keysSent && GetTickCount() - w.lastKeyProgress < kKeysInFlightMs) return;
-  if (!w.closes.empty()) {
-    releaseCloses(true);
+  if (answerWaitingDialog()) return;
+  if (!w.gestures.empty()) {
+    advanceGestures(true);
     return;
   }
-  if (answerWaitingDialog()) return;
   DWORD now = GetTickCount();
   if (w.activity) {
     w.activity = false;
     w.idleSince = now;
+    w.idleActed = false;
+    w.inIdle = true;
     idleNow();
+    w.inIdle = false;
+    // Sending a message to a window is acting as the user even when nothing
+    // arrives: the function is asked again at the next wait.
+    if (w.idleActed) w.activity = true;
     return;
   }
   if (now - w.idleSince < kNothingArrivesAfterMs) return;
@@ -188,6 +349,10 @@ void onProbe() {
 }
 
 LRESULT CALLBACK probeProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  if (msg == kFocusMessage) {
+    onFocusMarker(static_cast<unsigned long>(wp));
+    return 0;
+  }
   if (msg != kProbeMessage) return DefWindowProcA(hwnd, msg, wp, lp);
   onProbe();
   return 0;
@@ -222,10 +387,18 @@ LRESULT CALLBACK watchRetrieval(int code, WPARAM wp, LPARAM lp) {
     if (isKeyInput(m->message)) {
       ++watch().keysRetrieved;
       watch().lastKeyProgress = GetTickCount();
-      releaseCloses(false);
+      advanceGestures(false);
     }
   }
   return CallNextHookEx(watch().hook, code, wp, lp);
+}
+
+// Messages sent to the thread's windows, seen while the idle function runs.
+LRESULT CALLBACK watchSends(int code, WPARAM wp, LPARAM lp) {
+  Watch& w = watch();
+  const CWPSTRUCT* c = reinterpret_cast<const CWPSTRUCT*>(lp);
+  if (code == HC_ACTION && w.inIdle && c && c->hwnd != w.probeWindow) w.idleActed = true;
+  return CallNextHookEx(w.sendHook, code, wp, lp);
 }
 
 // ---- Keys ----
@@ -254,12 +427,6 @@ void addPress(std::vector<INPUT>& in, int vk, unsigned modifiers) {
     if (modifiers & it->bit) in.push_back(keyInput(it->vk, true));
 }
 
-void sendKeys(std::vector<INPUT>& in) {
-  if (in.empty()) return;
-  watch().keysSent += SendInput(static_cast<UINT>(in.size()), in.data(), sizeof(INPUT));
-  watch().lastKeyProgress = GetTickCount();
-}
-
 // The key (and Shift) that types c, as the Linux layer's US keyboard does:
 // printable ASCII, '\n' as Return and '\t' as Tab; false for the rest.
 bool keyFor(char c, int* vk, bool* shift) {
@@ -282,6 +449,8 @@ void platformWatchWaiting() {
   Watch& w = watch();
   if (!w.hook)
     w.hook = SetWindowsHookExA(WH_GETMESSAGE, watchRetrieval, NULL, GetCurrentThreadId());
+  if (!w.sendHook)
+    w.sendHook = SetWindowsHookExA(WH_CALLWNDPROC, watchSends, NULL, GetCurrentThreadId());
   if (w.probeWindow) return;
   w.probeWindow = makeProbeWindow();
   if (!w.probeWindow) return;
@@ -289,21 +458,23 @@ void platformWatchWaiting() {
     CloseHandle(thread);
 }
 
-bool platformPress(int vk, unsigned modifiers) {
-  std::vector<INPUT> in;
-  addPress(in, vk, modifiers);
-  sendKeys(in);
+bool platformPress(HWND hwnd, int vk, unsigned modifiers) {
+  Gesture keys(Gesture::Kind::Keys);
+  addPress(keys.keys, vk, modifiers);
+  addGesture(Gesture(Gesture::Kind::Focus, hwnd));
+  addGesture(std::move(keys));
   return true;
 }
 
-bool platformType(const std::string& text) {
-  std::vector<INPUT> in;
+bool platformType(HWND hwnd, const std::string& text) {
+  Gesture keys(Gesture::Kind::Keys);
   for (char c : text) {
     int vk = 0;
     bool shift = false;
-    if (keyFor(c, &vk, &shift)) addPress(in, vk, shift ? kShift : 0);
+    if (keyFor(c, &vk, &shift)) addPress(keys.keys, vk, shift ? kShift : 0);
   }
-  sendKeys(in);
+  addGesture(Gesture(Gesture::Kind::Focus, hwnd));
+  addGesture(std::move(keys));
   return true;
 }
 
@@ -318,9 +489,9 @@ void platformKeyUp(int vk) {
 bool platformClose(HWND hwnd) {
   RECT r;
   GetWindowRect(hwnd, &r);
-  Watch& w = watch();
-  w.closes.push_back(HeldClose{w.keysSent, hwnd, MAKELPARAM(r.right - 8, r.top + 8)});
-  releaseCloses(false);
+  Gesture close(Gesture::Kind::Close, hwnd);
+  close.point = MAKELPARAM(r.right - 8, r.top + 8);
+  addGesture(std::move(close));
   return true;
 }
 
@@ -386,7 +557,7 @@ std::vector<HWND> platformTopLevelWindows() {
 void platformForget() {
   Watch& w = watch();
   w.answers.clear();
-  w.closes.clear();
+  w.gestures.clear();
   w.keysRetrieved = w.keysSent;
   w.activity = true;
 }

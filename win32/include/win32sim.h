@@ -32,6 +32,12 @@ TUL_WIN32_API void pressKey(int vk, unsigned modifiers = kNoModifier);
 // Types printable ASCII text (and '\n' as Return, '\t' as Tab) key by key,
 // with Shift where a US keyboard needs it. Other characters are skipped.
 TUL_WIN32_API void typeText(const char* text);
+// Moves the keyboard focus to hwnd, in order with the keys: queued as input,
+// it is made when retrieval reaches it (hwnd's top-level window comes to the
+// front and hwnd takes the focus), so the keys queued before it go where the
+// focus was and the keys queued after it go to hwnd. Nothing queued after it
+// is retrieved before it; a window destroyed meanwhile takes nothing.
+TUL_WIN32_API void focusWindow(HWND hwnd);
 
 // ---- Mouse: a left click at a point of a window's client area ----
 
@@ -67,8 +73,25 @@ TUL_WIN32_API void closeWindow(HWND hwnd);
 // The next GetOpenFileNameA/GetSaveFileNameA takes the first queued answer.
 TUL_WIN32_API void queueFileDialogAnswer(const std::string& path);
 TUL_WIN32_API void queueFileDialogCancel();
-// The next MessageBoxA answers this instead of its default button.
+// The next MessageBoxA answers this instead of its default button (an
+// answer the box has no button for answers the default button).
 TUL_WIN32_API void queueMessageBoxAnswer(int id);
+
+// A message box as the user sees it.
+struct MessageBoxCall {
+  HWND owner = nullptr;      // the top-level window of the hWnd given, or null
+  std::string text;          // as given ("" for a null pointer)
+  std::string caption;       // "Error" for a null pointer, as the system shows it
+  UINT type = 0;             // as given
+  std::vector<int> buttons;  // the answers its buttons give, left to right
+  int defaultButton = IDOK;  // MB_DEFBUTTONn's, the first when it has no n-th
+};
+// Called by MessageBoxA in place of the line on stderr and the queued
+// answers: the hook is the user, and answers with the id of the button
+// pressed; an id the box has no button for presses the default button. An
+// empty function removes it.
+using MessageBoxHook = std::function<int(const MessageBoxCall&)>;
+TUL_WIN32_API void setMessageBoxHook(MessageBoxHook hook);
 
 // What the last file dialog was given, copied when it was called (the
 // pointers in ofn are the caller's and may be gone).

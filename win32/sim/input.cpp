@@ -191,6 +191,8 @@ void typeText(const char* text) {
   }
 }
 
+void focusWindow(HWND hwnd) { queueFocusChange(hwnd); }
+
 void click(HWND hwnd, int x, int y) {
   POINT screen{x, y};
   if (!ClientToScreen(hwnd, &screen)) return;

@@ -1,6 +1,6 @@
-// A self-contained PNG encoder for screenshots: 8-bit RGB, deflate with
-// fixed Huffman codes and matches against the previous pixel and the row
-// above. Invariant: the output is a complete, valid PNG or nothing.
+// Screenshots as PNG files: 8-bit RGB, written by stb_image_write.
+// Invariant: a file is either a complete PNG of the pixels given or the
+// call reports failure.
 #ifndef TUL_WIN32_SIM_PNG_H
 #define TUL_WIN32_SIM_PNG_H
 
@@ -10,9 +10,9 @@
 
 namespace w32 {
 
-// rgb holds width*height*3 bytes, rows top to bottom.
-std::vector<uint8_t> encodePng(int width, int height, const std::vector<uint8_t>& rgb);
-bool writeFile(const std::string& path, const std::vector<uint8_t>& bytes);
+// rgb holds width*height*3 bytes, rows top to bottom. False when the file
+// cannot be written.
+bool writePng(const std::string& path, int width, int height, const std::vector<uint8_t>& rgb);
 
 }  // namespace w32
 

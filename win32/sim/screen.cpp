@@ -68,6 +68,7 @@ COLORREF screenPixel(int x, int y) {
 }
 
 bool saveScreenshot(const std::string& path) {
+  noteActivity();
   std::vector<uint8_t> rgb(static_cast<size_t>(kScreenWidth) * kScreenHeight * 3);
   auto put = [&rgb](int x, int y, COLORREF c) {
     size_t at = (static_cast<size_t>(y) * kScreenWidth + static_cast<size_t>(x)) * 3;
@@ -88,7 +89,7 @@ bool saveScreenshot(const std::string& path) {
             shownPixel(*w, caret, static_cast<int>(x - full.left),
                        static_cast<int>(y - full.top)));
   }
-  return writeFile(path, encodePng(kScreenWidth, kScreenHeight, rgb));
+  return writePng(path, kScreenWidth, kScreenHeight, rgb);
 }
 
 Counts counts() {

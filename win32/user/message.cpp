@@ -5,7 +5,9 @@
 // nothing can arrive any more).
 // Invariants: WM_PAINT and WM_TIMER are never stored -- they are made when
 // retrieval finds nothing earlier in the order; the key state that
-// GetKeyState reports changes only when an input message is retrieved.
+// GetKeyState reports changes only when an input message is retrieved; a
+// focus change queued with the input is made only once everything queued
+// before it has been taken, and nothing queued after it is offered before.
 #include "user/user.h"
 
 #include "kernel/kernel.h"
@@ -34,7 +36,8 @@ struct InputEvent {
   LPARAM lParam;
   HWND target;  // mouse input: the window under the point; keys: null (the focus)
   POINT screen;
-  bool cursorMove = false;  // where it goes is decided when it is taken
+  bool cursorMove = false;   // where it goes is decided when it is taken
+  bool focusChange = false;  // no message: target takes the focus when it is reached
 };
 
 struct Timer {
@@ -59,6 +62,7 @@ struct Queue {
   UINT_PTR nextThreadTimer = kFirstThreadTimer;
   win32sim::IdleHook idleHook;
   bool inIdleHook = false;
+  unsigned long activity = 0;  // procedures run and screens saved, ever
   win32sim::NothingCanArriveHook nothingCanArrive;
 };
 
@@ -160,18 +164,59 @@ void routeCursorMove(InputEvent& e) {
   e.lParam = MAKELPARAM(local.x, local.y);
 }
 
+// The user moves the keyboard focus as a click into the window would, but
+// without the click: its top-level window comes to the front and the window
+// takes the focus. A window destroyed meanwhile takes nothing.
+void makeFocusChange(HWND hwnd) {
+  if (!hwnd || !findWindow(hwnd)) return;
+  HWND top = GetAncestor(hwnd, GA_ROOT);
+  if (top && GetForegroundWindow() != top) SetForegroundWindow(top);
+  if (findWindow(hwnd) && GetFocus() != hwnd) SetFocus(hwnd);
+}
+
+// The window an input event goes to if it is taken now (message becomes
+// the message it arrives as); null when it reaches none.
+HWND currentTarget(const InputEvent& e, UINT* message) {
+  *message = e.message;
+  HWND target = isMouseMessage(e.message) ? e.target : keyTarget(message);
+  return target && findWindow(target) ? target : nullptr;
+}
+
+// A focus change reached by retrieval: made once everything queued before it
+// is gone. Input before it that reaches no window is dropped now (as taking
+// it would), so that the new focus does not receive it; input still waiting
+// for a filtered retrieval keeps the change, and what follows it, waiting.
+bool reachFocusChange(Queue& q, std::deque<InputEvent>::iterator change) {
+  UINT message = 0;
+  for (auto it = q.input.begin(); it != change; ++it)
+    if (currentTarget(*it, &message)) return false;
+  while (!q.input.front().focusChange) {
+    currentTarget(q.input.front(), &message);
+    applyKeyState(makeMsg(nullptr, message, q.input.front().wParam, q.input.front().lParam));
+    q.input.pop_front();
+  }
+  HWND hwnd = q.input.front().target;
+  q.input.pop_front();
+  makeFocusChange(hwnd);
+  return true;
+}
+
 bool takeInput(HWND filter, UINT first, UINT last, bool remove, MSG* out) {
   Queue& q = queue();
   auto it = q.input.begin();
   while (it != q.input.end()) {
+    if (it->focusChange) {
+      if (!reachFocusChange(q, it)) return false;
+      it = q.input.begin();  // the focus messages may have changed the queue
+      continue;
+    }
     if (it->cursorMove) {
       routeCursorMove(*it);
       it = q.input.begin();  // the hit test may have changed the queue
       continue;
     }
-    UINT message = it->message;
-    HWND target = isMouseMessage(message) ? it->target : keyTarget(&message);
-    if (target && !findWindow(target)) target = nullptr;
+    UINT message = 0;
+    HWND target = currentTarget(*it, &message);
     if (!target) {
       if (!remove) {
         ++it;
@@ -323,16 +368,21 @@ int translateKey(UINT vk, const BYTE* keys) {
 }
 
 // Stands in for waiting: the idle hook first, then the clock jumps to the
-// next timer. False when nothing can ever arrive.
+// next timer. False when nothing can ever arrive. True also when the hook
+// made nothing arrive but ran a window procedure or saved the screen: the
+// caller looks again and, finding nothing, waits again.
 bool waitForSomething(HWND filter, UINT first, UINT last) {
   Queue& q = queue();
   MSG probe;
   if (q.idleHook && !q.inIdleHook) {
     q.inIdleHook = true;
     win32sim::IdleHook hook = q.idleHook;
+    const unsigned long before = q.activity;
     hook();
     q.inIdleHook = false;
-    if (peek(&probe, filter, first, last, false)) return true;
+    // A hook that ran a window procedure or saved the screen acted as the
+    // user even if nothing arrived: it is asked again.
+    if (q.activity != before || peek(&probe, filter, first, last, false)) return true;
   }
   if (anyTimer()) {
     advanceToNextTimer();
@@ -364,8 +414,11 @@ bool giveUpWaiting(const char* caller, HWND filter, UINT first, UINT last) {
 LRESULT sendMessage(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   Window* w = findWindow(hwnd);
   if (!w || !w->proc) return 0;
+  noteActivity();
   return w->proc(hwnd, msg, wp, lp);
 }
+
+void noteActivity() { ++queue().activity; }
 
 void sendParentNotify(HWND hwnd, UINT event) {
   Window* w = findWindow(hwnd);
@@ -392,6 +445,12 @@ void purgeWindow(HWND hwnd) {
 void queueInput(UINT message, WPARAM wp, LPARAM lp, HWND target, POINT screen) {
   if (isMouseMessage(message)) queue().cursor = screen;
   queue().input.push_back(InputEvent{message, wp, lp, target, screen});
+}
+
+void queueFocusChange(HWND hwnd) {
+  InputEvent change{0, 0, 0, hwnd, queue().cursor};
+  change.focusChange = true;
+  queue().input.push_back(change);
 }
 
 void setAsyncKey(int vk, bool down) {
@@ -523,6 +582,7 @@ DWORD WINAPI GetQueueStatus(UINT flags) {
   DWORD status = 0;
   if (!q.posted.empty() || q.quit) status |= QS_POSTMESSAGE;
   for (const InputEvent& e : q.input) {
+    if (e.focusChange) continue;
     if (e.message == WM_MOUSEMOVE || e.message == WM_NCMOUSEMOVE) status |= QS_MOUSEMOVE;
     else status |= isMouseMessage(e.message) ? QS_MOUSEBUTTON : QS_KEY;
   }

@@ -244,6 +244,13 @@ LRESULT sendMessage(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
 void sendParentNotify(HWND hwnd, UINT event);
 void purgeWindow(HWND hwnd);
 void queueInput(UINT message, WPARAM wp, LPARAM lp, HWND target, POINT screen);
+// Queues a change of the keyboard focus to hwnd behind the input queued so
+// far; retrieval makes it when it reaches it (win32sim::focusWindow).
+void queueFocusChange(HWND hwnd);
+// Something the program can see happened without a message arriving in the
+// queue (a window procedure ran, the screen was saved): a waiting loop whose
+// idle hook did it goes round again instead of giving up.
+void noteActivity();
 void setAsyncKey(int vk, bool down);
 bool asyncKeyDown(int vk);
 int liveTimerCount();
