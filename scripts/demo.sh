@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # The main job: sets up, builds the 32-bit library and the tul host program,
 # and runs the example scripts, which use the library's classes as any
-# script would. The window application runs headless, driven by a simulated
-# user, and leaves its screenshot in build/demo/window_app.png.
+# script would. The window applications run headless, driven by a simulated
+# user, and leave their screenshots in build/demo/ (NAME.png).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -12,12 +12,18 @@ cmake --build --preset linux-x86 --target tul >/dev/null
 
 run=""
 build/linux-x86/bin/tul --version >/dev/null 2>&1 || run="qemu-i386"
+tul=$PWD/build/linux-x86/bin/tul
 for example in examples/value_classes.tul examples/struct_roundtrip.tul; do
   echo "######## tul $example"
-  $run build/linux-x86/bin/tul "$example"
+  $run "$tul" "$example"
   echo
 done
 
+# The notes editor keeps its file in the current folder (and removes it at
+# the end), so the window applications run from build/demo.
 mkdir -p build/demo
-echo "######## tul examples/window_app.tul build/demo/window_app.png"
-$run build/linux-x86/bin/tul examples/window_app.tul build/demo/window_app.png
+for app in first_window window_app canvas notes; do
+  echo "######## tul examples/$app.tul build/demo/$app.png"
+  (cd build/demo && $run "$tul" "../../examples/$app.tul" "$app.png")
+  echo
+done

@@ -39,7 +39,13 @@ rm -rf "$work" && mkdir -p "$work/linux" "$work/wine"
 
 # One line a script: its path, then the arguments its "// args:" line gives.
 all=$(cd tests/script && find . -name '*.tul' ! -name '_*' | sed 's|^\./||' | sort)
-linux_only=$(sed -n 's/^\([^#[:space:]][^[:space:]]*\).*/\1/p' tests/wine/linux-only.txt | sort)
+listed=$(sed -n 's/^\([^#[:space:]][^[:space:]]*\).*/\1/p' tests/wine/linux-only.txt | sort)
+linux_only=$(echo "$listed" | grep -v '^examples/' || true)
+examples_linux_only=$(echo "$listed" | sed -n 's|^examples/||p')
+for e in $examples_linux_only; do
+  [ -f "examples/$e" ] ||
+    { echo "wine lane: tests/wine/linux-only.txt lists examples/$e, which is not an example"; exit 1; }
+done
 for s in $linux_only; do
   [ -f "tests/script/$s" ] ||
     { echo "wine lane: tests/wine/linux-only.txt lists $s, which is not a script test"; exit 1; }
@@ -69,7 +75,7 @@ echo "wine lane: unpacking and checking $zip"
 bash scripts/check-package.sh "build/windows-x86/$zip" "$work/package" >"$work/package.log" 2>&1 ||
   { sed 's/^/    /' "$work/package.log"; echo "wine lane: the package check failed"; exit 1; }
 sed 's/^/    /' "$work/package.log"
-examples=$(cd "$pkg/examples" && ls *.tul)
+examples=$(cd "$pkg/examples" && ls *.tul | grep -vxF -f <(echo "$examples_linux_only") || true)
 mkdir -p "$work/examples/linux" "$work/examples/wine"
 for e in $examples; do
   status=0
@@ -150,7 +156,8 @@ echo "wine lane: $agree of $total scripts agree, $only Linux-only"
 if [ "$versioned" = 1 ]; then
   echo "wine lane: $zip unpacked into a fresh folder; its tul.exe --version says $version, as the version resources of tul.exe, tul2class.dll and tullib.dll do"
 fi
-echo "wine lane: $same_examples of $examples_total examples run by the unpacked tul.exe agree with the Linux build ($(echo $examples))"
+examples_only=$(echo "$examples_linux_only" | grep -c . || true)
+echo "wine lane: $same_examples of $examples_total examples run by the unpacked tul.exe agree with the Linux build ($(echo $examples)), $examples_only Linux-only"
 failed=0
 [ "$loaded" = 1 ] || { echo "wine lane: the library's load or unload failed on Wine"; failed=1; }
 if [ "$unexpected" -ne 0 ]; then
