@@ -30,7 +30,7 @@ struct ListBoxState {
   int top = 0;
   int caret = 0;      // the item with the focus rectangle
   int selected = -1;  // single: the selection; multiple: the last item reached by keys
-  int anchor = 0;     // extended: where a Shift range starts
+  int anchor = -1;    // where a Shift range starts: the last item clicked or reached
   int wheelRest = 0;  // wheel delta not yet turned into lines
   bool captured = false;
   bool focused = false;
@@ -50,9 +50,10 @@ ListBoxState* stateOf(HWND hwnd) {
 
 int count(const ListBoxState& s) { return static_cast<int>(s.items.size()); }
 bool inRange(const ListBoxState& s, int i) { return i >= 0 && i < count(s); }
-bool multipleSel(const ListBoxState& s) { return (s.style & LBS_MULTIPLESEL) != 0; }
-bool extendedSel(const ListBoxState& s) {
-  return !multipleSel(s) && (s.style & LBS_EXTENDEDSEL) != 0;
+// With both styles the control selects as LBS_EXTENDEDSEL alone.
+bool extendedSel(const ListBoxState& s) { return (s.style & LBS_EXTENDEDSEL) != 0; }
+bool multipleSel(const ListBoxState& s) {
+  return !extendedSel(s) && (s.style & LBS_MULTIPLESEL) != 0;
 }
 bool anyMultiSel(const ListBoxState& s) { return (s.style & (LBS_MULTIPLESEL | LBS_EXTENDEDSEL)) != 0; }
 
@@ -175,7 +176,7 @@ LRESULT deleteItem(HWND hwnd, ListBoxState& s, int index) {
   if (s.selected == index) s.selected = -1;
   else if (s.selected > index) --s.selected;
   if (s.caret >= count(s)) s.caret = std::max(count(s) - 1, 0);
-  if (s.anchor >= count(s)) s.anchor = std::max(count(s) - 1, 0);
+  if (s.anchor >= count(s)) s.anchor = count(s) - 1;
   contentChanged(hwnd, s);
   return count(s);
 }
@@ -183,7 +184,8 @@ LRESULT deleteItem(HWND hwnd, ListBoxState& s, int index) {
 void resetContent(HWND hwnd, ListBoxState& s) {
   s.items.clear();
   s.selected = -1;
-  s.caret = s.anchor = s.top = 0;
+  s.caret = s.top = 0;
+  s.anchor = -1;
   contentChanged(hwnd, s);
 }
 
@@ -245,6 +247,17 @@ LRESULT getSelItems(const ListBoxState& s, int max, int* out) {
   return n;
 }
 
+// LB_SELITEMRANGE: the items from the low word to the high word, in either
+// order, the last one cut to the items; multiple selection only.
+LRESULT selectItemRange(HWND hwnd, ListBoxState& s, bool on, LPARAM lp) {
+  if (!anyMultiSel(s)) return LB_ERR;
+  int first = LOWORD(lp), last = HIWORD(lp);
+  if (first > last) std::swap(first, last);
+  selectRange(s, first, std::min(last, count(s) - 1), on);
+  InvalidateRect(hwnd, nullptr, TRUE);
+  return LB_OKAY;
+}
+
 LRESULT selectString(HWND hwnd, ListBoxState& s, int start, const char* text) {
   int found = findString(s, start, text, false);
   if (found == LB_ERR) return LB_ERR;
@@ -275,7 +288,7 @@ bool keyDown(int vk) { return (GetKeyState(vk) & 0x8000) != 0; }
 // when nothing changed.
 void moveByUser(HWND hwnd, ListBoxState& s, int target) {
   bool shift = keyDown(VK_SHIFT), control = keyDown(VK_CONTROL);
-  if (!anyMultiSel(s) || (extendedSel(s) && !shift)) s.anchor = target;
+  if (!anyMultiSel(s) || (extendedSel(s) && !shift) || s.anchor < 0) s.anchor = target;
   setCaret(hwnd, s, target);
   if (multipleSel(s)) {
     s.selected = target;
@@ -342,10 +355,11 @@ void onButtonDown(HWND hwnd, WPARAM wp, LPARAM lp) {
     s->items[i].selected = !s->items[i].selected;
     s->anchor = i;
   } else if (extendedSel(*s)) {
-    if (!(wp & MK_SHIFT)) s->anchor = i;
+    if (!(wp & MK_SHIFT) || s->anchor < 0) s->anchor = i;
     selectRange(*s, 0, count(*s) - 1, false);
     selectRange(*s, std::min(s->anchor, i), std::max(s->anchor, i), true);
   } else {
+    s->anchor = i;
     selectOnly(hwnd, *s, i);
   }
   setCaret(hwnd, *s, i);
@@ -437,6 +451,8 @@ void create(HWND hwnd, const CREATESTRUCTA& cs) {
   if (!w) return;
   auto s = std::make_shared<ListBoxState>();
   s->style = static_cast<DWORD>(cs.style);
+  // LBS_NOSEL takes the control back to single selection.
+  if (s->style & LBS_NOSEL) s->style &= ~static_cast<DWORD>(LBS_MULTIPLESEL | LBS_EXTENDEDSEL);
   HDC dc = GetDC(hwnd);
   TEXTMETRICA tm;
   if (GetTextMetricsA(dc, &tm)) s->itemHeight = tm.tmHeight;
@@ -486,6 +502,12 @@ LRESULT selectionMessage(HWND hwnd, ListBoxState& s, UINT msg, WPARAM wp, LPARAM
   case LB_GETSEL: return inRange(s, index) ? (isSelected(s, index) ? 1 : 0) : LB_ERR;
   case LB_GETSELCOUNT: return getSelCount(s);
   case LB_GETSELITEMS: return getSelItems(s, index, reinterpret_cast<int*>(lp));
+  case LB_SELITEMRANGE: return selectItemRange(hwnd, s, wp != 0, lp);
+  case LB_GETANCHORINDEX: return s.anchor;
+  case LB_SETANCHORINDEX:
+    if (!inRange(s, index)) return LB_ERR;
+    s.anchor = index;
+    return LB_OKAY;
   case LB_GETCARETINDEX: return s.caret;
   case LB_SETCARETINDEX:
     if (!anyMultiSel(s) || !inRange(s, index)) return LB_ERR;
@@ -530,8 +552,12 @@ LRESULT CALLBACK listBoxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case WM_PAINT: paint(hwnd); return 0;
   case WM_ERASEBKGND: return 1;  // WM_PAINT fills with the parent's brush
   case WM_GETDLGCODE: return DLGC_WANTARROWS | DLGC_WANTCHARS;
-  case WM_SETFOCUS:
   case WM_KILLFOCUS:
+    // A click whose button-up never came ends here, as if it had.
+    onButtonUp(hwnd);
+    if (!(s = stateOf(hwnd))) return 0;
+    [[fallthrough]];
+  case WM_SETFOCUS:
     s->focused = msg == WM_SETFOCUS;
     InvalidateRect(hwnd, nullptr, TRUE);
     notify(hwnd, msg == WM_SETFOCUS ? LBN_SETFOCUS : LBN_KILLFOCUS);
@@ -562,6 +588,9 @@ LRESULT CALLBACK listBoxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case LB_GETSEL:
   case LB_GETSELCOUNT:
   case LB_GETSELITEMS:
+  case LB_SELITEMRANGE:
+  case LB_GETANCHORINDEX:
+  case LB_SETANCHORINDEX:
   case LB_GETCARETINDEX:
   case LB_SETCARETINDEX:
     return selectionMessage(hwnd, *s, msg, wp, lp);
