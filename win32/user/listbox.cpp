@@ -524,8 +524,8 @@ LRESULT viewMessage(HWND hwnd, ListBoxState& s, UINT msg, WPARAM wp, LPARAM lp) 
   case LB_GETITEMHEIGHT: return s.itemHeight;
   case LB_SETITEMHEIGHT: {
     int height = static_cast<int>(LOWORD(lp));
-    if (height < 1 || height > kMaxItemHeight) return LB_ERR;
-    s.itemHeight = height;
+    if (height > kMaxItemHeight) return LB_ERR;
+    s.itemHeight = std::max(height, 1);  // 0 is taken as 1
     contentChanged(hwnd, s);
     return LB_OKAY;
   }

@@ -340,6 +340,26 @@ void standardStyle(HWND parent) {
   DestroyWindow(lb);
 }
 
+// Without LBS_NOINTEGRALHEIGHT the control shows whole items only.
+void integralHeight(HWND parent) {
+  const DWORD styles[] = {0, LBS_NOINTEGRALHEIGHT};
+  for (DWORD style : styles) {
+    HWND lb = CreateWindowExA(0, "ListBox", "", WS_CHILD | WS_BORDER | style, 0, 0, 100, 101, parent,
+                              (HMENU)9, GetModuleHandleA(NULL), NULL);
+    int h = (int)send(lb, LB_GETITEMHEIGHT, 0, 0);
+    RECT r;
+    GetClientRect(lb, &r);
+    printf("style %#lx: whole items %d, as made %d", (unsigned long)style, r.bottom % h == 0,
+           r.bottom == 99);
+    MoveWindow(lb, 0, 0, 100, 3 * h + h / 2 + 2, TRUE);
+    GetClientRect(lb, &r);
+    printf(", resized: whole items %d\n", r.bottom % h == 0);
+    show("item height 0 (reads back), then 1",
+         {send(lb, LB_SETITEMHEIGHT, 0, 0), send(lb, LB_GETITEMHEIGHT, 0, 0), send(lb, LB_SETITEMHEIGHT, 0, 1)});
+    DestroyWindow(lb);
+  }
+}
+
 }  // namespace
 
 int main() {
@@ -353,6 +373,7 @@ int main() {
   multipleSelection(parent);
   extendedSelection(parent);
   standardStyle(parent);
+  integralHeight(parent);
   DestroyWindow(parent);
   return 0;
 }
