@@ -523,9 +523,9 @@ LRESULT viewMessage(HWND hwnd, ListBoxState& s, UINT msg, WPARAM wp, LPARAM lp) 
     return getItemRect(hwnd, s, static_cast<int>(wp), reinterpret_cast<RECT*>(lp));
   case LB_GETITEMHEIGHT: return s.itemHeight;
   case LB_SETITEMHEIGHT: {
-    int height = static_cast<int>(LOWORD(lp));
-    if (height > kMaxItemHeight) return LB_ERR;
-    s.itemHeight = std::max(height, 1);  // 0 is taken as 1
+    // The whole of lParam is the height: a high word makes it too tall.
+    if (static_cast<UINT>(lp) > kMaxItemHeight) return LB_ERR;
+    s.itemHeight = std::max(static_cast<int>(lp), 1);  // 0 is taken as 1
     contentChanged(hwnd, s);
     return LB_OKAY;
   }
