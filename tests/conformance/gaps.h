@@ -364,4 +364,21 @@ LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
 #define SetWindowLongPtrW SetWindowLongW
 #include "gaps_msg.h"
 
+/* listbox.c: directory listings, the list box information query, input
+ * injection. */
+#define KEYEVENTF_EXTENDEDKEY 0x0001
+#define LB_GETLISTBOXINFO 0x01B2
+#define LB_MSGMAX 0x01B3
+#define DDL_READWRITE 0x0000
+#define DDL_READONLY 0x0001
+#define DDL_HIDDEN 0x0002
+#define DDL_SYSTEM 0x0004
+#define DDL_DIRECTORY 0x0010
+#define DDL_ARCHIVE 0x0020
+#define DDL_POSTMSGS 0x2000
+#define DDL_DRIVES 0x4000
+#define DDL_EXCLUSIVE 0x8000
+#define ERROR_NO_WILDCARD_CHARACTERS 1417L
+#define ERROR_SETCOUNT_ON_BAD_LB 1433L
+
 #endif

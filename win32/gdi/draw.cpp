@@ -91,6 +91,23 @@ int WINAPI FrameRect(HDC hDC, const RECT* lprc, HBRUSH hbr) {
   return 1;
 }
 
+// The dotted frame of the keyboard focus: every other pixel of the border
+// inverted, so that drawing it twice takes it away again.
+BOOL WINAPI DrawFocusRect(HDC hDC, const RECT* lprc) {
+  if (!deviceContext(hDC) || !lprc) return FALSE;
+  auto invert = [hDC](int x, int y) { SetPixel(hDC, x, y, GetPixel(hDC, x, y) ^ 0xFFFFFF); };
+  const RECT& r = *lprc;
+  for (int x = r.left; x < r.right; x += 2) {
+    invert(x, r.top);
+    if (r.bottom - 1 > r.top) invert(x, r.bottom - 1);
+  }
+  for (int y = r.top + 2; y < r.bottom - 1; y += 2) {
+    invert(r.left, y);
+    if (r.right - 1 > r.left) invert(r.right - 1, y);
+  }
+  return TRUE;
+}
+
 BOOL WINAPI Rectangle(HDC hdc, int left, int top, int right, int bottom) {
   DeviceContext* dc = deviceContext(hdc);
   if (!dc) return FALSE;

@@ -751,6 +751,8 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define WM_MBUTTONUP 0x0208
 #define WM_MBUTTONDBLCLK 0x0209
 #define WM_MOUSEWHEEL 0x020A
+#define WHEEL_DELTA 120
+#define GET_WHEEL_DELTA_WPARAM(wp) ((short)HIWORD(wp))
 #define WM_XBUTTONDOWN 0x020B
 #define WM_XBUTTONUP 0x020C
 #define WM_XBUTTONDBLCLK 0x020D
@@ -2039,6 +2041,7 @@ TUL_WIN32_API int WINAPI ReleaseDC(HWND hWnd, HDC hDC);
 TUL_WIN32_API HWND WINAPI WindowFromDC(HDC hDC);
 TUL_WIN32_API int WINAPI FillRect(HDC hDC, const RECT* lprc, HBRUSH hbr);
 TUL_WIN32_API int WINAPI FrameRect(HDC hDC, const RECT* lprc, HBRUSH hbr);
+TUL_WIN32_API BOOL WINAPI DrawFocusRect(HDC hDC, const RECT* lprc);
 TUL_WIN32_API int WINAPI DrawTextA(HDC hdc, LPCSTR lpchText, int cchText, LPRECT lprc,
                                    UINT format);
 

@@ -11,10 +11,6 @@
 
 namespace w32 {
 
-namespace {
-
-constexpr int kCheckBox = 13;  // side of a check box square, pixels
-
 void notifyParent(HWND hwnd, WORD code) {
   Window* w = findWindow(hwnd);
   if (!w || !isChild(*w)) return;
@@ -28,6 +24,10 @@ HBRUSH askParentForBrush(HWND hwnd, HDC dc, UINT message) {
   if (!r) r = DefWindowProcA(parent, message, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(hwnd));
   return reinterpret_cast<HBRUSH>(r);
 }
+
+namespace {
+
+constexpr int kCheckBox = 13;  // side of a check box square, pixels
 
 RECT clientRectOf(const Window& w) {
   return makeRect(0, 0, rectWidth(w.client), rectHeight(w.client));
@@ -519,6 +519,7 @@ void registerSystemClasses() {
   registerSystemClass("Edit", editProc, CS_DBLCLKS | CS_PARENTDC, IDC_IBEAM, kEditExtraBytes);
   registerSystemClass("ScrollBar", scrollBarProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC,
                       IDC_ARROW, kScrollBarExtraBytes);
+  registerListBoxClass();
   registerDialogClasses();
 }
 

@@ -83,6 +83,8 @@ struct DialogState {
   INT_PTR result = 0;
 };
 
+struct ListBoxState;  // listbox.cpp's; made by the ListBox class's WM_CREATE
+
 struct Window {
   HWND hwnd = nullptr;
   std::shared_ptr<WindowClass> cls;
@@ -128,6 +130,7 @@ struct Window {
   ScrollBarInfo vbar;
   ControlState ctl;
   std::unique_ptr<DialogState> dialog;
+  std::shared_ptr<ListBoxState> listBox;  // the ListBox class's items and selection
 
   std::shared_ptr<Surface> surface;  // top-level windows and the desktop only
 };
@@ -286,6 +289,15 @@ int liveAcceleratorCount();
 // ---- Controls (controls.cpp) ----
 
 void registerSystemClasses();
+// WM_COMMAND(MAKEWPARAM(id, code), hwnd) sent to a child control's parent.
+void notifyParent(HWND hwnd, WORD code);
+// The parent's answer to WM_CTLCOLOR* `message` (DefWindowProcA's when it
+// answers 0); the colours it sets stay in `dc`.
+HBRUSH askParentForBrush(HWND hwnd, HDC dc, UINT message);
+
+// ---- The list box (listbox.cpp) ----
+
+void registerListBoxClass();
 
 // ---- Dialog windows (dialog.cpp) ----
 
