@@ -41,7 +41,7 @@ OPERATORS = [
     ("true", re.compile(r"\btrue\b"), "false"),
     ("false", re.compile(r"\bfalse\b"), "true"),
 ]
-SKIP_LINE = re.compile(r"^\s*(#|//|\*|/\*|static_assert|template\b)")
+SKIP_LINE = re.compile(r"^\s*(#|//|\*|/\*|static_assert|assert\(|template\b)")
 CALL_STATEMENT = re.compile(r"^(\s*)((?:[A-Za-z_][\w:]*(?:\.|->))*[A-Za-z_][\w:]*\(.*\));\s*$")
 IF_CONDITION = re.compile(r"\b(if|while) \(")
 
