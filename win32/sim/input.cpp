@@ -193,16 +193,54 @@ void typeText(const char* text) {
 
 void focusWindow(HWND hwnd) { queueFocusChange(hwnd); }
 
-void click(HWND hwnd, int x, int y) {
+void mouseMove(HWND hwnd, int x, int y) {
   POINT screen{x, y};
-  if (!ClientToScreen(hwnd, &screen)) return;
-  HWND target = WindowFromPoint(screen);
-  if (!target) target = hwnd;
-  POINT local = screen;
-  ScreenToClient(target, &local);
-  LPARAM lp = MAKELPARAM(local.x, local.y);
-  queueInput(WM_LBUTTONDOWN, MK_LBUTTON, lp, target, screen);
-  queueInput(WM_LBUTTONUP, 0, lp, target, screen);
+  if (ClientToScreen(hwnd, &screen)) SetCursorPos(screen.x, screen.y);
+}
+
+void mouseButton(int vk, bool down) {
+  static const struct {
+    int vk;
+    UINT down;
+  } kButtons[] = {{VK_LBUTTON, WM_LBUTTONDOWN}, {VK_RBUTTON, WM_RBUTTONDOWN}, {VK_MBUTTON, WM_MBUTTONDOWN}};
+  for (const auto& b : kButtons) {
+    if (b.vk != vk) continue;
+    setAsyncKey(vk, down);
+    queueMouseInput(down ? b.down : b.down + 1, heldMouseKeys(), cursorNow());
+  }
+}
+
+void click(HWND hwnd, int x, int y, int vk, unsigned modifiers) {
+  if (!IsWindow(hwnd)) return;
+  if (modifiers & kShift) keyDown(VK_SHIFT);
+  if (modifiers & kControl) keyDown(VK_CONTROL);
+  mouseMove(hwnd, x, y);
+  mouseButton(vk, true);
+  mouseButton(vk, false);
+  if (modifiers & kControl) keyUp(VK_CONTROL);
+  if (modifiers & kShift) keyUp(VK_SHIFT);
+}
+
+void doubleClick(HWND hwnd, int x, int y, int vk) {
+  click(hwnd, x, y, vk);
+  click(hwnd, x, y, vk);
+}
+
+void drag(HWND hwnd, int x1, int y1, int x2, int y2, int vk) {
+  if (!IsWindow(hwnd)) return;
+  constexpr int kSteps = 4;
+  mouseMove(hwnd, x1, y1);
+  mouseButton(vk, true);
+  for (int i = 1; i <= kSteps; ++i)
+    mouseMove(hwnd, x1 + (x2 - x1) * i / kSteps, y1 + (y2 - y1) * i / kSteps);
+  mouseButton(vk, false);
+}
+
+void wheel(HWND hwnd, int x, int y, int notches) {
+  if (!IsWindow(hwnd)) return;
+  mouseMove(hwnd, x, y);
+  WPARAM wp = MAKEWPARAM(heldMouseKeys(), static_cast<WORD>(notches * WHEEL_DELTA));
+  queueMouseInput(WM_MOUSEWHEEL, wp, cursorNow());
 }
 
 void sendScrollMessage(HWND hwnd, int bar, int code, int position) {

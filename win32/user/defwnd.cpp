@@ -286,6 +286,21 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
     return TRUE;
   case WM_MOUSEACTIVATE:
     return onMouseActivate(*w, wParam, lParam);
+  case WM_SETCURSOR:
+    // A child lets its parent decide first; the client area shows the
+    // class's cursor.
+    if ((w->style & WS_CHILD) && w->parent && sendMessage(w->parent, Msg, wParam, lParam))
+      return TRUE;
+    if (!(w = findWindow(hWnd))) return FALSE;
+    if (static_cast<SHORT>(LOWORD(lParam)) == HTCLIENT && w->cls->cursor) {
+      SetCursor(w->cls->cursor);
+      return TRUE;
+    }
+    return FALSE;
+  case WM_MOUSEWHEEL:
+    // Unhandled, the wheel goes up to the parent.
+    if ((w->style & WS_CHILD) && w->parent) return sendMessage(w->parent, Msg, wParam, lParam);
+    return 0;
   case WM_CONTEXTMENU:
   case kAppCommand:
     // A child passes these up to its parent.

@@ -244,6 +244,13 @@ LRESULT sendMessage(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
 void sendParentNotify(HWND hwnd, UINT event);
 void purgeWindow(HWND hwnd);
 void queueInput(UINT message, WPARAM wp, LPARAM lp, HWND target, POINT screen);
+// Mouse input from the hand (WM_MOUSEMOVE, the client button messages,
+// WM_MOUSEWHEEL) at a screen point: the cursor moves there at once; where it
+// goes is decided when retrieval reaches it (capture, hit test, double-click;
+// the wheel to the focus).
+void queueMouseInput(UINT message, WPARAM wp, POINT screen);
+// The MK_ bits of the buttons and keys held now.
+WPARAM heldMouseKeys();
 // Queues a change of the keyboard focus to hwnd behind the input queued so
 // far; retrieval makes it when it reaches it (win32sim::focusWindow).
 void queueFocusChange(HWND hwnd);
