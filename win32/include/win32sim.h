@@ -53,7 +53,7 @@ TUL_WIN32_API void mouseMove(HWND hwnd, int x, int y);
 // The button goes down or up where the pointer is.
 TUL_WIN32_API void mouseButton(int vk, bool down);
 // Moves there, presses and releases the button, with the modifier keys
-// (kShift, kControl) held around it.
+// (kShift, kControl, kAlt) held around it, as pressKey holds them.
 TUL_WIN32_API void click(HWND hwnd, int x, int y, int vk = VK_LBUTTON,
                          unsigned modifiers = kNoModifier);
 // Two clicks at once: a double-click where the class has CS_DBLCLKS.

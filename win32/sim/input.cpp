@@ -214,9 +214,11 @@ void click(HWND hwnd, int x, int y, int vk, unsigned modifiers) {
   if (!IsWindow(hwnd)) return;
   if (modifiers & kShift) keyDown(VK_SHIFT);
   if (modifiers & kControl) keyDown(VK_CONTROL);
+  if (modifiers & kAlt) keyDown(VK_MENU);
   mouseMove(hwnd, x, y);
   mouseButton(vk, true);
   mouseButton(vk, false);
+  if (modifiers & kAlt) keyUp(VK_MENU);
   if (modifiers & kControl) keyUp(VK_CONTROL);
   if (modifiers & kShift) keyUp(VK_SHIFT);
 }
