@@ -31,7 +31,8 @@ LRESULT& mouseActivateAnswer() {
 bool isMouseSide(UINT msg) {
   return msg == WM_SETCURSOR || msg == WM_MOUSEACTIVATE || msg == WM_MOUSEWHEEL ||
          (msg >= WM_MOUSEMOVE && msg <= WM_MBUTTONDBLCLK) ||
-         (msg >= WM_NCLBUTTONDOWN && msg <= WM_NCMBUTTONDBLCLK) || msg == WM_COMMAND;
+         (msg >= WM_NCMOUSEMOVE && msg <= WM_NCMBUTTONDBLCLK) || msg == WM_COMMAND ||
+         msg == WM_VSCROLL;
 }
 
 LRESULT CALLBACK mouseProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
@@ -167,19 +168,74 @@ TEST_F(SimMouse, OutsideTheClientAreaTheFrameGetsNonClientMessages) {
   HWND h = createWindow(false);
   RECT client;
   GetClientRect(h, &client);
-  win32sim::click(h, client.right + 2, client.bottom - 40);  // on the vertical scroll bar
+  POINT onFrame{client.right / 2, -3};  // the caption
+  win32sim::mouseMove(h, onFrame.x, onFrame.y);
   layertest::pumpAll();
-  std::vector<Seen> got;
+  ClientToScreen(h, &onFrame);
+  std::vector<Seen> moves;
   for (const Seen& s : seen())
-    if (s.msg == WM_NCLBUTTONDOWN || s.msg == WM_NCLBUTTONUP) got.push_back(s);
+    if (s.msg == WM_NCMOUSEMOVE) moves.push_back(s);
   seen().clear();
-  ASSERT_EQ(got.size(), 2u);
-  EXPECT_EQ(got[0].msg, static_cast<UINT>(WM_NCLBUTTONDOWN));
-  EXPECT_EQ(got[0].wp, static_cast<WPARAM>(HTVSCROLL));
-  POINT screen{client.right + 2, client.bottom - 40};
-  ClientToScreen(h, &screen);
-  EXPECT_EQ(got[0].lp, MAKELPARAM(screen.x, screen.y)) << "screen coordinates";
+  ASSERT_EQ(moves.size(), 1u);
+  EXPECT_EQ(moves[0].wp, static_cast<WPARAM>(HTCAPTION));
+  EXPECT_EQ(moves[0].lp, MAKELPARAM(onFrame.x, onFrame.y)) << "screen coordinates";
   DestroyWindow(h);
+}
+
+// The scroll codes a window's bar or a scroll bar control sends to hwnd.
+std::vector<WPARAM> scrollCodes(HWND hwnd) {
+  std::vector<WPARAM> out;
+  for (const Seen& s : seen())
+    if (s.hwnd == hwnd && s.msg == WM_VSCROLL) out.push_back(LOWORD(s.wp));
+  seen().clear();
+  return out;
+}
+
+TEST_F(SimMouse, APressOnAScrollBarIsTrackedUntilTheRelease) {
+  struct Case {
+    const char* name;
+    int from, to;  // along the bar, from its top
+    std::vector<WPARAM> want;
+  } cases[] = {
+      {"top arrow", 5, 5, {SB_LINEUP, SB_ENDSCROLL}},
+      {"bottom arrow", 95, 95, {SB_LINEDOWN, SB_ENDSCROLL}},
+      {"page below the thumb", 60, 60, {SB_PAGEDOWN, SB_ENDSCROLL}},
+      {"page above the thumb", 25, 25, {SB_PAGEUP, SB_ENDSCROLL}},
+      {"the thumb dragged (in four steps)", 48, 65,
+       {SB_THUMBTRACK, SB_THUMBTRACK, SB_THUMBTRACK, SB_THUMBTRACK, SB_THUMBPOSITION, SB_ENDSCROLL}},
+      {"the thumb held still", 48, 48, {SB_THUMBPOSITION, SB_ENDSCROLL}},
+  };
+  for (bool control : {false, true}) {
+    HWND h = createWindow(false);
+    // A 100-pixel bar either way: the window's (17 wide, right of a client
+    // area 100 high) or a control at the client's left edge.
+    SetWindowPos(h, NULL, 0, 0, 200, 100 + GetSystemMetrics(SM_CYCAPTION) + 2 * GetSystemMetrics(SM_CYFRAME),
+                 SWP_NOMOVE | SWP_NOZORDER);
+    HWND bar = control ? CreateWindowExA(0, "SCROLLBAR", "", WS_CHILD | WS_VISIBLE | SBS_VERT, 0,
+                                         0, 17, 100, h, NULL, NULL, NULL)
+                       : h;
+    int which = control ? SB_CTL : SB_VERT;
+    SCROLLINFO si{sizeof si, SIF_ALL, 0, 99, 20, 40, 0};
+    SetScrollInfo(bar, which, &si, TRUE);
+    SCROLLBARINFO info{};
+    info.cbSize = sizeof info;
+    GetScrollBarInfo(bar, control ? OBJID_CLIENT : OBJID_VSCROLL, &info);
+    ASSERT_EQ(info.rcScrollBar.bottom - info.rcScrollBar.top, 100);
+    ASSERT_LE(info.xyThumbTop, 48);
+    ASSERT_GT(info.xyThumbBottom, 48);
+    // The bar's points in the window's client coordinates.
+    POINT origin{info.rcScrollBar.left + 5, info.rcScrollBar.top};
+    ScreenToClient(h, &origin);
+    for (const Case& c : cases) {
+      SetScrollPos(bar, which, 40, TRUE);
+      seen().clear();
+      win32sim::drag(h, origin.x, origin.y + c.from, origin.x, origin.y + c.to);
+      layertest::pumpAll();
+      EXPECT_EQ(scrollCodes(h), c.want) << c.name << (control ? " (control)" : " (window)");
+      EXPECT_EQ(GetCapture(), static_cast<HWND>(NULL));
+    }
+    DestroyWindow(h);
+  }
 }
 
 TEST_F(SimMouse, TheWheelGoesToTheFocusAndUpToItsParent) {

@@ -141,6 +141,11 @@ LRESULT onSysCommand(HWND hwnd, WPARAM wp, LPARAM lp) {
   case SC_SIZE:
     moveSizeLoop(hwnd, wp, lp);
     return 0;
+  case SC_VSCROLL:
+  case SC_HSCROLL:
+    trackScrollBar(hwnd, (wp & 0xFFF0) == SC_VSCROLL ? SB_VERT : SB_HORZ,
+                   POINT{static_cast<SHORT>(LOWORD(lp)), static_cast<SHORT>(HIWORD(lp))});
+    return 0;
   case SC_CLOSE:
     return sendMessage(hwnd, WM_CLOSE, 0, 0);
   case SC_MINIMIZE:
@@ -166,6 +171,8 @@ LRESULT onNcLButtonDown(HWND hwnd, WPARAM hit, LPARAM lp) {
       sendMessage(hwnd, WM_SYSCOMMAND, SC_MOVE + HTCAPTION, lp);
   } else if (hit >= HTLEFT && hit <= HTBOTTOMRIGHT) {
     sendMessage(hwnd, WM_SYSCOMMAND, SC_SIZE + (hit - HTLEFT + 1), lp);
+  } else if (hit == HTVSCROLL || hit == HTHSCROLL) {
+    sendMessage(hwnd, WM_SYSCOMMAND, (hit == HTVSCROLL ? SC_VSCROLL : SC_HSCROLL) + hit, lp);
   } else if (hit == HTCLOSE) {
     // The system tracks the button until it is released over the box.
     sendMessage(hwnd, WM_SYSCOMMAND, SC_CLOSE, lp);

@@ -275,6 +275,11 @@ void createScrollData(Window& w);
 // The bar's data, or null when the window has none. SB_CTL reaches the
 // control's own.
 ScrollBarInfo* scrollInfoOf(Window& w, int bar);
+// The system's tracking of a left press at a screen point of a bar (SB_HORZ,
+// SB_VERT or SB_CTL) until the release: an arrow or the page area sends its
+// scroll code at the press; a grabbed thumb sends SB_THUMBTRACK as it moves
+// and SB_THUMBPOSITION at the release; SB_ENDSCROLL ends it.
+void trackScrollBar(HWND hwnd, int bar, POINT screen);
 void scrollControlPaint(HWND hwnd);
 // The SCROLLBAR class: its procedure and the window extra bytes it needs.
 constexpr int kScrollBarExtraBytes = 28;
