@@ -211,12 +211,31 @@ void routeMouse(Queue& q, InputEvent& e) {
   e.lParam = MAKELPARAM(local.x, local.y);
 }
 
+// A press in a child's client area tells its parents first, up the chain
+// of children without WS_EX_NOPARENTNOTIFY: WM_PARENTNOTIFY with the press's
+// message and the point in each parent's client coordinates.
+void notifyParentsOfPress(HWND hwnd, UINT message, POINT screen) {
+  for (;;) {
+    Window* w = findWindow(hwnd);
+    if (!w || !isChild(*w) || (w->exStyle & WS_EX_NOPARENTNOTIFY)) return;
+    Window* p = parentOf(*w);
+    if (!p || isDesktop(*p)) return;
+    hwnd = p->hwnd;
+    POINT local = screen;
+    ScreenToClient(hwnd, &local);
+    sendMessage(hwnd, WM_PARENTNOTIFY, MAKEWPARAM(message, 0), MAKELPARAM(local.x, local.y));
+  }
+}
+
 // What the system does with mouse input as it is taken, before the program
 // sees it: a press asks the window under it whether to activate
 // (WM_MOUSEACTIVATE, unless it is the active window) and the window sets the
 // cursor (WM_SETCURSOR), neither while a window has the capture. False when
 // the window ate the press (MA_ACTIVATEANDEAT, MA_NOACTIVATEANDEAT).
 bool mouseFeedback(const InputEvent& e, HWND target) {
+  if (e.message == WM_LBUTTONDOWN || e.message == WM_RBUTTONDOWN || e.message == WM_MBUTTONDOWN)
+    notifyParentsOfPress(target, e.message, e.screen);
+  if (!findWindow(target)) return false;
   if (e.message == WM_MOUSEWHEEL || GetCapture()) return true;
   LPARAM lp = MAKELPARAM(e.hit, e.raw);
   bool eat = false;
