@@ -289,3 +289,59 @@ void closeWindow(HWND hwnd) {
 }
 
 }  // namespace win32sim
+
+using namespace w32;
+
+extern "C" {
+
+// The system's own way for a program to act as the hands: each event goes
+// where the simulated user's would. Keys by virtual key (KEYEVENTF_KEYUP);
+// the mouse moves relative or absolute (0 to 65535 across the screen), its
+// buttons and wheel act where the cursor is. Other kinds, and mouse side
+// buttons, are not inserted; the count of events inserted is returned.
+UINT WINAPI SendInput(UINT cInputs, LPINPUT pInputs, int cbSize) {
+  if (!pInputs || cbSize != static_cast<int>(sizeof(INPUT))) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return 0;
+  }
+  static const struct {
+    DWORD flag;
+    int vk;
+    bool down;
+  } kButtons[] = {{MOUSEEVENTF_LEFTDOWN, VK_LBUTTON, true},    {MOUSEEVENTF_LEFTUP, VK_LBUTTON, false},
+                  {MOUSEEVENTF_RIGHTDOWN, VK_RBUTTON, true},   {MOUSEEVENTF_RIGHTUP, VK_RBUTTON, false},
+                  {MOUSEEVENTF_MIDDLEDOWN, VK_MBUTTON, true},  {MOUSEEVENTF_MIDDLEUP, VK_MBUTTON, false}};
+  UINT done = 0;
+  for (UINT i = 0; i < cInputs; ++i) {
+    const INPUT& in = pInputs[i];
+    if (in.type == INPUT_KEYBOARD) {
+      if (in.ki.dwFlags & KEYEVENTF_KEYUP) win32sim::keyUp(in.ki.wVk);
+      else win32sim::keyDown(in.ki.wVk);
+      ++done;
+      continue;
+    }
+    if (in.type != INPUT_MOUSE) break;
+    const MOUSEINPUT& mi = in.mi;
+    if (mi.dwFlags & MOUSEEVENTF_MOVE) {
+      POINT p = cursorNow();
+      if (mi.dwFlags & MOUSEEVENTF_ABSOLUTE) {
+        p.x = static_cast<LONG>(static_cast<long long>(mi.dx) * GetSystemMetrics(SM_CXSCREEN) / 65536);
+        p.y = static_cast<LONG>(static_cast<long long>(mi.dy) * GetSystemMetrics(SM_CYSCREEN) / 65536);
+      } else {
+        p.x += mi.dx;
+        p.y += mi.dy;
+      }
+      SetCursorPos(p.x, p.y);
+    }
+    for (const auto& b : kButtons)
+      if (mi.dwFlags & b.flag) win32sim::mouseButton(b.vk, b.down);
+    if (mi.dwFlags & MOUSEEVENTF_WHEEL) {
+      WPARAM wp = MAKEWPARAM(heldMouseKeys(), static_cast<WORD>(mi.mouseData));
+      queueMouseInput(WM_MOUSEWHEEL, wp, cursorNow());
+    }
+    ++done;
+  }
+  return done;
+}
+
+}  // extern "C"

@@ -41,6 +41,7 @@ struct InputEvent {
   bool routed = false;       // mouse input whose place was decided (hit, raw are set)
   LRESULT hit = HTCLIENT;    // the hit test's answer where it was routed
   UINT raw = 0;              // the client message it was before the hit test made it WM_NC*
+  HWND under = nullptr;      // the wheel: the window under the cursor, which sets it
   bool focusChange = false;  // no message: target takes the focus when it is reached
 };
 
@@ -186,6 +187,8 @@ void routeMouse(Queue& q, InputEvent& e) {
   if (e.message == WM_MOUSEWHEEL) {
     e.target = focusWindow() ? focusWindow() : activeWindow();
     e.lParam = MAKELPARAM(e.screen.x, e.screen.y);
+    if (!GetCapture() && (e.under = WindowFromPoint(e.screen)) != nullptr)
+      e.hit = sendMessage(e.under, WM_NCHITTEST, 0, e.lParam);
     return;
   }
   e.target = GetCapture();
@@ -236,7 +239,14 @@ bool mouseFeedback(const InputEvent& e, HWND target) {
   if (e.message == WM_LBUTTONDOWN || e.message == WM_RBUTTONDOWN || e.message == WM_MBUTTONDOWN)
     notifyParentsOfPress(target, e.message, e.screen);
   if (!findWindow(target)) return false;
-  if (e.message == WM_MOUSEWHEEL || GetCapture()) return true;
+  if (GetCapture()) return true;
+  if (e.message == WM_MOUSEWHEEL) {
+    // The window under the cursor sets it; the wheel goes to the focus.
+    if (findWindow(e.under))
+      sendMessage(e.under, WM_SETCURSOR, reinterpret_cast<WPARAM>(e.under),
+                  MAKELPARAM(e.hit, WM_MOUSEWHEEL));
+    return findWindow(target) != nullptr;
+  }
   LPARAM lp = MAKELPARAM(e.hit, e.raw);
   bool eat = false;
   if (isPress(e.message) && target != activeWindow()) {
