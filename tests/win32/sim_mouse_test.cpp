@@ -123,6 +123,41 @@ TEST_F(SimMouse, OutsideTheClientAreaTheFrameGetsNonClientMessages) {
   DestroyWindow(h);
 }
 
+TEST_F(SimMouse, TheSizingBorderIsHitAndDraggedByItsEdgesAndCorners) {
+  HWND h = createWindow(false);
+  RECT r;
+  GetWindowRect(h, &r);
+  const int w = r.right - r.left, ht = r.bottom - r.top;
+  struct Case {
+    int x, y;  // from the window's top-left corner
+    LRESULT want;
+  } cases[] = {
+      {1, ht / 2, HTLEFT},       {w - 2, ht / 2, HTRIGHT},           {w / 2, 1, HTTOP},
+      {w / 2, ht - 2, HTBOTTOM}, {1, 1, HTTOPLEFT},                  {w - 2, ht - 2, HTBOTTOMRIGHT},
+      {w - 5, 1, HTTOPRIGHT},    {1, ht - 5, HTBOTTOMLEFT},          {w / 2, 12, HTCAPTION},
+      {10, ht / 2, HTCLIENT},    {w - 2, 5, HTTOPRIGHT} /* the corner reaches down the edge */,
+  };
+  for (const Case& c : cases) {
+    LPARAM at = MAKELPARAM(r.left + c.x, r.top + c.y);
+    EXPECT_EQ(SendMessageA(h, WM_NCHITTEST, 0, at), c.want) << c.x << "," << c.y;
+  }
+  POINT corner{r.right - 2, r.bottom - 2};
+  ScreenToClient(h, &corner);
+  win32sim::drag(h, corner.x, corner.y, corner.x + 20, corner.y + 10);
+  POINT left{r.left + 1, r.top + ht / 2};
+  ScreenToClient(h, &left);
+  win32sim::drag(h, left.x, left.y, left.x - 8, left.y + 30);
+  layertest::pumpAll();
+  RECT now;
+  GetWindowRect(h, &now);
+  EXPECT_EQ(now.left, r.left - 8);
+  EXPECT_EQ(now.top, r.top) << "the left edge moves across only";
+  EXPECT_EQ(now.right, r.right + 20);
+  EXPECT_EQ(now.bottom, r.bottom + 10);
+  seen().clear();
+  DestroyWindow(h);
+}
+
 // The scroll codes a window's bar or a scroll bar control sends to hwnd.
 std::vector<WPARAM> scrollCodes(HWND hwnd) {
   std::vector<WPARAM> out;

@@ -185,6 +185,25 @@ HWND rootOf(HWND hwnd) {
   return w ? topLevelOf(*w).hwnd : nullptr;
 }
 
+// The sizing border of a WS_THICKFRAME window (the frame, frame wide): the
+// edge a point lies on, a corner within a caption button's size of it
+// along either edge; 0 off the border.
+LRESULT sizingEdge(const Window& w, int frame, LONG x, LONG y) {
+  if (!(w.style & WS_THICKFRAME) || (w.style & (WS_MAXIMIZE | WS_MINIMIZE))) return 0;
+  RECT r = windowRectOnScreen(w);
+  const LONG width = rectWidth(r), height = rectHeight(r);
+  const bool left = x < frame, right = x >= width - frame, top = y < frame, bottom = y >= height - frame;
+  if (!left && !right && !top && !bottom) return 0;
+  const LONG cx = systemMetric(SM_CXSIZE), cy = systemMetric(SM_CYSIZE);
+  const bool nearLeft = x < cx, nearRight = x >= width - cx;
+  const bool nearTop = y < cy, nearBottom = y >= height - cy;
+  if ((top && nearLeft) || (left && nearTop)) return HTTOPLEFT;
+  if ((top && nearRight) || (right && nearTop)) return HTTOPRIGHT;
+  if ((bottom && nearLeft) || (left && nearBottom)) return HTBOTTOMLEFT;
+  if ((bottom && nearRight) || (right && nearBottom)) return HTBOTTOMRIGHT;
+  return left ? HTLEFT : right ? HTRIGHT : top ? HTTOP : HTBOTTOM;
+}
+
 LRESULT hitTest(const Window& w, LPARAM lp) {
   POINT pt{static_cast<SHORT>(LOWORD(lp)), static_cast<SHORT>(HIWORD(lp))};
   RECT win = windowRectOnScreen(w);
@@ -196,6 +215,7 @@ LRESULT hitTest(const Window& w, LPARAM lp) {
   if (pointInRect(scrollBarRect(w, SB_VERT), x, y)) return HTVSCROLL;
   if (pointInRect(scrollBarRect(w, SB_HORZ), x, y)) return HTHSCROLL;
   RECT in = frameInsets(w.style, w.exStyle, hasMenuBar(w));
+  if (LRESULT edge = sizingEdge(w, in.left, x, y)) return edge;
   if (hasMenuBar(w) && y >= in.top - systemMetric(SM_CYMENU) && y < in.top) return HTMENU;
   if ((w.style & WS_CAPTION) == WS_CAPTION && y >= in.left && y < in.top) {
     if ((w.style & WS_SYSMENU) && x >= rectWidth(win) - in.left - 18) return HTCLOSE;
