@@ -167,6 +167,73 @@ bool desktop_type(Call& c) {
   return c.done(desktop::platformType(hwnd, text));
 }
 
+// ---- Mouse ----
+
+constexpr int kMaxNotches = 32767 / WHEEL_DELTA;  // the delta is a signed word
+
+bool pointArgs(const Call& c, int i, POINT* out) {
+  int x, y;
+  if (!c.intArg(i, &x) || !c.intArg(i + 1, &y)) return false;
+  *out = POINT{x, y};
+  return true;
+}
+
+// An optional button argument: VK_LBUTTON when left out.
+bool buttonArg(const Call& c, int i, int* out) {
+  *out = VK_LBUTTON;
+  if (!c.given(i)) return true;
+  if (!c.intArg(i, out)) return false;
+  if (*out != VK_LBUTTON && *out != VK_RBUTTON && *out != VK_MBUTTON)
+    return c.argFail(i, "must be VK_LBUTTON, VK_RBUTTON or VK_MBUTTON");
+  return true;
+}
+
+bool desktop_click(Call& c) {
+  desktop::MouseGesture g;
+  g.action = desktop::MouseAction::Click;
+  if (!c.counts(3, 5) || !c.windowArg(0, &g.hwnd) || !pointArgs(c, 1, &g.at) ||
+      !buttonArg(c, 3, &g.button) || !modifiersArg(c, 4, &g.modifiers))
+    return false;
+  return c.done(desktop::platformMouse(g));
+}
+
+bool desktop_doubleClick(Call& c) {
+  desktop::MouseGesture g;
+  g.action = desktop::MouseAction::DoubleClick;
+  if (!c.counts(3, 4) || !c.windowArg(0, &g.hwnd) || !pointArgs(c, 1, &g.at) ||
+      !buttonArg(c, 3, &g.button))
+    return false;
+  return c.done(desktop::platformMouse(g));
+}
+
+bool desktop_drag(Call& c) {
+  desktop::MouseGesture g;
+  g.action = desktop::MouseAction::Drag;
+  if (!c.counts(5, 6) || !c.windowArg(0, &g.hwnd) || !pointArgs(c, 1, &g.at) ||
+      !pointArgs(c, 3, &g.to) || !buttonArg(c, 5, &g.button))
+    return false;
+  return c.done(desktop::platformMouse(g));
+}
+
+bool desktop_move(Call& c) {
+  desktop::MouseGesture g;
+  g.action = desktop::MouseAction::Move;
+  if (!c.counts(3, 3) || !c.windowArg(0, &g.hwnd) || !pointArgs(c, 1, &g.at)) return false;
+  return c.done(desktop::platformMouse(g));
+}
+
+bool desktop_wheel(Call& c) {
+  desktop::MouseGesture g;
+  g.action = desktop::MouseAction::Wheel;
+  if (!c.counts(4, 4) || !c.windowArg(0, &g.hwnd) || !pointArgs(c, 1, &g.at) ||
+      !c.intArg(3, &g.notches))
+    return false;
+  if (g.notches == 0 || g.notches < -kMaxNotches || g.notches > kMaxNotches)
+    return c.argFail(3, "must be a number of notches from -" + std::to_string(kMaxNotches) +
+                            " to " + std::to_string(kMaxNotches) + ", not 0");
+  return c.done(desktop::platformMouse(g));
+}
+
 // ---- Windows ----
 
 bool desktop_close(Call& c) {
@@ -402,6 +469,11 @@ struct Method {
 constexpr Method kDesktopMethods[] = {
     {"press", desktop_press},
     {"type", desktop_type},
+    {"click", desktop_click},
+    {"doubleClick", desktop_doubleClick},
+    {"drag", desktop_drag},
+    {"move", desktop_move},
+    {"wheel", desktop_wheel},
     {"close", desktop_close},
     {"resize", desktop_resize},
     {"scroll", desktop_scroll},

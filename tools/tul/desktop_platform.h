@@ -62,6 +62,21 @@ bool platformPress(HWND hwnd, int vk, unsigned modifiers);
 bool platformType(HWND hwnd, const std::string& text);
 // At once, for whatever window has the focus (the reset between scripts).
 void platformKeyUp(int vk);
+
+// A gesture of the hand on the mouse, at client points of hwnd, queued with
+// the keys: it reaches the windows through the program's loop, after the
+// input queued before it.
+enum class MouseAction { Move, Click, DoubleClick, Drag, Wheel };
+struct MouseGesture {
+  MouseAction action = MouseAction::Move;
+  HWND hwnd = nullptr;
+  POINT at{};            // the point (Drag: where the button goes down)
+  POINT to{};            // Drag: where it comes up
+  int button = VK_LBUTTON;  // VK_LBUTTON, VK_RBUTTON or VK_MBUTTON
+  unsigned modifiers = 0;   // Click: kShift, kControl, kAlt held around it
+  int notches = 0;          // Wheel: positive away from the user
+};
+bool platformMouse(const MouseGesture& g);
 bool platformClose(HWND hwnd);
 bool platformResize(HWND hwnd, int width, int height);
 // bar is SB_HORZ or SB_VERT, code SB_LINEUP ... SB_ENDSCROLL.

@@ -76,6 +76,21 @@ bool platformType(HWND hwnd, const std::string& text) {
 
 void platformKeyUp(int vk) { win32sim::keyUp(vk); }
 
+bool platformMouse(const MouseGesture& g) {
+  switch (g.action) {
+  case MouseAction::Move: win32sim::mouseMove(g.hwnd, g.at.x, g.at.y); break;
+  case MouseAction::Click:
+    win32sim::click(g.hwnd, g.at.x, g.at.y, g.button, g.modifiers);
+    break;
+  case MouseAction::DoubleClick: win32sim::doubleClick(g.hwnd, g.at.x, g.at.y, g.button); break;
+  case MouseAction::Drag:
+    win32sim::drag(g.hwnd, g.at.x, g.at.y, g.to.x, g.to.y, g.button);
+    break;
+  case MouseAction::Wheel: win32sim::wheel(g.hwnd, g.at.x, g.at.y, g.notches); break;
+  }
+  return true;
+}
+
 bool platformClose(HWND hwnd) {
   win32sim::closeWindow(hwnd);
   return true;

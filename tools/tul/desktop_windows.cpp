@@ -10,7 +10,11 @@
 // then a marker message posted to the probe window makes it when the
 // program's loop dispatches it, and only then are the keys behind it sent
 // (the system gives a key to the focus of the moment it passes through the
-// input path); a close waits for the keys before it the same way. Nothing is
+// input path); a close waits for the keys before it the same way. Mouse
+// gestures are real mouse input too (SendInput, absolute coordinates mapped
+// from the window's client area to the screen when their turn comes), sent
+// in their turn with the keys; their button and wheel messages count as
+// input on its way until retrieved. Nothing is
 // sent or moved while a dialog box waits for the user, whom the Linux layer
 // answers before the program reads any further input.
 //
@@ -65,13 +69,14 @@ struct Answer {
 
 // A gesture of the user waiting for its turn (see the top of the file).
 struct Gesture {
-  enum class Kind { Keys, Focus, Close };
+  enum class Kind { Keys, Focus, Close, Mouse };
   explicit Gesture(Kind k, HWND h = nullptr) : kind(k), hwnd(h) {}
   Kind kind;
   HWND hwnd = nullptr;       // Focus, Close
   std::vector<INPUT> keys;   // Keys
   LPARAM point = 0;          // Close: where the close box is clicked
   unsigned long marker = 0;  // Focus: the marker posted for it, 0 before
+  MouseGesture mouse;        // Mouse
 };
 
 struct Watch {
@@ -83,8 +88,8 @@ struct Watch {
   bool inIdle = false;   // the script's idle function is running
   bool idleActed = false;  // it sent a message to a window
   std::deque<Answer> answers;
-  unsigned long keysSent = 0;       // key events handed to SendInput
-  unsigned long keysRetrieved = 0;  // key messages the thread has retrieved
+  unsigned long keysSent = 0;       // key, button and wheel events handed to SendInput
+  unsigned long keysRetrieved = 0;  // their messages the thread has retrieved
   DWORD lastKeyProgress = 0;        // when a key was last sent or retrieved
   std::deque<Gesture> gestures;
   unsigned long markers = 0;        // focus markers posted so far
@@ -246,11 +251,22 @@ bool answerWaitingDialog() {
 
 // ---- Gestures in input order ----
 
+// Key, button and wheel events each become one message the thread
+// retrieves; moves may be merged, so they are not counted.
+bool arrivesAsMessage(const INPUT& in) {
+  return in.type == INPUT_KEYBOARD ||
+         (in.type == INPUT_MOUSE && (in.mi.dwFlags & ~(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE)));
+}
+
 void sendKeys(std::vector<INPUT>& in) {
   if (in.empty()) return;
-  watch().keysSent += SendInput(static_cast<UINT>(in.size()), in.data(), sizeof(INPUT));
+  UINT sent = SendInput(static_cast<UINT>(in.size()), in.data(), sizeof(INPUT));
+  watch().keysSent += static_cast<unsigned long>(
+      std::count_if(in.begin(), in.begin() + sent, arrivesAsMessage));
   watch().lastKeyProgress = GetTickCount();
 }
+
+void addMouseInputs(std::vector<INPUT>& in, const MouseGesture& g);
 
 // The user moves the focus as a click into the window would, without the
 // click: its top-level window comes to the front and the window takes the
@@ -272,6 +288,11 @@ void advanceGestures(bool idle) {
     Gesture& g = w.gestures.front();
     if (g.kind == Gesture::Kind::Keys) {
       sendKeys(g.keys);
+    } else if (g.kind == Gesture::Kind::Mouse && w.keysRetrieved >= w.keysSent) {
+      // Mapped now, where the window is when the hand gets there.
+      std::vector<INPUT> in;
+      if (IsWindow(g.mouse.hwnd)) addMouseInputs(in, g.mouse);
+      sendKeys(in);
     } else if (w.keysRetrieved < w.keysSent) {
       return;
     } else if (g.kind == Gesture::Kind::Close) {
@@ -315,6 +336,12 @@ void addGesture(Gesture g) {
 bool isKeyInput(UINT message) {
   return message == WM_KEYDOWN || message == WM_KEYUP || message == WM_SYSKEYDOWN ||
          message == WM_SYSKEYUP;
+}
+
+// The button and wheel messages, in the client area or outside it.
+bool isButtonInput(UINT message) {
+  return (message >= WM_LBUTTONDOWN && message <= WM_MBUTTONDBLCLK) || message == WM_MOUSEWHEEL ||
+         (message >= WM_NCLBUTTONDOWN && message <= WM_NCMBUTTONDBLCLK);
 }
 
 // ---- Waiting ----
@@ -384,7 +411,7 @@ LRESULT CALLBACK watchRetrieval(int code, WPARAM wp, LPARAM lp) {
   const MSG* m = reinterpret_cast<const MSG*>(lp);
   if (code == HC_ACTION && wp == PM_REMOVE && m) {
     watch().activity = true;
-    if (isKeyInput(m->message)) {
+    if (isKeyInput(m->message) || isButtonInput(m->message)) {
       ++watch().keysRetrieved;
       watch().lastKeyProgress = GetTickCount();
       advanceGestures(false);
@@ -443,6 +470,80 @@ bool keyFor(char c, int* vk, bool* shift) {
   return true;
 }
 
+// ---- Mouse ----
+
+INPUT mouseInput(DWORD flags, POINT screen = POINT{}, DWORD data = 0) {
+  INPUT in{};
+  in.type = INPUT_MOUSE;
+  in.mi.dwFlags = flags;
+  in.mi.mouseData = data;
+  if (flags & MOUSEEVENTF_ABSOLUTE) {
+    // 0 to 65535 across the primary screen; rounded up so that the system's
+    // mapping back lands on the pixel itself.
+    const LONGLONG cx = GetSystemMetrics(SM_CXSCREEN), cy = GetSystemMetrics(SM_CYSCREEN);
+    in.mi.dx = static_cast<LONG>((screen.x * 65536LL + cx - 1) / cx);
+    in.mi.dy = static_cast<LONG>((screen.y * 65536LL + cy - 1) / cy);
+  }
+  return in;
+}
+
+INPUT moveTo(HWND hwnd, POINT client) {
+  ClientToScreen(hwnd, &client);
+  return mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, client);
+}
+
+void addButton(std::vector<INPUT>& in, int button, bool down) {
+  static const struct {
+    int vk;
+    DWORD down, up;
+  } kButtons[] = {{VK_LBUTTON, MOUSEEVENTF_LEFTDOWN, MOUSEEVENTF_LEFTUP},
+                  {VK_RBUTTON, MOUSEEVENTF_RIGHTDOWN, MOUSEEVENTF_RIGHTUP},
+                  {VK_MBUTTON, MOUSEEVENTF_MIDDLEDOWN, MOUSEEVENTF_MIDDLEUP}};
+  for (const auto& b : kButtons)
+    if (b.vk == button) in.push_back(mouseInput(down ? b.down : b.up));
+}
+
+// The same steps as the Linux layer's hand: a drag moves in four steps.
+void addMouseInputs(std::vector<INPUT>& in, const MouseGesture& g) {
+  static const struct {
+    unsigned bit;
+    int vk;
+  } kModifiers[] = {{kShift, VK_SHIFT}, {kControl, VK_CONTROL}, {kAlt, VK_MENU}};
+  constexpr int kDragSteps = 4;
+  switch (g.action) {
+  case MouseAction::Move: in.push_back(moveTo(g.hwnd, g.at)); break;
+  case MouseAction::Click:
+    for (const auto& m : kModifiers)
+      if (g.modifiers & m.bit) in.push_back(keyInput(m.vk, false));
+    in.push_back(moveTo(g.hwnd, g.at));
+    addButton(in, g.button, true);
+    addButton(in, g.button, false);
+    for (auto it = std::rbegin(kModifiers); it != std::rend(kModifiers); ++it)
+      if (g.modifiers & it->bit) in.push_back(keyInput(it->vk, true));
+    break;
+  case MouseAction::DoubleClick:
+    in.push_back(moveTo(g.hwnd, g.at));
+    for (int i = 0; i < 2; ++i) {
+      addButton(in, g.button, true);
+      addButton(in, g.button, false);
+    }
+    break;
+  case MouseAction::Drag:
+    in.push_back(moveTo(g.hwnd, g.at));
+    addButton(in, g.button, true);
+    for (int i = 1; i <= kDragSteps; ++i)
+      in.push_back(moveTo(g.hwnd, POINT{g.at.x + (g.to.x - g.at.x) * i / kDragSteps,
+                                        g.at.y + (g.to.y - g.at.y) * i / kDragSteps}));
+    addButton(in, g.button, false);
+    break;
+  case MouseAction::Wheel:
+    in.push_back(moveTo(g.hwnd, g.at));
+    in.push_back(mouseInput(MOUSEEVENTF_WHEEL, POINT{},
+                            static_cast<DWORD>(g.notches * WHEEL_DELTA)));
+    break;
+  }
+}
+
 }  // namespace
 
 void platformWatchWaiting() {
@@ -492,6 +593,13 @@ bool platformClose(HWND hwnd) {
   Gesture close(Gesture::Kind::Close, hwnd);
   close.point = MAKELPARAM(r.right - 8, r.top + 8);
   addGesture(std::move(close));
+  return true;
+}
+
+bool platformMouse(const MouseGesture& g) {
+  Gesture mouse(Gesture::Kind::Mouse, g.hwnd);
+  mouse.mouse = g;
+  addGesture(std::move(mouse));
   return true;
 }
 

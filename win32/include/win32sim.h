@@ -39,9 +39,30 @@ TUL_WIN32_API void typeText(const char* text);
 // is retrieved before it; a window destroyed meanwhile takes nothing.
 TUL_WIN32_API void focusWindow(HWND hwnd);
 
-// ---- Mouse: a left click at a point of a window's client area ----
+// ---- Mouse: the hand on the mouse, queued as input like the keys ----
+// Points are in hwnd's client coordinates (outside the client area too: a
+// point on the frame lands there). The cursor moves at once; where each
+// message goes (the capture, or the window under the point by its
+// WM_NCHITTEST, as WM_NC* messages outside a client area), whether a press
+// is a double-click, WM_MOUSEACTIVATE and WM_SETCURSOR are decided when
+// retrieval reaches it, as the system does. Buttons are VK_LBUTTON,
+// VK_RBUTTON and VK_MBUTTON; nothing is queued for an invalid window.
 
-TUL_WIN32_API void click(HWND hwnd, int x, int y);
+// The pointer moves to the point (WM_MOUSEMOVE), unless it is there.
+TUL_WIN32_API void mouseMove(HWND hwnd, int x, int y);
+// The button goes down or up where the pointer is.
+TUL_WIN32_API void mouseButton(int vk, bool down);
+// Moves there, presses and releases the button, with the modifier keys
+// (kShift, kControl, kAlt) held around it, as pressKey holds them.
+TUL_WIN32_API void click(HWND hwnd, int x, int y, int vk = VK_LBUTTON,
+                         unsigned modifiers = kNoModifier);
+// Two clicks at once: a double-click where the class has CS_DBLCLKS.
+TUL_WIN32_API void doubleClick(HWND hwnd, int x, int y, int vk = VK_LBUTTON);
+// Presses at the first point, moves in steps and releases at the second.
+TUL_WIN32_API void drag(HWND hwnd, int x1, int y1, int x2, int y2, int vk = VK_LBUTTON);
+// Moves there and turns the wheel, WHEEL_DELTA a notch, positive away from
+// the user; WM_MOUSEWHEEL goes to the focus (or the active window).
+TUL_WIN32_API void wheel(HWND hwnd, int x, int y, int notches);
 
 // ---- Scroll bars (SB_HORZ / SB_VERT of a window, or SB_CTL of a control).
 // As the system's tracking loop does, these send WM_HSCROLL/WM_VSCROLL at

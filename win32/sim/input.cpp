@@ -193,16 +193,56 @@ void typeText(const char* text) {
 
 void focusWindow(HWND hwnd) { queueFocusChange(hwnd); }
 
-void click(HWND hwnd, int x, int y) {
+void mouseMove(HWND hwnd, int x, int y) {
   POINT screen{x, y};
-  if (!ClientToScreen(hwnd, &screen)) return;
-  HWND target = WindowFromPoint(screen);
-  if (!target) target = hwnd;
-  POINT local = screen;
-  ScreenToClient(target, &local);
-  LPARAM lp = MAKELPARAM(local.x, local.y);
-  queueInput(WM_LBUTTONDOWN, MK_LBUTTON, lp, target, screen);
-  queueInput(WM_LBUTTONUP, 0, lp, target, screen);
+  if (ClientToScreen(hwnd, &screen)) SetCursorPos(screen.x, screen.y);
+}
+
+void mouseButton(int vk, bool down) {
+  static const struct {
+    int vk;
+    UINT down;
+  } kButtons[] = {{VK_LBUTTON, WM_LBUTTONDOWN}, {VK_RBUTTON, WM_RBUTTONDOWN}, {VK_MBUTTON, WM_MBUTTONDOWN}};
+  for (const auto& b : kButtons) {
+    if (b.vk != vk) continue;
+    setAsyncKey(vk, down);
+    queueMouseInput(down ? b.down : b.down + 1, heldMouseKeys(), cursorNow());
+  }
+}
+
+void click(HWND hwnd, int x, int y, int vk, unsigned modifiers) {
+  if (!IsWindow(hwnd)) return;
+  if (modifiers & kShift) keyDown(VK_SHIFT);
+  if (modifiers & kControl) keyDown(VK_CONTROL);
+  if (modifiers & kAlt) keyDown(VK_MENU);
+  mouseMove(hwnd, x, y);
+  mouseButton(vk, true);
+  mouseButton(vk, false);
+  if (modifiers & kAlt) keyUp(VK_MENU);
+  if (modifiers & kControl) keyUp(VK_CONTROL);
+  if (modifiers & kShift) keyUp(VK_SHIFT);
+}
+
+void doubleClick(HWND hwnd, int x, int y, int vk) {
+  click(hwnd, x, y, vk);
+  click(hwnd, x, y, vk);
+}
+
+void drag(HWND hwnd, int x1, int y1, int x2, int y2, int vk) {
+  if (!IsWindow(hwnd)) return;
+  constexpr int kSteps = 4;
+  mouseMove(hwnd, x1, y1);
+  mouseButton(vk, true);
+  for (int i = 1; i <= kSteps; ++i)
+    mouseMove(hwnd, x1 + (x2 - x1) * i / kSteps, y1 + (y2 - y1) * i / kSteps);
+  mouseButton(vk, false);
+}
+
+void wheel(HWND hwnd, int x, int y, int notches) {
+  if (!IsWindow(hwnd)) return;
+  mouseMove(hwnd, x, y);
+  WPARAM wp = MAKEWPARAM(heldMouseKeys(), static_cast<WORD>(notches * WHEEL_DELTA));
+  queueMouseInput(WM_MOUSEWHEEL, wp, cursorNow());
 }
 
 void sendScrollMessage(HWND hwnd, int bar, int code, int position) {
@@ -249,3 +289,59 @@ void closeWindow(HWND hwnd) {
 }
 
 }  // namespace win32sim
+
+using namespace w32;
+
+extern "C" {
+
+// The system's own way for a program to act as the hands: each event goes
+// where the simulated user's would. Keys by virtual key (KEYEVENTF_KEYUP);
+// the mouse moves relative or absolute (0 to 65535 across the screen), its
+// buttons and wheel act where the cursor is. Other kinds, and mouse side
+// buttons, are not inserted; the count of events inserted is returned.
+UINT WINAPI SendInput(UINT cInputs, LPINPUT pInputs, int cbSize) {
+  if (!pInputs || cbSize != static_cast<int>(sizeof(INPUT))) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return 0;
+  }
+  static const struct {
+    DWORD flag;
+    int vk;
+    bool down;
+  } kButtons[] = {{MOUSEEVENTF_LEFTDOWN, VK_LBUTTON, true},    {MOUSEEVENTF_LEFTUP, VK_LBUTTON, false},
+                  {MOUSEEVENTF_RIGHTDOWN, VK_RBUTTON, true},   {MOUSEEVENTF_RIGHTUP, VK_RBUTTON, false},
+                  {MOUSEEVENTF_MIDDLEDOWN, VK_MBUTTON, true},  {MOUSEEVENTF_MIDDLEUP, VK_MBUTTON, false}};
+  UINT done = 0;
+  for (UINT i = 0; i < cInputs; ++i) {
+    const INPUT& in = pInputs[i];
+    if (in.type == INPUT_KEYBOARD) {
+      if (in.ki.dwFlags & KEYEVENTF_KEYUP) win32sim::keyUp(in.ki.wVk);
+      else win32sim::keyDown(in.ki.wVk);
+      ++done;
+      continue;
+    }
+    if (in.type != INPUT_MOUSE) break;
+    const MOUSEINPUT& mi = in.mi;
+    if (mi.dwFlags & MOUSEEVENTF_MOVE) {
+      POINT p = cursorNow();
+      if (mi.dwFlags & MOUSEEVENTF_ABSOLUTE) {
+        p.x = static_cast<LONG>(static_cast<long long>(mi.dx) * GetSystemMetrics(SM_CXSCREEN) / 65536);
+        p.y = static_cast<LONG>(static_cast<long long>(mi.dy) * GetSystemMetrics(SM_CYSCREEN) / 65536);
+      } else {
+        p.x += mi.dx;
+        p.y += mi.dy;
+      }
+      SetCursorPos(p.x, p.y);
+    }
+    for (const auto& b : kButtons)
+      if (mi.dwFlags & b.flag) win32sim::mouseButton(b.vk, b.down);
+    if (mi.dwFlags & MOUSEEVENTF_WHEEL) {
+      WPARAM wp = MAKEWPARAM(heldMouseKeys(), static_cast<WORD>(mi.mouseData));
+      queueMouseInput(WM_MOUSEWHEEL, wp, cursorNow());
+    }
+    ++done;
+  }
+  return done;
+}
+
+}  // extern "C"

@@ -40,6 +40,31 @@ bool isCheckType(UINT type) {
          type == BS_AUTO3STATE || type == BS_RADIOBUTTON || type == BS_AUTORADIOBUTTON;
 }
 
+// The other automatic radio buttons of w's group (the siblings from the one
+// with WS_GROUP before it to the next one with WS_GROUP) lose their check.
+void uncheckGroup(const Window& w) {
+  Window* parent = findWindow(w.parent);
+  if (!parent) return;
+  const std::vector<HWND>& all = parent->children;
+  auto self = std::find(all.begin(), all.end(), w.hwnd);
+  if (self == all.end()) return;
+  auto first = self;
+  while (first != all.begin()) {
+    Window* c = findWindow(*first);
+    if (c && (c->style & WS_GROUP)) break;
+    --first;
+  }
+  for (auto it = first; it != all.end(); ++it) {
+    Window* c = findWindow(*it);
+    if (!c) continue;
+    if (it != first && (c->style & WS_GROUP)) break;
+    if (c != &w && (c->style & BS_TYPEMASK) == BS_AUTORADIOBUTTON && c->ctl.check) {
+      c->ctl.check = BST_UNCHECKED;
+      InvalidateRect(c->hwnd, nullptr, TRUE);
+    }
+  }
+}
+
 void buttonClicked(HWND hwnd) {
   Window* w = findWindow(hwnd);
   if (!w) return;
@@ -51,6 +76,7 @@ void buttonClicked(HWND hwnd) {
     w->ctl.check = (w->ctl.check + 1) % 3;
     break;
   case BS_AUTORADIOBUTTON:
+    uncheckGroup(*w);
     w->ctl.check = BST_CHECKED;
     break;
   default:
@@ -112,6 +138,15 @@ LRESULT CALLBACK buttonProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     return 0;
   case WM_ERASEBKGND:
     return 1;
+  case WM_LBUTTONDBLCLK: {
+    // A double-click is a second press, except where the button tells it.
+    UINT type = static_cast<UINT>(w->style & BS_TYPEMASK);
+    if ((w->style & BS_NOTIFY) || type == BS_RADIOBUTTON || type == BS_OWNERDRAW) {
+      notifyParent(hwnd, BN_DOUBLECLICKED);
+      return 0;
+    }
+  }
+    [[fallthrough]];
   case WM_LBUTTONDOWN:
     SetFocus(hwnd);
     if ((w = findWindow(hwnd)) == nullptr) return 0;
@@ -129,6 +164,17 @@ LRESULT CALLBACK buttonProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
       buttonClicked(hwnd);
     return 0;
   }
+  case WM_MOUSEMOVE:
+    // While the button is held the pressed look follows the cursor in and out.
+    if (GetCapture() == hwnd) {
+      POINT pt{static_cast<SHORT>(LOWORD(lp)), static_cast<SHORT>(HIWORD(lp))};
+      bool inside = pointInRect(clientRectOf(*w), pt.x, pt.y);
+      if (inside != w->ctl.pushed) {
+        w->ctl.pushed = inside;
+        InvalidateRect(hwnd, nullptr, TRUE);
+      }
+    }
+    return 0;
   case BM_CLICK:
     sendMessage(hwnd, WM_LBUTTONDOWN, MK_LBUTTON, 0);
     sendMessage(hwnd, WM_LBUTTONUP, 0, 0);

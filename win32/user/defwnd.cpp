@@ -141,6 +141,11 @@ LRESULT onSysCommand(HWND hwnd, WPARAM wp, LPARAM lp) {
   case SC_SIZE:
     moveSizeLoop(hwnd, wp, lp);
     return 0;
+  case SC_VSCROLL:
+  case SC_HSCROLL:
+    trackScrollBar(hwnd, (wp & 0xFFF0) == SC_VSCROLL ? SB_VERT : SB_HORZ,
+                   POINT{static_cast<SHORT>(LOWORD(lp)), static_cast<SHORT>(HIWORD(lp))});
+    return 0;
   case SC_CLOSE:
     return sendMessage(hwnd, WM_CLOSE, 0, 0);
   case SC_MINIMIZE:
@@ -166,6 +171,8 @@ LRESULT onNcLButtonDown(HWND hwnd, WPARAM hit, LPARAM lp) {
       sendMessage(hwnd, WM_SYSCOMMAND, SC_MOVE + HTCAPTION, lp);
   } else if (hit >= HTLEFT && hit <= HTBOTTOMRIGHT) {
     sendMessage(hwnd, WM_SYSCOMMAND, SC_SIZE + (hit - HTLEFT + 1), lp);
+  } else if (hit == HTVSCROLL || hit == HTHSCROLL) {
+    sendMessage(hwnd, WM_SYSCOMMAND, (hit == HTVSCROLL ? SC_VSCROLL : SC_HSCROLL) + hit, lp);
   } else if (hit == HTCLOSE) {
     // The system tracks the button until it is released over the box.
     sendMessage(hwnd, WM_SYSCOMMAND, SC_CLOSE, lp);
@@ -176,6 +183,25 @@ LRESULT onNcLButtonDown(HWND hwnd, WPARAM hit, LPARAM lp) {
 HWND rootOf(HWND hwnd) {
   Window* w = findWindow(hwnd);
   return w ? topLevelOf(*w).hwnd : nullptr;
+}
+
+// The sizing border of a WS_THICKFRAME window (the frame, frame wide): the
+// edge a point lies on, a corner within a caption button's size of it
+// along either edge; 0 off the border.
+LRESULT sizingEdge(const Window& w, int frame, LONG x, LONG y) {
+  if (!(w.style & WS_THICKFRAME) || (w.style & (WS_MAXIMIZE | WS_MINIMIZE))) return 0;
+  RECT r = windowRectOnScreen(w);
+  const LONG width = rectWidth(r), height = rectHeight(r);
+  const bool left = x < frame, right = x >= width - frame, top = y < frame, bottom = y >= height - frame;
+  if (!left && !right && !top && !bottom) return 0;
+  const LONG cx = systemMetric(SM_CXSIZE), cy = systemMetric(SM_CYSIZE);
+  const bool nearLeft = x < cx, nearRight = x >= width - cx;
+  const bool nearTop = y < cy, nearBottom = y >= height - cy;
+  if ((top && nearLeft) || (left && nearTop)) return HTTOPLEFT;
+  if ((top && nearRight) || (right && nearTop)) return HTTOPRIGHT;
+  if ((bottom && nearLeft) || (left && nearBottom)) return HTBOTTOMLEFT;
+  if ((bottom && nearRight) || (right && nearBottom)) return HTBOTTOMRIGHT;
+  return left ? HTLEFT : right ? HTRIGHT : top ? HTTOP : HTBOTTOM;
 }
 
 LRESULT hitTest(const Window& w, LPARAM lp) {
@@ -189,6 +215,7 @@ LRESULT hitTest(const Window& w, LPARAM lp) {
   if (pointInRect(scrollBarRect(w, SB_VERT), x, y)) return HTVSCROLL;
   if (pointInRect(scrollBarRect(w, SB_HORZ), x, y)) return HTHSCROLL;
   RECT in = frameInsets(w.style, w.exStyle, hasMenuBar(w));
+  if (LRESULT edge = sizingEdge(w, in.left, x, y)) return edge;
   if (hasMenuBar(w) && y >= in.top - systemMetric(SM_CYMENU) && y < in.top) return HTMENU;
   if ((w.style & WS_CAPTION) == WS_CAPTION && y >= in.left && y < in.top) {
     if ((w.style & WS_SYSMENU) && x >= rectWidth(win) - in.left - 18) return HTCLOSE;
@@ -286,6 +313,21 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
     return TRUE;
   case WM_MOUSEACTIVATE:
     return onMouseActivate(*w, wParam, lParam);
+  case WM_SETCURSOR:
+    // A child lets its parent decide first; the client area shows the
+    // class's cursor.
+    if ((w->style & WS_CHILD) && w->parent && sendMessage(w->parent, Msg, wParam, lParam))
+      return TRUE;
+    if (!(w = findWindow(hWnd))) return FALSE;
+    if (static_cast<SHORT>(LOWORD(lParam)) == HTCLIENT && w->cls->cursor) {
+      SetCursor(w->cls->cursor);
+      return TRUE;
+    }
+    return FALSE;
+  case WM_MOUSEWHEEL:
+    // Unhandled, the wheel goes up to the parent.
+    if ((w->style & WS_CHILD) && w->parent) return sendMessage(w->parent, Msg, wParam, lParam);
+    return 0;
   case WM_CONTEXTMENU:
   case kAppCommand:
     // A child passes these up to its parent.

@@ -16,6 +16,7 @@
 #include <win32sim.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstdio>
 #include <deque>
 
@@ -36,7 +37,11 @@ struct InputEvent {
   LPARAM lParam;
   HWND target;  // mouse input: the window under the point; keys: null (the focus)
   POINT screen;
-  bool cursorMove = false;   // where it goes is decided when it is taken
+  bool cursorMove = false;   // mouse input: where it goes is decided when it is taken
+  bool routed = false;       // mouse input whose place was decided (hit, raw are set)
+  LRESULT hit = HTCLIENT;    // the hit test's answer where it was routed
+  UINT raw = 0;              // the client message it was before the hit test made it WM_NC*
+  HWND under = nullptr;      // the wheel: the window under the cursor, which sets it
   bool focusChange = false;  // no message: target takes the focus when it is reached
 };
 
@@ -59,6 +64,12 @@ struct Queue {
   DWORD lastTime = 0;
   POINT lastPos{};
   POINT cursor{};
+  // The last button press, for telling a double-click: its message, window,
+  // time and screen point; message 0 when the next press cannot be one.
+  UINT lastPress = 0;
+  HWND lastPressWindow = nullptr;
+  DWORD lastPressTime = 0;
+  POINT lastPressPoint{};
   UINT_PTR nextThreadTimer = kFirstThreadTimer;
   win32sim::IdleHook idleHook;
   bool inIdleHook = false;
@@ -97,7 +108,25 @@ MSG makeMsg(HWND hwnd, UINT message, WPARAM wp, LPARAM lp) {
 
 bool isKeyMessage(UINT m) { return m >= WM_KEYFIRST && m <= WM_KEYLAST; }
 bool isMouseMessage(UINT m) {
-  return (m >= WM_MOUSEFIRST && m <= WM_MOUSELAST) || (m >= WM_NCMOUSEMOVE && m <= WM_NCLBUTTONDBLCLK);
+  return (m >= WM_MOUSEFIRST && m <= WM_MOUSELAST) || (m >= WM_NCMOUSEMOVE && m <= WM_NCMBUTTONDBLCLK);
+}
+
+constexpr UINT kDoubleClickTime = 500;  // milliseconds, the system's default
+constexpr UINT kNonClientOffset = WM_MOUSEMOVE - WM_NCMOUSEMOVE;
+
+// The button of a button message (client or WM_NC*), 0 for other messages;
+// *down tells a press (or double-click) from a release.
+int buttonOf(UINT m, bool* down) {
+  if (m >= WM_NCMOUSEMOVE && m <= WM_NCMBUTTONDBLCLK) m += kNonClientOffset;
+  static const int kButtons[] = {VK_LBUTTON, VK_RBUTTON, VK_MBUTTON};
+  if (m < WM_LBUTTONDOWN || m > WM_MBUTTONDBLCLK) return 0;
+  *down = (m - WM_LBUTTONDOWN) % 3 != 1;
+  return kButtons[(m - WM_LBUTTONDOWN) / 3];
+}
+
+bool isPress(UINT m) {
+  bool down = false;
+  return buttonOf(m, &down) && down;
 }
 
 // Keyboard input goes to the focus; with none, to the active window as
@@ -119,10 +148,8 @@ void applyKeyState(const MSG& m) {
     k = static_cast<BYTE>(k | 0x80);
   } else if (m.message == WM_KEYUP || m.message == WM_SYSKEYUP) {
     q.keys[m.wParam & 0xff] = static_cast<BYTE>(q.keys[m.wParam & 0xff] & ~0x80);
-  } else if (m.message == WM_LBUTTONDOWN) {
-    q.keys[VK_LBUTTON] |= 0x80;
-  } else if (m.message == WM_LBUTTONUP) {
-    q.keys[VK_LBUTTON] = static_cast<BYTE>(q.keys[VK_LBUTTON] & ~0x80);
+  } else if (bool down = false; int vk = buttonOf(m.message, &down)) {
+    q.keys[vk] = static_cast<BYTE>(down ? (q.keys[vk] | 0x80) : (q.keys[vk] & ~0x80));
   }
   BYTE sides[][3] = {{VK_SHIFT, VK_LSHIFT, VK_RSHIFT},
                      {VK_CONTROL, VK_LCONTROL, VK_RCONTROL},
@@ -131,37 +158,108 @@ void applyKeyState(const MSG& m) {
     if (m.wParam == s[0] && isKeyMessage(m.message)) q.keys[s[1]] = q.keys[s[0]];
 }
 
-// A mouse click on a window of an inactive top-level window activates it.
-void mouseActivate(HWND target) {
+// A press in a class with CS_DBLCLKS becomes a double-click when the same
+// button was pressed last, on the same window, within the double-click time
+// and the double-click rectangle around that press; the press after a
+// double-click starts anew.
+UINT pressOrDoubleClick(Queue& q, const InputEvent& e, HWND target) {
   Window* w = findWindow(target);
-  if (!w) return;
-  HWND top = topLevelOf(*w).hwnd;
-  if (activeWindow() != top) activate(top);
+  DWORD now = clockNow();
+  bool near = std::abs(e.screen.x - q.lastPressPoint.x) <= GetSystemMetrics(SM_CXDOUBLECLK) / 2 &&
+              std::abs(e.screen.y - q.lastPressPoint.y) <= GetSystemMetrics(SM_CYDOUBLECLK) / 2;
+  bool doubled = w && (w->cls->style & CS_DBLCLKS) && q.lastPress == e.message &&
+                 q.lastPressWindow == target && now - q.lastPressTime < kDoubleClickTime && near;
+  q.lastPress = doubled ? 0 : e.message;
+  q.lastPressWindow = target;
+  q.lastPressTime = now;
+  q.lastPressPoint = e.screen;
+  return doubled ? e.message + (WM_LBUTTONDBLCLK - WM_LBUTTONDOWN) : e.message;
 }
 
-// A cursor move goes to the capture, else to the window under the cursor,
-// which tells by its hit test whether it lands in the client area.
-void routeCursorMove(InputEvent& e) {
+// Mouse input goes to the capture as client input; else to the window under
+// the cursor, which tells by its hit test whether it lands in the client area
+// (else it arrives as the WM_NC* message with the hit code). The wheel goes
+// to the focus, or the active window, with the point on the screen.
+void routeMouse(Queue& q, InputEvent& e) {
   e.cursorMove = false;
+  e.routed = true;
+  e.raw = e.message;
+  if (e.message == WM_MOUSEWHEEL) {
+    e.target = focusWindow() ? focusWindow() : activeWindow();
+    e.lParam = MAKELPARAM(e.screen.x, e.screen.y);
+    if (!GetCapture() && (e.under = WindowFromPoint(e.screen)) != nullptr)
+      e.hit = sendMessage(e.under, WM_NCHITTEST, 0, e.lParam);
+    return;
+  }
   e.target = GetCapture();
   POINT local = e.screen;
   if (!e.target) {
     e.target = WindowFromPoint(e.screen);
     if (!e.target) return;
-    LRESULT hit = sendMessage(e.target, WM_NCHITTEST, 0, MAKELPARAM(e.screen.x, e.screen.y));
+    e.hit = sendMessage(e.target, WM_NCHITTEST, 0, MAKELPARAM(e.screen.x, e.screen.y));
     if (!findWindow(e.target)) {
       e.target = nullptr;
       return;
     }
-    if (hit != HTCLIENT) {
-      e.message = WM_NCMOUSEMOVE;
-      e.wParam = static_cast<WPARAM>(hit);
+    if (e.hit != HTCLIENT) {
+      if (isPress(e.message)) q.lastPress = 0;
+      e.message -= kNonClientOffset;
+      e.wParam = static_cast<WPARAM>(e.hit);
       e.lParam = MAKELPARAM(e.screen.x, e.screen.y);
       return;
     }
   }
+  if (isPress(e.message)) e.raw = e.message = pressOrDoubleClick(q, e, e.target);
   ScreenToClient(e.target, &local);
   e.lParam = MAKELPARAM(local.x, local.y);
+}
+
+// A press in a child's client area tells its parents first, up the chain
+// of children without WS_EX_NOPARENTNOTIFY: WM_PARENTNOTIFY with the press's
+// message and the point in each parent's client coordinates.
+void notifyParentsOfPress(HWND hwnd, UINT message, POINT screen) {
+  for (;;) {
+    Window* w = findWindow(hwnd);
+    if (!w || !isChild(*w) || (w->exStyle & WS_EX_NOPARENTNOTIFY)) return;
+    Window* p = parentOf(*w);
+    if (!p || isDesktop(*p)) return;
+    hwnd = p->hwnd;
+    POINT local = screen;
+    ScreenToClient(hwnd, &local);
+    sendMessage(hwnd, WM_PARENTNOTIFY, MAKEWPARAM(message, 0), MAKELPARAM(local.x, local.y));
+  }
+}
+
+// What the system does with mouse input as it is taken, before the program
+// sees it: a press asks the window under it whether to activate
+// (WM_MOUSEACTIVATE, unless it is the active window) and the window sets the
+// cursor (WM_SETCURSOR), neither while a window has the capture. False when
+// the window ate the press (MA_ACTIVATEANDEAT, MA_NOACTIVATEANDEAT).
+bool mouseFeedback(const InputEvent& e, HWND target) {
+  if (e.message == WM_LBUTTONDOWN || e.message == WM_RBUTTONDOWN || e.message == WM_MBUTTONDOWN)
+    notifyParentsOfPress(target, e.message, e.screen);
+  if (!findWindow(target)) return false;
+  if (GetCapture()) return true;
+  if (e.message == WM_MOUSEWHEEL) {
+    // The window under the cursor sets it; the wheel goes to the focus.
+    if (findWindow(e.under))
+      sendMessage(e.under, WM_SETCURSOR, reinterpret_cast<WPARAM>(e.under),
+                  MAKELPARAM(e.hit, WM_MOUSEWHEEL));
+    return findWindow(target) != nullptr;
+  }
+  LPARAM lp = MAKELPARAM(e.hit, e.raw);
+  bool eat = false;
+  if (isPress(e.message) && target != activeWindow()) {
+    HWND top = GetAncestor(target, GA_ROOT);
+    LRESULT r = sendMessage(target, WM_MOUSEACTIVATE, reinterpret_cast<WPARAM>(top), lp);
+    eat = r == MA_ACTIVATEANDEAT || r == MA_NOACTIVATEANDEAT;
+    if (r != MA_NOACTIVATE && r != MA_NOACTIVATEANDEAT && top && findWindow(top) &&
+        activeWindow() != top)
+      activate(top);
+  }
+  if (findWindow(target))
+    sendMessage(target, WM_SETCURSOR, reinterpret_cast<WPARAM>(target), lp);
+  return !eat && findWindow(target);
 }
 
 // The user moves the keyboard focus as a click into the window would, but
@@ -211,7 +309,7 @@ bool takeInput(HWND filter, UINT first, UINT last, bool remove, MSG* out) {
       continue;
     }
     if (it->cursorMove) {
-      routeCursorMove(*it);
+      routeMouse(q, *it);
       it = q.input.begin();  // the hit test may have changed the queue
       continue;
     }
@@ -233,9 +331,13 @@ bool takeInput(HWND filter, UINT first, UINT last, bool remove, MSG* out) {
     *out = makeMsg(target, message, it->wParam, it->lParam);
     out->pt = it->screen;
     if (remove) {
+      InputEvent taken = *it;
       q.input.erase(it);
       applyKeyState(*out);
-      if (out->message == WM_LBUTTONDOWN) mouseActivate(target);
+      if (taken.routed && !mouseFeedback(taken, target)) {
+        it = q.input.begin();  // eaten; the procedures may have changed the queue
+        continue;
+      }
     }
     return true;
   }
@@ -439,12 +541,31 @@ void purgeWindow(HWND hwnd) {
                  q.timers.end());
   for (InputEvent& e : q.input)
     if (e.target == hwnd) e.target = nullptr;
+  if (q.lastPressWindow == hwnd) q.lastPress = 0;
 }
 
 // The cursor moves as the hand does, before the program reads the input.
 void queueInput(UINT message, WPARAM wp, LPARAM lp, HWND target, POINT screen) {
   if (isMouseMessage(message)) queue().cursor = screen;
   queue().input.push_back(InputEvent{message, wp, lp, target, screen});
+}
+
+void queueMouseInput(UINT message, WPARAM wp, POINT screen) {
+  Queue& q = queue();
+  q.cursor = screen;
+  InputEvent e{message, wp, 0, nullptr, screen};
+  e.cursorMove = true;
+  q.input.push_back(e);
+}
+
+WPARAM heldMouseKeys() {
+  WPARAM keys = 0;
+  if (asyncKeyDown(VK_LBUTTON)) keys |= MK_LBUTTON;
+  if (asyncKeyDown(VK_RBUTTON)) keys |= MK_RBUTTON;
+  if (asyncKeyDown(VK_MBUTTON)) keys |= MK_MBUTTON;
+  if (asyncKeyDown(VK_SHIFT)) keys |= MK_SHIFT;
+  if (asyncKeyDown(VK_CONTROL)) keys |= MK_CONTROL;
+  return keys;
 }
 
 void queueFocusChange(HWND hwnd) {
@@ -706,18 +827,11 @@ BOOL WINAPI SetCursorPos(int X, int Y) {
   POINT p{std::clamp(X, 0, kScreenWidth - 1), std::clamp(Y, 0, kScreenHeight - 1)};
   Queue& q = queue();
   if (p.x == q.cursor.x && p.y == q.cursor.y) return TRUE;
-  q.cursor = p;
-  WPARAM keys = 0;
-  if (asyncKeyDown(VK_LBUTTON)) keys |= MK_LBUTTON;
-  if (asyncKeyDown(VK_RBUTTON)) keys |= MK_RBUTTON;
-  if (asyncKeyDown(VK_MBUTTON)) keys |= MK_MBUTTON;
-  if (asyncKeyDown(VK_SHIFT)) keys |= MK_SHIFT;
-  if (asyncKeyDown(VK_CONTROL)) keys |= MK_CONTROL;
-  InputEvent move{WM_MOUSEMOVE, keys, 0, nullptr, p};
-  move.cursorMove = true;
-  q.input.push_back(move);
+  queueMouseInput(WM_MOUSEMOVE, heldMouseKeys(), p);
   return TRUE;
 }
+
+UINT WINAPI GetDoubleClickTime(void) { return kDoubleClickTime; }
 
 BOOL WINAPI GetCursorPos(LPPOINT lpPoint) {
   if (!lpPoint) return FALSE;

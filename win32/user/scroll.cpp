@@ -332,6 +332,13 @@ LRESULT CALLBACK scrollBarProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     return 1;
   case WM_GETDLGCODE:
     return DLGC_WANTARROWS;
+  case WM_LBUTTONDOWN:
+  case WM_LBUTTONDBLCLK: {
+    POINT pt{static_cast<SHORT>(LOWORD(lp)), static_cast<SHORT>(HIWORD(lp))};
+    ClientToScreen(hwnd, &pt);
+    trackScrollBar(hwnd, SB_CTL, pt);
+    return 0;
+  }
   case SBM_SETPOS:
     si.fMask = SIF_POS | kSifReturnPrevious;
     si.nPos = static_cast<int>(wp);
@@ -362,6 +369,89 @@ LRESULT CALLBACK scrollBarProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   default:
     return DefWindowProcA(hwnd, msg, wp, lp);
   }
+}
+
+
+namespace {
+
+// Where on a bar a press lands: a scroll code, or -1 on the thumb, -2 where
+// it does nothing (a bar with no thumb).
+int partAt(const SCROLLBARINFO& info, bool vertical, POINT screen) {
+  const RECT& r = info.rcScrollBar;
+  int at = vertical ? screen.y - r.top : screen.x - r.left;
+  int length = vertical ? rectHeight(r) : rectWidth(r);
+  if (at < info.dxyLineButton) return SB_LINEUP;
+  if (at >= length - info.dxyLineButton) return SB_LINEDOWN;
+  if (info.xyThumbTop == info.xyThumbBottom) return -2;
+  if (at < info.xyThumbTop) return SB_PAGEUP;
+  if (at >= info.xyThumbBottom) return SB_PAGEDOWN;
+  return -1;
+}
+
+// The position that puts the thumb's top at thumbTop along the bar.
+int positionFor(const ScrollBarInfo& bar, const SCROLLBARINFO& info, bool vertical, int thumbTop) {
+  int length = vertical ? rectHeight(info.rcScrollBar) : rectWidth(info.rcScrollBar);
+  int thumb = info.xyThumbBottom - info.xyThumbTop;
+  int track = length - 2 * info.dxyLineButton - thumb;
+  int span = bar.max - bar.min + 1 - std::max(static_cast<int>(bar.page), 1);
+  if (track <= 0 || span <= 0) return bar.pos;
+  int along = std::clamp(thumbTop - info.dxyLineButton, 0, track);
+  return bar.min + static_cast<int>((static_cast<long long>(along) * span + track / 2) / track);
+}
+
+}  // namespace
+
+void trackScrollBar(HWND hwnd, int bar, POINT screen) {
+  Window* w = findWindow(hwnd);
+  if (!w || !w->enabled) return;
+  const bool control = bar == SB_CTL;
+  const bool vertical = control ? (w->style & SBS_VERT) != 0 : bar == SB_VERT;
+  SCROLLBARINFO info{};
+  info.cbSize = sizeof info;
+  LONG object = control ? OBJID_CLIENT : (vertical ? OBJID_VSCROLL : OBJID_HSCROLL);
+  if (!GetScrollBarInfo(hwnd, object, &info)) return;
+  const int part = partAt(info, vertical, screen);
+  if (part == -2) return;
+  const HWND to = control && isChild(*w) ? w->parent : hwnd;
+  const UINT message = vertical ? WM_VSCROLL : WM_HSCROLL;
+  const LPARAM from = control ? reinterpret_cast<LPARAM>(hwnd) : 0;
+  auto send = [&](int code, int position) {
+    if (findWindow(to)) sendMessage(to, message, MAKEWPARAM(code, position), from);
+  };
+  // The thumb follows the cursor from where it was grabbed; GetScrollInfo
+  // reports its place as the track position until the release.
+  const int grab = (vertical ? screen.y - info.rcScrollBar.top : screen.x - info.rcScrollBar.left) -
+                   info.xyThumbTop;
+  auto trackingBar = [&]() -> ScrollBarInfo* {
+    Window* now = findWindow(hwnd);
+    return now ? scrollInfoOf(*now, bar) : nullptr;
+  };
+  int track = trackingBar() ? trackingBar()->pos : 0;
+  if (part >= 0) send(part, 0);
+  if (ScrollBarInfo* b = trackingBar(); b && part == -1) {
+    b->tracking = true;
+    b->trackPos = track;
+  }
+  SetCapture(hwnd);
+  for (;;) {
+    MSG msg;
+    BOOL got = GetMessageA(&msg, NULL, WM_MOUSEFIRST, WM_MOUSELAST);
+    if (got <= 0 || !findWindow(hwnd)) break;
+    if (msg.message == WM_LBUTTONUP) break;
+    ScrollBarInfo* b = trackingBar();
+    if (msg.message != WM_MOUSEMOVE || part != -1 || !b) continue;
+    int at = vertical ? msg.pt.y - info.rcScrollBar.top : msg.pt.x - info.rcScrollBar.left;
+    int position = positionFor(*b, info, vertical, at - grab);
+    if (position == track) continue;
+    track = b->trackPos = position;
+    send(SB_THUMBTRACK, position);
+  }
+  if (GetCapture() == hwnd) ReleaseCapture();
+  if (part == -1) {
+    send(SB_THUMBPOSITION, track);
+    if (ScrollBarInfo* b = trackingBar()) b->tracking = false;
+  }
+  send(SB_ENDSCROLL, 0);
 }
 
 }  // namespace w32

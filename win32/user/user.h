@@ -247,6 +247,13 @@ LRESULT sendMessage(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
 void sendParentNotify(HWND hwnd, UINT event);
 void purgeWindow(HWND hwnd);
 void queueInput(UINT message, WPARAM wp, LPARAM lp, HWND target, POINT screen);
+// Mouse input from the hand (WM_MOUSEMOVE, the client button messages,
+// WM_MOUSEWHEEL) at a screen point: the cursor moves there at once; where it
+// goes is decided when retrieval reaches it (capture, hit test, double-click;
+// the wheel to the focus).
+void queueMouseInput(UINT message, WPARAM wp, POINT screen);
+// The MK_ bits of the buttons and keys held now.
+WPARAM heldMouseKeys();
 // Queues a change of the keyboard focus to hwnd behind the input queued so
 // far; retrieval makes it when it reaches it (win32sim::focusWindow).
 void queueFocusChange(HWND hwnd);
@@ -271,6 +278,11 @@ void createScrollData(Window& w);
 // The bar's data, or null when the window has none. SB_CTL reaches the
 // control's own.
 ScrollBarInfo* scrollInfoOf(Window& w, int bar);
+// The system's tracking of a left press at a screen point of a bar (SB_HORZ,
+// SB_VERT or SB_CTL) until the release: an arrow or the page area sends its
+// scroll code at the press; a grabbed thumb sends SB_THUMBTRACK as it moves
+// and SB_THUMBPOSITION at the release; SB_ENDSCROLL ends it.
+void trackScrollBar(HWND hwnd, int bar, POINT screen);
 void scrollControlPaint(HWND hwnd);
 // The SCROLLBAR class: its procedure and the window extra bytes it needs.
 constexpr int kScrollBarExtraBytes = 28;

@@ -1,0 +1,127 @@
+// The mouse through SendInput: what a window and its parent get, in order,
+// for a click on an inactive window, a click on the active one, a
+// double-click (the class has CS_DBLCLKS), a click on a child button and a
+// turn of the wheel. Repeats of a message in a row are printed once (the
+// system may set the cursor or report a move more than once).
+#include <windows.h>
+#include <stdio.h>
+#include <string.h>
+
+namespace {
+
+HWND g_main, g_other, g_button;
+char g_last[128];
+
+const char* nameOf(HWND hwnd) {
+  return hwnd == g_main ? "main" : hwnd == g_button ? "button" : hwnd == g_other ? "other" : "?";
+}
+
+void line(const char* text) {
+  if (strcmp(text, g_last) == 0) return;
+  strcpy(g_last, text);
+  puts(text);
+}
+
+LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  char text[128] = "";
+  short x = (short)LOWORD(lp), y = (short)HIWORD(lp);
+  switch (msg) {
+  case WM_MOUSEACTIVATE: sprintf(text, "  %s MOUSEACTIVATE", nameOf(hwnd)); break;
+  case WM_SETCURSOR: sprintf(text, "  %s SETCURSOR for %s", nameOf(hwnd), nameOf((HWND)wp)); break;
+  case WM_MOUSEMOVE: sprintf(text, "  %s MOUSEMOVE", nameOf(hwnd)); break;
+  case WM_LBUTTONDOWN: sprintf(text, "  %s LBUTTONDOWN %d,%d keys %d", nameOf(hwnd), x, y, (int)wp); break;
+  case WM_LBUTTONUP: sprintf(text, "  %s LBUTTONUP %d,%d keys %d", nameOf(hwnd), x, y, (int)wp); break;
+  case WM_LBUTTONDBLCLK: sprintf(text, "  %s LBUTTONDBLCLK %d,%d", nameOf(hwnd), x, y); break;
+  case WM_PARENTNOTIFY:
+    if (LOWORD(wp) < WM_MOUSEFIRST) break;  // a child made or destroyed
+    sprintf(text, "  %s PARENTNOTIFY %#x at %d,%d", nameOf(hwnd), LOWORD(wp), x, y);
+    break;
+  case WM_COMMAND: sprintf(text, "  %s COMMAND id %d code %d", nameOf(hwnd), LOWORD(wp), HIWORD(wp)); break;
+  case WM_MOUSEWHEEL:
+    sprintf(text, "  %s MOUSEWHEEL delta %d at %d,%d", nameOf(hwnd), (short)HIWORD(wp), x, y);
+    break;
+  }
+  if (*text) line(text);
+  return DefWindowProcA(hwnd, msg, wp, lp);
+}
+
+void pump() {
+  for (int round = 0; round < 5; ++round) {
+    MSG m;
+    while (PeekMessageA(&m, NULL, 0, 0, PM_REMOVE)) {
+      TranslateMessage(&m);
+      DispatchMessageA(&m);
+    }
+    Sleep(20);
+  }
+}
+
+INPUT mouse(DWORD flags, int x = 0, int y = 0, DWORD data = 0) {
+  INPUT in;
+  memset(&in, 0, sizeof in);
+  in.type = INPUT_MOUSE;
+  in.mi.dwFlags = flags;
+  in.mi.mouseData = data;
+  if (flags & MOUSEEVENTF_ABSOLUTE) {
+    int cx = GetSystemMetrics(SM_CXSCREEN), cy = GetSystemMetrics(SM_CYSCREEN);
+    in.mi.dx = (x * 65536 + cx - 1) / cx;
+    in.mi.dy = (y * 65536 + cy - 1) / cy;
+  }
+  return in;
+}
+
+// A click (or two) at a client point of hwnd.
+void click(const char* what, HWND hwnd, int x, int y, int clicks) {
+  POINT p = {x, y};
+  ClientToScreen(hwnd, &p);
+  INPUT in[5];
+  int n = 0;
+  in[n++] = mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, p.x, p.y);
+  for (int i = 0; i < clicks; ++i) {
+    in[n++] = mouse(MOUSEEVENTF_LEFTDOWN);
+    in[n++] = mouse(MOUSEEVENTF_LEFTUP);
+  }
+  printf("-- %s\n", what);
+  g_last[0] = 0;
+  SendInput(n, in, sizeof(INPUT));
+  pump();
+}
+
+}  // namespace
+
+int main() {
+  WNDCLASSA wc;
+  memset(&wc, 0, sizeof wc);
+  wc.style = CS_DBLCLKS;
+  wc.lpfnWndProc = proc;
+  wc.hInstance = GetModuleHandleA(NULL);
+  wc.hCursor = LoadCursorA(NULL, IDC_ARROW);
+  wc.hbrBackground = (HBRUSH)(COLOR_WINDOW + 1);
+  wc.lpszClassName = "ProbeMouse";
+  RegisterClassA(&wc);
+  g_main = CreateWindowExA(0, "ProbeMouse", "main", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100, 100, 300,
+                           200, NULL, NULL, wc.hInstance, NULL);
+  g_button = CreateWindowExA(0, "BUTTON", "Go", WS_CHILD | WS_VISIBLE | BS_PUSHBUTTON, 150, 20, 80,
+                             24, g_main, (HMENU)7, wc.hInstance, NULL);
+  g_other = CreateWindowExA(0, "ProbeMouse", "other", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 500, 100, 200,
+                            150, NULL, NULL, wc.hInstance, NULL);
+  SetForegroundWindow(g_other);
+  pump();
+  printf("active: %s\n", nameOf(GetActiveWindow()));
+  click("a click on the inactive main window", g_main, 40, 50, 1);
+  printf("active: %s\n", nameOf(GetActiveWindow()));
+  click("a click on the active main window, away from the last", g_main, 90, 100, 1);
+  Sleep(GetDoubleClickTime() + 50);
+  click("a double-click", g_main, 60, 60, 2);
+  Sleep(GetDoubleClickTime() + 50);
+  click("a click on the button", g_button, 10, 10, 1);
+  SetFocus(g_main);
+  printf("-- the wheel turned one notch towards the user\n");
+  g_last[0] = 0;
+  INPUT wheel = mouse(MOUSEEVENTF_WHEEL, 0, 0, (DWORD)-WHEEL_DELTA);
+  SendInput(1, &wheel, sizeof(INPUT));
+  pump();
+  DestroyWindow(g_other);
+  DestroyWindow(g_main);
+  return 0;
+}

@@ -1,0 +1,247 @@
+// The simulated mouse where the script tests (tests/script/desktop/mouse_*)
+// and the mouse probe cannot reach: the limits of a double-click, the frame's
+// hit codes, scroll-bar tracking and the chain of WM_PARENTNOTIFY. What a
+// click, the wheel and the buttons do is pinned there, and agrees with Wine.
+#include "tests/win32/layer_test.h"
+
+#include <vector>
+
+namespace {
+
+using layertest::LayerTest;
+
+class SimMouse : public LayerTest {};
+
+struct Seen {
+  HWND hwnd;
+  UINT msg;
+  WPARAM wp;
+  LPARAM lp;
+};
+
+std::vector<Seen>& seen() {
+  static std::vector<Seen> log;
+  return log;
+}
+
+bool isMouseSide(UINT msg) {
+  return msg == WM_SETCURSOR || msg == WM_MOUSEACTIVATE || msg == WM_MOUSEWHEEL ||
+         (msg >= WM_MOUSEMOVE && msg <= WM_MBUTTONDBLCLK) ||
+         (msg >= WM_NCMOUSEMOVE && msg <= WM_NCMBUTTONDBLCLK) || msg == WM_COMMAND ||
+         msg == WM_VSCROLL || msg == WM_PARENTNOTIFY;
+}
+
+LRESULT CALLBACK mouseProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  if (isMouseSide(msg)) seen().push_back({hwnd, msg, wp, lp});
+  return DefWindowProcA(hwnd, msg, wp, lp);
+}
+
+// A top-level window of a class with or without CS_DBLCLKS.
+HWND createWindow(bool doubleClicks, int x = 40) {
+  const char* name = doubleClicks ? "MouseTestDbl" : "MouseTestPlain";
+  WNDCLASSEXA wc = {};
+  wc.cbSize = sizeof wc;
+  wc.style = doubleClicks ? CS_DBLCLKS : 0;
+  wc.lpfnWndProc = mouseProc;
+  wc.hInstance = GetModuleHandleA(NULL);
+  wc.hCursor = LoadCursorA(NULL, IDC_ARROW);
+  wc.lpszClassName = name;
+  RegisterClassExA(&wc);
+  HWND h = CreateWindowExA(0, name, "mouse", WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_VSCROLL, x, 40,
+                           300, 200, NULL, NULL, GetModuleHandleA(NULL), NULL);
+  layertest::pumpAll();
+  seen().clear();
+  return h;
+}
+
+// The button messages hwnd got, in order.
+std::vector<UINT> messagesOf(HWND hwnd) {
+  std::vector<UINT> out;
+  for (const Seen& s : seen()) {
+    if (s.hwnd != hwnd || s.msg < WM_LBUTTONDOWN || s.msg > WM_MBUTTONDBLCLK) continue;
+    out.push_back(s.msg);
+  }
+  seen().clear();
+  return out;
+}
+
+TEST_F(SimMouse, DoubleClicksNeedTheClassStyleTheTimeAndTheDistance) {
+  const UINT kDown = WM_LBUTTONDOWN, kUp = WM_LBUTTONUP, kDbl = WM_LBUTTONDBLCLK;
+  struct Case {
+    const char* name;
+    bool classStyle;
+    DWORD pause;  // between the clicks
+    int dx;       // the second click's offset
+    std::vector<UINT> want;
+  } cases[] = {
+      {"double", true, 0, 0, {kDown, kUp, kDbl, kUp}},
+      {"no CS_DBLCLKS", false, 0, 0, {kDown, kUp, kDown, kUp}},
+      {"too slow", true, GetDoubleClickTime(), 0, {kDown, kUp, kDown, kUp}},
+      {"just in time", true, GetDoubleClickTime() - 1, 0, {kDown, kUp, kDbl, kUp}},
+      {"too far", true, 0, GetSystemMetrics(SM_CXDOUBLECLK) / 2 + 1, {kDown, kUp, kDown, kUp}},
+      {"near enough", true, 0, GetSystemMetrics(SM_CXDOUBLECLK) / 2, {kDown, kUp, kDbl, kUp}},
+  };
+  for (const Case& c : cases) {
+    HWND h = createWindow(c.classStyle);
+    win32sim::advanceClock(GetDoubleClickTime());  // no earlier press counts
+    win32sim::click(h, 50, 50);
+    layertest::pumpAll();
+    win32sim::advanceClock(c.pause);
+    win32sim::click(h, 50 + c.dx, 50);
+    layertest::pumpAll();
+    EXPECT_EQ(messagesOf(h), c.want) << c.name;
+    DestroyWindow(h);
+  }
+}
+
+TEST_F(SimMouse, TheClickAfterADoubleClickIsAPressAgain) {
+  HWND h = createWindow(true);
+  win32sim::doubleClick(h, 5, 5);
+  win32sim::click(h, 5, 5);
+  layertest::pumpAll();
+  const std::vector<UINT> want = {WM_LBUTTONDOWN, WM_LBUTTONUP, WM_LBUTTONDBLCLK,
+                                  WM_LBUTTONUP,   WM_LBUTTONDOWN, WM_LBUTTONUP};
+  EXPECT_EQ(messagesOf(h), want);
+  DestroyWindow(h);
+}
+
+TEST_F(SimMouse, OutsideTheClientAreaTheFrameGetsNonClientMessages) {
+  HWND h = createWindow(false);
+  RECT client;
+  GetClientRect(h, &client);
+  POINT onFrame{client.right / 2, -3};  // the caption
+  win32sim::mouseMove(h, onFrame.x, onFrame.y);
+  layertest::pumpAll();
+  ClientToScreen(h, &onFrame);
+  std::vector<Seen> moves;
+  for (const Seen& s : seen())
+    if (s.msg == WM_NCMOUSEMOVE) moves.push_back(s);
+  seen().clear();
+  ASSERT_EQ(moves.size(), 1u);
+  EXPECT_EQ(moves[0].wp, static_cast<WPARAM>(HTCAPTION));
+  EXPECT_EQ(moves[0].lp, MAKELPARAM(onFrame.x, onFrame.y)) << "screen coordinates";
+  DestroyWindow(h);
+}
+
+TEST_F(SimMouse, TheSizingBorderIsHitAndDraggedByItsEdgesAndCorners) {
+  HWND h = createWindow(false);
+  RECT r;
+  GetWindowRect(h, &r);
+  const int w = r.right - r.left, ht = r.bottom - r.top;
+  struct Case {
+    int x, y;  // from the window's top-left corner
+    LRESULT want;
+  } cases[] = {
+      {1, ht / 2, HTLEFT},       {w - 2, ht / 2, HTRIGHT},           {w / 2, 1, HTTOP},
+      {w / 2, ht - 2, HTBOTTOM}, {1, 1, HTTOPLEFT},                  {w - 2, ht - 2, HTBOTTOMRIGHT},
+      {w - 5, 1, HTTOPRIGHT},    {1, ht - 5, HTBOTTOMLEFT},          {w / 2, 12, HTCAPTION},
+      {10, ht / 2, HTCLIENT},    {w - 2, 5, HTTOPRIGHT} /* the corner reaches down the edge */,
+  };
+  for (const Case& c : cases) {
+    LPARAM at = MAKELPARAM(r.left + c.x, r.top + c.y);
+    EXPECT_EQ(SendMessageA(h, WM_NCHITTEST, 0, at), c.want) << c.x << "," << c.y;
+  }
+  POINT corner{r.right - 2, r.bottom - 2};
+  ScreenToClient(h, &corner);
+  win32sim::drag(h, corner.x, corner.y, corner.x + 20, corner.y + 10);
+  POINT left{r.left + 1, r.top + ht / 2};
+  ScreenToClient(h, &left);
+  win32sim::drag(h, left.x, left.y, left.x - 8, left.y + 30);
+  layertest::pumpAll();
+  RECT now;
+  GetWindowRect(h, &now);
+  EXPECT_EQ(now.left, r.left - 8);
+  EXPECT_EQ(now.top, r.top) << "the left edge moves across only";
+  EXPECT_EQ(now.right, r.right + 20);
+  EXPECT_EQ(now.bottom, r.bottom + 10);
+  seen().clear();
+  DestroyWindow(h);
+}
+
+// The scroll codes a window's bar or a scroll bar control sends to hwnd.
+std::vector<WPARAM> scrollCodes(HWND hwnd) {
+  std::vector<WPARAM> out;
+  for (const Seen& s : seen())
+    if (s.hwnd == hwnd && s.msg == WM_VSCROLL) out.push_back(LOWORD(s.wp));
+  seen().clear();
+  return out;
+}
+
+TEST_F(SimMouse, APressOnAScrollBarIsTrackedUntilTheRelease) {
+  struct Case {
+    const char* name;
+    int from, to;  // along the bar, from its top
+    std::vector<WPARAM> want;
+  } cases[] = {
+      {"top arrow", 5, 5, {SB_LINEUP, SB_ENDSCROLL}},
+      {"bottom arrow", 95, 95, {SB_LINEDOWN, SB_ENDSCROLL}},
+      {"page below the thumb", 60, 60, {SB_PAGEDOWN, SB_ENDSCROLL}},
+      {"page above the thumb", 25, 25, {SB_PAGEUP, SB_ENDSCROLL}},
+      {"the thumb dragged (in four steps)", 48, 65,
+       {SB_THUMBTRACK, SB_THUMBTRACK, SB_THUMBTRACK, SB_THUMBTRACK, SB_THUMBPOSITION, SB_ENDSCROLL}},
+      {"the thumb held still", 48, 48, {SB_THUMBPOSITION, SB_ENDSCROLL}},
+  };
+  for (bool control : {false, true}) {
+    HWND h = createWindow(false);
+    // A 100-pixel bar either way: the window's (17 wide, right of a client
+    // area 100 high) or a control at the client's left edge.
+    SetWindowPos(h, NULL, 0, 0, 200, 100 + GetSystemMetrics(SM_CYCAPTION) + 2 * GetSystemMetrics(SM_CYFRAME),
+                 SWP_NOMOVE | SWP_NOZORDER);
+    HWND bar = control ? CreateWindowExA(0, "SCROLLBAR", "", WS_CHILD | WS_VISIBLE | SBS_VERT, 0,
+                                         0, 17, 100, h, NULL, NULL, NULL)
+                       : h;
+    int which = control ? SB_CTL : SB_VERT;
+    SCROLLINFO si{sizeof si, SIF_ALL, 0, 99, 20, 40, 0};
+    SetScrollInfo(bar, which, &si, TRUE);
+    SCROLLBARINFO info{};
+    info.cbSize = sizeof info;
+    GetScrollBarInfo(bar, control ? OBJID_CLIENT : OBJID_VSCROLL, &info);
+    ASSERT_EQ(info.rcScrollBar.bottom - info.rcScrollBar.top, 100);
+    ASSERT_LE(info.xyThumbTop, 48);
+    ASSERT_GT(info.xyThumbBottom, 48);
+    // The bar's points in the window's client coordinates.
+    POINT origin{info.rcScrollBar.left + 5, info.rcScrollBar.top};
+    ScreenToClient(h, &origin);
+    for (const Case& c : cases) {
+      SetScrollPos(bar, which, 40, TRUE);
+      seen().clear();
+      win32sim::drag(h, origin.x, origin.y + c.from, origin.x, origin.y + c.to);
+      layertest::pumpAll();
+      EXPECT_EQ(scrollCodes(h), c.want) << c.name << (control ? " (control)" : " (window)");
+      EXPECT_EQ(GetCapture(), static_cast<HWND>(NULL));
+    }
+    DestroyWindow(h);
+  }
+}
+
+TEST_F(SimMouse, APressTellsEachParentUpTheChainWithThePointInItsOwnCoordinates) {
+  HWND h = createWindow(false);
+  HWND middle = CreateWindowExA(0, "MouseTestPlain", "", WS_CHILD | WS_VISIBLE, 20, 30, 150, 100, h,
+                                NULL, NULL, NULL);
+  HWND inner = CreateWindowExA(0, "Static", "", WS_CHILD | WS_VISIBLE, 5, 7, 50, 40, middle, NULL,
+                               NULL, NULL);
+  seen().clear();
+  win32sim::click(inner, 3, 4);
+  win32sim::doubleClick(inner, 3, 4, VK_MBUTTON);  // Static has CS_DBLCLKS: no notice for the second
+  layertest::pumpAll();
+  std::vector<Seen> notes;
+  for (const Seen& s : seen())
+    if (s.msg == WM_PARENTNOTIFY) notes.push_back(s);
+  seen().clear();
+  ASSERT_EQ(notes.size(), 4u);
+  EXPECT_EQ(notes[0].hwnd, middle);
+  EXPECT_EQ(notes[0].wp, static_cast<WPARAM>(WM_LBUTTONDOWN));
+  EXPECT_EQ(notes[0].lp, MAKELPARAM(8, 11));
+  EXPECT_EQ(notes[1].hwnd, h);
+  EXPECT_EQ(notes[1].lp, MAKELPARAM(28, 41));
+  EXPECT_EQ(notes[2].wp, static_cast<WPARAM>(WM_MBUTTONDOWN));
+  SetWindowLongA(inner, GWL_EXSTYLE, WS_EX_NOPARENTNOTIFY);
+  win32sim::advanceClock(GetDoubleClickTime());
+  win32sim::click(inner, 3, 4);
+  layertest::pumpAll();
+  for (const Seen& s : seen()) EXPECT_NE(s.msg, static_cast<UINT>(WM_PARENTNOTIFY));
+  seen().clear();
+  DestroyWindow(h);
+}
+
+}  // namespace
