@@ -911,8 +911,6 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define MK_MBUTTON 0x0010
 #define MK_XBUTTON1 0x0020
 #define MK_XBUTTON2 0x0040
-#define WHEEL_DELTA 120
-#define GET_WHEEL_DELTA_WPARAM(wParam) ((short)HIWORD(wParam))
 #define MA_ACTIVATE 1
 #define MA_ACTIVATEANDEAT 2
 #define MA_NOACTIVATE 3
