@@ -33,14 +33,8 @@ typedef char* PSTR;
 typedef const WCHAR* PCWSTR;
 typedef LRESULT(CALLBACK* HOOKPROC)(int, WPARAM, LPARAM);
 
-#define MAX_PATH 260
 #define CP_ACP 0
-#define CREATE_ALWAYS 2
-#define FILE_ATTRIBUTE_NORMAL 0x80
-#define GENERIC_ALL 0x10000000L
-#define GENERIC_WRITE 0x40000000L
 #define EVENT_ALL_ACCESS 0x1F0003
-#define INVALID_HANDLE_VALUE ((HANDLE)(LONG_PTR)-1)
 #define ERROR_CALL_NOT_IMPLEMENTED 120
 
 /* Hooks */
@@ -145,7 +139,6 @@ typedef struct {
 #define WM_MDIGETACTIVE 0x0229
 #define WM_MDISETMENU 0x0230
 #define PM_QS_SENDMESSAGE (QS_SENDMESSAGE << 16)
-#define MA_ACTIVATE 1
 
 /* DCs and regions */
 #define DCX_LOCKWINDOWUPDATE 0x00000400L
@@ -267,28 +260,6 @@ typedef struct tagUPDATELAYEREDWINDOWINFO {
 #define GetMonitorInfoW(monitor, info) GetMonitorInfoA(monitor, info)
 
 /* Input injection */
-#define INPUT_MOUSE 0
-#define MOUSEEVENTF_MOVE 0x0001
-#define MOUSEEVENTF_LEFTDOWN 0x0002
-#define MOUSEEVENTF_LEFTUP 0x0004
-typedef struct tagMOUSEINPUT {
-  LONG dx, dy;
-  DWORD mouseData, dwFlags, time;
-  ULONG_PTR dwExtraInfo;
-} MOUSEINPUT;
-typedef struct tagKEYBDINPUT {
-  WORD wVk, wScan;
-  DWORD dwFlags, time;
-  ULONG_PTR dwExtraInfo;
-} KEYBDINPUT;
-typedef struct tagINPUT {
-  DWORD type;
-  union {
-    MOUSEINPUT mi;
-    KEYBDINPUT ki;
-    BYTE pad[24];
-  };
-} INPUT;
 #define U(x) (x)
 
 /* Menus */
@@ -366,7 +337,6 @@ LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
 
 /* listbox.c: directory listings, the list box information query, input
  * injection. */
-#define KEYEVENTF_EXTENDEDKEY 0x0001
 #define LB_GETLISTBOXINFO 0x01B2
 #define LB_MSGMAX 0x01B3
 #define DDL_READWRITE 0x0000
