@@ -15,6 +15,7 @@ import os
 import random
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import time
@@ -96,11 +97,17 @@ def candidates(path, lines):
 
 
 def run(cmd, cwd, timeout):
+    """The command's status and output; None after the time limit, when the
+    command and everything it started (a test a mutant made hang) are
+    killed."""
+    p = subprocess.Popen(cmd, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                         start_new_session=True)
     try:
-        r = subprocess.run(cmd, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                           timeout=timeout)
-        return r.returncode, r.stdout.decode(errors="replace")
+        out, _ = p.communicate(timeout=timeout)
+        return p.returncode, out.decode(errors="replace")
     except subprocess.TimeoutExpired:
+        os.killpg(p.pid, signal.SIGKILL)
+        p.communicate()
         return None, "timed out"
 
 
@@ -172,8 +179,8 @@ def main():
                 verdict = "does not compile"
             else:
                 compiled += 1
-                status, _ = run(["ctest", "--test-dir", build, "-j2", "--stop-on-failure"], src,
-                                a.timeout)
+                status, _ = run(["ctest", "--test-dir", build, "-j2", "--stop-on-failure",
+                                 "--timeout", str(a.timeout)], src, a.timeout)
                 if status == 0:
                     verdict = "SURVIVES"
                     survivors.append(f"{path}:{n}: {before.strip()} => {after.strip()}")
