@@ -20,6 +20,8 @@ void notifyParent(HWND hwnd, WORD code) {
 HBRUSH askParentForBrush(HWND hwnd, HDC dc, UINT message) {
   Window* w = findWindow(hwnd);
   HWND parent = (w && isChild(*w)) ? w->parent : hwnd;
+  // A combo box's list asks the combo box, which asks its own parent.
+  if (w && w->ctl.combo) parent = w->ctl.combo;
   LRESULT r = sendMessage(parent, message, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(hwnd));
   if (!r) r = DefWindowProcA(parent, message, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(hwnd));
   return reinterpret_cast<HBRUSH>(r);
@@ -534,8 +536,12 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     editChar(hwnd, wp);
     return 0;
   case WM_KEYDOWN:
+    if (comboEditKey(hwnd, msg, wp, lp)) return 0;
     editKey(hwnd, wp);
     return 0;
+  case WM_SYSKEYDOWN:
+    if (comboEditKey(hwnd, msg, wp, lp)) return 0;
+    return DefWindowProcA(hwnd, msg, wp, lp);
   case WM_LBUTTONDOWN:
     SetFocus(hwnd);
     return 0;
@@ -566,6 +572,7 @@ void registerSystemClasses() {
   registerSystemClass("ScrollBar", scrollBarProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC,
                       IDC_ARROW, kScrollBarExtraBytes);
   registerListBoxClass();
+  registerComboBoxClasses();
   registerDialogClasses();
 }
 
