@@ -759,7 +759,7 @@ LRESULT setItemHeight(HWND hwnd, ComboBoxState& s, WPARAM wp, LPARAM lp) {
   }
   if (ComboBoxState* again = stateOf(hwnd)) layOut(hwnd, *again);
   InvalidateRect(hwnd, nullptr, TRUE);
-  return 0;
+  return height;
 }
 
 // CB_SETCURSEL and CB_SELECTSTRING choose without telling the parent; the
@@ -890,7 +890,15 @@ LRESULT CALLBACK comboBoxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     }
     return DefWindowProcA(hwnd, msg, wp, lp);
   case WM_CHAR: return SendMessageA(s->edit ? s->edit : s->list, msg, wp, lp);
-  case WM_SETTEXT:
+  case WM_SETTEXT: {
+    // The program's own text: the parent is not told, the list stays.
+    if (!s->edit) return CB_ERR;
+    HWND edit = s->edit;
+    s->settingText = true;
+    LRESULT r = SendMessageA(edit, msg, wp, lp);
+    if ((s = stateOf(hwnd))) s->settingText = false;
+    return r;
+  }
   case WM_CLEAR:
   case WM_CUT:
   case WM_PASTE:

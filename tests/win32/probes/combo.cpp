@@ -46,7 +46,8 @@ void report(const char* what, HWND combo) {
   g_notes[0] = 0;
 }
 
-void clickAt(HWND hwnd, int x, int y) {
+// Moves the mouse to a client point of hwnd, and clicks there when asked.
+void mouseAt(HWND hwnd, int x, int y, bool click) {
   POINT p = {x, y};
   ClientToScreen(hwnd, &p);
   INPUT in[3];
@@ -58,9 +59,11 @@ void clickAt(HWND hwnd, int x, int y) {
   in[0].mi.dy = (p.y * 65536 + cy - 1) / cy;
   in[1].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
   in[2].mi.dwFlags = MOUSEEVENTF_LEFTUP;
-  SendInput(3, in, sizeof(INPUT));
+  SendInput(click ? 3 : 1, in, sizeof(INPUT));
   settle();
 }
+
+void clickAt(HWND hwnd, int x, int y) { mouseAt(hwnd, x, y, true); }
 
 // Keys pressed in order and let go in reverse: {VK_MENU, VK_DOWN} is Alt+Down.
 void keys(std::initializer_list<WORD> vks) {
@@ -208,6 +211,8 @@ void dropDown(HWND parent) {
   report("set text", combo);
   send(combo, CB_SETCURSEL, 1, 0);
   report("set cursel 1", combo);
+  // Away from where the list drops down: the item under the mouse follows it.
+  mouseAt(parent, 250, 250, false);
   keys({VK_F4});
   keys({VK_ESCAPE});
   report("F4, escape", combo);
