@@ -30,7 +30,6 @@ struct ComboBoxState {
   bool tracking = false;    // the box holds the capture from the press that dropped the list
   bool extendedUI = false;
   bool keepOpen = false;    // the list's next LBN_SELCHANGE came from keys on the shown list
-  bool settingText = false; // the box writes the edit part: its EN_* are not passed on
   bool resizing = false;    // the box is fixing its own height
 };
 
@@ -144,16 +143,14 @@ void placeDroppedList(HWND hwnd, const ComboBoxState& s) {
 
 // ---- The text part ----
 
-// Writes the edit part without passing its EN_UPDATE/EN_CHANGE on, and
-// selects it all when the box has the focus.
+// Writes the edit part (which tells no one of WM_SETTEXT) and selects it
+// all when the box has the focus.
 void setEditText(HWND hwnd, const char* text) {
   ComboBoxState* s = stateOf(hwnd);
   if (!s || !s->edit) return;
   HWND edit = s->edit;
-  s->settingText = true;
   SendMessageA(edit, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text));
-  if ((s = stateOf(hwnd))) s->settingText = false;
-  if (s && s->focused) SendMessageA(edit, EM_SETSEL, 0, INT_MAX);
+  if ((s = stateOf(hwnd)) && s->focused) SendMessageA(edit, EM_SETSEL, 0, INT_MAX);
 }
 
 std::string itemText(const ComboBoxState& s, int index) {
@@ -165,17 +162,18 @@ std::string itemText(const ComboBoxState& s, int index) {
   return text;
 }
 
-// The text part shows the selected item: the edit part is rewritten, the
-// drop-down list's box repainted.
+void paintTextNow(HWND hwnd, const std::string& text);
+
+// The text part shows the selected item at once: the edit part is
+// rewritten, or the drop-down list's box draws it (the system reads the
+// item even when the box is hidden).
 void showSelection(HWND hwnd) {
   ComboBoxState* s = stateOf(hwnd);
   if (!s) return;
-  if (!s->edit) {
-    InvalidateRect(hwnd, &s->textRect, TRUE);
-    return;
-  }
   int index = static_cast<int>(toList(*s, LB_GETCURSEL, 0, 0));
-  setEditText(hwnd, index >= 0 ? itemText(*s, index).c_str() : "");
+  std::string text = index >= 0 ? itemText(*s, index) : std::string();
+  if (s->edit) setEditText(hwnd, text.c_str());
+  else paintTextNow(hwnd, text);
 }
 
 // The list follows the edit part's text: the first item beginning with it
@@ -286,7 +284,7 @@ void listChanged(HWND hwnd) {
 
 void editCommand(HWND hwnd, WORD code) {
   ComboBoxState* s = stateOf(hwnd);
-  if (!s || s->settingText) return;
+  if (!s) return;
   switch (code) {
   case EN_SETFOCUS: gainFocus(hwnd); return;
   case EN_KILLFOCUS: loseFocus(hwnd); return;
@@ -597,22 +595,31 @@ void paintButton(HDC dc, const ComboBoxState& s) {
 
 // CBS_DROPDOWNLIST draws its text part: the selected item, highlighted
 // while the box has the focus and the list is up.
-void paintText(HWND hwnd, HDC dc, const ComboBoxState& s) {
-  int index = static_cast<int>(toList(s, LB_GETCURSEL, 0, 0));
-  std::string text = index >= 0 ? itemText(s, index) : std::string();
+void paintText(HDC dc, const ComboBoxState& s, const std::string& text, HBRUSH background) {
   RECT r = s.textRect;
   InflateRect(&r, -1, -1);
   bool highlight = s.focused && !s.dropped;
+  FillRect(dc, &r, highlight ? systemColorBrush(COLOR_HIGHLIGHT) : background);
   COLORREF ink = GetTextColor(dc);
-  if (highlight) {
-    fillBox(dc, r, COLOR_HIGHLIGHT);
-    SetTextColor(dc, sysColor(COLOR_HIGHLIGHTTEXT));
-  }
+  if (highlight) SetTextColor(dc, sysColor(COLOR_HIGHLIGHTTEXT));
+  SetBkMode(dc, TRANSPARENT);
   RECT textArea = makeRect(r.left + 1, r.top, r.right, r.bottom);
   DrawTextA(dc, text.c_str(), static_cast<int>(text.size()), &textArea, DT_SINGLELINE | DT_VCENTER);
   SetTextColor(dc, ink);
   if (highlight) DrawFocusRect(dc, &r);
-  (void)hwnd;
+}
+
+std::string selectedText(const ComboBoxState& s) {
+  int index = static_cast<int>(toList(s, LB_GETCURSEL, 0, 0));
+  return index >= 0 ? itemText(s, index) : std::string();
+}
+
+void paintTextNow(HWND hwnd, const std::string& text) {
+  if (!IsWindowVisible(hwnd)) return;
+  HDC dc = GetDC(hwnd);
+  HBRUSH background = askParentForBrush(hwnd, dc, WM_CTLCOLOREDIT);
+  if (ComboBoxState* s = stateOf(hwnd)) paintText(dc, *s, text, background);
+  ReleaseDC(hwnd, dc);
 }
 
 void paint(HWND hwnd) {
@@ -632,7 +639,7 @@ void paint(HWND hwnd) {
       FillRect(dc, &client, background);
       sunkenEdge(dc, client);
       paintButton(dc, *s);
-      if (!s->edit) paintText(hwnd, dc, *s);
+      if (!s->edit) paintText(dc, *s, selectedText(*s), background);
     }
   }
   EndPaint(hwnd, &ps);
@@ -890,15 +897,7 @@ LRESULT CALLBACK comboBoxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     }
     return DefWindowProcA(hwnd, msg, wp, lp);
   case WM_CHAR: return SendMessageA(s->edit ? s->edit : s->list, msg, wp, lp);
-  case WM_SETTEXT: {
-    // The program's own text: the parent is not told, the list stays.
-    if (!s->edit) return CB_ERR;
-    HWND edit = s->edit;
-    s->settingText = true;
-    LRESULT r = SendMessageA(edit, msg, wp, lp);
-    if ((s = stateOf(hwnd))) s->settingText = false;
-    return r;
-  }
+  case WM_SETTEXT:
   case WM_CLEAR:
   case WM_CUT:
   case WM_PASTE:
@@ -919,6 +918,11 @@ LRESULT CALLBACK comboBoxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 }
 
 }  // namespace
+
+bool isComboEdit(HWND edit) {
+  ComboBoxState* s = stateOf(GetParent(edit));
+  return s && s->edit == edit;
+}
 
 bool comboEditKey(HWND edit, UINT msg, WPARAM vk, LPARAM lp) {
   HWND combo = GetParent(edit);

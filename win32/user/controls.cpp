@@ -214,13 +214,17 @@ LRESULT CALLBACK buttonProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     return r;
   }
   case WM_SETFOCUS:
+    // The focus shows at once, as the system draws it: the colours are
+    // asked for now, not when the queue next paints.
     InvalidateRect(hwnd, nullptr, TRUE);
+    UpdateWindow(hwnd);
     return 0;
   case WM_KILLFOCUS:
     // A click in progress ends when the focus goes: the capture it took is
     // given back (which unpresses the button, below).
     if (w->ctl.pushed && GetCapture() == hwnd) ReleaseCapture();
     InvalidateRect(hwnd, nullptr, TRUE);
+    UpdateWindow(hwnd);
     return 0;
   case WM_CAPTURECHANGED:
     if (w->ctl.pushed) {
@@ -481,7 +485,8 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     LRESULT r = DefWindowProcA(hwnd, msg, wp, lp);
     if ((w = findWindow(hwnd)) == nullptr) return r;
     w->ctl.selStart = w->ctl.selEnd = 0;
-    if (singleLine(*w)) {
+    // A combo box's edit part tells no one: the box reports its own changes.
+    if (singleLine(*w) && !isComboEdit(hwnd)) {
       editChanged(hwnd);
       return r;
     }

@@ -324,6 +324,9 @@ void registerComboBoxClasses();
 // (the arrows, F4, Alt with an arrow, Return and Escape while dropped):
 // handled there, and true; false for the edit's own keys.
 bool comboEditKey(HWND edit, UINT msg, WPARAM vk, LPARAM lp);
+// The edit part of a combo box (the system's edit made for a combo box
+// behaves as one).
+bool isComboEdit(HWND edit);
 
 // ---- Dialog windows (dialog.cpp) ----
 
