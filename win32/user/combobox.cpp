@@ -477,7 +477,7 @@ bool& pressed(Window& w) { return w.ctl.pushed; }
 // A press in the items picks one (the choice is made when the button comes
 // up); a press outside the list cancels the drop-down; one on its frame
 // (the scroll bar) goes to the frame with the capture kept.
-void listButtonDown(HWND list, WPARAM wp, LPARAM lp) {
+void listButtonDown(HWND list, LPARAM lp) {
   HWND combo = comboOfList(list);
   ComboBoxState* s = stateOf(combo);
   if (!s) return;
@@ -510,7 +510,6 @@ void listButtonDown(HWND list, WPARAM wp, LPARAM lp) {
   LRESULT hit = SendMessageA(list, WM_NCHITTEST, 0, MAKELPARAM(screen.x, screen.y));
   SendMessageA(list, WM_NCLBUTTONDOWN, static_cast<WPARAM>(hit), MAKELPARAM(screen.x, screen.y));
   if (before && findWindow(list) && listShown(list)) SetCapture(before);
-  (void)wp;
 }
 
 void listButtonUp(HWND list, LPARAM lp) {
@@ -545,7 +544,7 @@ LRESULT CALLBACK comboListProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case WM_KEYDOWN: listKeyDown(hwnd, wp); return 0;
   case WM_CHAR: listChar(hwnd, wp); return 0;
   case WM_LBUTTONDOWN:
-  case WM_LBUTTONDBLCLK: listButtonDown(hwnd, wp, lp); return 0;
+  case WM_LBUTTONDBLCLK: listButtonDown(hwnd, lp); return 0;
   case WM_LBUTTONUP: listButtonUp(hwnd, lp); return 0;
   case WM_MOUSEMOVE: listMouseMove(hwnd, lp); return 0;
   case WM_SETFOCUS:
@@ -685,9 +684,6 @@ LRESULT create(HWND hwnd, const CREATESTRUCTA& cs) {
   state->style = static_cast<DWORD>(cs.style);
   state->textHeight = fontHeight(hwnd) + 2 + kItemPadding;
   state->droppedHeight = cs.cy;
-  // The box has no frame of its own: it draws its edge in the client area.
-  w->style &= ~static_cast<DWORD>(WS_BORDER | WS_HSCROLL | WS_VSCROLL);
-  w->exStyle &= ~static_cast<DWORD>(WS_EX_CLIENTEDGE);
   w->comboBox = state;
   HWND list = makeList(hwnd, *state, cs);
   if (!list || !(w = findWindow(hwnd)) || !w->comboBox) return -1;
@@ -713,7 +709,7 @@ void destroy(HWND hwnd) {
   if (list && GetParent(list) != hwnd) DestroyWindow(list);
 }
 
-LRESULT getText(HWND hwnd, const ComboBoxState& s, WPARAM size, LPARAM lp) {
+LRESULT getText(const ComboBoxState& s, WPARAM size, LPARAM lp) {
   if (s.edit) return SendMessageA(s.edit, WM_GETTEXT, size, lp);
   char* out = reinterpret_cast<char*>(lp);
   if (!out || !size) return 0;
@@ -722,7 +718,6 @@ LRESULT getText(HWND hwnd, const ComboBoxState& s, WPARAM size, LPARAM lp) {
   size_t n = std::min(text.size(), static_cast<size_t>(size) - 1);
   text.copy(out, n);
   out[n] = 0;
-  (void)hwnd;
   return static_cast<LRESULT>(n);
 }
 
@@ -847,7 +842,17 @@ LRESULT forwardColor(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 
+// The box has no frame of its own (it draws its edge in the client area),
+// so the styles that would give it one go before its frame is measured.
+void dropFrameStyles(HWND hwnd) {
+  Window* w = findWindow(hwnd);
+  if (!w) return;
+  w->style &= ~static_cast<DWORD>(WS_BORDER | WS_HSCROLL | WS_VSCROLL);
+  w->exStyle &= ~static_cast<DWORD>(WS_EX_CLIENTEDGE);
+}
+
 LRESULT CALLBACK comboBoxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  if (msg == WM_NCCREATE) dropFrameStyles(hwnd);
   if (msg == WM_CREATE) return create(hwnd, *reinterpret_cast<const CREATESTRUCTA*>(lp));
   ComboBoxState* s = stateOf(hwnd);
   if (!s) return DefWindowProcA(hwnd, msg, wp, lp);
@@ -902,7 +907,7 @@ LRESULT CALLBACK comboBoxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case WM_CUT:
   case WM_PASTE:
   case WM_COPY: return s->edit ? SendMessageA(s->edit, msg, wp, lp) : CB_ERR;
-  case WM_GETTEXT: return getText(hwnd, *s, wp, lp);
+  case WM_GETTEXT: return getText(*s, wp, lp);
   case WM_GETTEXTLENGTH: {
     if (s->edit) return SendMessageA(s->edit, msg, wp, lp);
     int index = static_cast<int>(toList(*s, LB_GETCURSEL, 0, 0));
