@@ -26,6 +26,9 @@ LRESULT CALLBACK parentProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 LRESULT send(HWND h, UINT msg, WPARAM wp, LPARAM lp) { return SendMessageA(h, msg, wp, lp); }
 LRESULT sendText(HWND h, UINT msg, WPARAM wp, const char* s) { return SendMessageA(h, msg, wp, (LPARAM)s); }
 
+// Short on purpose: under Wine with no window manager the probe's window
+// loses the focus some time after a pop-up list first shows, which a slower
+// run would record.
 void settle() {
   for (int round = 0; round < 3; ++round) {
     MSG m;
