@@ -97,6 +97,7 @@ TEST_F(ComboBox, SimpleStyleKeepsItsListShownAndPicksAtOnce) {
   EXPECT_EQ(notifications(), std::vector<int>{CBN_SELCHANGE}) << "keys on a shown list only move it";
   SendMessageA(combo, CB_SHOWDROPDOWN, TRUE, 0);
   EXPECT_EQ(SendMessageA(combo, CB_GETDROPPEDSTATE, 0, 0), 0) << "nothing to drop";
+  EXPECT_TRUE(notifications().empty());
 }
 
 TEST_F(ComboBox, FocusedDropDownListShowsItsItemHighlighted) {

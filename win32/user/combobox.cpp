@@ -196,9 +196,10 @@ int followEdit(const ComboBoxState& s, bool select) {
 // ---- Dropping down and closing up ----
 
 void dropDown(HWND hwnd) {
-  notify(hwnd, CBN_DROPDOWN);
   ComboBoxState* s = stateOf(hwnd);
   if (!s || s->dropped || isSimple(*s)) return;
+  notify(hwnd, CBN_DROPDOWN);
+  if (!(s = stateOf(hwnd)) || s->dropped) return;
   s->dropped = true;
   if (typeOf(*s) == CBS_DROPDOWN) {
     s->droppedIndex = followEdit(*s, true);
@@ -211,6 +212,7 @@ void dropDown(HWND hwnd) {
     toList(*s, LB_SETTOPINDEX, static_cast<WPARAM>(std::max(s->droppedIndex, 0)), 0);
   }
   placeDroppedList(hwnd, *s);
+  if (!(s = stateOf(hwnd))) return;
   InvalidateRect(hwnd, nullptr, TRUE);
   if (GetCapture() != hwnd) SetCapture(s->list);
 }
