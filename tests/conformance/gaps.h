@@ -351,4 +351,13 @@ LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
 #define ERROR_NO_WILDCARD_CHARACTERS 1417L
 #define ERROR_SETCOUNT_ON_BAD_LB 1433L
 
+/* combo.c: making fonts by their description. */
+#define FW_DONTCARE 0
+#define SYMBOL_CHARSET 2
+#define OUT_DEFAULT_PRECIS 0
+#define CLIP_DEFAULT_PRECIS 0
+#define DEFAULT_QUALITY 0
+#define DEFAULT_PITCH 0
+#define FF_DONTCARE 0
+
 #endif

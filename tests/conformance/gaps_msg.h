@@ -191,15 +191,6 @@ typedef struct tagTRACKMOUSEEVENT {
 #define BS_DEFCOMMANDLINK 0x0000000FL
 #define IMAGE_BITMAP 0
 
-/* List and combo boxes */
-#define CB_GETCOMBOBOXINFO 0x0164
-typedef struct tagCOMBOBOXINFO {
-  DWORD cbSize;
-  RECT rcItem, rcButton;
-  DWORD stateButton;
-  HWND hwndCombo, hwndItem, hwndList;
-} COMBOBOXINFO;
-
 /* Owner drawing */
 #define ODT_MENU 1
 #define ODT_LISTBOX 2

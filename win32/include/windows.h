@@ -683,6 +683,7 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define WM_SYSCOLORCHANGE 0x0015
 #define WM_ENDSESSION 0x0016
 #define WM_SHOWWINDOW 0x0018
+#define WM_CTLCOLOR 0x0019 /* the 16-bit form, still answered by DefWindowProc */
 #define WM_SETTINGCHANGE 0x001A
 #define WM_WININICHANGE 0x001A
 #define WM_DEVMODECHANGE 0x001B
@@ -1726,8 +1727,7 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define STM_SETIMAGE 0x0172
 #define STM_GETIMAGE 0x0173
 
-/* List and combo boxes: their names and values, for programs that are
-   built for the system too; the layer provides neither class. */
+/* List and combo boxes (ListBox, ComboBox and a combo box's ComboLBox). */
 #define LBS_NOTIFY 0x0001
 #define LBS_SORT 0x0002
 #define LBS_NOREDRAW 0x0004
@@ -1841,6 +1841,7 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define CB_GETDROPPEDWIDTH 0x015F
 #define CB_SETDROPPEDWIDTH 0x0160
 #define CB_INITSTORAGE 0x0161
+#define CB_GETCOMBOBOXINFO 0x0164
 #define CB_OKAY 0
 #define CB_ERR (-1)
 #define CB_ERRSPACE (-2)
@@ -1855,6 +1856,13 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define CBN_CLOSEUP 8
 #define CBN_SELENDOK 9
 #define CBN_SELENDCANCEL 10
+typedef struct tagCOMBOBOXINFO {
+  DWORD cbSize;
+  RECT rcItem;    /* the text part, client coordinates */
+  RECT rcButton;  /* the drop-down button, client coordinates */
+  DWORD stateButton;
+  HWND hwndCombo, hwndItem, hwndList;
+} COMBOBOXINFO, *PCOMBOBOXINFO, *LPCOMBOBOXINFO;
 
 /* ---- Functions ---- */
 
@@ -2119,6 +2127,7 @@ TUL_WIN32_API BOOL WINAPI EnableScrollBar(HWND hWnd, UINT wSBflags, UINT wArrows
 TUL_WIN32_API int WINAPI SetScrollInfo(HWND hwnd, int nBar, LPCSCROLLINFO lpsi, BOOL redraw);
 TUL_WIN32_API BOOL WINAPI GetScrollInfo(HWND hwnd, int nBar, LPSCROLLINFO lpsi);
 TUL_WIN32_API BOOL WINAPI GetScrollBarInfo(HWND hwnd, LONG idObject, PSCROLLBARINFO psbi);
+TUL_WIN32_API BOOL WINAPI GetComboBoxInfo(HWND hwndCombo, PCOMBOBOXINFO pcbi);
 TUL_WIN32_API int WINAPI SetScrollPos(HWND hWnd, int nBar, int nPos, BOOL bRedraw);
 TUL_WIN32_API int WINAPI GetScrollPos(HWND hWnd, int nBar);
 TUL_WIN32_API BOOL WINAPI SetScrollRange(HWND hWnd, int nBar, int nMinPos, int nMaxPos,

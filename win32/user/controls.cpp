@@ -20,6 +20,8 @@ void notifyParent(HWND hwnd, WORD code) {
 HBRUSH askParentForBrush(HWND hwnd, HDC dc, UINT message) {
   Window* w = findWindow(hwnd);
   HWND parent = (w && isChild(*w)) ? w->parent : hwnd;
+  // A combo box's list asks the combo box, which asks its own parent.
+  if (w && w->ctl.combo) parent = w->ctl.combo;
   LRESULT r = sendMessage(parent, message, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(hwnd));
   if (!r) r = DefWindowProcA(parent, message, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(hwnd));
   return reinterpret_cast<HBRUSH>(r);
@@ -212,13 +214,17 @@ LRESULT CALLBACK buttonProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     return r;
   }
   case WM_SETFOCUS:
+    // The focus shows at once, as the system draws it: the colours are
+    // asked for now, not when the queue next paints.
     InvalidateRect(hwnd, nullptr, TRUE);
+    UpdateWindow(hwnd);
     return 0;
   case WM_KILLFOCUS:
     // A click in progress ends when the focus goes: the capture it took is
     // given back (which unpresses the button, below).
     if (w->ctl.pushed && GetCapture() == hwnd) ReleaseCapture();
     InvalidateRect(hwnd, nullptr, TRUE);
+    UpdateWindow(hwnd);
     return 0;
   case WM_CAPTURECHANGED:
     if (w->ctl.pushed) {
@@ -479,7 +485,8 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     LRESULT r = DefWindowProcA(hwnd, msg, wp, lp);
     if ((w = findWindow(hwnd)) == nullptr) return r;
     w->ctl.selStart = w->ctl.selEnd = 0;
-    if (singleLine(*w)) {
+    // A combo box's edit part tells no one: the box reports its own changes.
+    if (singleLine(*w) && !isComboEdit(hwnd)) {
       editChanged(hwnd);
       return r;
     }
@@ -534,8 +541,12 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     editChar(hwnd, wp);
     return 0;
   case WM_KEYDOWN:
+    if (comboEditKey(hwnd, msg, wp, lp)) return 0;
     editKey(hwnd, wp);
     return 0;
+  case WM_SYSKEYDOWN:
+    if (comboEditKey(hwnd, msg, wp, lp)) return 0;
+    return DefWindowProcA(hwnd, msg, wp, lp);
   case WM_LBUTTONDOWN:
     SetFocus(hwnd);
     return 0;
@@ -566,6 +577,7 @@ void registerSystemClasses() {
   registerSystemClass("ScrollBar", scrollBarProc, CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW | CS_PARENTDC,
                       IDC_ARROW, kScrollBarExtraBytes);
   registerListBoxClass();
+  registerComboBoxClasses();
   registerDialogClasses();
 }
 

@@ -345,6 +345,8 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
     return 0;
   case kNcXButtonUp:
     return onNcXButtonUp(hWnd, wParam);
+  case WM_CTLCOLOR:  // the 16-bit form: answered as a dialog's
+    return controlColor(reinterpret_cast<HDC>(wParam), WM_CTLCOLORDLG);
   case WM_CTLCOLORMSGBOX:
   case WM_CTLCOLOREDIT:
   case WM_CTLCOLORLISTBOX:

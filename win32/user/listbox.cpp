@@ -537,6 +537,8 @@ LRESULT viewMessage(HWND hwnd, ListBoxState& s, UINT msg, WPARAM wp, LPARAM lp) 
   }
 }
 
+}  // namespace
+
 LRESULT CALLBACK listBoxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   if (msg == WM_CREATE) {
     create(hwnd, *reinterpret_cast<const CREATESTRUCTA*>(lp));
@@ -604,8 +606,6 @@ LRESULT CALLBACK listBoxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     return DefWindowProcA(hwnd, msg, wp, lp);
   }
 }
-
-}  // namespace
 
 void registerListBoxClass() {
   registerSystemClass("ListBox", listBoxProc, CS_DBLCLKS | CS_PARENTDC, IDC_ARROW, kListBoxExtraBytes);

@@ -72,6 +72,7 @@ struct ControlState {
   UINT limit = 30000;
   ScrollBarInfo bar;  // a SCROLLBAR control's own bar
   bool isScrollBar = false;  // the SCROLLBAR procedure handled WM_CREATE
+  HWND combo = nullptr;      // a combo box's list: the combo box it belongs to
 };
 
 // What the default dialog procedure keeps for a window of a dialog class
@@ -83,7 +84,8 @@ struct DialogState {
   INT_PTR result = 0;
 };
 
-struct ListBoxState;  // listbox.cpp's; made by the ListBox class's WM_CREATE
+struct ListBoxState;   // listbox.cpp's; made by the ListBox class's WM_CREATE
+struct ComboBoxState;  // combobox.cpp's; made by the ComboBox class's WM_CREATE
 
 struct Window {
   HWND hwnd = nullptr;
@@ -131,6 +133,7 @@ struct Window {
   ControlState ctl;
   std::unique_ptr<DialogState> dialog;
   std::shared_ptr<ListBoxState> listBox;  // the ListBox class's items and selection
+  std::shared_ptr<ComboBoxState> comboBox;  // the ComboBox class's parts and state
 
   std::shared_ptr<Surface> surface;  // top-level windows and the desktop only
 };
@@ -310,6 +313,20 @@ HBRUSH askParentForBrush(HWND hwnd, HDC dc, UINT message);
 // ---- The list box (listbox.cpp) ----
 
 void registerListBoxClass();
+// The list box's own procedure, which a combo box's list passes on to.
+LRESULT CALLBACK listBoxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
+
+// ---- The combo box (combobox.cpp) ----
+
+// The ComboBox class and its list's class, ComboLBox.
+void registerComboBoxClasses();
+// A key pressed in a combo box's edit part that belongs to the combo box
+// (the arrows, F4, Alt with an arrow, Return and Escape while dropped):
+// handled there, and true; false for the edit's own keys.
+bool comboEditKey(HWND edit, UINT msg, WPARAM vk, LPARAM lp);
+// The edit part of a combo box (the system's edit made for a combo box
+// behaves as one).
+bool isComboEdit(HWND edit);
 
 // ---- Dialog windows (dialog.cpp) ----
 

@@ -967,7 +967,8 @@ BOOL WINAPI SetWindowPos(HWND hWnd, HWND hWndInsertAfter, int X, int Y, int cx, 
   req.flags = uFlags;
   // As on the system: the desktop takes no part; placing a window after one
   // that is not its sibling, or a child in the topmost band, changes nothing
-  // at all and still succeeds.
+  // at all and still succeeds (a child of the desktop, such as a combo box's
+  // list, is a top-level window and takes part in the band).
   Window* w = findWindow(hWnd);
   const bool special = hWndInsertAfter == HWND_TOP || hWndInsertAfter == HWND_BOTTOM ||
                        hWndInsertAfter == HWND_TOPMOST || hWndInsertAfter == HWND_NOTOPMOST;
@@ -978,7 +979,8 @@ BOOL WINAPI SetWindowPos(HWND hWnd, HWND hWndInsertAfter, int X, int Y, int cx, 
       return FALSE;
     }
     if (after && after->parent != w->parent) return TRUE;
-    if (isChild(*w) && (hWndInsertAfter == HWND_TOPMOST || hWndInsertAfter == HWND_NOTOPMOST))
+    if (isChild(*w) && !isTopLevel(*w) &&
+        (hWndInsertAfter == HWND_TOPMOST || hWndInsertAfter == HWND_NOTOPMOST))
       return TRUE;
   }
   return setWindowPos(hWnd, req);
