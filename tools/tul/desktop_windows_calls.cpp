@@ -14,6 +14,7 @@
 #include <commdlg.h>
 
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <set>

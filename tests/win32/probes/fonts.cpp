@@ -170,7 +170,8 @@ void controls(HWND parent) {
   HDC dc = GetDC(NULL);
   Measured sys = measure(dc, (HFONT)GetStockObject(SYSTEM_FONT)), big = measure(dc, large);
   ReleaseDC(NULL, dc);
-  const char* classes[] = {"Button", "Static", "Edit", "ListBox"};
+  // A dialog-class window made by CreateWindowExA keeps no font.
+  const char* classes[] = {"Button", "Static", "Edit", "ListBox", "#32770"};
   for (const char* cls : classes) {
     HWND c = CreateWindowExA(0, cls, "x", WS_CHILD | WS_VISIBLE, 0, 0, 100, 100, parent, NULL,
                              GetModuleHandleA(NULL), NULL);
