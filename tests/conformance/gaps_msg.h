@@ -167,7 +167,6 @@ typedef struct tagMSLLHOOKSTRUCT {
 #define FAPPCOMMAND_MOUSE 0x8000
 #define XBUTTON1 0x0001
 #define XBUTTON2 0x0002
-#define FW_NORMAL 400
 
 /* Input */
 #define MOD_ALT 0x0001

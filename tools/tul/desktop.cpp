@@ -551,6 +551,8 @@ int answerMessageBox(const MessageBoxRecord& box) {
 
 }  // namespace desktop
 
+void prepareDesktop() { desktop::platformPrepare(); }
+
 void defineDesktopClass(tulscript::Engine& engine) {
   TulClass* cls = engine.machine().defineClass("desktop", nullptr);
   if (!cls) return;

@@ -9,6 +9,9 @@ namespace tulscript {
 class Engine;
 }
 
+// Before the library is loaded: what the desktop must see of the library's
+// own calls to the system is put in place.
+void prepareDesktop();
 // Defines the class on the engine's machine and starts watching the thread's
 // message loop for waits (the engine is called into while its machine lives).
 void defineDesktopClass(tulscript::Engine& engine);

@@ -51,6 +51,10 @@ struct MessageBoxRecord {
 
 // ---- Supplied by the platform ----
 
+// Called once before the library is loaded: puts in place what must see the
+// library's own calls to the system (the file dialogs' record).
+void platformPrepare();
+
 // Starts calling idleNow() and nothingCanArrive() (below) from the thread's
 // message retrieval, and answerMessageBox() for every message box; doing it
 // twice changes nothing.

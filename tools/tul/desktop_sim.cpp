@@ -151,6 +151,8 @@ std::vector<HWND> platformTopLevelWindows() {
   return out;
 }
 
+void platformPrepare() {}
+
 void platformForget() { win32sim::forgetFileDialogs(); }
 
 }  // namespace desktop

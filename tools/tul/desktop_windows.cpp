@@ -3,7 +3,9 @@
 // that GetKeyState and TranslateAcceleratorA see changes as the program
 // retrieves them; closing is the close box's WM_SYSCOMMAND(SC_CLOSE); resizing
 // is SetWindowPos between WM_ENTERSIZEMOVE and WM_EXITSIZEMOVE; pixels come
-// from GetPixel; the clock is Sleep.
+// from GetPixel; a screenshot is composed from the windows' own DCs; the
+// clock is Sleep. The last file dialog and the counts of objects made are
+// recorded in front of the system's functions (desktop_windows_calls.cpp).
 //
 // Gestures keep the order the Linux layer's queued input gives them: a
 // change of focus waits until the keys sent before it have been retrieved,
@@ -36,7 +38,11 @@
 // Invariant: the helper thread only sends probes; everything else, the
 // script included, runs on the script's thread, and a probe does nothing
 // while no script runs.
+#include "tools/tul/desktop_windows.h"
+
 #include "tools/tul/desktop_platform.h"
+
+#include "sim/png.h"
 
 #include <algorithm>
 #include <deque>
@@ -86,7 +92,7 @@ struct Watch {
   bool activity = true;  // a message was retrieved since the last wait
   DWORD idleSince = 0;
   bool inIdle = false;   // the script's idle function is running
-  bool idleActed = false;  // it sent a message to a window
+  bool idleActed = false;  // it sent a message to a window or saved the screen
   std::deque<Answer> answers;
   unsigned long keysSent = 0;       // key, button and wheel events handed to SendInput
   unsigned long keysRetrieved = 0;  // their messages the thread has retrieved
@@ -624,8 +630,6 @@ bool platformQueueDialogAnswer(bool cancel, const std::string& path) {
   return true;
 }
 
-// The structure a program hands to GetOpenFileNameA stays inside comdlg32.
-bool platformLastDialog(DialogRecord*, bool*) { return false; }
 
 bool platformPixel(HWND hwnd, int x, int y, COLORREF* out) {
   RECT r;
@@ -637,19 +641,63 @@ bool platformPixel(HWND hwnd, int x, int y, COLORREF* out) {
   return true;
 }
 
-// A real screen shows other programs too, and a headless one (Wine's null
-// display driver) has no pixels at all.
-SaveResult platformScreenshot(const std::string&) { return SaveResult::NotAvailable; }
+// The screen as the Linux layer composes it: the desktop's colour, and the
+// thread's visible top-level windows over it from the bottom of the z-order
+// up, each copied from its own window DC (a real screen would show other
+// programs too, and a headless one has no pixels of its own).
+SaveResult platformScreenshot(const std::string& path) {
+  // Looking at the screen is acting as the user: an idle function that did
+  // is called again at the next wait, as on the Linux layer.
+  if (watch().inIdle) watch().idleActed = true;
+  const int width = GetSystemMetrics(SM_CXSCREEN), height = GetSystemMetrics(SM_CYSCREEN);
+  HDC screen = GetDC(NULL);
+  HDC memory = CreateCompatibleDC(screen);
+  HBITMAP bitmap = CreateCompatibleBitmap(screen, width, height);
+  ReleaseDC(NULL, screen);
+  HGDIOBJ old = SelectObject(memory, bitmap);
+  RECT all = {0, 0, width, height};
+  HBRUSH desk = CreateSolidBrush(GetSysColor(COLOR_DESKTOP));
+  FillRect(memory, &all, desk);
+  DeleteObject(desk);
+  std::vector<HWND> tops = platformTopLevelWindows();  // top of the z-order first
+  for (auto it = tops.rbegin(); it != tops.rend(); ++it) {
+    RECT r;
+    if (!IsWindowVisible(*it) || !GetWindowRect(*it, &r)) continue;
+    HDC dc = GetWindowDC(*it);
+    BitBlt(memory, r.left, r.top, r.right - r.left, r.bottom - r.top, dc, 0, 0, SRCCOPY);
+    ReleaseDC(*it, dc);
+  }
+  SelectObject(memory, old);
+  BITMAPINFO info{};
+  info.bmiHeader.biSize = sizeof info.bmiHeader;
+  info.bmiHeader.biWidth = width;
+  info.bmiHeader.biHeight = -height;  // rows top to bottom
+  info.bmiHeader.biPlanes = 1;
+  info.bmiHeader.biBitCount = 32;
+  info.bmiHeader.biCompression = BI_RGB;
+  std::vector<DWORD> bgrx(static_cast<size_t>(width) * static_cast<size_t>(height));
+  int rows = GetDIBits(memory, bitmap, 0, static_cast<UINT>(height), bgrx.data(), &info,
+                       DIB_RGB_COLORS);
+  DeleteObject(bitmap);
+  DeleteDC(memory);
+  if (rows != height) return SaveResult::CannotWrite;
+  std::vector<uint8_t> rgb;
+  rgb.reserve(bgrx.size() * 3);
+  for (DWORD p : bgrx) {
+    rgb.push_back(static_cast<uint8_t>(p >> 16));
+    rgb.push_back(static_cast<uint8_t>(p >> 8));
+    rgb.push_back(static_cast<uint8_t>(p));
+  }
+  return w32::writePng(path, width, height, rgb) ? SaveResult::Saved : SaveResult::CannotWrite;
+}
 
 bool platformAdvance(DWORD ms) {
   Sleep(ms);
   return true;
 }
 
-// Only windows have a table the system lets a program read (GetGuiResources
-// counts all GDI objects together, and Wine answers 0).
 bool platformCount(CountKind kind, int* out) {
-  if (kind != CountKind::Windows) return false;
+  if (kind != CountKind::Windows) return countMade(kind, out);
   std::vector<HWND> tops = platformTopLevelWindows();
   *out = static_cast<int>(tops.size());
   for (HWND h : tops) EnumChildWindows(h, countChild, reinterpret_cast<LPARAM>(out));
@@ -664,6 +712,7 @@ std::vector<HWND> platformTopLevelWindows() {
 
 void platformForget() {
   Watch& w = watch();
+  forgetFileDialogs();
   w.answers.clear();
   w.gestures.clear();
   w.keysRetrieved = w.keysSent;

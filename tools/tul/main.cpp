@@ -151,6 +151,7 @@ int main(int argc, char** argv) {
   // Declared first so it is unloaded last: the machine's teardown may still
   // run the library's native methods.
   NativeModule module;
+  prepareDesktop();
   if (!module.load(opt.library)) {
     std::cerr << "tul: " << module.error() << '\n';
     return 1;

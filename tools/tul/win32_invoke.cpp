@@ -46,9 +46,11 @@ std::uint32_t callStdcall(Win32Proc fn, const std::uint32_t* words, int count) {
     case 10: return callWords<10>(fn, words);
     case 11: return callWords<11>(fn, words);
     case 12: return callWords<12>(fn, words);
+    case 13: return callWords<13>(fn, words);
+    case 14: return callWords<14>(fn, words);
     default: break;
   }
-  static_assert(kMaxWin32Words == 12, "one case per word count up to the maximum");
+  static_assert(kMaxWin32Words == 14, "one case per word count up to the maximum");
   assert(false && "more words than any function of the table takes");
   return 0;
 }

@@ -10,8 +10,8 @@
 
 #include <cstdint>
 
-// The most words any function of the table takes (CreateWindowExA).
-constexpr int kMaxWin32Words = 12;
+// The most words any function of the table takes (CreateFontA).
+constexpr int kMaxWin32Words = 14;
 
 // A function's address with its type erased; converted back to the right
 // word count at the call. (`void (*)()` is the type that every function

@@ -1,5 +1,5 @@
 // Drawing through a DC: rectangles, lines, ellipses, pixels and text with the
-// built-in font. Invariant: coordinates are logical (through the DC's
+// selected one of the built-in fonts. Invariant: coordinates are logical (through the DC's
 // mapping mode) and every pixel written passes the DC's clip region.
 #include "gdi/gdi.h"
 
@@ -62,7 +62,20 @@ void drawString(const DeviceContext& dc, POINT at, const char* s, int n) {
   Painter p = painterOf(dc);
   COLORREF bk = dc.bkColor;
   p.text(static_cast<int>(at.x), static_cast<int>(at.y), s, n, dc.textColor,
-         dc.bkMode == OPAQUE ? &bk : nullptr);
+         dc.bkMode == OPAQUE ? &bk : nullptr, fontOf(dc.font));
+}
+
+bool validText(const DeviceContext* dc, LPCSTR s, int c) {
+  return dc && c >= 0 && (c == 0 || s);
+}
+
+// ExtTextOutA's characters placed by the caller's advances: each drawn as
+// a string of one, at the sum of the advances before it.
+void drawSpaced(const DeviceContext& dc, int x, int y, const char* s, int n, const INT* dx) {
+  for (int i = 0; i < n; ++i) {
+    drawString(dc, toDevice(dc, x, y), s + i, 1);
+    x += dx[i];
+  }
 }
 
 }  // namespace
@@ -196,34 +209,55 @@ COLORREF WINAPI GetPixel(HDC hdc, int x, int y) {
 
 BOOL WINAPI TextOutA(HDC hdc, int x, int y, LPCSTR lpString, int c) {
   DeviceContext* dc = deviceContext(hdc);
-  if (!dc || c < 0 || (c > 0 && !lpString)) return FALSE;
+  if (!validText(dc, lpString, c)) return FALSE;
   drawString(*dc, toDevice(*dc, x, y), lpString, c);
   return TRUE;
 }
 
+BOOL WINAPI ExtTextOutA(HDC hdc, int x, int y, UINT options, const RECT* lprect, LPCSTR lpString,
+                        UINT c, const INT* lpDx) {
+  DeviceContext* dc = deviceContext(hdc);
+  int n = static_cast<int>(c);
+  if (!validText(dc, lpString, n)) return FALSE;
+  Region saved = dc->clip;
+  if (lprect) {
+    RECT box = toDeviceRect(*dc, *lprect);
+    if (options & ETO_OPAQUE) painterOf(*dc).fill(box, dc->bkColor);
+    if (options & ETO_CLIPPED) dc->clip.intersect(offsetRect(box, dc->origin.x, dc->origin.y));
+  }
+  if (lpDx)
+    drawSpaced(*dc, x, y, lpString, n, lpDx);
+  else
+    drawString(*dc, toDevice(*dc, x, y), lpString, n);
+  dc->clip = saved;
+  return TRUE;
+}
+
 BOOL WINAPI GetTextExtentPoint32A(HDC hdc, LPCSTR lpString, int c, LPSIZE psizl) {
-  if (!deviceContext(hdc) || !psizl || c < 0 || (c > 0 && !lpString)) return FALSE;
-  psizl->cx = c * kCharWidth;
-  psizl->cy = kCharHeight;
+  DeviceContext* dc = deviceContext(hdc);
+  if (!validText(dc, lpString, c) || !psizl) return FALSE;
+  Font f = fontOf(dc->font);
+  psizl->cx = c * f.advance();
+  psizl->cy = f.height();
+  return TRUE;
+}
+
+BOOL WINAPI GetTextExtentPointA(HDC hdc, LPCSTR lpString, int c, LPSIZE lpsz) {
+  return GetTextExtentPoint32A(hdc, lpString, c, lpsz);
+}
+
+BOOL WINAPI GetCharWidthA(HDC hdc, UINT iFirst, UINT iLast, LPINT lpBuffer) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc || !lpBuffer || iFirst > iLast) return FALSE;
+  int advance = fontOf(dc->font).advance();
+  for (UINT ch = iFirst; ch <= iLast; ++ch) lpBuffer[ch - iFirst] = advance;
   return TRUE;
 }
 
 BOOL WINAPI GetTextMetricsA(HDC hdc, LPTEXTMETRICA lptm) {
-  if (!deviceContext(hdc) || !lptm) return FALSE;
-  memset(lptm, 0, sizeof *lptm);
-  lptm->tmHeight = kCharHeight;
-  lptm->tmAscent = kCharAscent;
-  lptm->tmDescent = kCharHeight - kCharAscent;
-  lptm->tmAveCharWidth = kCharWidth;
-  lptm->tmMaxCharWidth = kCharWidth;
-  lptm->tmWeight = 400;
-  lptm->tmDigitizedAspectX = 96;
-  lptm->tmDigitizedAspectY = 96;
-  lptm->tmFirstChar = 32;
-  lptm->tmLastChar = 126;
-  lptm->tmDefaultChar = '?';
-  lptm->tmBreakChar = ' ';
-  lptm->tmPitchAndFamily = 0x30;  // FF_MODERN, fixed pitch
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc || !lptm) return FALSE;
+  fillTextMetrics(fontOf(dc->font), lptm);
   return TRUE;
 }
 
@@ -241,9 +275,11 @@ int WINAPI DrawTextA(HDC hdc, LPCSTR lpchText, int cchText, LPRECT lprc, UINT fo
       start = i + 1;
     }
   }
-  int height = static_cast<int>(lines.size()) * kCharHeight;
+  Font font = fontOf(dc->font);
+  int lineHeight = font.height(), advance = font.advance();
+  int height = static_cast<int>(lines.size()) * lineHeight;
   int widest = 0;
-  for (const auto& l : lines) widest = std::max(widest, l.second * kCharWidth);
+  for (const auto& l : lines) widest = std::max(widest, l.second * advance);
   if (format & DT_CALCRECT) {
     lprc->right = lprc->left + widest;
     lprc->bottom = lprc->top + height;
@@ -251,20 +287,20 @@ int WINAPI DrawTextA(HDC hdc, LPCSTR lpchText, int cchText, LPRECT lprc, UINT fo
   }
   LONG y = lprc->top;
   if ((format & DT_SINGLELINE) && (format & DT_VCENTER))
-    y = lprc->top + (rectHeight(*lprc) - kCharHeight) / 2;
+    y = lprc->top + (rectHeight(*lprc) - lineHeight) / 2;
   else if ((format & DT_SINGLELINE) && (format & DT_BOTTOM))
-    y = lprc->bottom - kCharHeight;
+    y = lprc->bottom - lineHeight;
   Region saved = dc->clip;
   if (!(format & DT_NOCLIP))
     dc->clip.intersect(offsetRect(toDeviceRect(*dc, *lprc), dc->origin.x, dc->origin.y));
   for (const auto& l : lines) {
-    LONG width = l.second * kCharWidth;
+    LONG width = l.second * advance;
     LONG x = (format & DT_CENTER)  ? lprc->left + (rectWidth(*lprc) - width) / 2
              : (format & DT_RIGHT) ? lprc->right - width
                                    : lprc->left;
     drawString(*dc, toDevice(*dc, static_cast<int>(x), static_cast<int>(y)), lpchText + l.first,
                l.second);
-    y += kCharHeight;
+    y += lineHeight;
   }
   dc->clip = saved;
   return height;

@@ -1,8 +1,11 @@
-// The built-in fixed font: 5x7 glyphs in a 6x10 cell for printable ASCII.
+// The built-in fonts: 5x7 glyphs in a 6x10 cell for printable ASCII, the
+// font mapper that picks a size and weight for a LOGFONTA, and the metrics
+// each size reports.
 // Invariant: every byte has a glyph -- characters outside 32..126 draw as
 // an outlined box, so text never silently disappears.
 #include "gdi/gdi.h"
 
+#include <cstdlib>
 #include <cstring>
 
 namespace w32 {
@@ -119,7 +122,58 @@ constexpr Glyph kBox = {{0x1F, 0x11, 0x11, 0x11, 0x11, 0x11, 0x1F}, false};
 constexpr int kTopRow = 1;
 constexpr int kDescentShift = 2;
 
+constexpr int kScales[] = {1, kLargeScale};
+
+// The size whose height is nearest to want, the smaller one on a tie, as the
+// system's mapper picks the nearest size of a face that has only some.
+int nearestScale(LONG want, int (*heightOf)(int scale)) {
+  int best = kScales[0];
+  for (int scale : kScales)
+    if (std::labs(heightOf(scale) - want) < std::labs(heightOf(best) - want)) best = scale;
+  return best;
+}
+
+int cellHeight(int scale) { return Font{scale, false}.height(); }
+int characterHeight(int scale) {
+  Font f{scale, false};
+  return f.height() - f.internalLeading();
+}
+
 }  // namespace
+
+Font fontFor(const LOGFONTA& lf) {
+  Font f;
+  // Synthetic emboldening starts where the system's does: FW_SEMIBOLD.
+  f.bold = lf.lfWeight >= FW_SEMIBOLD;
+  // 0 asks for the default size; a positive height is the cell's, a
+  // negative one the character's (the cell less its internal leading).
+  if (lf.lfHeight > 0) f.scale = nearestScale(lf.lfHeight, cellHeight);
+  if (lf.lfHeight < 0) f.scale = nearestScale(-lf.lfHeight, characterHeight);
+  return f;
+}
+
+Font fontOf(HGDIOBJ font) {
+  GdiObject* o = gdiObject(font);
+  return (o && o->kind == GdiKind::Font) ? fontFor(o->logFont) : Font{};
+}
+
+void fillTextMetrics(const Font& f, TEXTMETRICA* tm) {
+  memset(tm, 0, sizeof *tm);
+  tm->tmHeight = f.height();
+  tm->tmAscent = f.ascent();
+  tm->tmDescent = f.height() - f.ascent();
+  tm->tmInternalLeading = f.internalLeading();
+  tm->tmAveCharWidth = f.advance();
+  tm->tmMaxCharWidth = f.advance();
+  tm->tmWeight = f.weight();
+  tm->tmDigitizedAspectX = 96;
+  tm->tmDigitizedAspectY = 96;
+  tm->tmFirstChar = 32;
+  tm->tmLastChar = 126;
+  tm->tmDefaultChar = '?';
+  tm->tmBreakChar = ' ';
+  tm->tmPitchAndFamily = FF_MODERN;  // TMPF_FIXED_PITCH clear: fixed pitch
+}
 
 void glyphRows(unsigned char ch, unsigned char rows[kCharHeight]) {
   memset(rows, 0, kCharHeight);

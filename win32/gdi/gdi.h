@@ -18,6 +18,37 @@
 
 namespace w32 {
 
+// ---- The built-in fonts (font.cpp) ----
+// One fixed-pitch face, 5x7 glyphs in a 6x10 cell, drawn at two sizes (the
+// glyphs' pixels doubled for the large one), each also bold: overstruck one
+// pixel to the right, every cell one pixel wider. Invariant: what a Font
+// reports (advance, height) is exactly the box Painter::text fills, so
+// extents and pixels agree.
+
+constexpr int kCharWidth = 6;
+constexpr int kCharHeight = 10;
+constexpr int kCharAscent = 8;
+// Rows of a glyph, bit 4 the leftmost column; rows 0..9 top to bottom.
+void glyphRows(unsigned char ch, unsigned char rows[kCharHeight]);
+
+struct Font {
+  int scale = 1;  // 1: the system font's size; 2: the large size
+  bool bold = false;
+
+  int advance() const { return kCharWidth * scale + (bold ? 1 : 0); }
+  int height() const { return kCharHeight * scale; }
+  int ascent() const { return kCharAscent * scale; }
+  int internalLeading() const { return scale; }  // the empty row above the capitals
+  LONG weight() const { return bold ? FW_BOLD : FW_NORMAL; }
+};
+constexpr int kLargeScale = 2;
+
+// The font mapper: the size nearest to the request and bold from FW_SEMIBOLD.
+Font fontFor(const LOGFONTA& lf);
+// The font a font handle stands for; the system font for anything else.
+Font fontOf(HGDIOBJ font);
+void fillTextMetrics(const Font& f, TEXTMETRICA* tm);
+
 struct Surface {
   int width = 0;
   int height = 0;
@@ -45,17 +76,11 @@ struct Painter {
   void fill(const RECT& r, COLORREF c) const;
   void frame(const RECT& r, COLORREF c) const;  // one-pixel outline
   void pixel(int x, int y, COLORREF c) const;
-  // The built-in font; bk null draws transparently.
-  void text(int x, int y, const char* s, int n, COLORREF fg, const COLORREF* bk) const;
+  // Text in one of the built-in fonts, each character in a cell of the
+  // font's advance and height; bk null draws transparently.
+  void text(int x, int y, const char* s, int n, COLORREF fg, const COLORREF* bk,
+            const Font& font = Font{}) const;
 };
-
-// ---- The built-in fixed font (font.cpp) ----
-
-constexpr int kCharWidth = 6;
-constexpr int kCharHeight = 10;
-constexpr int kCharAscent = 8;
-// Rows of a glyph, bit 4 the leftmost column; rows 0..9 top to bottom.
-void glyphRows(unsigned char ch, unsigned char rows[kCharHeight]);
 
 // ---- Objects and DCs (objects.cpp, dc.cpp) ----
 
@@ -93,6 +118,7 @@ struct GdiObject {
   COLORREF color = 0;
   int sysColor = -1;  // brushes of GetSysColorBrush follow the colour table
   RECT rect{};        // region
+  LOGFONTA logFont{};  // font: as created (the face name NUL-padded)
   std::unique_ptr<DeviceContext> dc;
 };
 

@@ -54,6 +54,45 @@ std::unique_ptr<GdiObject> makeObject(GdiKind kind, UINT style, COLORREF color, 
   return o;
 }
 
+// A face name ends at its first NUL, at most LF_FACESIZE - 1 characters on;
+// the rest of the field is NUL.
+void copyFaceName(CHAR (&to)[LF_FACESIZE], const char* from) {
+  size_t n = 0;
+  while (n < LF_FACESIZE - 1 && from[n]) ++n;
+  memset(to, 0, LF_FACESIZE);
+  memcpy(to, from, n);
+}
+
+// The stock fonts describe themselves with the system's face names, in the
+// layer's one size: a LOGFONTA read from one makes the same font again.
+LOGFONTA stockLogFont(int index) {
+  struct StockFont {
+    int index;
+    BYTE charSet;
+    BYTE pitchAndFamily;
+    const char* face;
+  };
+  constexpr StockFont kFonts[] = {
+      {OEM_FIXED_FONT, OEM_CHARSET, FIXED_PITCH | FF_MODERN, ""},
+      {ANSI_FIXED_FONT, ANSI_CHARSET, FIXED_PITCH | FF_MODERN, "Courier"},
+      {ANSI_VAR_FONT, ANSI_CHARSET, VARIABLE_PITCH | FF_SWISS, "MS Sans Serif"},
+      {SYSTEM_FONT, ANSI_CHARSET, VARIABLE_PITCH | FF_SWISS, "System"},
+      {DEVICE_DEFAULT_FONT, ANSI_CHARSET, VARIABLE_PITCH | FF_SWISS, "System"},
+      {SYSTEM_FIXED_FONT, ANSI_CHARSET, FIXED_PITCH | FF_MODERN, "Courier"},
+      {DEFAULT_GUI_FONT, ANSI_CHARSET, VARIABLE_PITCH | FF_SWISS, "MS Shell Dlg"},
+  };
+  LOGFONTA lf{};
+  lf.lfHeight = kCharHeight;
+  lf.lfWeight = FW_NORMAL;
+  for (const StockFont& f : kFonts) {
+    if (f.index != index) continue;
+    lf.lfCharSet = f.charSet;
+    lf.lfPitchAndFamily = f.pitchAndFamily;
+    copyFaceName(lf.lfFaceName, f.face);
+  }
+  return lf;
+}
+
 void makeStock() {
   GdiTable& t = gdi();
   if (t.ready) return;
@@ -85,7 +124,11 @@ void makeStock() {
       {DC_BRUSH, GdiKind::Brush, BS_SOLID, RGB(255, 255, 255)},
       {DC_PEN, GdiKind::Pen, PS_SOLID, RGB(0, 0, 0)},
   };
-  for (const StockDef& d : defs) t.stock[d.index] = addObject(makeObject(d.kind, d.style, d.color, true));
+  for (const StockDef& d : defs) {
+    auto o = makeObject(d.kind, d.style, d.color, true);
+    if (d.kind == GdiKind::Font) o->logFont = stockLogFont(d.index);
+    t.stock[d.index] = addObject(std::move(o));
+  }
 }
 
 void freeObject(HGDIOBJ h) {
@@ -216,6 +259,37 @@ HPEN WINAPI CreatePen(int iStyle, int cWidth, COLORREF color) {
   return static_cast<HPEN>(addObject(std::move(o)));
 }
 
+HFONT WINAPI CreateFontIndirectA(const LOGFONTA* lplf) {
+  if (!lplf) return NULL;
+  makeStock();
+  auto o = makeObject(GdiKind::Font, 0, 0, false);
+  o->logFont = *lplf;
+  copyFaceName(o->logFont.lfFaceName, lplf->lfFaceName);
+  return static_cast<HFONT>(addObject(std::move(o)));
+}
+
+HFONT WINAPI CreateFontA(int cHeight, int cWidth, int cEscapement, int cOrientation, int cWeight,
+                         DWORD bItalic, DWORD bUnderline, DWORD bStrikeOut, DWORD iCharSet,
+                         DWORD iOutPrecision, DWORD iClipPrecision, DWORD iQuality,
+                         DWORD iPitchAndFamily, LPCSTR pszFaceName) {
+  LOGFONTA lf{};
+  lf.lfHeight = cHeight;
+  lf.lfWidth = cWidth;
+  lf.lfEscapement = cEscapement;
+  lf.lfOrientation = cOrientation;
+  lf.lfWeight = cWeight;
+  lf.lfItalic = static_cast<BYTE>(bItalic);
+  lf.lfUnderline = static_cast<BYTE>(bUnderline);
+  lf.lfStrikeOut = static_cast<BYTE>(bStrikeOut);
+  lf.lfCharSet = static_cast<BYTE>(iCharSet);
+  lf.lfOutPrecision = static_cast<BYTE>(iOutPrecision);
+  lf.lfClipPrecision = static_cast<BYTE>(iClipPrecision);
+  lf.lfQuality = static_cast<BYTE>(iQuality);
+  lf.lfPitchAndFamily = static_cast<BYTE>(iPitchAndFamily);
+  if (pszFaceName) copyFaceName(lf.lfFaceName, pszFaceName);
+  return CreateFontIndirectA(&lf);
+}
+
 HGDIOBJ WINAPI GetStockObject(int i) {
   makeStock();
   if (i < 0 || i >= kStockCount) return NULL;
@@ -296,6 +370,14 @@ int WINAPI GetObjectA(HANDLE h, int c, LPVOID pv) {
     lp.lopnColor = o->color;
     memcpy(pv, &lp, sizeof lp);
     return sizeof lp;
+  }
+  if (o->kind == GdiKind::Font) {
+    // As much of the LOGFONTA as the buffer holds, as the system copies it.
+    if (!pv) return sizeof(LOGFONTA);
+    int n = c < static_cast<int>(sizeof(LOGFONTA)) ? c : static_cast<int>(sizeof(LOGFONTA));
+    if (n <= 0) return 0;
+    memcpy(pv, &o->logFont, static_cast<size_t>(n));
+    return n;
   }
   return 0;
 }

@@ -75,15 +75,22 @@ void Painter::pixel(int x, int y, COLORREF c) const {
   if (clip.contains(sx, sy)) surface->set(sx, sy, c);
 }
 
-void Painter::text(int x, int y, const char* s, int n, COLORREF fg, const COLORREF* bk) const {
+void Painter::text(int x, int y, const char* s, int n, COLORREF fg, const COLORREF* bk,
+                   const Font& font) const {
+  int advance = font.advance(), scale = font.scale;
+  // Bold is the glyph drawn twice, the second time one pixel to the right.
+  int width = scale + (font.bold ? 1 : 0);
   for (int i = 0; i < n; ++i) {
-    int cx = x + i * kCharWidth;
-    if (bk) fill(makeRect(cx, y, cx + kCharWidth, y + kCharHeight), *bk);
+    int cx = x + i * advance;
+    if (bk) fill(makeRect(cx, y, cx + advance, y + font.height()), *bk);
     unsigned char rows[kCharHeight];
     glyphRows(static_cast<unsigned char>(s[i]), rows);
     for (int row = 0; row < kCharHeight; ++row)
       for (int col = 0; col < 5; ++col)
-        if (rows[row] & (0x10 >> col)) pixel(cx + col, y + row, fg);
+        if (rows[row] & (0x10 >> col))
+          fill(makeRect(cx + col * scale, y + row * scale, cx + col * scale + width,
+                        y + (row + 1) * scale),
+               fg);
   }
 }
 

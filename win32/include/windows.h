@@ -1492,6 +1492,35 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define DC_BRUSH 18
 #define DC_PEN 19
 
+#define LF_FACESIZE 32
+#define FW_DONTCARE 0
+#define FW_THIN 100
+#define FW_EXTRALIGHT 200
+#define FW_LIGHT 300
+#define FW_NORMAL 400
+#define FW_REGULAR FW_NORMAL
+#define FW_MEDIUM 500
+#define FW_SEMIBOLD 600
+#define FW_BOLD 700
+#define FW_EXTRABOLD 800
+#define FW_HEAVY 900
+#define ANSI_CHARSET 0
+#define DEFAULT_CHARSET 1
+#define OEM_CHARSET 255
+#define OUT_DEFAULT_PRECIS 0
+#define CLIP_DEFAULT_PRECIS 0
+#define DEFAULT_QUALITY 0
+#define DEFAULT_PITCH 0
+#define FIXED_PITCH 1
+#define VARIABLE_PITCH 2
+#define FF_DONTCARE 0x00
+#define FF_ROMAN 0x10
+#define FF_SWISS 0x20
+#define FF_MODERN 0x30
+#define TMPF_FIXED_PITCH 0x01
+#define ETO_OPAQUE 0x0002
+#define ETO_CLIPPED 0x0004
+
 #define OBJ_PEN 1
 #define OBJ_BRUSH 2
 #define OBJ_DC 3
@@ -2193,6 +2222,16 @@ TUL_WIN32_API int WINAPI GetBkMode(HDC hdc);
 TUL_WIN32_API BOOL WINAPI TextOutA(HDC hdc, int x, int y, LPCSTR lpString, int c);
 TUL_WIN32_API BOOL WINAPI GetTextExtentPoint32A(HDC hdc, LPCSTR lpString, int c, LPSIZE psizl);
 TUL_WIN32_API BOOL WINAPI GetTextMetricsA(HDC hdc, LPTEXTMETRICA lptm);
+TUL_WIN32_API BOOL WINAPI GetTextExtentPointA(HDC hdc, LPCSTR lpString, int c, LPSIZE lpsz);
+TUL_WIN32_API BOOL WINAPI GetCharWidthA(HDC hdc, UINT iFirst, UINT iLast, LPINT lpBuffer);
+TUL_WIN32_API BOOL WINAPI ExtTextOutA(HDC hdc, int x, int y, UINT options, const RECT* lprect,
+                                      LPCSTR lpString, UINT c, const INT* lpDx);
+TUL_WIN32_API HFONT WINAPI CreateFontA(int cHeight, int cWidth, int cEscapement,
+                                       int cOrientation, int cWeight, DWORD bItalic,
+                                       DWORD bUnderline, DWORD bStrikeOut, DWORD iCharSet,
+                                       DWORD iOutPrecision, DWORD iClipPrecision,
+                                       DWORD iQuality, DWORD iPitchAndFamily, LPCSTR pszFaceName);
+TUL_WIN32_API HFONT WINAPI CreateFontIndirectA(const LOGFONTA* lplf);
 TUL_WIN32_API BOOL WINAPI Rectangle(HDC hdc, int left, int top, int right, int bottom);
 TUL_WIN32_API BOOL WINAPI Ellipse(HDC hdc, int left, int top, int right, int bottom);
 TUL_WIN32_API BOOL WINAPI MoveToEx(HDC hdc, int x, int y, LPPOINT lppt);
@@ -2252,6 +2291,12 @@ TUL_WIN32_API int WINAPI GetRgnBox(HRGN hrgn, LPRECT lprc);
 #define GetClassName GetClassNameA
 #define GetTextMetrics GetTextMetricsA
 #define GetTextExtentPoint32 GetTextExtentPoint32A
+#define GetTextExtentPoint GetTextExtentPointA
+#define GetCharWidth GetCharWidthA
+#define ExtTextOut ExtTextOutA
+#define CreateFont CreateFontA
+#define CreateFontIndirect CreateFontIndirectA
+#define LOGFONT LOGFONTA
 
 TUL_WIN32_EXTERN_C_END
 

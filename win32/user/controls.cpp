@@ -27,6 +27,20 @@ HBRUSH askParentForBrush(HWND hwnd, HDC dc, UINT message) {
   return reinterpret_cast<HBRUSH>(r);
 }
 
+// The font a control was given goes into each DC it paints with.
+void selectControlFont(HDC dc, const Window& w) {
+  if (w.ctl.font) SelectObject(dc, w.ctl.font);
+}
+
+// WM_SETFONT of the controls: the font is kept, not owned (its maker deletes
+// it), and drawn with from the next paint; a nonzero lParam repaints now.
+void setControlFont(HWND hwnd, WPARAM wp, LPARAM lp) {
+  Window* w = findWindow(hwnd);
+  if (!w) return;
+  w->ctl.font = reinterpret_cast<HFONT>(wp);
+  if (LOWORD(lp)) InvalidateRect(hwnd, nullptr, TRUE);
+}
+
 namespace {
 
 constexpr int kCheckBox = 13;  // side of a check box square, pixels
@@ -100,6 +114,7 @@ void paintButton(HWND hwnd) {
       askParentForBrush(hwnd, dc, isCheckType(type) ? WM_CTLCOLORSTATIC : WM_CTLCOLORBTN);
   if (!(w = findWindow(hwnd))) return;
   RECT r = clientRectOf(*w);
+  selectControlFont(dc, *w);
   SetBkMode(dc, TRANSPARENT);
   SetTextColor(dc, sysColor(COLOR_BTNTEXT));
   if (isCheckType(type)) {
@@ -204,6 +219,11 @@ LRESULT CALLBACK buttonProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     case BS_GROUPBOX: return DLGC_STATIC;
     default: return DLGC_BUTTON;
     }
+  case WM_SETFONT:
+    setControlFont(hwnd, wp, lp);
+    return 0;
+  case WM_GETFONT:
+    return reinterpret_cast<LRESULT>(w->ctl.font);
   case BM_SETSTYLE:
     w->style = (w->style & 0xFFFF0000) | LOWORD(wp);
     if (lp) InvalidateRect(hwnd, nullptr, TRUE);
@@ -250,6 +270,7 @@ LRESULT CALLBACK staticProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     if ((w = findWindow(hwnd)) != nullptr) {
       RECT r = clientRectOf(*w);
       FillRect(dc, &r, brush);
+      selectControlFont(dc, *w);
       SetBkMode(dc, TRANSPARENT);
       UINT align = (w->style & SS_CENTER) ? DT_CENTER : (w->style & SS_RIGHT) ? DT_RIGHT : DT_LEFT;
       DrawTextA(dc, w->text.c_str(), -1, &r, align);
@@ -261,6 +282,11 @@ LRESULT CALLBACK staticProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     return 1;
   case WM_GETDLGCODE:
     return DLGC_STATIC;
+  case WM_SETFONT:
+    setControlFont(hwnd, wp, lp);
+    return 0;
+  case WM_GETFONT:
+    return reinterpret_cast<LRESULT>(w->ctl.font);
   case WM_SETTEXT: {
     LRESULT r = DefWindowProcA(hwnd, msg, wp, lp);
     InvalidateRect(hwnd, nullptr, TRUE);
@@ -314,13 +340,14 @@ size_t lineOf(const std::vector<EditLine>& lines, DWORD pos) {
 }
 
 // Where the caret stands before character index pos, in client coordinates:
-// after the characters before it on its line. A place inside a line break is
-// the end of its line.
-POINT editCharPos(const std::vector<EditLine>& lines, DWORD pos) {
+// after the characters before it on its line, in the control's font (of
+// fixed pitch). A place inside a line break is the end of its line.
+POINT editCharPos(const Window& w, const std::vector<EditLine>& lines, DWORD pos) {
+  Font font = fontOf(w.ctl.font);
   size_t line = lineOf(lines, pos);
   DWORD column = std::min(pos - lines[line].start, lines[line].length);
-  return POINT{kEditMargin + static_cast<LONG>(column) * kCharWidth,
-               kEditMargin + static_cast<LONG>(line) * kCharHeight};
+  return POINT{kEditMargin + static_cast<LONG>(column) * font.advance(),
+               kEditMargin + static_cast<LONG>(line) * font.height()};
 }
 
 bool lineBreakAt(const std::string& t, DWORD pos) {
@@ -349,7 +376,7 @@ void placeCaret(HWND hwnd) {
   Window* w = findWindow(hwnd);
   if (!w || GetFocus() != hwnd) return;
   normaliseSelection(*w);
-  POINT at = editCharPos(editLines(*w), w->ctl.selEnd);
+  POINT at = editCharPos(*w, editLines(*w), w->ctl.selEnd);
   SetCaretPos(at.x, at.y);
 }
 
@@ -438,6 +465,8 @@ void paintEdit(HWND hwnd) {
   if (w) {
     RECT r = clientRectOf(*w);
     FillRect(dc, &r, brush);
+    selectControlFont(dc, *w);
+    LONG lineHeight = fontOf(w->ctl.font).height();
     std::string shown = (w->style & ES_PASSWORD) ? std::string(w->text.size(), '*') : w->text;
     SetBkMode(dc, TRANSPARENT);
     // Each line where editCharPos places its characters, clipped to the
@@ -445,9 +474,9 @@ void paintEdit(HWND hwnd) {
     LONG bottom = r.bottom - kEditMargin;
     std::vector<EditLine> lines = editLines(*w);
     for (size_t i = 0; i < lines.size(); ++i) {
-      POINT at = editCharPos(lines, lines[i].start);
+      POINT at = editCharPos(*w, lines, lines[i].start);
       if (at.y >= bottom) break;
-      RECT line = makeRect(at.x, at.y, r.right - kEditMargin, std::min(bottom, at.y + kCharHeight));
+      RECT line = makeRect(at.x, at.y, r.right - kEditMargin, std::min(bottom, at.y + lineHeight));
       DrawTextA(dc, shown.c_str() + lines[i].start, static_cast<int>(lines[i].length), &line,
                 DT_SINGLELINE);
     }
@@ -505,7 +534,7 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case EM_POSFROMCHAR: {
     // Past the last character there is no character to place: -1.
     if (wp >= w->text.size()) return -1;
-    POINT at = editCharPos(editLines(*w), static_cast<DWORD>(wp));
+    POINT at = editCharPos(*w, editLines(*w), static_cast<DWORD>(wp));
     return MAKELONG(at.x, at.y);
   }
   case EM_GETLINECOUNT:
@@ -550,9 +579,20 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case WM_LBUTTONDOWN:
     SetFocus(hwnd);
     return 0;
+  case WM_SETFONT:
+    setControlFont(hwnd, wp, lp);
+    // A caret shown meanwhile takes the new line height and place.
+    if (GetFocus() == hwnd && (w = findWindow(hwnd)) != nullptr) {
+      CreateCaret(hwnd, nullptr, 1, fontOf(w->ctl.font).height());
+      placeCaret(hwnd);
+      ShowCaret(hwnd);
+    }
+    return 0;
+  case WM_GETFONT:
+    return reinterpret_cast<LRESULT>(w->ctl.font);
   case WM_SETFOCUS:
     // The caret is the system's, one line high, while the control has the focus.
-    CreateCaret(hwnd, nullptr, 1, kCharHeight);
+    CreateCaret(hwnd, nullptr, 1, fontOf(w->ctl.font).height());
     placeCaret(hwnd);
     ShowCaret(hwnd);
     InvalidateRect(hwnd, nullptr, TRUE);

@@ -428,6 +428,7 @@ void paint(HWND hwnd) {
     RECT client;
     GetClientRect(hwnd, &client);
     FillRect(dc, &client, background);
+    if (Window* w = findWindow(hwnd)) selectControlFont(dc, *w);
     SetBkMode(dc, TRANSPARENT);
     COLORREF text = GetTextColor(dc);
     for (int i = s->top; i < count(*s); ++i) {
@@ -517,6 +518,18 @@ LRESULT selectionMessage(HWND hwnd, ListBoxState& s, UINT msg, WPARAM wp, LPARAM
   }
 }
 
+// The items take the height of the new font's cell, as LB_SETITEMHEIGHT
+// would set it, without repainting unless lParam asks.
+void setFont(HWND hwnd, ListBoxState& s, WPARAM wp, LPARAM lp) {
+  setControlFont(hwnd, wp, 0);
+  TEXTMETRICA tm;
+  fillTextMetrics(fontOf(reinterpret_cast<HGDIOBJ>(wp)), &tm);
+  s.itemHeight = static_cast<int>(tm.tmHeight);
+  s.top = std::clamp(s.top, 0, std::max(0, count(s) - pageSize(hwnd, s)));
+  updateScrollBar(hwnd, s);
+  if (LOWORD(lp)) InvalidateRect(hwnd, nullptr, TRUE);
+}
+
 LRESULT viewMessage(HWND hwnd, ListBoxState& s, UINT msg, WPARAM wp, LPARAM lp) {
   switch (msg) {
   case LB_GETITEMRECT:
@@ -554,6 +567,11 @@ LRESULT CALLBACK listBoxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case WM_PAINT: paint(hwnd); return 0;
   case WM_ERASEBKGND: return 1;  // WM_PAINT fills with the parent's brush
   case WM_GETDLGCODE: return DLGC_WANTARROWS | DLGC_WANTCHARS;
+  case WM_SETFONT: setFont(hwnd, *s, wp, lp); return 0;
+  case WM_GETFONT: {
+    Window* w = findWindow(hwnd);
+    return w ? reinterpret_cast<LRESULT>(w->ctl.font) : 0;
+  }
   case WM_KILLFOCUS:
     // A click whose button-up never came ends here, as if it had.
     onButtonUp(hwnd);

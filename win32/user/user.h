@@ -73,6 +73,7 @@ struct ControlState {
   ScrollBarInfo bar;  // a SCROLLBAR control's own bar
   bool isScrollBar = false;  // the SCROLLBAR procedure handled WM_CREATE
   HWND combo = nullptr;      // a combo box's list: the combo box it belongs to
+  HFONT font = nullptr;  // WM_SETFONT's, not owned: null draws with the system font
 };
 
 // What the default dialog procedure keeps for a window of a dialog class
@@ -309,6 +310,11 @@ void notifyParent(HWND hwnd, WORD code);
 // The parent's answer to WM_CTLCOLOR* `message` (DefWindowProcA's when it
 // answers 0); the colours it sets stay in `dc`.
 HBRUSH askParentForBrush(HWND hwnd, HDC dc, UINT message);
+// The font a control was given (WM_SETFONT), selected into dc; none keeps
+// the system font.
+void selectControlFont(HDC dc, const Window& w);
+// WM_SETFONT: keeps the font (not owned) and repaints when LOWORD(lp) asks.
+void setControlFont(HWND hwnd, WPARAM wp, LPARAM lp);
 
 // ---- The list box (listbox.cpp) ----
 

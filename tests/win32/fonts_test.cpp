@@ -1,0 +1,175 @@
+// Fonts: the mapper's choice of size and weight, and that what a DC reports
+// about its font (metrics, extents, widths) is what it draws -- the opaque
+// box of drawn text is its extent, bold is the glyph overstruck one pixel to
+// the right -- and that controls draw with the font they are given.
+#include "tests/win32/layer_test.h"
+
+#include <algorithm>
+
+namespace {
+
+using layertest::LayerTest;
+
+class Fonts : public LayerTest {};
+
+constexpr COLORREF kWhite = RGB(255, 255, 255);
+constexpr COLORREF kInk = RGB(255, 0, 0);
+constexpr COLORREF kPaper = RGB(0, 0, 255);
+
+HFONT makeFont(int height, int weight) {
+  return CreateFontA(height, 0, 0, 0, weight, 0, 0, 0, ANSI_CHARSET, 0, 0, 0, 0, "");
+}
+
+// The smallest rectangle holding every pixel of the client area that is not
+// white, or an empty one.
+RECT drawnBox(HWND h, COLORREF only = CLR_INVALID) {
+  RECT client, box = {10000, 10000, 0, 0};
+  GetClientRect(h, &client);
+  for (int y = 0; y < client.bottom; ++y)
+    for (int x = 0; x < client.right; ++x) {
+      COLORREF c = win32sim::pixel(h, x, y);
+      if (c == kWhite || (only != CLR_INVALID && c != only)) continue;
+      box = RECT{std::min<LONG>(box.left, x), std::min<LONG>(box.top, y),
+                 std::max<LONG>(box.right, x + 1), std::max<LONG>(box.bottom, y + 1)};
+    }
+  return box.right ? box : RECT{0, 0, 0, 0};
+}
+
+void clear(HWND h) {
+  HDC dc = GetDC(h);
+  RECT r;
+  GetClientRect(h, &r);
+  FillRect(dc, &r, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+  ReleaseDC(h, dc);
+}
+
+TEST_F(Fonts, RequestsMapToTheNearestSizeAndExtentsAreWhatIsDrawn) {
+  struct Case {
+    int height;
+    int weight;
+    LONG tmHeight;
+    LONG advance;
+  };
+  const Case cases[] = {
+      {0, FW_NORMAL, 10, 6},     {15, FW_DONTCARE, 10, 6}, {16, FW_NORMAL, 20, 12},
+      {-13, FW_NORMAL, 10, 6},   {-14, FW_NORMAL, 20, 12}, {-300, FW_NORMAL, 20, 12},
+      {-11, FW_MEDIUM, 10, 6},   {-11, FW_SEMIBOLD, 10, 7}, {40, FW_BOLD, 20, 13},
+  };
+  HWND h = layertest::createMain(WS_POPUP | WS_VISIBLE);
+  layertest::pumpAll();
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << "height " << c.height << " weight " << c.weight);
+    clear(h);
+    HFONT f = makeFont(c.height, c.weight);
+    HDC dc = GetDC(h);
+    SelectObject(dc, f);
+    TEXTMETRICA tm;
+    SIZE ext;
+    INT widths[3];
+    ASSERT_TRUE(GetTextMetricsA(dc, &tm));
+    ASSERT_TRUE(GetTextExtentPoint32A(dc, "Hg~", 3, &ext));
+    ASSERT_TRUE(GetCharWidthA(dc, 'a', 'c', widths));
+    EXPECT_EQ(tm.tmHeight, c.tmHeight);
+    EXPECT_EQ(tm.tmAveCharWidth, c.advance);
+    EXPECT_EQ(tm.tmWeight, c.weight >= FW_SEMIBOLD ? FW_BOLD : FW_NORMAL);
+    EXPECT_EQ(ext.cx, 3 * c.advance);
+    EXPECT_EQ(ext.cy, c.tmHeight);
+    EXPECT_EQ(widths[2], c.advance);
+    SetBkColor(dc, kPaper);
+    SetTextColor(dc, kInk);
+    TextOutA(dc, 7, 5, "Hg~", 3);
+    ReleaseDC(h, dc);
+    DeleteObject(f);
+    RECT box = drawnBox(h);
+    EXPECT_EQ(box.left, 7);
+    EXPECT_EQ(box.top, 5);
+    EXPECT_EQ(box.right, 7 + ext.cx);
+    EXPECT_EQ(box.bottom, 5 + ext.cy);
+  }
+  DestroyWindow(h);
+}
+
+TEST_F(Fonts, BoldIsTheGlyphOverstruckOnePixelToTheRight) {
+  HWND h = layertest::createMain(WS_POPUP | WS_VISIBLE);
+  layertest::pumpAll();
+  for (int height : {0, 20}) {
+    HFONT regular = makeFont(height, FW_NORMAL), bold = makeFont(height, FW_BOLD);
+    HDC dc = GetDC(h);
+    SetBkMode(dc, TRANSPARENT);
+    SelectObject(dc, regular);
+    TextOutA(dc, 0, 0, "W", 1);
+    SelectObject(dc, bold);
+    TextOutA(dc, 0, 40, "W", 1);
+    SelectObject(dc, GetStockObject(SYSTEM_FONT));
+    ReleaseDC(h, dc);
+    for (int y = 0; y < 40; ++y)
+      for (int x = 0; x < 20; ++x) {
+        bool ink = win32sim::pixel(h, x, y) != kWhite;
+        bool left = x > 0 && win32sim::pixel(h, x - 1, y) != kWhite;
+        ASSERT_EQ(win32sim::pixel(h, x, 40 + y) != kWhite, ink || left)
+            << "height " << height << " at " << x << "," << y;
+      }
+    DeleteObject(regular);
+    DeleteObject(bold);
+    clear(h);
+  }
+  DestroyWindow(h);
+}
+
+TEST_F(Fonts, DrawTextAndExtTextOutFollowTheFont) {
+  HWND h = layertest::createMain(WS_POPUP | WS_VISIBLE);
+  layertest::pumpAll();
+  HFONT big = makeFont(-20, FW_NORMAL);
+  HDC dc = GetDC(h);
+  SelectObject(dc, big);
+  RECT calc = {5, 5, 5, 5};
+  EXPECT_EQ(DrawTextA(dc, "ab\nwxyz", -1, &calc, DT_CALCRECT), 40);
+  EXPECT_EQ(calc.right, 5 + 4 * 12);
+  EXPECT_EQ(calc.bottom, 5 + 40);
+
+  // The opaque rectangle is filled, the text clipped to it, and each
+  // character stands where the caller's advances put it.
+  SetBkMode(dc, TRANSPARENT);
+  SetBkColor(dc, kPaper);
+  SetTextColor(dc, kInk);
+  RECT r = {10, 10, 60, 25};
+  const INT dx[] = {30, 30};
+  EXPECT_TRUE(ExtTextOutA(dc, 10, 10, ETO_OPAQUE | ETO_CLIPPED, &r, "II", 2, dx));
+  EXPECT_FALSE(ExtTextOutA(dc, 0, 0, 0, nullptr, nullptr, 1, nullptr));
+  SelectObject(dc, GetStockObject(SYSTEM_FONT));
+  ReleaseDC(h, dc);
+  DeleteObject(big);
+  RECT all = drawnBox(h), ink = drawnBox(h, kInk);
+  EXPECT_TRUE(EqualRect(&all, &r)) << all.left << "," << all.top << "-" << all.right << "," << all.bottom;
+  EXPECT_EQ(ink.bottom, 25) << "clipped at the rectangle";
+  EXPECT_GE(ink.right, 40) << "the second I drawn 30 pixels on";
+  EXPECT_LT(ink.left, 40);
+  DestroyWindow(h);
+}
+
+TEST_F(Fonts, ControlsDrawWithTheFontTheyAreGiven) {
+  HWND h = layertest::createMain(WS_POPUP | WS_VISIBLE);
+  HWND label = CreateWindowExA(0, "Static", "Tall", WS_CHILD | WS_VISIBLE, 0, 0, 200, 60, h,
+                               NULL, NULL, NULL);
+  layertest::pumpAll();
+  // The label's text, black on the button face its parent gives it.
+  const COLORREF text = RGB(0, 0, 0);
+  RECT small = drawnBox(h, text);
+  HFONT big = makeFont(-20, FW_BOLD);
+  EXPECT_EQ(SendMessageA(label, WM_SETFONT, reinterpret_cast<WPARAM>(big), TRUE), 0);
+  layertest::pumpAll();
+  RECT large = drawnBox(h, text);
+  EXPECT_EQ(large.bottom, 2 * small.bottom) << "the glyphs twice as tall";
+  EXPECT_GT(large.right, 2 * small.right);
+
+  // A font deleted while the control keeps it draws as no font at all.
+  DeleteObject(big);
+  InvalidateRect(label, NULL, TRUE);
+  layertest::pumpAll();
+  RECT after = drawnBox(h, text);
+  EXPECT_TRUE(EqualRect(&after, &small));
+  EXPECT_EQ(SendMessageA(label, WM_GETFONT, 0, 0), reinterpret_cast<LRESULT>(big));
+  DestroyWindow(h);
+}
+
+}  // namespace
