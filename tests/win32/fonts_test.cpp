@@ -147,6 +147,40 @@ TEST_F(Fonts, DrawTextAndExtTextOutFollowTheFont) {
   DestroyWindow(h);
 }
 
+// "&" marks the next character (underlined one pixel below the baseline),
+// "&&" is an ampersand, and DT_NOPREFIX shows the text as it is.
+TEST_F(Fonts, DrawTextShowsPrefixesAsUnderlines) {
+  struct Case {
+    const char* text;
+    UINT format;
+    LONG shownChars;
+    int underlined;  // the underlined character, -1 for none
+  };
+  const Case cases[] = {
+      {"&Add", 0, 3, 0},           {"Th&ird", 0, 5, 2},         {"A && B", 0, 5, -1},
+      {"&&&x", 0, 2, 1},           {"end&", 0, 3, -1},          {"&Add", DT_NOPREFIX, 4, -1},
+      {"&Add", DT_HIDEPREFIX, 3, -1},
+  };
+  HWND h = layertest::createMain(WS_POPUP | WS_VISIBLE);
+  layertest::pumpAll();
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    clear(h);
+    HDC dc = GetDC(h);
+    RECT r = {0, 0, 0, 0};
+    DrawTextA(dc, c.text, -1, &r, c.format | DT_CALCRECT);
+    EXPECT_EQ(r.right, c.shownChars * 6);
+    r = RECT{0, 0, 200, 20};
+    DrawTextA(dc, c.text, -1, &r, c.format | DT_SINGLELINE);
+    ReleaseDC(h, dc);
+    int inkAt = -1;  // the first inked cell of the underline row
+    for (int x = 0; x < 200 && inkAt < 0; ++x)
+      if (win32sim::pixel(h, x, 9) != kWhite) inkAt = x / 6;
+    EXPECT_EQ(inkAt, c.underlined);
+  }
+  DestroyWindow(h);
+}
+
 TEST_F(Fonts, ControlsDrawWithTheFontTheyAreGiven) {
   HWND h = layertest::createMain(WS_POPUP | WS_VISIBLE);
   HWND label = CreateWindowExA(0, "Static", "Tall", WS_CHILD | WS_VISIBLE, 0, 0, 200, 60, h,

@@ -605,7 +605,8 @@ void paintText(HDC dc, const ComboBoxState& s, const std::string& text, HBRUSH b
   if (highlight) SetTextColor(dc, sysColor(COLOR_HIGHLIGHTTEXT));
   SetBkMode(dc, TRANSPARENT);
   RECT textArea = makeRect(r.left + 1, r.top, r.right, r.bottom);
-  DrawTextA(dc, text.c_str(), static_cast<int>(text.size()), &textArea, DT_SINGLELINE | DT_VCENTER);
+  DrawTextA(dc, text.c_str(), static_cast<int>(text.size()), &textArea,
+            DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX);
   SetTextColor(dc, ink);
   if (highlight) DrawFocusRect(dc, &r);
 }

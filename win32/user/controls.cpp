@@ -102,6 +102,49 @@ void buttonClicked(HWND hwnd) {
   notifyParent(hwnd, BN_CLICKED);
 }
 
+// The classic check box: a sunken square, white inside, with a tick when
+// checked (grey for the third state).
+void drawCheckMark(HDC dc, RECT box, int check) {
+  auto band = [&](LONG l, LONG t, LONG r, LONG b, int color) {
+    RECT e = makeRect(l, t, r, b);
+    FillRect(dc, &e, systemColorBrush(color));
+  };
+  band(box.left, box.top, box.right - 1, box.top + 1, COLOR_BTNSHADOW);
+  band(box.left, box.top, box.left + 1, box.bottom - 1, COLOR_BTNSHADOW);
+  band(box.left + 1, box.top + 1, box.right - 2, box.top + 2, COLOR_3DDKSHADOW);
+  band(box.left + 1, box.top + 1, box.left + 2, box.bottom - 2, COLOR_3DDKSHADOW);
+  band(box.left, box.bottom - 1, box.right, box.bottom, COLOR_BTNHIGHLIGHT);
+  band(box.right - 1, box.top, box.right, box.bottom, COLOR_BTNHIGHLIGHT);
+  band(box.left + 1, box.bottom - 2, box.right - 1, box.bottom - 1, COLOR_3DLIGHT);
+  band(box.right - 2, box.top + 1, box.right - 1, box.bottom - 1, COLOR_3DLIGHT);
+  band(box.left + 2, box.top + 2, box.right - 2, box.bottom - 2,
+       check == BST_INDETERMINATE ? COLOR_BTNFACE : COLOR_WINDOW);
+  if (!check) return;
+  // The tick, 7 pixels wide: each column's top row, three pixels deep.
+  static const int kTickTop[7] = {2, 3, 4, 3, 2, 1, 0};
+  int ink = check == BST_CHECKED ? COLOR_WINDOWTEXT : COLOR_BTNSHADOW;
+  for (int i = 0; i < 7; ++i) {
+    LONG x = box.left + 3 + i, y = box.top + 3 + kTickTop[i];
+    band(x, y, x + 1, y + 3, ink);
+  }
+}
+
+// The classic radio button: a sunken circle, white inside, with a dot when
+// checked.
+void drawRadioMark(HDC dc, RECT box, int check) {
+  HGDIOBJ pen = SelectObject(dc, GetStockObject(NULL_PEN));
+  HGDIOBJ brush = SelectObject(dc, systemColorBrush(COLOR_BTNSHADOW));
+  Ellipse(dc, box.left, box.top, box.right, box.bottom);
+  SelectObject(dc, systemColorBrush(COLOR_WINDOW));
+  Ellipse(dc, box.left + 1, box.top + 1, box.right - 1, box.bottom - 1);
+  if (check) {
+    SelectObject(dc, systemColorBrush(COLOR_WINDOWTEXT));
+    Ellipse(dc, box.left + 4, box.top + 4, box.right - 3, box.bottom - 3);
+  }
+  SelectObject(dc, brush);
+  SelectObject(dc, pen);
+}
+
 void paintButton(HWND hwnd) {
   Window* w = findWindow(hwnd);
   if (!w) return;
@@ -121,12 +164,10 @@ void paintButton(HWND hwnd) {
     FillRect(dc, &r, background);
     RECT box = makeRect(0, (rectHeight(r) - kCheckBox) / 2, kCheckBox,
                         (rectHeight(r) - kCheckBox) / 2 + kCheckBox);
-    FillRect(dc, &box, systemColorBrush(COLOR_WINDOW));
-    FrameRect(dc, &box, systemColorBrush(COLOR_BTNSHADOW));
-    if (w->ctl.check) {
-      RECT mark = makeRect(box.left + 3, box.top + 3, box.right - 3, box.bottom - 3);
-      FillRect(dc, &mark, systemColorBrush(w->ctl.check == BST_CHECKED ? COLOR_WINDOWTEXT : COLOR_GRAYTEXT));
-    }
+    if (type == BS_RADIOBUTTON || type == BS_AUTORADIOBUTTON)
+      drawRadioMark(dc, box, w->ctl.check);
+    else
+      drawCheckMark(dc, box, w->ctl.check);
     RECT text = makeRect(kCheckBox + 4, 0, r.right, r.bottom);
     DrawTextA(dc, w->text.c_str(), -1, &text, DT_SINGLELINE | DT_VCENTER | DT_LEFT);
   } else {
@@ -273,6 +314,7 @@ LRESULT CALLBACK staticProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
       selectControlFont(dc, *w);
       SetBkMode(dc, TRANSPARENT);
       UINT align = (w->style & SS_CENTER) ? DT_CENTER : (w->style & SS_RIGHT) ? DT_RIGHT : DT_LEFT;
+      if (w->style & SS_NOPREFIX) align |= DT_NOPREFIX;
       DrawTextA(dc, w->text.c_str(), -1, &r, align);
     }
     EndPaint(hwnd, &ps);
@@ -478,7 +520,7 @@ void paintEdit(HWND hwnd) {
       if (at.y >= bottom) break;
       RECT line = makeRect(at.x, at.y, r.right - kEditMargin, std::min(bottom, at.y + lineHeight));
       DrawTextA(dc, shown.c_str() + lines[i].start, static_cast<int>(lines[i].length), &line,
-                DT_SINGLELINE);
+                DT_SINGLELINE | DT_NOPREFIX);
     }
   }
   EndPaint(hwnd, &ps);
