@@ -553,6 +553,16 @@ void queueInput(UINT message, WPARAM wp, LPARAM lp, HWND target, POINT screen) {
 void queueMouseInput(UINT message, WPARAM wp, POINT screen) {
   Queue& q = queue();
   q.cursor = screen;
+  // Moves coalesce: a move queued right after another one not yet taken
+  // replaces it, so the program sees only where the pointer went.
+  if (message == WM_MOUSEMOVE && !q.input.empty()) {
+    InputEvent& last = q.input.back();
+    if (last.message == WM_MOUSEMOVE && last.cursorMove && !last.routed) {
+      last.wParam = wp;
+      last.screen = screen;
+      return;
+    }
+  }
   InputEvent e{message, wp, 0, nullptr, screen};
   e.cursorMove = true;
   q.input.push_back(e);

@@ -1,7 +1,8 @@
 // The mouse through SendInput: what a window and its parent get, in order,
 // for a click on an inactive window, a click on the active one, a
 // double-click (the class has CS_DBLCLKS), a click on a child button,
-// right-clicks (the context menu's request goes up from a child) and a turn
+// a drag while the window holds the capture, right-clicks (the
+// context menu's request goes up from a child) and a turn
 // of the wheel. Repeats of a message in a row are printed once (the
 // system may set the cursor or report a move more than once).
 #include <windows.h>
@@ -11,6 +12,7 @@
 namespace {
 
 HWND g_main, g_other, g_button;
+bool g_capture;  // the main window takes the capture while a button is down
 char g_last[128];
 
 const char* nameOf(HWND hwnd) {
@@ -29,9 +31,19 @@ LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   switch (msg) {
   case WM_MOUSEACTIVATE: sprintf(text, "  %s MOUSEACTIVATE", nameOf(hwnd)); break;
   case WM_SETCURSOR: sprintf(text, "  %s SETCURSOR for %s", nameOf(hwnd), nameOf((HWND)wp)); break;
-  case WM_MOUSEMOVE: sprintf(text, "  %s MOUSEMOVE", nameOf(hwnd)); break;
-  case WM_LBUTTONDOWN: sprintf(text, "  %s LBUTTONDOWN %d,%d keys %d", nameOf(hwnd), x, y, (int)wp); break;
-  case WM_LBUTTONUP: sprintf(text, "  %s LBUTTONUP %d,%d keys %d", nameOf(hwnd), x, y, (int)wp); break;
+  case WM_MOUSEMOVE:
+    if (g_capture) sprintf(text, "  %s MOUSEMOVE %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
+    else sprintf(text, "  %s MOUSEMOVE", nameOf(hwnd));
+    break;
+  case WM_LBUTTONDOWN:
+    sprintf(text, "  %s LBUTTONDOWN %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
+    if (g_capture) SetCapture(hwnd);
+    break;
+  case WM_CAPTURECHANGED: sprintf(text, "  %s CAPTURECHANGED", nameOf(hwnd)); break;
+  case WM_LBUTTONUP:
+    sprintf(text, "  %s LBUTTONUP %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
+    if (g_capture) ReleaseCapture();
+    break;
   case WM_LBUTTONDBLCLK: sprintf(text, "  %s LBUTTONDBLCLK %d,%d", nameOf(hwnd), x, y); break;
   case WM_RBUTTONDOWN: sprintf(text, "  %s RBUTTONDOWN %d,%d keys %d", nameOf(hwnd), x, y, (int)wp); break;
   case WM_RBUTTONUP: sprintf(text, "  %s RBUTTONUP %d,%d keys %d", nameOf(hwnd), x, y, (int)wp); break;
@@ -95,6 +107,22 @@ void click(const char* what, HWND hwnd, int x, int y, int clicks,
   pump();
 }
 
+// A drag with the left button from one client point of hwnd to another,
+// in two moves; the window takes the capture at the press.
+void drag(const char* what, HWND hwnd, POINT from, POINT to) {
+  POINT a = from, m = {(from.x + to.x) / 2, (from.y + to.y) / 2}, b = to;
+  ClientToScreen(hwnd, &a);
+  ClientToScreen(hwnd, &m);
+  ClientToScreen(hwnd, &b);
+  INPUT in[5] = {mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, a.x, a.y), mouse(MOUSEEVENTF_LEFTDOWN),
+                 mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, m.x, m.y),
+                 mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, b.x, b.y), mouse(MOUSEEVENTF_LEFTUP)};
+  printf("-- %s\n", what);
+  g_last[0] = 0;
+  SendInput(5, in, sizeof(INPUT));
+  pump();
+}
+
 }  // namespace
 
 int main() {
@@ -123,6 +151,9 @@ int main() {
   click("a double-click", g_main, 60, 60, 2);
   Sleep(GetDoubleClickTime() + 50);
   click("a click on the button", g_button, 10, 10, 1);
+  g_capture = true;
+  drag("a drag across the main window, which takes the capture", g_main, POINT{20, 20}, POINT{120, 140});
+  g_capture = false;
   click("a right-click on the main window", g_main, 30, 40, 1, MOUSEEVENTF_RIGHTDOWN, MOUSEEVENTF_RIGHTUP);
   click("a right-click on the button", g_button, 5, 5, 1, MOUSEEVENTF_RIGHTDOWN, MOUSEEVENTF_RIGHTUP);
   SetFocus(g_main);
