@@ -262,9 +262,6 @@ typedef struct tagUPDATELAYEREDWINDOWINFO {
 /* Input injection */
 #define U(x) (x)
 
-/* Menus */
-#define TPM_RETURNCMD 0x0100L
-
 /* Processes, threads, memory, activation contexts */
 typedef struct _STARTUPINFOA {
   DWORD cb;

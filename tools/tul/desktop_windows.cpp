@@ -613,6 +613,12 @@ bool platformResize(HWND hwnd, int width, int height) {
 // The system reports a track position only inside its own tracking loop,
 // which only a real drag enters; the other codes are the bar's plain
 // messages.
+MenuChoice platformChooseMenu(HWND, const std::vector<std::string>&, std::string*) {
+  return MenuChoice::NotAvailable;
+}
+
+bool platformAnswerPopupMenu(const std::vector<std::string>*) { return false; }
+
 bool platformScroll(HWND hwnd, int bar, int code, int) {
   if (code == SB_THUMBTRACK || code == SB_THUMBPOSITION) return false;
   SendMessageA(hwnd, bar == SB_VERT ? WM_VSCROLL : WM_HSCROLL, static_cast<WPARAM>(code), 0);
