@@ -331,6 +331,7 @@ BOOL WINAPI PostMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
 LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
 #define SetWindowLongPtrW SetWindowLongW
 #include "gaps_msg.h"
+#include "gaps_menu.h"
 
 /* listbox.c: directory listings, the list box information query, input
  * injection. */

@@ -291,6 +291,8 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
   case WM_NCLBUTTONDOWN:
     return onNcLButtonDown(hWnd, wParam, lParam);
   case WM_CANCELMODE:
+    // A menu this window owns ends too.
+    if (menuLoopOwner() == hWnd) EndMenu();
     if (GetCapture() == hWnd) ReleaseCapture();
     return 0;
   case WM_PAINT: {

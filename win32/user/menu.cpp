@@ -73,6 +73,23 @@ void destroyMenuTree(HMENU hmenu) {
   for (HMENU s : subs) destroyMenuTree(s);
 }
 
+// How deep a tree of submenus may go, as the system limits it.
+constexpr int kMaxMenuDepth = 30;
+
+// The levels of hmenu's tree (1 for a menu without submenus).
+int menuDepth(HMENU hmenu, int depth = 0) {
+  const Menu* m = findMenu(hmenu);
+  if (!m || depth > kMaxMenuDepth) return depth;
+  int deepest = depth + 1;
+  for (const MenuItem& i : m->items)
+    if (i.submenu) deepest = std::max(deepest, menuDepth(i.submenu, depth + 1));
+  return deepest;
+}
+
+// Whether sub may go into an item of hmenu: not hmenu itself or one of
+// its parents (no cycles), and not too deep.
+bool fitsUnder(HMENU sub, HMENU hmenu);
+
 // Whether sub is hmenu or lies below it (an item may not hold its own parent).
 bool reaches(HMENU hmenu, HMENU sub, int depth = 0) {
   if (hmenu == sub) return true;
@@ -81,6 +98,10 @@ bool reaches(HMENU hmenu, HMENU sub, int depth = 0) {
   for (const MenuItem& i : m->items)
     if (i.submenu && reaches(i.submenu, sub, depth + 1)) return true;
   return false;
+}
+
+bool fitsUnder(HMENU sub, HMENU hmenu) {
+  return !reaches(sub, hmenu) && menuDepth(sub) < kMaxMenuDepth;
 }
 
 // An item by position, or by command searching submenus depth first: an
@@ -119,10 +140,12 @@ MenuItem* findItem(HMENU* hmenu, UINT* pos, UINT flags, int depth = 0) {
 }
 
 // InsertMenuA and ModifyMenuA's flags and data applied to an item.
+// MF_POPUP with a handle that is no menu makes a plain item of that command
+// (the error is set, the call succeeds), as the system does.
 bool setItemFromFlags(MenuItem& item, UINT flags, UINT_PTR id, LPCSTR data) {
   if ((flags & MF_POPUP) && !findMenu(reinterpret_cast<HMENU>(id))) {
     SetLastError(ERROR_INVALID_MENU_HANDLE);
-    return false;
+    flags &= ~static_cast<UINT>(MF_POPUP);
   }
   const bool stringItem = !(flags & (MF_BITMAP | MF_OWNERDRAW | MF_SEPARATOR));
   item.hasText = false;
@@ -191,7 +214,7 @@ bool setItemFromInfo(MenuItem& item, const MENUITEMINFOA& mii, HMENU owner) {
   if (mask & MIIM_SUBMENU) {
     if (mii.hSubMenu) {
       Menu* sub = findMenu(mii.hSubMenu);
-      if (!sub || reaches(mii.hSubMenu, owner)) {
+      if (!sub || !fitsUnder(mii.hSubMenu, owner)) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return false;
       }
@@ -265,6 +288,11 @@ bool getItemInfo(const MenuItem& item, MENUITEMINFOA* mii) {
   return true;
 }
 
+bool isSystemBitmap(HBITMAP b) {
+  const ULONG_PTR v = reinterpret_cast<ULONG_PTR>(b);
+  return v >= 1 && v <= 6;
+}
+
 bool insertItem(HMENU hmenu, UINT pos, bool byPosition, const MenuItem& item) {
   Menu* m = findMenu(hmenu);
   UINT at = static_cast<UINT>(m->items.size());
@@ -279,6 +307,9 @@ bool insertItem(HMENU hmenu, UINT pos, bool byPosition, const MenuItem& item) {
     }
     m = findMenu(hmenu);
   }
+  // The system's bitmaps (handles 1 to 6, the buttons of a maximised MDI
+  // child) stay at the bar's right end.
+  while (at > 0 && isSystemBitmap(m->items[at - 1].bitmap)) --at;
   m->items.insert(m->items.begin() + static_cast<std::ptrdiff_t>(at), item);
   if (m->focused != kNoItem && m->focused >= at) ++m->focused;
   return true;
@@ -295,6 +326,12 @@ BOOL removeItem(HMENU hmenu, UINT pos, UINT flags, bool destroy) {
   else if (m->focused != kNoItem && m->focused > pos) --m->focused;
   if (destroy && sub) destroyMenuTree(sub);
   return TRUE;
+}
+
+// Changing SC_TASKLIST by command succeeds though no menu has it: old
+// programs change it in their system menu, and the system lets them.
+BOOL pretendsTaskList(UINT id, UINT flags) {
+  return id == SC_TASKLIST && !(flags & MF_BYPOSITION) ? TRUE : FALSE;
 }
 
 // A menu bar changed: the client area is recalculated.
@@ -454,6 +491,12 @@ HMENU systemMenuOf(HWND hwnd) {
   if (it != sys.end() && findMenu(it->second)) return it->second;
   HMENU h = makeSystemMenu();
   sys[hwnd] = h;
+  // A class without a close box has no Close item (nor its separator).
+  Window* w = findWindow(hwnd);
+  if (w && (w->cls->style & CS_NOCLOSE)) {
+    Menu* m = findMenu(h);
+    m->items.resize(m->items.size() - 2);
+  }
   return h;
 }
 
@@ -581,6 +624,10 @@ LRESULT CALLBACK popupMenuProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     return 1;
   case WM_MOUSEACTIVATE:
     return MA_NOACTIVATE;
+  case MN_GETHMENU:
+    for (auto& [h, m] : menuTable().menus)
+      if (m.shown == hwnd) return reinterpret_cast<LRESULT>(h);
+    return 0;
   default:
     return DefWindowProcA(hwnd, msg, wp, lp);
   }
@@ -614,10 +661,9 @@ BOOL WINAPI AppendMenuA(HMENU hMenu, UINT uFlags, UINT_PTR uIDNewItem, LPCSTR lp
 BOOL WINAPI InsertMenuA(HMENU hMenu, UINT uPosition, UINT uFlags, UINT_PTR uIDNewItem,
                         LPCSTR lpNewItem) {
   if (!checkMenu(hMenu)) return FALSE;
-  if ((uFlags & MF_POPUP) && reaches(reinterpret_cast<HMENU>(uIDNewItem), hMenu)) {
-    SetLastError(ERROR_INVALID_PARAMETER);
+  if ((uFlags & MF_POPUP) && isMenu(reinterpret_cast<HMENU>(uIDNewItem)) &&
+      !fitsUnder(reinterpret_cast<HMENU>(uIDNewItem), hMenu))
     return FALSE;
-  }
   MenuItem item;
   if (!setItemFromFlags(item, uFlags & ~static_cast<UINT>(MF_BYPOSITION), uIDNewItem, lpNewItem))
     return FALSE;
@@ -634,8 +680,12 @@ BOOL WINAPI InsertMenuItemA(HMENU hmenu, UINT item, BOOL fByPosition, LPCMENUITE
 BOOL WINAPI ModifyMenuA(HMENU hMnu, UINT uPosition, UINT uFlags, UINT_PTR uIDNewItem,
                         LPCSTR lpNewItem) {
   if (!checkMenu(hMnu)) return FALSE;
+  const UINT wanted = uPosition;
   MenuItem* item = findItem(&hMnu, &uPosition, uFlags);
-  if (!item) return FALSE;
+  if (!item) return pretendsTaskList(wanted, uFlags);
+  if ((uFlags & MF_POPUP) && isMenu(reinterpret_cast<HMENU>(uIDNewItem)) &&
+      !fitsUnder(reinterpret_cast<HMENU>(uIDNewItem), hMnu))
+    return FALSE;
   return setItemFromFlags(*item, uFlags & ~static_cast<UINT>(MF_BYPOSITION), uIDNewItem, lpNewItem);
 }
 
@@ -705,7 +755,9 @@ BOOL WINAPI GetMenuItemInfoA(HMENU hmenu, UINT item, BOOL fByPosition, LPMENUITE
 BOOL WINAPI SetMenuItemInfoA(HMENU hmenu, UINT item, BOOL fByPositon, LPCMENUITEMINFOA lpmii) {
   if (!validItemInfoSize(lpmii)) return FALSE;
   HMENU owner = hmenu;
+  const UINT wanted = item;
   MenuItem* i = findItem(&owner, &item, fByPositon ? MF_BYPOSITION : MF_BYCOMMAND);
+  if (!i && pretendsTaskList(wanted, fByPositon ? MF_BYPOSITION : MF_BYCOMMAND)) return TRUE;
   if (!i) {
     SetLastError(ERROR_MENU_ITEM_NOT_FOUND);
     return FALSE;
@@ -763,18 +815,32 @@ BOOL WINAPI EnableMenuItem(HMENU hMenu, UINT uIDEnableItem, UINT uEnable) {
   return static_cast<BOOL>(was);
 }
 
+// An item that is not there is no failure (the system's answer).
 BOOL WINAPI HiliteMenuItem(HWND hWnd, HMENU hMenu, UINT uIDHiliteItem, UINT uHilite) {
+  if (!checkWindow(hWnd) || !checkMenu(hMenu)) return FALSE;
   MenuItem* i = findItem(&hMenu, &uIDHiliteItem, uHilite);
-  if (!i) return FALSE;
+  if (!i) return TRUE;
   if (uHilite & MF_HILITE) i->state |= MF_HILITE;
   else i->state &= ~static_cast<UINT>(MF_HILITE);
   redrawMenuBar(hWnd);
   return TRUE;
 }
 
+// A bar item from its window; a pop-up's item as laid out (empty before it
+// was ever shown) from the client area of the window given, or of the
+// pop-up's own window when none is given.
 BOOL WINAPI GetMenuItemRect(HWND hWnd, HMENU hMenu, UINT uItem, LPRECT lprcItem) {
   if (!lprcItem || !checkMenu(hMenu)) return FALSE;
-  return itemScreenRect(hWnd, hMenu, uItem, lprcItem) ? TRUE : FALSE;
+  const Window* owner = hWnd ? findWindow(hWnd) : nullptr;
+  if (owner && hasMenuBar(*owner) && reinterpret_cast<HMENU>(owner->id) == hMenu)
+    return itemScreenRect(hWnd, hMenu, uItem, lprcItem) ? TRUE : FALSE;
+  const Menu* m = findMenu(hMenu);
+  if (uItem >= m->items.size()) return FALSE;
+  Window* w = findWindow(hWnd ? hWnd : m->shown);
+  if (!w) return FALSE;
+  const POINT o = clientOriginOnScreen(*w);
+  *lprcItem = offsetRect(m->items[uItem].rect, o.x, o.y);
+  return TRUE;
 }
 
 int WINAPI MenuItemFromPoint(HWND hWnd, HMENU hMenu, POINT ptScreen) {
@@ -809,7 +875,8 @@ BOOL WINAPI DrawMenuBar(HWND hWnd) {
                       SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE | SWP_NOZORDER | SWP_FRAMECHANGED);
 }
 
-// The window's own copy of the system menu, made on first use; bRevert
+// The window's own copy of the system menu, made on first use (for a window
+// with WS_SYSMENU) and kept whatever the style becomes; bRevert
 // throws the copy away (the next call makes a fresh one) and answers NULL.
 HMENU WINAPI GetSystemMenu(HWND hWnd, BOOL bRevert) {
   Window* w = checkWindow(hWnd);
@@ -824,16 +891,20 @@ HMENU WINAPI GetSystemMenu(HWND hWnd, BOOL bRevert) {
     }
     return NULL;
   }
+  auto& sys = menuTable().systemMenus;
+  auto it = sys.find(hWnd);
+  if (it != sys.end() && findMenu(it->second)) return it->second;  // whatever the style now
   if (!(w->style & WS_SYSMENU)) return NULL;
   return systemMenuOf(hWnd);
 }
 
 BOOL WINAPI GetMenuInfo(HMENU hmenu, LPMENUINFO lpcmi) {
-  Menu* m = checkMenu(hmenu);
-  if (!m || !lpcmi || lpcmi->cbSize != sizeof(MENUINFO)) {
-    if (m) SetLastError(ERROR_INVALID_PARAMETER);
+  if (!lpcmi || lpcmi->cbSize != sizeof(MENUINFO)) {
+    SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
+  Menu* m = checkMenu(hmenu);
+  if (!m) return FALSE;
   if (lpcmi->fMask & MIM_STYLE) lpcmi->dwStyle = m->style;
   if (lpcmi->fMask & MIM_MAXHEIGHT) lpcmi->cyMax = m->cyMax;
   if (lpcmi->fMask & MIM_BACKGROUND) lpcmi->hbrBack = m->background;
@@ -863,33 +934,40 @@ BOOL WINAPI SetMenuInfo(HMENU hmenu, LPCMENUINFO lpcmi) {
   return TRUE;
 }
 
-// The bar (OBJID_MENU) of a window, or a shown pop-up (OBJID_CLIENT of a
-// "#32768" window); idItem 0 is the whole bar, 1.. an item.
+// The bar (OBJID_MENU) of a window, its system menu, or a shown pop-up
+// (OBJID_CLIENT of a "#32768" window); idItem 0 is the whole bar, 1.. an
+// item. The bar's rectangle runs from its first item's corner to as far
+// from the window's right edge; an empty bar has none.
 BOOL WINAPI GetMenuBarInfo(HWND hwnd, LONG idObject, LONG idItem, PMENUBARINFO pmbi) {
   Window* w = checkWindow(hwnd);
   if (!w) return FALSE;
-  if (!pmbi || pmbi->cbSize != sizeof(MENUBARINFO) || idItem < 0) {
+  HMENU hmenu = nullptr;
+  if (idObject == OBJID_MENU) {
+    hmenu = hasMenuBar(*w) ? reinterpret_cast<HMENU>(w->id) : nullptr;
+  } else if (idObject == OBJID_SYSMENU) {
+    hmenu = (w->style & WS_SYSMENU) ? systemMenuOf(hwnd) : nullptr;
+  } else if (idObject == OBJID_CLIENT) {
+    for (auto& [h, m] : menuTable().menus)
+      if (m.shown == hwnd) hmenu = h;
+    if (!hmenu) SetLastError(ERROR_INVALID_MENU_HANDLE);
+  }
+  if (!hmenu) return FALSE;
+  if (!pmbi || pmbi->cbSize != sizeof(MENUBARINFO)) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
-  HMENU hmenu = nullptr;
-  if (idObject == OBJID_MENU) hmenu = hasMenuBar(*w) ? reinterpret_cast<HMENU>(w->id) : nullptr;
-  else if (idObject == OBJID_SYSMENU) hmenu = (w->style & WS_SYSMENU) ? systemMenuOf(hwnd) : nullptr;
-  else if (idObject == OBJID_CLIENT)
-    for (auto& [h, m] : menuTable().menus)
-      if (m.shown == hwnd) hmenu = h;
-  if (!hmenu) return FALSE;
-  Menu* m = findMenu(hmenu);
-  if (static_cast<size_t>(idItem) > m->items.size()) return FALSE;
+  const Menu* m = findMenu(hmenu);
+  if (idItem < 0 || static_cast<size_t>(idItem) > m->items.size()) return FALSE;
   RECT r{};
-  if (idItem == 0 && idObject == OBJID_MENU) {
+  if (idItem > 0) {
+    if (!itemScreenRect(hwnd, hmenu, static_cast<UINT>(idItem - 1), &r)) r = RECT{};
+  } else if (m->shown) {
+    r = windowRectOnScreen(*findWindow(m->shown));
+  } else if (!m->items.empty() && itemScreenRect(hwnd, hmenu, 0, &r)) {
     const RECT win = windowRectOnScreen(*w);
-    r = offsetRect(menuBarRect(*w), win.left, win.top);
-  } else if (idItem == 0) {
-    r = windowRectOnScreen(*findWindow(hwnd));
-  } else if (!itemScreenRect(hwnd, hmenu, static_cast<UINT>(idItem - 1), &r)) {
-    r = RECT{};
+    r.right = win.right - (r.left - win.left);
   }
+  m = findMenu(hmenu);
   pmbi->rcBar = r;
   pmbi->hMenu = hmenu;
   pmbi->hwndMenu = nullptr;

@@ -193,6 +193,9 @@ HMENU showSubPopup(Tracker& t, HMENU hmenu, bool selectFirst) {
   const UINT pos = m->focused;
   if (!(m->items[pos].type & MF_POPUP) || isDisabled(m->items[pos])) return hmenu;
   const HMENU sub = m->items[pos].submenu;
+  // A submenu destroyed while its item holds it: the loop, finding no menu
+  // to work in, ends (as Wine's does).
+  if (!findMenu(sub)) return sub;
   const bool sys = m->sysMenu;
   if (sys) initSystemPopup(t.owner, sub);
   if (notifies(t))
@@ -356,7 +359,7 @@ void keyLeftRight(Tracker& t, int step) {
     t.current = parent;
     return;
   }
-  if (step > 0 && t.current != t.top) {
+  if (step > 0 && !isBar(t, t.current)) {
     const Menu* m = findMenu(t.current);
     if (m && m->focused < m->items.size() && (m->items[m->focused].type & MF_POPUP)) {
       t.current = showSubPopup(t, t.current, true);
@@ -697,6 +700,7 @@ BOOL WINAPI TrackPopupMenuEx(HMENU hMenu, UINT uFlags, int x, int y, HWND hwnd, 
     result = trackMenu(t, false, false);
   }
   exitTracking(t);
+  SetLastError(ERROR_SUCCESS);
   if (!shown) {
     if (Menu* again = findMenu(hMenu); again && again->shown) hidePopupWindow(hMenu);
     if (notifies(t) && findWindow(hwnd))
