@@ -285,7 +285,8 @@ int itemNamed(HMENU hmenu, const std::string& text) {
 }
 
 bool itemDisabled(HMENU hmenu, int pos) {
-  return (GetMenuState(hmenu, static_cast<UINT>(pos), MF_BYPOSITION) & (MF_GRAYED | MF_DISABLED)) != 0;
+  const UINT state = GetMenuState(hmenu, static_cast<UINT>(pos), MF_BYPOSITION);
+  return (state & (MF_GRAYED | MF_DISABLED)) != 0;
 }
 
 INPUT mouseInput(DWORD flags, POINT screen = POINT{}, DWORD data = 0);

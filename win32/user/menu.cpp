@@ -273,10 +273,13 @@ bool getItemInfo(const MenuItem& item, MENUITEMINFOA* mii) {
       mii->cch = 0;
     }
   }
-  if ((mii->fMask & MIIM_STRING) || ((mii->fMask & MIIM_TYPE) && !(mii->fType & (MFT_BITMAP | MFT_OWNERDRAW | MFT_SEPARATOR))))
+  const bool typeWithText =
+      (mii->fMask & MIIM_TYPE) && !(mii->fType & (MFT_BITMAP | MFT_OWNERDRAW | MFT_SEPARATOR));
+  if ((mii->fMask & MIIM_STRING) || typeWithText)
     copyItemText(item, mii);
   if (mii->fMask & MIIM_FTYPE) mii->fType = item.type & kTypeMask;
-  if ((mii->fMask & MIIM_BITMAP) && mii->cbSize == sizeof(MENUITEMINFOA)) mii->hbmpItem = item.bitmap;
+  if ((mii->fMask & MIIM_BITMAP) && mii->cbSize == sizeof(MENUITEMINFOA))
+    mii->hbmpItem = item.bitmap;
   if (mii->fMask & MIIM_STATE) mii->fState = item.state & kStateMask;
   if (mii->fMask & MIIM_ID) mii->wID = item.id;
   mii->hSubMenu = (mii->fMask & MIIM_SUBMENU) ? item.submenu : nullptr;
@@ -359,7 +362,8 @@ void drawLabel(const Painter& p, int x, int y, const MenuLabel& label, COLORREF 
 }
 
 // The item's text in its colours: grayed text is etched unless selected.
-void drawItemText(const Painter& p, int x, int y, const MenuLabel& label, bool grayed, bool hilite) {
+void drawItemText(const Painter& p, int x, int y, const MenuLabel& label, bool grayed,
+                  bool hilite) {
   if (!grayed) {
     drawLabel(p, x, y, label, sysColor(hilite ? COLOR_HIGHLIGHTTEXT : COLOR_MENUTEXT));
     return;
@@ -407,7 +411,8 @@ void drawPopupItem(const Painter& p, const Menu& m, const MenuItem& item) {
   if (!label.shortcut.empty()) {
     MenuLabel shortcut = menuLabel(label.shortcut);
     shortcut.mnemonic = -1;
-    drawItemText(p, r.right - kArrowColumn - textWidth(shortcut.shown), y, shortcut, grayed, hilite);
+    const int x = r.right - kArrowColumn - textWidth(shortcut.shown);
+    drawItemText(p, x, y, shortcut, grayed, hilite);
   }
   if (item.submenu) drawArrow(p, r, ink);
 }
@@ -972,7 +977,8 @@ BOOL WINAPI GetMenuBarInfo(HWND hwnd, LONG idObject, LONG idItem, PMENUBARINFO p
   pmbi->hMenu = hmenu;
   pmbi->hwndMenu = nullptr;
   for (const MenuItem& i : m->items)
-    if ((i.state & MF_MOUSESELECT) && findMenu(i.submenu)) pmbi->hwndMenu = findMenu(i.submenu)->shown;
+    if ((i.state & MF_MOUSESELECT) && findMenu(i.submenu))
+      pmbi->hwndMenu = findMenu(i.submenu)->shown;
   pmbi->fBarFocused = 0;
   pmbi->fFocused = 0;
   if (menuLoopOwner() == hwnd) pmbi->fBarFocused = -1;  // a one-bit BOOL's TRUE

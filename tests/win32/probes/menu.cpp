@@ -196,7 +196,8 @@ void answers() {
   int n = GetMenuStringA(g_bar, 101, text, 5, MF_BYCOMMAND);
   int length = GetMenuStringA(g_bar, 101, NULL, 0, MF_BYCOMMAND);
   int whole = GetMenuStringA(g_bar, 101, text, sizeof text, MF_BYCOMMAND);
-  printf("GetMenuStringA(101) into 5 chars %d, length %d, whole %d \"%s\"\n", n, length, whole, text);
+  printf("GetMenuStringA(101) into 5 chars %d, length %d, whole %d \"%s\"\n", n, length, whole,
+         text);
   int unchecked = (int)CheckMenuItem(g_bar, 102, MF_UNCHECKED);
   int checked = (int)CheckMenuItem(g_bar, 102, MF_CHECKED);
   printf("CheckMenuItem %d then %d\n", unchecked, checked);
@@ -207,7 +208,8 @@ void answers() {
   printf("GetMenuItemID of Recent %d, of Exit %d\n", (int)GetMenuItemID(g_file, 3),
          (int)GetMenuItemID(g_file, 4));
   BOOL radio = CheckMenuRadioItem(g_edit, 0, 1, 1, MF_BYPOSITION);
-  printf("CheckMenuRadioItem %d, state of Copy %#x\n", radio, GetMenuState(g_edit, 1, MF_BYPOSITION));
+  UINT copy = GetMenuState(g_edit, 1, MF_BYPOSITION);
+  printf("CheckMenuRadioItem %d, state of Copy %#x\n", radio, copy);
   MENUITEMINFOA mii;
   memset(&mii, 0, sizeof mii);
   mii.cbSize = sizeof mii;
