@@ -371,6 +371,14 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
     // Unhandled, the wheel goes up to the parent.
     if ((w->style & WS_CHILD) && w->parent) return sendMessage(w->parent, Msg, wParam, lParam);
     return 0;
+  case WM_RBUTTONUP: {
+    // Releasing the right button asks the window for its context menu, at
+    // the point in screen coordinates.
+    POINT pt = {static_cast<SHORT>(LOWORD(lParam)), static_cast<SHORT>(HIWORD(lParam))};
+    ClientToScreen(hWnd, &pt);
+    sendMessage(hWnd, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(hWnd), MAKELPARAM(pt.x, pt.y));
+    return 0;
+  }
   case WM_CONTEXTMENU:
   case kAppCommand:
     // A child passes these up to its parent.

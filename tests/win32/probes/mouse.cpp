@@ -1,7 +1,8 @@
 // The mouse through SendInput: what a window and its parent get, in order,
 // for a click on an inactive window, a click on the active one, a
-// double-click (the class has CS_DBLCLKS), a click on a child button and a
-// turn of the wheel. Repeats of a message in a row are printed once (the
+// double-click (the class has CS_DBLCLKS), a click on a child button,
+// right-clicks (the context menu's request goes up from a child) and a turn
+// of the wheel. Repeats of a message in a row are printed once (the
 // system may set the cursor or report a move more than once).
 #include <windows.h>
 #include <stdio.h>
@@ -32,6 +33,11 @@ LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case WM_LBUTTONDOWN: sprintf(text, "  %s LBUTTONDOWN %d,%d keys %d", nameOf(hwnd), x, y, (int)wp); break;
   case WM_LBUTTONUP: sprintf(text, "  %s LBUTTONUP %d,%d keys %d", nameOf(hwnd), x, y, (int)wp); break;
   case WM_LBUTTONDBLCLK: sprintf(text, "  %s LBUTTONDBLCLK %d,%d", nameOf(hwnd), x, y); break;
+  case WM_RBUTTONDOWN: sprintf(text, "  %s RBUTTONDOWN %d,%d keys %d", nameOf(hwnd), x, y, (int)wp); break;
+  case WM_RBUTTONUP: sprintf(text, "  %s RBUTTONUP %d,%d keys %d", nameOf(hwnd), x, y, (int)wp); break;
+  case WM_CONTEXTMENU:
+    sprintf(text, "  %s CONTEXTMENU from %s at %d,%d", nameOf(hwnd), nameOf((HWND)wp), x, y);
+    break;
   case WM_PARENTNOTIFY:
     if (LOWORD(wp) < WM_MOUSEFIRST) break;  // a child made or destroyed
     sprintf(text, "  %s PARENTNOTIFY %#x at %d,%d", nameOf(hwnd), LOWORD(wp), x, y);
@@ -70,16 +76,18 @@ INPUT mouse(DWORD flags, int x = 0, int y = 0, DWORD data = 0) {
   return in;
 }
 
-// A click (or two) at a client point of hwnd.
-void click(const char* what, HWND hwnd, int x, int y, int clicks) {
+// A click (or two) at a client point of hwnd, with the left button or,
+// given its flags, another.
+void click(const char* what, HWND hwnd, int x, int y, int clicks,
+           DWORD down = MOUSEEVENTF_LEFTDOWN, DWORD up = MOUSEEVENTF_LEFTUP) {
   POINT p = {x, y};
   ClientToScreen(hwnd, &p);
   INPUT in[5];
   int n = 0;
   in[n++] = mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, p.x, p.y);
   for (int i = 0; i < clicks; ++i) {
-    in[n++] = mouse(MOUSEEVENTF_LEFTDOWN);
-    in[n++] = mouse(MOUSEEVENTF_LEFTUP);
+    in[n++] = mouse(down);
+    in[n++] = mouse(up);
   }
   printf("-- %s\n", what);
   g_last[0] = 0;
@@ -115,6 +123,8 @@ int main() {
   click("a double-click", g_main, 60, 60, 2);
   Sleep(GetDoubleClickTime() + 50);
   click("a click on the button", g_button, 10, 10, 1);
+  click("a right-click on the main window", g_main, 30, 40, 1, MOUSEEVENTF_RIGHTDOWN, MOUSEEVENTF_RIGHTUP);
+  click("a right-click on the button", g_button, 5, 5, 1, MOUSEEVENTF_RIGHTDOWN, MOUSEEVENTF_RIGHTUP);
   SetFocus(g_main);
   printf("-- the wheel turned one notch towards the user\n");
   g_last[0] = 0;
