@@ -99,4 +99,18 @@ TEST_F(Menus, AMenuLeftAloneIsDismissedOnceNothingCanArrive) {
   DestroyMenu(context);
 }
 
+TEST_F(Menus, AMenuWhoseOwnerIsDestroyedCanBeTrackedAgain) {
+  HMENU context = CreatePopupMenu();
+  AppendMenuA(context, MF_STRING, 1, "One");
+  win32sim::setIdleHook([&] { DestroyWindow(main_); });
+  EXPECT_EQ(TrackPopupMenu(context, TPM_RETURNCMD, 50, 50, 0, main_, NULL), 0);
+  EXPECT_FALSE(IsWindow(main_));
+  main_ = layertest::createMain();
+  win32sim::setIdleHook([] { EndMenu(); });
+  SetLastError(0xdeadbeef);
+  EXPECT_EQ(TrackPopupMenu(context, TPM_RETURNCMD, 50, 50, 0, main_, NULL), 0);
+  EXPECT_EQ(GetLastError(), 0u) << "the first menu no longer counts as shown";
+  DestroyMenu(context);
+}
+
 }  // namespace

@@ -477,6 +477,19 @@ void dropMessage(const MSG& msg) {
   PeekMessageA(&gone, nullptr, msg.message, msg.message, PM_REMOVE);
 }
 
+// The menus left open when the owner went: their windows and selections
+// go silently (there is no one to tell).
+void forgetOpenMenus(HMENU hmenu, int depth = 0) {
+  Menu* m = findMenu(hmenu);
+  if (!m || depth > 64) return;
+  HMENU sub = openSubmenu(hmenu);
+  for (MenuItem& item : m->items) item.state &= ~static_cast<UINT>(MF_HILITE | MF_MOUSESELECT);
+  m->focused = kNoItem;
+  m->timeToHide = false;
+  hidePopupWindow(hmenu);
+  forgetOpenMenus(sub, depth + 1);
+}
+
 // Reads and answers input until the menu ends; answers the command chosen
 // (0 for none).
 int trackMenu(Tracker& t, bool startsWithPress, bool endAtOnce) {
@@ -542,7 +555,7 @@ int trackMenu(Tracker& t, bool startsWithPress, bool endAtOnce) {
     selectItem(t.owner, t.top, kNoItem, false, nullptr);
     sendMessage(t.owner, WM_MENUSELECT, MAKEWPARAM(0, 0xFFFF), 0);
   }
-  if (Menu* top = findMenu(t.top)) top->timeToHide = false;
+  forgetOpenMenus(t.top);
   return executed < 0 ? 0 : executed;
 }
 
@@ -679,7 +692,7 @@ BOOL WINAPI TrackPopupMenuEx(HMENU hMenu, UINT uFlags, int x, int y, HWND hwnd, 
     return FALSE;
   }
   if (!checkWindow(hwnd)) return FALSE;
-  if (m->shown || (activeTracker() && !(uFlags & TPM_RECURSE))) {
+  if ((m->shown && findWindow(m->shown)) || (activeTracker() && !(uFlags & TPM_RECURSE))) {
     SetLastError(ERROR_POPUP_ALREADY_ACTIVE);
     return FALSE;
   }
