@@ -185,6 +185,24 @@ void simulatedUserLooks(const Tracker& t, HMENU shown) {
   simulatedUserSeesMenu(t.owner, shown, t.popupMode && shown == t.top);
 }
 
+// Where the submenu of hmenu's item at pos opens: to the right of a
+// pop-up's item (its first item level with it), under a bar item, and for
+// the system menu below the caption's corner.
+POINT subPopupCorner(const Tracker& t, HMENU hmenu, UINT pos) {
+  const Menu* m = findMenu(hmenu);
+  RECT r{};
+  if (m && m->shown && itemScreenRect(t.owner, hmenu, pos, &r)) {
+    RECT win;
+    GetWindowRect(m->shown, &win);
+    return POINT{win.right - kPopupFrame, r.top - kPopupFrame};
+  }
+  if (itemScreenRect(t.owner, hmenu, pos, &r)) return POINT{r.left, r.bottom};
+  RECT win{};
+  GetWindowRect(t.owner, &win);
+  return POINT{win.left + systemMetric(SM_CXFRAME),
+               win.top + systemMetric(SM_CYFRAME) + systemMetric(SM_CYCAPTION)};
+}
+
 // Opens the submenu of hmenu's selected item (with its first item selected
 // when asked); answers the menu the keyboard now works in.
 HMENU showSubPopup(Tracker& t, HMENU hmenu, bool selectFirst) {
@@ -203,28 +221,12 @@ HMENU showSubPopup(Tracker& t, HMENU hmenu, bool selectFirst) {
   if (!(m = findMenu(hmenu)) || pos >= m->items.size() || m->items[pos].submenu != sub ||
       !findMenu(sub))
     return hmenu;
-  MenuItem& item = m->items[pos];
-  item.state |= MF_HILITE | MF_MOUSESELECT;
-  RECT r{};
-  int x = 0, y = 0;
-  const bool nested = m->shown != nullptr;
-  if (nested && itemScreenRect(t.owner, hmenu, pos, &r)) {
-    RECT win;
-    GetWindowRect(m->shown, &win);
-    x = win.right - kPopupFrame;
-    y = r.top - kPopupFrame;
-  } else if (itemScreenRect(t.owner, hmenu, pos, &r)) {
-    x = r.left;
-    y = r.bottom;
-  } else {
-    RECT win{};
-    GetWindowRect(t.owner, &win);  // the system menu opens below the caption's corner
-    x = win.left + systemMetric(SM_CXFRAME);
-    y = win.top + systemMetric(SM_CYFRAME) + systemMetric(SM_CYCAPTION);
-  }
-  if (!showPopup(t.owner, sub, x, y, t.flags & ~(TPM_CENTERALIGN | TPM_RIGHTALIGN |
-                                                   TPM_VCENTERALIGN | TPM_BOTTOMALIGN),
-                 nested ? &r : nullptr))
+  m->items[pos].state |= MF_HILITE | MF_MOUSESELECT;
+  RECT item{};
+  const bool nested = m->shown != nullptr && itemScreenRect(t.owner, hmenu, pos, &item);
+  const POINT at = subPopupCorner(t, hmenu, pos);
+  const UINT aligned = TPM_CENTERALIGN | TPM_RIGHTALIGN | TPM_VCENTERALIGN | TPM_BOTTOMALIGN;
+  if (!showPopup(t.owner, sub, at.x, at.y, t.flags & ~aligned, nested ? &item : nullptr))
     return hmenu;
   if (selectFirst) moveSelection(t.owner, sub, 1);
   simulatedUserLooks(t, sub);
@@ -490,58 +492,31 @@ void forgetOpenMenus(HMENU hmenu, int depth = 0) {
   forgetOpenMenus(sub, depth + 1);
 }
 
-// Reads and answers input until the menu ends; answers the command chosen
-// (0 for none).
-int trackMenu(Tracker& t, bool startsWithPress, bool endAtOnce) {
-  int executed = -1;
-  bool end = endAtOnce;
-  if (startsWithPress && !end) end = !buttonDown(t, menuAtPoint(t, t.top, t.pt));
-  SetCapture(t.owner);
-  bool idleSent = false;
-  while (!end) {
-    if (!findWindow(t.owner) || !findMenu(t.top) || !findMenu(t.current)) break;
-    MSG msg;
-    if (!nextMessage(t, &msg, &idleSent)) break;
-    if (msg.message == WM_QUIT) break;
-    if (msg.message == WM_CANCELMODE) {
-      dropMessage(msg);
-      break;
-    }
-    t.pt = msg.pt;
-    idleSent = false;
-    bool remove = false;
-    if (msg.message >= WM_MOUSEFIRST && msg.message <= WM_MOUSELAST) {
-      HMENU under = menuAtPoint(t, t.top, t.pt);
-      if (isButtonDown(t, msg.message)) {
-        remove = buttonDown(t, under);
-        end = !remove;
-      } else if (isButtonUp(t, msg.message)) {
-        if (under) {
-          executed = buttonUp(t, under);
-          end = remove = executed != -1;
-        } else {
-          end = !t.popupMode;
-        }
-      } else if (msg.message == WM_MOUSEMOVE && under) {
-        mouseMove(t, under);
-      }
-    } else if (msg.message >= WM_KEYFIRST && msg.message <= WM_KEYLAST) {
-      remove = true;
-      dropMessage(msg);
-      if (msg.message == WM_KEYDOWN || msg.message == WM_SYSKEYDOWN)
-        end = onKeyDown(t, msg) == Step::End;
-      else if (msg.message == WM_CHAR || msg.message == WM_SYSCHAR)
-        end = onChar(t, msg, &executed) == Step::End;
-      continue;
-    } else {
-      dropMessage(msg);
-      DispatchMessageA(&msg);
-      continue;
-    }
-    if (!end) remove = true;
-    if (remove) dropMessage(msg);
+// A mouse message: whether the menu ends, and (*leave) whether the message
+// stays queued for its window (a press, or a bar menu's release, outside
+// every menu, which ends it).
+Step onMouse(Tracker& t, const MSG& msg, int* executed, bool* leave) {
+  *leave = false;
+  HMENU under = menuAtPoint(t, t.top, t.pt);
+  if (isButtonDown(t, msg.message)) {
+    *leave = !buttonDown(t, under);
+    return *leave ? Step::End : Step::Go;
   }
-  if (GetCapture() == t.owner) ReleaseCapture();
+  if (isButtonUp(t, msg.message)) {
+    if (!under) {
+      *leave = !t.popupMode;
+      return *leave ? Step::End : Step::Go;
+    }
+    *executed = buttonUp(t, under);
+    return *executed != -1 ? Step::End : Step::Go;
+  }
+  if (msg.message == WM_MOUSEMOVE && under) mouseMove(t, under);
+  return Step::Go;
+}
+
+// The pop-ups still open close, deepest first, and the owner hears the
+// selection go (WM_MENUSELECT with 0xFFFF).
+void closeMenus(Tracker& t) {
   if (findMenu(t.top) && findWindow(t.owner)) {
     hideSubPopups(t, t.top, false);
     Menu* top = findMenu(t.top);
@@ -556,6 +531,44 @@ int trackMenu(Tracker& t, bool startsWithPress, bool endAtOnce) {
     sendMessage(t.owner, WM_MENUSELECT, MAKEWPARAM(0, 0xFFFF), 0);
   }
   forgetOpenMenus(t.top);
+}
+
+// Reads and answers input until the menu ends; answers the command chosen
+// (0 for none). Mouse and key messages are the menu's; the rest are
+// dispatched as they come.
+int trackMenu(Tracker& t, bool startsWithPress, bool endAtOnce) {
+  int executed = -1;
+  bool end = endAtOnce;
+  if (startsWithPress && !end) end = !buttonDown(t, menuAtPoint(t, t.top, t.pt));
+  SetCapture(t.owner);
+  bool idleSent = false;
+  while (!end) {
+    if (!findWindow(t.owner) || !findMenu(t.top) || !findMenu(t.current)) break;
+    MSG msg;
+    if (!nextMessage(t, &msg, &idleSent) || msg.message == WM_QUIT) break;
+    if (msg.message == WM_CANCELMODE) {
+      dropMessage(msg);
+      break;
+    }
+    t.pt = msg.pt;
+    idleSent = false;
+    const bool mouse = msg.message >= WM_MOUSEFIRST && msg.message <= WM_MOUSELAST;
+    const bool key = msg.message >= WM_KEYFIRST && msg.message <= WM_KEYLAST;
+    bool leave = false;
+    if (!mouse) dropMessage(msg);
+    if (mouse) {
+      end = onMouse(t, msg, &executed, &leave) == Step::End;
+    } else if (key && (msg.message == WM_KEYDOWN || msg.message == WM_SYSKEYDOWN)) {
+      end = onKeyDown(t, msg) == Step::End;
+    } else if (key && (msg.message == WM_CHAR || msg.message == WM_SYSCHAR)) {
+      end = onChar(t, msg, &executed) == Step::End;
+    } else if (!key) {
+      DispatchMessageA(&msg);
+    }
+    if (mouse && !leave) dropMessage(msg);
+  }
+  if (GetCapture() == t.owner) ReleaseCapture();
+  closeMenus(t);
   return executed < 0 ? 0 : executed;
 }
 
