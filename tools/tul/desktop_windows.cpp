@@ -30,7 +30,8 @@
 // per wait, and ends a loop in which nothing arrived for
 // kNothingArrivesAfterMs. An idle function that sent a message to a window
 // (WH_CALLWNDPROC sees it) is run again at the next wait, as if something
-// had arrived. Keys still on their way hold the wait off. A WH_GETMESSAGE
+// had arrived. Keys still on their way hold the wait off, and so, for a
+// while, does a posted message not yet retrieved. A WH_GETMESSAGE
 // hook sees what does arrive.
 //
 // Invariant: the helper thread only sends probes; everything else, the
@@ -100,6 +101,7 @@ struct Watch {
   unsigned long keysSent = 0;       // key, button and wheel events handed to SendInput
   unsigned long keysRetrieved = 0;  // their messages the thread has retrieved
   DWORD lastKeyProgress = 0;        // when a key was last sent or retrieved
+  DWORD postedSeen = 0;             // when a posted message was first seen waiting, 0 for none
   std::deque<Gesture> gestures;
   unsigned long markers = 0;        // focus markers posted so far
   MenuPath menu;                    // being followed in an open menu
@@ -478,12 +480,28 @@ bool isButtonInput(UINT message) {
 
 // ---- Waiting ----
 
+// A posted message still in the queue, though not new since the last look
+// (a loop inside the program, such as the menu's, may have looked and left
+// it: the command a menu posts as it ends). Given a while to be retrieved,
+// then taken for one a filtered loop passes over.
+bool postedWaiting() {
+  Watch& w = watch();
+  if (!(HIWORD(GetQueueStatus(QS_POSTMESSAGE)) & QS_POSTMESSAGE)) {
+    w.postedSeen = 0;
+    return false;
+  }
+  const DWORD now = GetTickCount();
+  if (!w.postedSeen) w.postedSeen = now;
+  return now - w.postedSeen < kKeysInFlightMs;
+}
+
 // A probe arrived while the thread retrieves messages; with nothing ready
 // the loop would wait.
 void onProbe() {
   Watch& w = watch();
   if (!scriptRunning() || (LOWORD(GetQueueStatus(QS_ALLINPUT)) & kReady)) return;
   if (w.keysRetrieved < w.keysSent && GetTickCount() - w.lastKeyProgress < kKeysInFlightMs) return;
+  if (postedWaiting()) return;
   if (answerWaitingDialog()) return;
   if (followMenu()) return;
   if (!w.gestures.empty() && w.menu.rest.empty()) {
