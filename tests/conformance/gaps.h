@@ -262,9 +262,6 @@ typedef struct tagUPDATELAYEREDWINDOWINFO {
 /* Input injection */
 #define U(x) (x)
 
-/* Menus */
-#define TPM_RETURNCMD 0x0100L
-
 /* Processes, threads, memory, activation contexts */
 typedef struct _STARTUPINFOA {
   DWORD cb;
@@ -334,6 +331,7 @@ BOOL WINAPI PostMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
 LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
 #define SetWindowLongPtrW SetWindowLongW
 #include "gaps_msg.h"
+#include "gaps_menu.h"
 
 /* listbox.c: directory listings, the list box information query, input
  * injection. */

@@ -125,9 +125,7 @@ typedef struct tagMSLLHOOKSTRUCT {
 #define EVENT_OBJECT_INVOKED 0x8013
 #define OBJID_WINDOW 0
 #define OBJID_CURSOR (-9)
-#define OBJID_SYSMENU (-1)
 #define OBJID_TITLEBAR (-2)
-#define OBJID_MENU (-3)
 #define OBJID_SIZEGRIP (-7)
 #define OBJID_CARET (-8)
 #define OBJID_ALERT (-10)
@@ -214,17 +212,6 @@ typedef struct tagCOMPAREITEMSTRUCT {
   ULONG_PTR itemData2;
   DWORD dwLocaleId;
 } COMPAREITEMSTRUCT;
-
-/* Menus */
-#define MIM_STYLE 0x00000010
-#define MNS_NOTIFYBYPOS 0x08000000
-typedef struct tagMENUINFO {
-  DWORD cbSize, fMask, dwStyle;
-  UINT cyMax;
-  HBRUSH hbrBack;
-  DWORD dwContextHelpID;
-  ULONG_PTR dwMenuData;
-} MENUINFO;
 
 /* Input methods and edit controls */
 #define NI_COMPOSITIONSTR 0x0015

@@ -270,6 +270,42 @@ bool desktop_scroll(Call& c) {
   return c.done(desktop::platformScroll(hwnd, bar, code, position));
 }
 
+// ---- Menus ----
+
+constexpr const char* kPathExpected = "must be a vector of item texts";
+
+// A path of menu item texts: a vector of strings, not empty.
+bool pathArg(const Call& c, int i, std::vector<std::string>* out) {
+  const TulVector* v = static_cast<TulVector*>(c.arg(i));
+  if (!v || v->size() == 0) return c.argFail(i, kPathExpected);
+  for (unsigned k = 0; k < v->size(); ++k) {
+    const TulString* s = static_cast<TulString*>((*v)[k]);
+    if (!s) return c.argFail(i, kPathExpected);
+    out->emplace_back(s->c_str(), s->length());
+  }
+  return true;
+}
+
+bool desktop_chooseMenu(Call& c) {
+  HWND hwnd;
+  std::vector<std::string> path;
+  if (!c.counts(2, 2) || !c.windowArg(0, &hwnd) || !pathArg(c, 1, &path)) return false;
+  std::string why;
+  switch (desktop::platformChooseMenu(hwnd, path, &why)) {
+  case desktop::MenuChoice::Queued: return c.retNothing();
+  case desktop::MenuChoice::Refused: return c.fail(why);
+  case desktop::MenuChoice::NotAvailable: break;
+  }
+  return c.notAvailable();
+}
+
+bool desktop_answerPopupMenu(Call& c) {
+  std::vector<std::string> path;
+  if (!c.counts(1, 1)) return false;
+  if (c.given(0) && !pathArg(c, 0, &path)) return false;
+  return c.done(desktop::platformAnswerPopupMenu(c.given(0) ? &path : nullptr));
+}
+
 // ---- Dialogs ----
 
 bool desktop_answerDialog(Call& c) {
@@ -477,6 +513,8 @@ constexpr Method kDesktopMethods[] = {
     {"close", desktop_close},
     {"resize", desktop_resize},
     {"scroll", desktop_scroll},
+    {"chooseMenu", desktop_chooseMenu},
+    {"answerPopupMenu", desktop_answerPopupMenu},
     {"answerDialog", desktop_answerDialog},
     {"cancelDialog", desktop_cancelDialog},
     {"lastDialog", desktop_lastDialog},

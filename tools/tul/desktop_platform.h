@@ -85,6 +85,15 @@ bool platformClose(HWND hwnd);
 bool platformResize(HWND hwnd, int width, int height);
 // bar is SB_HORZ or SB_VERT, code SB_LINEUP ... SB_ENDSCROLL.
 bool platformScroll(HWND hwnd, int bar, int code, int position);
+// The user picks the item of hwnd's menu bar that the path of item texts
+// names, by mouse, queued with the keys and buttons. Refused, with *why
+// ("the menu has no item \"Open\"", ...), when the path cannot be followed
+// in the menu as it is at the call; nothing is queued then.
+enum class MenuChoice { Queued, Refused, NotAvailable };
+MenuChoice platformChooseMenu(HWND hwnd, const std::vector<std::string>& path, std::string* why);
+// The answer to the next pop-up menu TrackPopupMenu shows: the path's items
+// clicked in turn, or (null) the menu dismissed.
+bool platformAnswerPopupMenu(const std::vector<std::string>* path);
 // An empty path (cancel) or the path the user types.
 bool platformQueueDialogAnswer(bool cancel, const std::string& path);
 // *any is false before the first file dialog.

@@ -106,6 +106,15 @@ bool platformScroll(HWND hwnd, int bar, int code, int position) {
   return true;
 }
 
+MenuChoice platformChooseMenu(HWND hwnd, const std::vector<std::string>& path, std::string* why) {
+  return win32sim::chooseMenu(hwnd, path, why) ? MenuChoice::Queued : MenuChoice::Refused;
+}
+
+bool platformAnswerPopupMenu(const std::vector<std::string>* path) {
+  win32sim::answerPopupMenu(path);
+  return true;
+}
+
 bool platformQueueDialogAnswer(bool cancel, const std::string& path) {
   if (cancel) win32sim::queueFileDialogCancel();
   else win32sim::queueFileDialogAnswer(path);
@@ -153,6 +162,9 @@ std::vector<HWND> platformTopLevelWindows() {
 
 void platformPrepare() {}
 
-void platformForget() { win32sim::forgetFileDialogs(); }
+void platformForget() {
+  win32sim::forgetFileDialogs();
+  win32sim::forgetMenuChoices();
+}
 
 }  // namespace desktop

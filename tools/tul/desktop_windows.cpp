@@ -32,7 +32,8 @@
 // per wait, and ends a loop in which nothing arrived for
 // kNothingArrivesAfterMs. An idle function that sent a message to a window
 // (WH_CALLWNDPROC sees it) is run again at the next wait, as if something
-// had arrived. Keys still on their way hold the wait off. A WH_GETMESSAGE
+// had arrived. Keys still on their way hold the wait off, and so, for a
+// while, does a posted message not yet retrieved. A WH_GETMESSAGE
 // hook sees what does arrive.
 //
 // Invariant: the helper thread only sends probes; everything else, the
@@ -75,7 +76,7 @@ struct Answer {
 
 // A gesture of the user waiting for its turn (see the top of the file).
 struct Gesture {
-  enum class Kind { Keys, Focus, Close, Mouse };
+  enum class Kind { Keys, Focus, Close, Mouse, Menu };
   explicit Gesture(Kind k, HWND h = nullptr) : kind(k), hwnd(h) {}
   Kind kind;
   HWND hwnd = nullptr;       // Focus, Close
@@ -83,6 +84,15 @@ struct Gesture {
   LPARAM point = 0;          // Close: where the close box is clicked
   unsigned long marker = 0;  // Focus: the marker posted for it, 0 before
   MouseGesture mouse;        // Mouse
+  std::vector<std::string> path;  // Menu: the item texts from the bar down
+};
+
+// The menu path being followed: each pop-up of it, once shown, gets a
+// click on the next item. Empty when none.
+struct MenuPath {
+  HWND owner = nullptr;
+  HMENU expected = nullptr;        // the pop-up whose item is next, null for any pop-up
+  std::vector<std::string> rest;   // the next item first
 };
 
 struct Watch {
@@ -97,8 +107,11 @@ struct Watch {
   unsigned long keysSent = 0;       // key, button and wheel events handed to SendInput
   unsigned long keysRetrieved = 0;  // their messages the thread has retrieved
   DWORD lastKeyProgress = 0;        // when a key was last sent or retrieved
+  DWORD postedSeen = 0;             // when a posted message was first seen waiting, 0 for none
   std::deque<Gesture> gestures;
   unsigned long markers = 0;        // focus markers posted so far
+  MenuPath menu;                    // being followed in an open menu
+  std::deque<std::pair<bool, std::vector<std::string>>> popupAnswers;  // (dismiss, path)
 };
 
 Watch& watch() {
@@ -255,6 +268,110 @@ bool answerWaitingDialog() {
   return true;
 }
 
+// ---- Menus, chosen as a person chooses them ----
+
+// An item's text as shown and compared: no "&" marks, nothing after a tab.
+std::string shownText(const std::string& text) {
+  std::string out;
+  for (size_t i = 0; i < text.size() && text[i] != '\t'; ++i) {
+    if (text[i] == '&' && i + 1 < text.size()) ++i;
+    out += text[i];
+  }
+  return out;
+}
+
+// The position of the item named text in hmenu (not a separator), or -1.
+int itemNamed(HMENU hmenu, const std::string& text) {
+  const int n = GetMenuItemCount(hmenu);
+  for (int i = 0; i < n; ++i) {
+    char buffer[256] = "";
+    if (GetMenuState(hmenu, static_cast<UINT>(i), MF_BYPOSITION) & MF_SEPARATOR) continue;
+    GetMenuStringA(hmenu, static_cast<UINT>(i), buffer, sizeof buffer, MF_BYPOSITION);
+    if (shownText(buffer) == shownText(text)) return i;
+  }
+  return -1;
+}
+
+bool itemDisabled(HMENU hmenu, int pos) {
+  const UINT state = GetMenuState(hmenu, static_cast<UINT>(pos), MF_BYPOSITION);
+  return (state & (MF_GRAYED | MF_DISABLED)) != 0;
+}
+
+INPUT mouseInput(DWORD flags, POINT screen = POINT{}, DWORD data = 0);
+INPUT keyInput(int vk, bool up);
+void sendKeys(std::vector<INPUT>& in);
+
+// A click in the middle of a shown item: the bar's through its window, a
+// pop-up's through the pop-up's own window (GetMenuItemRect with no
+// window finds it).
+bool clickItem(HWND owner, HMENU hmenu, int pos, bool bar) {
+  RECT r;
+  if (!GetMenuItemRect(bar ? owner : NULL, hmenu, static_cast<UINT>(pos), &r)) return false;
+  const POINT p{(r.left + r.right) / 2, (r.top + r.bottom) / 2};
+  std::vector<INPUT> in{mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, p),
+                        mouseInput(MOUSEEVENTF_LEFTDOWN), mouseInput(MOUSEEVENTF_LEFTUP)};
+  sendKeys(in);
+  return true;
+}
+
+struct ShownPopups {
+  std::vector<HMENU> menus;
+};
+
+BOOL CALLBACK collectPopup(HWND hwnd, LPARAM lp) {
+  if (IsWindowVisible(hwnd) && isClass(hwnd, "#32768"))
+    reinterpret_cast<ShownPopups*>(lp)->menus.push_back(
+        reinterpret_cast<HMENU>(SendMessageA(hwnd, MN_GETHMENU, 0, 0)));
+  return TRUE;
+}
+
+// The menus the thread's pop-up windows show now.
+std::vector<HMENU> shownPopups() {
+  ShownPopups found;
+  EnumThreadWindows(GetCurrentThreadId(), collectPopup, reinterpret_cast<LPARAM>(&found));
+  return found.menus;
+}
+
+bool isShown(HMENU hmenu) {
+  std::vector<HMENU> shown = shownPopups();
+  return std::find(shown.begin(), shown.end(), hmenu) != shown.end();
+}
+
+void pressEscape() {
+  std::vector<INPUT> in{keyInput(VK_ESCAPE, false), keyInput(VK_ESCAPE, true)};
+  sendKeys(in);
+}
+
+// The loop waits with a menu open: the next item of the path is clicked
+// once its pop-up shows, or an answer queued for TrackPopupMenu starts.
+// True when the user acted.
+bool followMenu() {
+  Watch& w = watch();
+  std::vector<HMENU> shown = shownPopups();
+  if (w.menu.rest.empty() && !w.popupAnswers.empty() && shown.size() == 1) {
+    auto answer = w.popupAnswers.front();
+    w.popupAnswers.pop_front();
+    if (answer.first) {
+      pressEscape();
+      return true;
+    }
+    w.menu.expected = shown.front();
+    w.menu.rest = answer.second;
+  }
+  if (w.menu.rest.empty()) return false;
+  HMENU at = w.menu.expected;
+  if (!at || !isShown(at)) return false;
+  const int pos = itemNamed(at, w.menu.rest.front());
+  if (pos < 0 || itemDisabled(at, pos) || !clickItem(w.menu.owner, at, pos, false)) {
+    w.menu = MenuPath{};  // the program changed the menu as it opened: the user gives up
+    EndMenu();
+    return true;
+  }
+  w.menu.rest.erase(w.menu.rest.begin());
+  w.menu.expected = GetSubMenu(at, pos);
+  return true;
+}
+
 // ---- Gestures in input order ----
 
 // Key, button and wheel events each become one message the thread
@@ -290,7 +407,13 @@ void makeFocusChange(HWND hwnd) {
 void advanceGestures(bool idle) {
   Watch& w = watch();
   if (idle) w.keysRetrieved = w.keysSent;
+  // While a menu is open or about to take an answer, the next gesture waits
+  // for the loop to wait: sent earlier, the open menu would take it (on
+  // Linux the user's clicks in a menu go before what was queued after).
+  if (!idle && (!w.popupAnswers.empty() || !w.menu.rest.empty() || !shownPopups().empty()))
+    return;
   while (!w.gestures.empty() && !waitingDialog()) {
+    if (!w.menu.rest.empty()) return;  // the user is busy with a menu
     Gesture& g = w.gestures.front();
     if (g.kind == Gesture::Kind::Keys) {
       sendKeys(g.keys);
@@ -299,6 +422,17 @@ void advanceGestures(bool idle) {
       std::vector<INPUT> in;
       if (IsWindow(g.mouse.hwnd)) addMouseInputs(in, g.mouse);
       sendKeys(in);
+    } else if (g.kind == Gesture::Kind::Menu && w.keysRetrieved >= w.keysSent) {
+      // The bar item is clicked now; the rest of the path as its pop-ups
+      // show, and what follows waits until the path is done.
+      if (!w.menu.rest.empty()) return;
+      HMENU bar = IsWindow(g.hwnd) ? GetMenu(g.hwnd) : nullptr;
+      const int pos = bar ? itemNamed(bar, g.path.front()) : -1;
+      if (pos >= 0 && clickItem(g.hwnd, bar, pos, true) && g.path.size() > 1) {
+        w.menu.owner = g.hwnd;
+        w.menu.expected = GetSubMenu(bar, pos);
+        w.menu.rest.assign(g.path.begin() + 1, g.path.end());
+      }
     } else if (w.keysRetrieved < w.keysSent) {
       return;
     } else if (g.kind == Gesture::Kind::Close) {
@@ -352,14 +486,31 @@ bool isButtonInput(UINT message) {
 
 // ---- Waiting ----
 
+// A posted message still in the queue, though not new since the last look
+// (a loop inside the program, such as the menu's, may have looked and left
+// it: the command a menu posts as it ends). Given a while to be retrieved,
+// then taken for one a filtered loop passes over.
+bool postedWaiting() {
+  Watch& w = watch();
+  if (!(HIWORD(GetQueueStatus(QS_POSTMESSAGE)) & QS_POSTMESSAGE)) {
+    w.postedSeen = 0;
+    return false;
+  }
+  const DWORD now = GetTickCount();
+  if (!w.postedSeen) w.postedSeen = now;
+  return now - w.postedSeen < kKeysInFlightMs;
+}
+
 // A probe arrived while the thread retrieves messages; with nothing ready
 // the loop would wait.
 void onProbe() {
   Watch& w = watch();
   if (!scriptRunning() || (LOWORD(GetQueueStatus(QS_ALLINPUT)) & kReady)) return;
   if (w.keysRetrieved < w.keysSent && GetTickCount() - w.lastKeyProgress < kKeysInFlightMs) return;
+  if (postedWaiting()) return;
   if (answerWaitingDialog()) return;
-  if (!w.gestures.empty()) {
+  if (followMenu()) return;
+  if (!w.gestures.empty() && w.menu.rest.empty()) {
     advanceGestures(true);
     return;
   }
@@ -378,6 +529,8 @@ void onProbe() {
   }
   if (now - w.idleSince < kNothingArrivesAfterMs) return;
   w.idleSince = now;
+  // A menu left open would swallow the WM_QUIT that ends the loop.
+  if (!shownPopups().empty() || GetCapture()) EndMenu();
   nothingCanArrive();
 }
 
@@ -478,7 +631,7 @@ bool keyFor(char c, int* vk, bool* shift) {
 
 // ---- Mouse ----
 
-INPUT mouseInput(DWORD flags, POINT screen = POINT{}, DWORD data = 0) {
+INPUT mouseInput(DWORD flags, POINT screen, DWORD data) {
   INPUT in{};
   in.type = INPUT_MOUSE;
   in.mi.dwFlags = flags;
@@ -619,6 +772,43 @@ bool platformResize(HWND hwnd, int width, int height) {
 // The system reports a track position only inside its own tracking loop,
 // which only a real drag enters; the other codes are the bar's plain
 // messages.
+// The path is checked now, against the menu as it is, as on Linux.
+MenuChoice platformChooseMenu(HWND hwnd, const std::vector<std::string>& path, std::string* why) {
+  HMENU at = GetMenu(hwnd);
+  if (!at || !IsMenu(at) || (GetWindowLongA(hwnd, GWL_STYLE) & (WS_CHILD | WS_POPUP)) == WS_CHILD) {
+    *why = "the window has no menu bar";
+    return MenuChoice::Refused;
+  }
+  for (size_t i = 0; i < path.size(); ++i) {
+    const int pos = itemNamed(at, path[i]);
+    if (pos < 0) {
+      *why = "the menu has no item \"" + path[i] + "\"";
+      return MenuChoice::Refused;
+    }
+    if (itemDisabled(at, pos)) {
+      *why = "the item \"" + path[i] + "\" is disabled";
+      return MenuChoice::Refused;
+    }
+    HMENU sub = GetSubMenu(at, pos);
+    if (i + 1 < path.size() && !sub) {
+      *why = "the item \"" + path[i] + "\" has no submenu";
+      return MenuChoice::Refused;
+    }
+    at = sub;
+  }
+  Gesture menu(Gesture::Kind::Menu, hwnd);
+  menu.path = path;
+  addGesture(std::move(menu));
+  return MenuChoice::Queued;
+}
+
+// Answered when the pop-up shows and the loop waits; one already waiting
+// (the idle function answers it) is answered at the next probe.
+bool platformAnswerPopupMenu(const std::vector<std::string>* path) {
+  watch().popupAnswers.emplace_back(path == nullptr, path ? *path : std::vector<std::string>());
+  return true;
+}
+
 bool platformScroll(HWND hwnd, int bar, int code, int) {
   if (code == SB_THUMBTRACK || code == SB_THUMBPOSITION) return false;
   SendMessageA(hwnd, bar == SB_VERT ? WM_VSCROLL : WM_HSCROLL, static_cast<WPARAM>(code), 0);
@@ -715,6 +905,8 @@ void platformForget() {
   forgetFileDialogs();
   w.answers.clear();
   w.gestures.clear();
+  w.menu = MenuPath{};
+  w.popupAnswers.clear();
   w.keysRetrieved = w.keysSent;
   w.activity = true;
 }

@@ -89,6 +89,22 @@ TUL_WIN32_API void resizeWindow(HWND hwnd, int width, int height);
 // WM_SYSCOMMAND(SC_CLOSE), hence WM_CLOSE.
 TUL_WIN32_API void closeWindow(HWND hwnd);
 
+// ---- Menus, chosen with the mouse as a person would ----
+
+// The user opens the window's menu bar and picks the item the path of
+// texts names (the bar's item first; "&" marks and the text after a tab do
+// not count): a click on the bar item is queued now, and a click on each
+// item of the path as its pop-up shows, before any input queued after this
+// call. False, with *error saying why ("the window has no menu bar", "the
+// menu has no item \"Open\"", "the item \"Paste\" is disabled"), when the
+// path cannot be followed in the menu as it is now; nothing is queued then.
+TUL_WIN32_API bool chooseMenu(HWND hwnd, const std::vector<std::string>& path, std::string* error);
+// The next pop-up menu TrackPopupMenu shows gets this answer: the items of
+// the path clicked in turn, or (null) Escape pressed. Answers queue up.
+TUL_WIN32_API void answerPopupMenu(const std::vector<std::string>* path);
+// Drops the choices not yet used.
+TUL_WIN32_API void forgetMenuChoices();
+
 // ---- Dialogs ----
 
 // The next GetOpenFileNameA/GetSaveFileNameA takes the first queued answer.

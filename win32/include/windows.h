@@ -128,7 +128,8 @@ typedef HANDLE HLOCAL;
 #define LOBYTE(w) ((BYTE)(((DWORD_PTR)(w)) & 0xff))
 #define HIBYTE(w) ((BYTE)((((DWORD_PTR)(w)) >> 8) & 0xff))
 #define MAKEWORD(a, b) ((WORD)(((BYTE)((a) & 0xff)) | ((WORD)((BYTE)((b) & 0xff))) << 8))
-#define MAKELONG(a, b) ((LONG)(((WORD)((a) & 0xffff)) | ((DWORD)((WORD)((b) & 0xffff))) << 16))
+#define MAKELONG(a, b) \
+  ((LONG)(((WORD)(((DWORD_PTR)(a)) & 0xffff)) | ((DWORD)((WORD)(((DWORD_PTR)(b)) & 0xffff))) << 16))
 #define MAKEWPARAM(l, h) ((WPARAM)(DWORD)MAKELONG(l, h))
 #define MAKELPARAM(l, h) ((LPARAM)(DWORD)MAKELONG(l, h))
 #define MAKELRESULT(l, h) ((LRESULT)(DWORD)MAKELONG(l, h))
@@ -472,6 +473,8 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define ERROR_INVALID_MENU_HANDLE 1401L
 #define ERROR_INVALID_DWP_HANDLE 1405L
 #define ERROR_CHILD_WINDOW_MENU 1436L
+#define ERROR_POPUP_ALREADY_ACTIVE 1446L
+#define ERROR_MENU_ITEM_NOT_FOUND 1456L
 #define ERROR_INVALID_CURSOR_HANDLE 1402L
 #define ERROR_INVALID_ACCEL_HANDLE 1403L
 #define ERROR_TLW_WITH_WSCHILD 1406L
@@ -777,6 +780,7 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define WM_MENUGETOBJECT 0x0124
 #define WM_UNINITMENUPOPUP 0x0125
 #define WM_MENUCOMMAND 0x0126
+#define MN_GETHMENU 0x01E1
 #define WM_CHANGEUISTATE 0x0127
 #define WM_UPDATEUISTATE 0x0128
 #define WM_QUERYUISTATE 0x0129
@@ -1043,6 +1047,8 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define SM_CYSMSIZE 53
 #define SM_CXMENUSIZE 54
 #define SM_CYMENUSIZE 55
+#define SM_CXMENUCHECK 71
+#define SM_CYMENUCHECK 72
 #define SM_CYSIZE 31
 #define SM_CXFRAME 32
 #define SM_CYFRAME 33
@@ -1360,6 +1366,105 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define MF_RIGHTJUSTIFY 0x00004000
 #define MF_MOUSESELECT 0x00008000
 
+#define MFT_STRING MF_STRING
+#define MFT_BITMAP MF_BITMAP
+#define MFT_MENUBARBREAK MF_MENUBARBREAK
+#define MFT_MENUBREAK MF_MENUBREAK
+#define MFT_OWNERDRAW MF_OWNERDRAW
+#define MFT_RADIOCHECK 0x00000200L
+#define MFT_SEPARATOR MF_SEPARATOR
+#define MFT_RIGHTORDER 0x00002000L
+#define MFT_RIGHTJUSTIFY MF_RIGHTJUSTIFY
+#define MFS_GRAYED 0x00000003L
+#define MFS_DISABLED MFS_GRAYED
+#define MFS_CHECKED MF_CHECKED
+#define MFS_HILITE MF_HILITE
+#define MFS_ENABLED MF_ENABLED
+#define MFS_UNCHECKED MF_UNCHECKED
+#define MFS_UNHILITE MF_UNHILITE
+#define MFS_DEFAULT MF_DEFAULT
+#define MIIM_STATE 0x00000001
+#define MIIM_ID 0x00000002
+#define MIIM_SUBMENU 0x00000004
+#define MIIM_CHECKMARKS 0x00000008
+#define MIIM_TYPE 0x00000010
+#define MIIM_DATA 0x00000020
+#define MIIM_STRING 0x00000040
+#define MIIM_BITMAP 0x00000080
+#define MIIM_FTYPE 0x00000100
+#define MIM_MAXHEIGHT 0x00000001
+#define MIM_BACKGROUND 0x00000002
+#define MIM_HELPID 0x00000004
+#define MIM_MENUDATA 0x00000008
+#define MIM_STYLE 0x00000010
+#define MIM_APPLYTOSUBMENUS 0x80000000
+#define MNS_NOCHECK 0x80000000
+#define MNS_MODELESS 0x40000000
+#define MNS_DRAGDROP 0x20000000
+#define MNS_AUTODISMISS 0x10000000
+#define MNS_NOTIFYBYPOS 0x08000000
+#define MNS_CHECKORBMP 0x04000000
+#define TPM_LEFTBUTTON 0x0000L
+#define TPM_RIGHTBUTTON 0x0002L
+#define TPM_LEFTALIGN 0x0000L
+#define TPM_CENTERALIGN 0x0004L
+#define TPM_RIGHTALIGN 0x0008L
+#define TPM_TOPALIGN 0x0000L
+#define TPM_VCENTERALIGN 0x0010L
+#define TPM_BOTTOMALIGN 0x0020L
+#define TPM_HORIZONTAL 0x0000L
+#define TPM_VERTICAL 0x0040L
+#define TPM_NONOTIFY 0x0080L
+#define TPM_RETURNCMD 0x0100L
+#define TPM_RECURSE 0x0001L
+#define MNC_IGNORE 0
+#define MNC_CLOSE 1
+#define MNC_EXECUTE 2
+#define MNC_SELECT 3
+#define MSGF_DIALOGBOX 0
+#define MSGF_MESSAGEBOX 1
+#define MSGF_MENU 2
+#define MSGF_SCROLLBAR 5
+#define MSGF_NEXTWINDOW 6
+
+typedef struct tagMENUITEMINFOA {
+  UINT cbSize;
+  UINT fMask;
+  UINT fType;
+  UINT fState;
+  UINT wID;
+  HMENU hSubMenu;
+  HBITMAP hbmpChecked;
+  HBITMAP hbmpUnchecked;
+  ULONG_PTR dwItemData;
+  LPSTR dwTypeData;
+  UINT cch;
+  HBITMAP hbmpItem;
+} MENUITEMINFOA, *LPMENUITEMINFOA;
+typedef const MENUITEMINFOA* LPCMENUITEMINFOA;
+typedef struct tagMENUINFO {
+  DWORD cbSize;
+  DWORD fMask;
+  DWORD dwStyle;
+  UINT cyMax;
+  HBRUSH hbrBack;
+  DWORD dwContextHelpID;
+  ULONG_PTR dwMenuData;
+} MENUINFO, *LPMENUINFO;
+typedef const MENUINFO* LPCMENUINFO;
+typedef struct tagTPMPARAMS {
+  UINT cbSize;
+  RECT rcExclude;
+} TPMPARAMS, *LPTPMPARAMS;
+typedef struct tagMENUBARINFO {
+  DWORD cbSize;
+  RECT rcBar;
+  HMENU hMenu;
+  HWND hwndMenu;
+  BOOL fBarFocused : 1;
+  BOOL fFocused : 1;
+} MENUBARINFO, *PMENUBARINFO, *LPMENUBARINFO;
+
 /* ---- Scroll bars ---- */
 
 #define SB_HORZ 0
@@ -1414,6 +1519,8 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define SBM_SETSCROLLINFO 0x00E9
 #define SBM_GETSCROLLINFO 0x00EA
 #define SBM_GETSCROLLBARINFO 0x00EB
+#define OBJID_SYSMENU ((LONG)0xFFFFFFFF)
+#define OBJID_MENU ((LONG)0xFFFFFFFD)
 #define OBJID_HSCROLL ((LONG)0xFFFFFFFA)
 #define OBJID_VSCROLL ((LONG)0xFFFFFFFB)
 #define OBJID_CLIENT ((LONG)0xFFFFFFFC)
@@ -2152,6 +2259,37 @@ TUL_WIN32_API HMENU WINAPI GetSubMenu(HMENU hMenu, int nPos);
 TUL_WIN32_API HMENU WINAPI GetMenu(HWND hWnd);
 TUL_WIN32_API BOOL WINAPI SetMenu(HWND hWnd, HMENU hMenu);
 TUL_WIN32_API BOOL WINAPI DrawMenuBar(HWND hWnd);
+TUL_WIN32_API BOOL WINAPI InsertMenuItemA(HMENU hmenu, UINT item, BOOL fByPosition,
+                                          LPCMENUITEMINFOA lpmi);
+TUL_WIN32_API BOOL WINAPI ModifyMenuA(HMENU hMnu, UINT uPosition, UINT uFlags, UINT_PTR uIDNewItem,
+                                      LPCSTR lpNewItem);
+TUL_WIN32_API BOOL WINAPI DeleteMenu(HMENU hMenu, UINT uPosition, UINT uFlags);
+TUL_WIN32_API BOOL WINAPI RemoveMenu(HMENU hMenu, UINT uPosition, UINT uFlags);
+TUL_WIN32_API int WINAPI GetMenuStringA(HMENU hMenu, UINT uIDItem, LPSTR lpString, int cchMax,
+                                        UINT flags);
+TUL_WIN32_API UINT WINAPI GetMenuState(HMENU hMenu, UINT uId, UINT uFlags);
+TUL_WIN32_API BOOL WINAPI GetMenuItemInfoA(HMENU hmenu, UINT item, BOOL fByPosition,
+                                           LPMENUITEMINFOA lpmii);
+TUL_WIN32_API BOOL WINAPI SetMenuItemInfoA(HMENU hmenu, UINT item, BOOL fByPositon,
+                                           LPCMENUITEMINFOA lpmii);
+TUL_WIN32_API DWORD WINAPI CheckMenuItem(HMENU hMenu, UINT uIDCheckItem, UINT uCheck);
+TUL_WIN32_API BOOL WINAPI CheckMenuRadioItem(HMENU hmenu, UINT first, UINT last, UINT check,
+                                             UINT flags);
+TUL_WIN32_API BOOL WINAPI EnableMenuItem(HMENU hMenu, UINT uIDEnableItem, UINT uEnable);
+TUL_WIN32_API BOOL WINAPI HiliteMenuItem(HWND hWnd, HMENU hMenu, UINT uIDHiliteItem,
+                                         UINT uHilite);
+TUL_WIN32_API BOOL WINAPI GetMenuItemRect(HWND hWnd, HMENU hMenu, UINT uItem, LPRECT lprcItem);
+TUL_WIN32_API int WINAPI MenuItemFromPoint(HWND hWnd, HMENU hMenu, POINT ptScreen);
+TUL_WIN32_API HMENU WINAPI GetSystemMenu(HWND hWnd, BOOL bRevert);
+TUL_WIN32_API BOOL WINAPI GetMenuInfo(HMENU hmenu, LPMENUINFO lpcmi);
+TUL_WIN32_API BOOL WINAPI SetMenuInfo(HMENU hmenu, LPCMENUINFO lpcmi);
+TUL_WIN32_API BOOL WINAPI GetMenuBarInfo(HWND hwnd, LONG idObject, LONG idItem, PMENUBARINFO pmbi);
+TUL_WIN32_API LONG WINAPI GetMenuCheckMarkDimensions(void);
+TUL_WIN32_API BOOL WINAPI TrackPopupMenu(HMENU hMenu, UINT uFlags, int x, int y, int nReserved,
+                                         HWND hWnd, const RECT* prcRect);
+TUL_WIN32_API BOOL WINAPI TrackPopupMenuEx(HMENU hMenu, UINT uFlags, int x, int y, HWND hwnd,
+                                           LPTPMPARAMS lptpm);
+TUL_WIN32_API BOOL WINAPI EndMenu(void);
 
 TUL_WIN32_API BOOL WINAPI ShowScrollBar(HWND hWnd, int wBar, BOOL bShow);
 TUL_WIN32_API BOOL WINAPI EnableScrollBar(HWND hWnd, UINT wSBflags, UINT wArrows);
@@ -2260,6 +2398,13 @@ TUL_WIN32_API int WINAPI GetRgnBox(HRGN hrgn, LPRECT lprc);
 #define DefDlgProc DefDlgProcA
 #define IsDialogMessage IsDialogMessageA
 #define InsertMenu InsertMenuA
+#define AppendMenu AppendMenuA
+#define ModifyMenu ModifyMenuA
+#define InsertMenuItem InsertMenuItemA
+#define GetMenuString GetMenuStringA
+#define GetMenuItemInfo GetMenuItemInfoA
+#define SetMenuItemInfo SetMenuItemInfoA
+#define MENUITEMINFO MENUITEMINFOA
 #define CallWindowProc CallWindowProcA
 #define GetWindowLong GetWindowLongA
 #define SetWindowLong SetWindowLongA

@@ -4,6 +4,8 @@
 // so a procedure that handles a message itself gets exactly nothing of this.
 #include "user/user.h"
 
+#include "user/menu.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -157,8 +159,38 @@ LRESULT onSysCommand(HWND hwnd, WPARAM wp, LPARAM lp) {
   case SC_RESTORE:
     ShowWindow(hwnd, SW_RESTORE);
     return 0;
+  case SC_MOUSEMENU:
+    trackMenuBarByMouse(hwnd, POINT{static_cast<SHORT>(LOWORD(lp)), static_cast<SHORT>(HIWORD(lp))});
+    return 0;
+  case SC_KEYMENU:
+    trackMenuBarByKey(hwnd, static_cast<WCHAR>(lp));
+    return 0;
   default:
     return 0;
+  }
+}
+
+HWND rootOf(HWND hwnd);
+
+// Alt or F10 went down with no other key since: its release opens the menu.
+struct MenuKeys {
+  bool alt = false;
+  bool f10 = false;
+};
+
+MenuKeys& menuKeys() {
+  static MenuKeys keys;
+  return keys;
+}
+
+void onSysKeyDown(HWND hwnd, WPARAM vk, LPARAM lp) {
+  MenuKeys& keys = menuKeys();
+  keys = MenuKeys{};
+  if (lp & 0x20000000) {
+    keys.alt = vk == VK_MENU && !(lp & 0x40000000);  // not a repeat
+    if (vk == VK_F4) PostMessageA(rootOf(hwnd), WM_SYSCOMMAND, SC_CLOSE, 0);
+  } else if (vk == VK_F10) {
+    keys.f10 = true;
   }
 }
 
@@ -173,6 +205,8 @@ LRESULT onNcLButtonDown(HWND hwnd, WPARAM hit, LPARAM lp) {
     sendMessage(hwnd, WM_SYSCOMMAND, SC_SIZE + (hit - HTLEFT + 1), lp);
   } else if (hit == HTVSCROLL || hit == HTHSCROLL) {
     sendMessage(hwnd, WM_SYSCOMMAND, (hit == HTVSCROLL ? SC_VSCROLL : SC_HSCROLL) + hit, lp);
+  } else if (hit == HTMENU) {
+    sendMessage(hwnd, WM_SYSCOMMAND, SC_MOUSEMENU, lp);
   } else if (hit == HTCLOSE) {
     // The system tracks the button until it is released over the box.
     sendMessage(hwnd, WM_SYSCOMMAND, SC_CLOSE, lp);
@@ -216,7 +250,7 @@ LRESULT hitTest(const Window& w, LPARAM lp) {
   if (pointInRect(scrollBarRect(w, SB_HORZ), x, y)) return HTHSCROLL;
   RECT in = frameInsets(w.style, w.exStyle, hasMenuBar(w));
   if (LRESULT edge = sizingEdge(w, in.left, x, y)) return edge;
-  if (hasMenuBar(w) && y >= in.top - systemMetric(SM_CYMENU) && y < in.top) return HTMENU;
+  if (hasMenuBar(w) && pointInRect(menuBarRect(w), x, y)) return HTMENU;
   if ((w.style & WS_CAPTION) == WS_CAPTION && y >= in.left && y < in.top) {
     if ((w.style & WS_SYSMENU) && x >= rectWidth(win) - in.left - 18) return HTCLOSE;
     return HTCAPTION;
@@ -257,6 +291,8 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
   case WM_NCLBUTTONDOWN:
     return onNcLButtonDown(hWnd, wParam, lParam);
   case WM_CANCELMODE:
+    // A menu this window owns ends too.
+    if (menuLoopOwner() == hWnd) EndMenu();
     if (GetCapture() == hWnd) ReleaseCapture();
     return 0;
   case WM_PAINT: {
@@ -297,10 +333,17 @@ extern "C" LRESULT WINAPI DefWindowProcA(HWND hWnd, UINT Msg, WPARAM wParam, LPA
     if (LOWORD(wParam) != WA_INACTIVE && !(w->style & WS_MINIMIZE)) SetFocus(hWnd);
     return 0;
   case WM_SYSKEYDOWN:
-    if (wParam == VK_F4 && (lParam & 0x20000000))
-      PostMessageA(rootOf(hWnd), WM_SYSCOMMAND, SC_CLOSE, 0);
+    onSysKeyDown(hWnd, wParam, lParam);
+    return 0;
+  case WM_KEYUP:
+  case WM_SYSKEYUP:
+    // Alt or F10 pressed and released alone opens the menu bar.
+    if ((wParam == VK_MENU && menuKeys().alt) || (wParam == VK_F10 && menuKeys().f10))
+      sendMessage(rootOf(hWnd), WM_SYSCOMMAND, SC_KEYMENU, 0);
+    menuKeys() = MenuKeys{};
     return 0;
   case WM_SYSCHAR:
+    menuKeys().alt = false;
     sendMessage(rootOf(hWnd), WM_SYSCOMMAND, SC_KEYMENU, static_cast<LPARAM>(wParam));
     return 0;
   case WM_SYSCOMMAND:

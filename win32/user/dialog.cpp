@@ -12,6 +12,8 @@
 
 #include "user/user.h"
 
+#include "user/menu.h"
+
 namespace w32 {
 
 namespace {
@@ -274,7 +276,7 @@ bool dialogKey(HWND dlg, const MSG &msg) {
 }  // namespace
 
 void registerDialogClasses() {
-  registerSystemClass("#32768", DefWindowProcA, CS_DROPSHADOW | CS_SAVEBITS | CS_DBLCLKS,
+  registerSystemClass("#32768", popupMenuProc, CS_DROPSHADOW | CS_SAVEBITS | CS_DBLCLKS,
                       IDC_ARROW);  // menu
   registerSystemClass("#32769", DefWindowProcA, CS_DBLCLKS,
                       IDC_ARROW);  // desktop

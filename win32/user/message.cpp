@@ -19,6 +19,7 @@
 #include <cstdlib>
 #include <cstdio>
 #include <deque>
+#include <functional>
 
 namespace w32 {
 
@@ -576,6 +577,14 @@ WPARAM heldMouseKeys() {
   if (asyncKeyDown(VK_SHIFT)) keys |= MK_SHIFT;
   if (asyncKeyDown(VK_CONTROL)) keys |= MK_CONTROL;
   return keys;
+}
+
+void queueInputFirst(const std::function<void()>& queueing) {
+  Queue& q = queue();
+  std::deque<InputEvent> later;
+  later.swap(q.input);
+  queueing();
+  for (InputEvent& e : later) q.input.push_back(e);
 }
 
 void queueFocusChange(HWND hwnd) {

@@ -5,6 +5,8 @@
 // a client rectangle computed and a rectangle adjusted always agree.
 #include "user/user.h"
 
+#include "user/menu.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -61,6 +63,8 @@ constexpr Metric kMetrics[] = {
     {SM_CYSMSIZE, kSmallCaptionButton},
     {SM_CXMENUSIZE, kMenu - 1},
     {SM_CYMENUSIZE, kMenu - 1},
+    {SM_CXMENUCHECK, 13},
+    {SM_CYMENUCHECK, 13},
     {SM_CXSMICON, 16},
     {SM_CYSMICON, 16},
     {SM_CXFRAME, kSizeFrame},
@@ -365,7 +369,7 @@ void paintNonClient(HWND hwnd) {
     r.top += captionHeight(w->exStyle);
   }
   if (hasMenuBar(*w)) {
-    p.fill(makeRect(r.left, r.top, r.right, r.top + kMenu), sysColor(COLOR_MENU));
+    paintMenuBar(p, *w);
     r.top += kMenu;
   }
   if (ex & WS_EX_CLIENTEDGE) {

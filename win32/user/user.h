@@ -12,6 +12,7 @@
 
 #include "gdi/gdi.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -258,6 +259,9 @@ void queueInput(UINT message, WPARAM wp, LPARAM lp, HWND target, POINT screen);
 void queueMouseInput(UINT message, WPARAM wp, POINT screen);
 // The MK_ bits of the buttons and keys held now.
 WPARAM heldMouseKeys();
+// Runs queueing, whose input goes before the input queued so far (the
+// simulated user finishing with a menu before what was queued after).
+void queueInputFirst(const std::function<void()>& queueing);
 // Queues a change of the keyboard focus to hwnd behind the input queued so
 // far; retrieval makes it when it reaches it (win32sim::focusWindow).
 void queueFocusChange(HWND hwnd);

@@ -1,0 +1,116 @@
+// Menus where the probe (tests/win32/probes/menu.cpp) and the script test
+// (tests/script/desktop/menus.tul) cannot reach: what the open menu looks
+// like, the system menu from the keyboard, walking the bar with the arrows,
+// and a menu the user leaves alone.
+#include "tests/win32/layer_test.h"
+
+#include <vector>
+
+namespace {
+
+using layertest::LayerTest;
+
+class Menus : public LayerTest {
+ protected:
+  void SetUp() override {
+    LayerTest::SetUp();
+    main_ = layertest::createMain();
+    bar_ = CreateMenu();
+    file_ = CreatePopupMenu();
+    edit_ = CreatePopupMenu();
+    AppendMenuA(file_, MF_STRING, 101, "&Open");
+    AppendMenuA(edit_, MF_STRING, 201, "&Copy");
+    AppendMenuA(bar_, MF_POPUP, reinterpret_cast<UINT_PTR>(file_), "&File");
+    AppendMenuA(bar_, MF_POPUP, reinterpret_cast<UINT_PTR>(edit_), "&Edit");
+    SetMenu(main_, bar_);
+    layertest::pumpAll();
+    // The menu messages, as "name:detail" lines.
+    layertest::messageHook() = [this](HWND, UINT msg, WPARAM wp, LPARAM lp, LRESULT*) {
+      if (msg == WM_INITMENUPOPUP) log_.push_back("popup:" + std::to_string(LOWORD(lp)));
+      if (msg == WM_UNINITMENUPOPUP) log_.push_back(std::string("unpopup:") + nameOf(wp));
+      if (msg == WM_EXITMENULOOP) log_.push_back("exit");
+      if (msg == WM_ENTERIDLE) log_.push_back("idle");
+      if (msg == WM_SYSCOMMAND && (wp & 0xFFF0) == SC_CLOSE) log_.push_back("close");
+      return false;
+    };
+  }
+  void TearDown() override {
+    if (IsWindow(main_)) DestroyWindow(main_);
+    LayerTest::TearDown();
+  }
+  const char* nameOf(WPARAM menu) const {
+    const HMENU m = reinterpret_cast<HMENU>(menu);
+    return m == file_ ? "file" : m == edit_ ? "edit" : "other";
+  }
+  HWND main_ = nullptr;
+  HMENU bar_ = nullptr, file_ = nullptr, edit_ = nullptr;
+  std::vector<std::string> log_;
+};
+
+COLORREF barPixel(HWND hwnd, HMENU bar, int item) {
+  RECT r;
+  GetMenuItemRect(hwnd, bar, static_cast<UINT>(item), &r);
+  return win32sim::screenPixel(r.left + 1, r.top + 1);
+}
+
+TEST_F(Menus, TheOpenBarItemIsHighlightedAndItsPopupIsAMenuWindow) {
+  COLORREF whileOpen = CLR_INVALID;
+  HWND popup = nullptr;
+  std::string error;
+  ASSERT_TRUE(win32sim::chooseMenu(main_, {"File"}, &error)) << error;
+  win32sim::setIdleHook([&] {
+    whileOpen = barPixel(main_, bar_, 0);
+    popup = FindWindowA("#32768", NULL);
+    EndMenu();
+  });
+  layertest::pumpAll();
+  EXPECT_EQ(whileOpen, GetSysColor(COLOR_HIGHLIGHT));
+  EXPECT_TRUE(popup && !IsWindow(popup)) << "the pop-up window goes when the menu closes";
+  EXPECT_EQ(barPixel(main_, bar_, 0), GetSysColor(COLOR_MENU));
+  EXPECT_EQ(log_, (std::vector<std::string>{"popup:0", "idle", "unpopup:file", "exit"}));
+}
+
+TEST_F(Menus, AltSpaceOpensTheSystemMenuWhoseLastItemCloses) {
+  win32sim::pressKey(VK_SPACE, win32sim::kAlt);
+  win32sim::pressKey(VK_UP);
+  win32sim::pressKey(VK_RETURN);
+  layertest::pumpAll();
+  EXPECT_FALSE(IsWindow(main_));
+  EXPECT_EQ(log_, (std::vector<std::string>{"popup:0", "unpopup:other", "exit", "close"}));
+}
+
+TEST_F(Menus, TheArrowsWalkTheBarAndEscapeClosesOnlyTheInnermostPopup) {
+  for (int vk : {VK_F10, VK_RIGHT, VK_DOWN, VK_LEFT, VK_ESCAPE, VK_ESCAPE}) win32sim::pressKey(vk);
+  layertest::pumpAll();
+  EXPECT_EQ(log_, (std::vector<std::string>{"popup:1", "unpopup:edit", "popup:0", "unpopup:file",
+                                            "exit"}));
+}
+
+TEST_F(Menus, AMenuLeftAloneIsDismissedOnceNothingCanArrive) {
+  int idles = 0;
+  win32sim::setIdleHook([&] { ++idles; });
+  win32sim::setNothingCanArriveHook([] {});
+  HMENU context = CreatePopupMenu();
+  AppendMenuA(context, MF_STRING, 1, "One");
+  EXPECT_EQ(TrackPopupMenu(context, TPM_RETURNCMD, 50, 50, 0, main_, NULL), 0);
+  EXPECT_GE(idles, 1);
+  EXPECT_EQ(log_, (std::vector<std::string>{"popup:0", "idle", "unpopup:other", "exit"}));
+  EXPECT_EQ(FindWindowA("#32768", NULL), nullptr);
+  DestroyMenu(context);
+}
+
+TEST_F(Menus, AMenuWhoseOwnerIsDestroyedCanBeTrackedAgain) {
+  HMENU context = CreatePopupMenu();
+  AppendMenuA(context, MF_STRING, 1, "One");
+  win32sim::setIdleHook([&] { DestroyWindow(main_); });
+  EXPECT_EQ(TrackPopupMenu(context, TPM_RETURNCMD, 50, 50, 0, main_, NULL), 0);
+  EXPECT_FALSE(IsWindow(main_));
+  main_ = layertest::createMain();
+  win32sim::setIdleHook([] { EndMenu(); });
+  SetLastError(0xdeadbeef);
+  EXPECT_EQ(TrackPopupMenu(context, TPM_RETURNCMD, 50, 50, 0, main_, NULL), 0);
+  EXPECT_EQ(GetLastError(), 0u) << "the first menu no longer counts as shown";
+  DestroyMenu(context);
+}
+
+}  // namespace

@@ -1,0 +1,268 @@
+// Menus: what the owner hears, in order, when its bar opens by a press on
+// it, by Alt with a mnemonic, by F10 and by Alt alone, when TrackPopupMenu
+// runs, and what the item functions answer. The hand is SendInput; each
+// step after the first is taken when the menu loop tells the owner it is
+// about to wait (WM_ENTERIDLE), as a person acts once the menu is shown.
+#include <windows.h>
+#include <stdio.h>
+#include <string.h>
+
+namespace {
+
+HWND g_main;
+HMENU g_bar, g_file, g_edit, g_recent, g_context;
+char g_last[160];
+typedef void (*Step)();
+Step g_steps[8];
+int g_next, g_count;
+
+const char* menuName(HMENU m) {
+  return m == g_bar ? "bar" : m == g_file ? "file" : m == g_edit ? "edit" : m == g_recent ? "recent"
+       : m == g_context ? "context" : m ? "other" : "none";
+}
+
+void line(const char* text) {
+  if (strcmp(text, g_last) == 0) return;
+  strcpy(g_last, text);
+  puts(text);
+}
+
+void runNextStep() {
+  if (g_next < g_count) {
+    g_steps[g_next++]();
+    return;
+  }
+  line("  (no step left: EndMenu)");
+  EndMenu();
+}
+
+LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  char text[160] = "";
+  switch (msg) {
+  case WM_ENTERMENULOOP: sprintf(text, "  ENTERMENULOOP %d", (int)wp); break;
+  case WM_EXITMENULOOP: sprintf(text, "  EXITMENULOOP %d", (int)wp); break;
+  case WM_INITMENU: sprintf(text, "  INITMENU %s", menuName((HMENU)wp)); break;
+  case WM_INITMENUPOPUP:
+    sprintf(text, "  INITMENUPOPUP %s pos %d sys %d", menuName((HMENU)wp), LOWORD(lp), HIWORD(lp));
+    break;
+  case WM_UNINITMENUPOPUP: sprintf(text, "  UNINITMENUPOPUP %s", menuName((HMENU)wp)); break;
+  case WM_MENUSELECT:
+    // MF_MOUSESELECT is left out: whether a press or a move selected the
+    // item differs between systems.
+    sprintf(text, "  MENUSELECT %#x flags %#x %s", LOWORD(wp),
+            HIWORD(wp) == 0xFFFF ? 0xFFFF : HIWORD(wp) & ~MF_MOUSESELECT, menuName((HMENU)lp));
+    break;
+  case WM_MENUCHAR: sprintf(text, "  MENUCHAR %c", (char)LOWORD(wp)); break;
+  case WM_COMMAND: sprintf(text, "  COMMAND %d", LOWORD(wp)); break;
+  case WM_SYSCOMMAND: sprintf(text, "  SYSCOMMAND %#x", (unsigned)(wp & 0xFFF0)); break;
+  case WM_ENTERIDLE: sprintf(text, "  ENTERIDLE %d %s", (int)wp, lp ? "popup" : "bar"); break;
+  }
+  if (*text) line(text);
+  if (msg == WM_ENTERIDLE) runNextStep();
+  if (msg == WM_SYSCOMMAND && (wp & 0xFFF0) == SC_CLOSE) return 0;  // the probe keeps its window
+  return DefWindowProcA(hwnd, msg, wp, lp);
+}
+
+void pump() {
+  for (int round = 0; round < 5; ++round) {
+    MSG m;
+    while (PeekMessageA(&m, NULL, 0, 0, PM_REMOVE)) {
+      TranslateMessage(&m);
+      DispatchMessageA(&m);
+    }
+    Sleep(20);
+  }
+}
+
+INPUT key(WORD vk, bool up) {
+  INPUT in;
+  memset(&in, 0, sizeof in);
+  in.type = INPUT_KEYBOARD;
+  in.ki.wVk = vk;
+  in.ki.dwFlags = up ? KEYEVENTF_KEYUP : 0;
+  return in;
+}
+
+void press(WORD vk) {
+  INPUT in[2] = {key(vk, false), key(vk, true)};
+  SendInput(2, in, sizeof(INPUT));
+}
+
+void pressWithAlt(WORD vk) {
+  INPUT in[4] = {key(VK_MENU, false), key(vk, false), key(vk, true), key(VK_MENU, true)};
+  SendInput(4, in, sizeof(INPUT));
+}
+
+INPUT mouse(DWORD flags, int x = 0, int y = 0) {
+  INPUT in;
+  memset(&in, 0, sizeof in);
+  in.type = INPUT_MOUSE;
+  in.mi.dwFlags = flags;
+  if (flags & MOUSEEVENTF_ABSOLUTE) {
+    int cx = GetSystemMetrics(SM_CXSCREEN), cy = GetSystemMetrics(SM_CYSCREEN);
+    in.mi.dx = (x * 65536 + cx - 1) / cx;
+    in.mi.dy = (y * 65536 + cy - 1) / cy;
+  }
+  return in;
+}
+
+// A click in the middle of an item of a menu shown (or of the bar).
+void clickItem(HMENU menu, int pos) {
+  RECT r;
+  // NULL finds a pop-up's own window; the owner would place the item in
+  // the owner's client area on Wine.
+  if (!GetMenuItemRect(menu == g_bar ? g_main : NULL, menu, pos, &r)) {
+    line("  (item not shown)");
+    return;
+  }
+  INPUT in[3] = {mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, (r.left + r.right) / 2,
+                       (r.top + r.bottom) / 2),
+                 mouse(MOUSEEVENTF_LEFTDOWN), mouse(MOUSEEVENTF_LEFTUP)};
+  SendInput(3, in, sizeof(INPUT));
+}
+
+void begin(const char* what, Step* steps, int n) {
+  printf("-- %s\n", what);
+  g_last[0] = 0;
+  g_next = 0;
+  g_count = n;
+  for (int i = 0; i < n; ++i) g_steps[i] = steps[i];
+}
+
+void openItem() { clickItem(g_file, 0); }
+void down() { press(VK_DOWN); }
+void downReturn() { press(VK_DOWN); press(VK_RETURN); }
+void rightDown() { press(VK_RIGHT); press(VK_DOWN); }
+void escape() { press(VK_ESCAPE); }
+void recentItem() { clickItem(g_file, 3); }
+void oneItem() { clickItem(g_recent, 0); }
+
+void byMouse() {
+  Step steps[] = {openItem};
+  begin("a click on File, then on Open", steps, 1);
+  clickItem(g_bar, 0);
+  pump();
+  Step deeper[] = {recentItem, oneItem};
+  begin("File, Recent, One by mouse", deeper, 2);
+  clickItem(g_bar, 0);
+  pump();
+}
+
+void byKeyboard() {
+  Step steps[] = {downReturn};
+  begin("Alt+E, Down, Return", steps, 1);
+  pressWithAlt('E');
+  pump();
+  Step f10[] = {rightDown, escape, escape};
+  begin("F10, Right, Down, Escape, Escape", f10, 3);
+  press(VK_F10);
+  pump();
+  Step none[] = {escape};
+  begin("Alt+Q (no such mnemonic)", none, 1);
+  pressWithAlt('Q');
+  pump();
+}
+
+void byTrackPopupMenu() {
+  Step steps[] = {down, downReturn};
+  begin("TrackPopupMenu(TPM_RETURNCMD), Down, Down, Return", steps, 2);
+  BOOL r = TrackPopupMenu(g_context, TPM_RETURNCMD, 200, 200, 0, g_main, NULL);
+  printf("  returned %d\n", r);
+  pump();
+  Step esc[] = {escape};
+  begin("TrackPopupMenu, Escape", esc, 1);
+  r = TrackPopupMenu(g_context, 0, 200, 200, 0, g_main, NULL);
+  printf("  returned %d\n", r);
+  pump();
+  begin("TrackPopupMenu(TPM_NONOTIFY) with Down and Return already typed", steps, 0);
+  press(VK_DOWN);
+  press(VK_RETURN);
+  Sleep(50);
+  r = TrackPopupMenu(g_context, TPM_NONOTIFY, 200, 200, 0, g_main, NULL);
+  printf("  returned %d\n", r);
+  pump();
+}
+
+// Arguments are evaluated in no fixed order: each call is its own statement.
+void answers() {
+  printf("-- answers\n");
+  char text[32];
+  UINT wrap = GetMenuState(g_bar, 102, MF_BYCOMMAND);
+  UINT recent = GetMenuState(g_file, 3, MF_BYPOSITION);
+  UINT missing = GetMenuState(g_bar, 999, MF_BYCOMMAND);
+  printf("state of Wrap %#x, of Recent %#x, of a missing item %#x\n", wrap, recent, missing);
+  // Where a text is cut short, only the counts are printed: whether the
+  // zero lands inside the buffer differs between systems.
+  int n = GetMenuStringA(g_bar, 101, text, 5, MF_BYCOMMAND);
+  int length = GetMenuStringA(g_bar, 101, NULL, 0, MF_BYCOMMAND);
+  int whole = GetMenuStringA(g_bar, 101, text, sizeof text, MF_BYCOMMAND);
+  printf("GetMenuStringA(101) into 5 chars %d, length %d, whole %d \"%s\"\n", n, length, whole,
+         text);
+  int unchecked = (int)CheckMenuItem(g_bar, 102, MF_UNCHECKED);
+  int checked = (int)CheckMenuItem(g_bar, 102, MF_CHECKED);
+  printf("CheckMenuItem %d then %d\n", unchecked, checked);
+  int enabled = EnableMenuItem(g_bar, 201, MF_ENABLED);
+  int grayed = EnableMenuItem(g_bar, 201, MF_GRAYED);
+  int none = EnableMenuItem(g_bar, 999, MF_GRAYED);
+  printf("EnableMenuItem %d then %d, missing %d\n", enabled, grayed, none);
+  printf("GetMenuItemID of Recent %d, of Exit %d\n", (int)GetMenuItemID(g_file, 3),
+         (int)GetMenuItemID(g_file, 4));
+  BOOL radio = CheckMenuRadioItem(g_edit, 0, 1, 1, MF_BYPOSITION);
+  UINT copy = GetMenuState(g_edit, 1, MF_BYPOSITION);
+  printf("CheckMenuRadioItem %d, state of Copy %#x\n", radio, copy);
+  MENUITEMINFOA mii;
+  memset(&mii, 0, sizeof mii);
+  mii.cbSize = sizeof mii;
+  mii.fMask = MIIM_STRING | MIIM_ID | MIIM_SUBMENU;
+  mii.dwTypeData = text;
+  mii.cch = 4;
+  BOOL ok = GetMenuItemInfoA(g_file, 3, TRUE, &mii);
+  printf("GetMenuItemInfoA %d cch %u id matches %d submenu %s\n", ok, mii.cch,
+         mii.wID == (UINT)(UINT_PTR)g_recent, menuName(mii.hSubMenu));
+  BOOL deleted = DeleteMenu(g_bar, 111, MF_BYCOMMAND);
+  printf("DeleteMenu(111) %d, Recent has %d items\n", deleted, GetMenuItemCount(g_recent));
+  DestroyMenu(g_context);
+  printf("GetSubMenu(bar, 1) %s, IsMenu after DestroyMenu %d\n", menuName(GetSubMenu(g_bar, 1)),
+         IsMenu(g_context));
+}
+
+}  // namespace
+
+int main() {
+  WNDCLASSA wc;
+  memset(&wc, 0, sizeof wc);
+  wc.lpfnWndProc = proc;
+  wc.hInstance = GetModuleHandleA(NULL);
+  wc.hCursor = LoadCursorA(NULL, IDC_ARROW);
+  wc.hbrBackground = (HBRUSH)(COLOR_WINDOW + 1);
+  wc.lpszClassName = "ProbeMenu";
+  RegisterClassA(&wc);
+  g_bar = CreateMenu();
+  g_file = CreatePopupMenu();
+  g_edit = CreatePopupMenu();
+  g_recent = CreatePopupMenu();
+  g_context = CreatePopupMenu();
+  AppendMenuA(g_file, MF_STRING, 101, "&Open...\tCtrl+O");
+  AppendMenuA(g_file, MF_STRING | MF_CHECKED, 102, "&Wrap");
+  AppendMenuA(g_file, MF_SEPARATOR, 0, NULL);
+  AppendMenuA(g_recent, MF_STRING, 111, "&One");
+  AppendMenuA(g_file, MF_POPUP, (UINT_PTR)g_recent, "&Recent");
+  AppendMenuA(g_file, MF_STRING, 103, "E&xit");
+  AppendMenuA(g_edit, MF_STRING | MF_GRAYED, 201, "&Paste");
+  AppendMenuA(g_edit, MF_STRING, 202, "&Copy");
+  AppendMenuA(g_bar, MF_POPUP, (UINT_PTR)g_file, "&File");
+  AppendMenuA(g_bar, MF_POPUP, (UINT_PTR)g_edit, "&Edit");
+  AppendMenuA(g_context, MF_STRING, 301, "&Cut");
+  AppendMenuA(g_context, MF_STRING, 302, "&Delete");
+  g_main = CreateWindowExA(0, "ProbeMenu", "main", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100, 100, 300,
+                           200, NULL, g_bar, wc.hInstance, NULL);
+  SetForegroundWindow(g_main);
+  SetFocus(g_main);
+  pump();
+  byMouse();
+  byKeyboard();
+  byTrackPopupMenu();
+  answers();
+  DestroyWindow(g_main);
+  return 0;
+}
