@@ -22,7 +22,7 @@ done
 # The notes editor keeps its file in the current folder (and removes it at
 # the end), so the window applications run from build/demo.
 mkdir -p build/demo
-for app in first_window window_app canvas notes; do
+for app in first_window window_app canvas notes todo; do
   echo "######## tul examples/$app.tul build/demo/$app.png"
   (cd build/demo && $run "$tul" "../../examples/$app.tul" "$app.png")
   echo
