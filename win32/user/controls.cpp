@@ -392,6 +392,46 @@ POINT editCharPos(const Window& w, const std::vector<EditLine>& lines, DWORD pos
                kEditMargin + static_cast<LONG>(line) * font.height()};
 }
 
+// The character index nearest to a client point: the line under it (the
+// first or last beyond the text), and on it the nearer edge of the
+// character under the point (the line's end beyond its last character).
+DWORD editCharFromPoint(const Window& w, const std::vector<EditLine>& lines, LONG x, LONG y) {
+  Font font = fontOf(w.ctl.font);
+  LONG row = (y - kEditMargin) / font.height();
+  size_t line = y < kEditMargin ? 0 : std::min<size_t>(static_cast<size_t>(row), lines.size() - 1);
+  LONG column = (x - kEditMargin + font.advance() / 2) / font.advance();
+  column = std::max<LONG>(0, std::min<LONG>(column, static_cast<LONG>(lines[line].length)));
+  return lines[line].start + static_cast<DWORD>(column);
+}
+
+// The word a double-click at pos selects, on its line, by the system's
+// default word breaks: back to the start of the word before pos (over the
+// spaces before it), on over the rest of that word and the spaces after it.
+void editWordAt(const std::string& t, const EditLine& line, DWORD pos, DWORD* from, DWORD* to) {
+  const char* s = t.c_str() + line.start;
+  DWORD count = line.length, i = pos - line.start;
+  DWORD left = i ? i - 1 : 0, right = left;
+  if (count == 0) {
+    *from = *to = line.start;
+    return;
+  }
+  if (s[left] == ' ') {
+    while (left && s[left] == ' ') --left;
+    if (left) {
+      while (left && s[left] != ' ') --left;
+      if (s[left] == ' ') ++left;
+    }
+  } else {
+    while (left && s[left] != ' ') --left;
+    if (s[left] == ' ') ++left;
+  }
+  if (s[right] != ' ')
+    while (right < count && s[right] != ' ') ++right;
+  while (right < count && s[right] == ' ') ++right;
+  *from = line.start + left;
+  *to = line.start + right;
+}
+
 bool lineBreakAt(const std::string& t, DWORD pos) {
   return pos + 1 < t.size() && t[pos] == '\r' && t[pos + 1] == '\n';
 }
@@ -499,6 +539,34 @@ void editKey(HWND hwnd, WPARAM vk) {
   InvalidateRect(hwnd, nullptr, TRUE);
 }
 
+// The mouse: a press takes the focus and the capture and places the caret
+// (Shift keeps the selection's other end), a move with the capture drags
+// the selection's moving end, the release lets go, and a double-click
+// selects the word under the point. The caret stands at the moving end.
+void editMouse(HWND hwnd, UINT msg, WPARAM keys, LPARAM lp) {
+  if (msg == WM_LBUTTONUP) {
+    if (GetCapture() == hwnd) ReleaseCapture();
+    return;
+  }
+  if (msg == WM_MOUSEMOVE && GetCapture() != hwnd) return;
+  if (msg != WM_MOUSEMOVE && GetFocus() != hwnd) SetFocus(hwnd);
+  Window* w = findWindow(hwnd);
+  if (!w) return;
+  normaliseSelection(*w);
+  std::vector<EditLine> lines = editLines(*w);
+  DWORD at = editCharFromPoint(*w, lines, static_cast<SHORT>(LOWORD(lp)), static_cast<SHORT>(HIWORD(lp)));
+  if (msg == WM_LBUTTONDBLCLK) {
+    editWordAt(w->text, lines[lineOf(lines, at)], at, &w->ctl.selStart, &w->ctl.selEnd);
+  } else {
+    if (msg == WM_LBUTTONDOWN && !(keys & MK_SHIFT)) w->ctl.selStart = at;
+    w->ctl.selEnd = at;
+  }
+  if (msg != WM_MOUSEMOVE) SetCapture(hwnd);
+  if (!(w = findWindow(hwnd))) return;
+  placeCaret(hwnd);
+  InvalidateRect(hwnd, nullptr, TRUE);
+}
+
 void paintEdit(HWND hwnd) {
   PAINTSTRUCT ps;
   HDC dc = BeginPaint(hwnd, &ps);
@@ -515,12 +583,26 @@ void paintEdit(HWND hwnd) {
     // text area; the system's caret shows over them.
     LONG bottom = r.bottom - kEditMargin;
     std::vector<EditLine> lines = editLines(*w);
+    normaliseSelection(*w);
+    DWORD selFrom = std::min(w->ctl.selStart, w->ctl.selEnd), selTo = std::max(w->ctl.selStart, w->ctl.selEnd);
+    bool focused = GetFocus() == hwnd;
+    LONG advance = fontOf(w->ctl.font).advance();
     for (size_t i = 0; i < lines.size(); ++i) {
       POINT at = editCharPos(*w, lines, lines[i].start);
       if (at.y >= bottom) break;
       RECT line = makeRect(at.x, at.y, r.right - kEditMargin, std::min(bottom, at.y + lineHeight));
       DrawTextA(dc, shown.c_str() + lines[i].start, static_cast<int>(lines[i].length), &line,
                 DT_SINGLELINE | DT_NOPREFIX);
+      // The selected part of the line, in the highlight's colours, while
+      // the control has the focus (always with ES_NOHIDESEL).
+      DWORD a = std::max(selFrom, lines[i].start), b = std::min(selTo, lines[i].start + lines[i].length);
+      if (a >= b || !(focused || (w->style & ES_NOHIDESEL))) continue;
+      POINT left = editCharPos(*w, lines, a);
+      RECT mark = makeRect(left.x, at.y, left.x + static_cast<LONG>(b - a) * advance, line.bottom);
+      FillRect(dc, &mark, systemColorBrush(COLOR_HIGHLIGHT));
+      COLORREF ink = SetTextColor(dc, sysColor(COLOR_HIGHLIGHTTEXT));
+      DrawTextA(dc, shown.c_str() + a, static_cast<int>(b - a), &mark, DT_SINGLELINE | DT_NOPREFIX);
+      SetTextColor(dc, ink);
     }
   }
   EndPaint(hwnd, &ps);
@@ -595,11 +677,14 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     size_t line = static_cast<int>(wp) < 0 ? lineOf(lines, w->ctl.selEnd) : wp;
     return line < lines.size() ? static_cast<LRESULT>(lines[line].start) : -1;
   }
-  case EM_GETSEL:
+  case EM_GETSEL: {
+    // In order, whichever end the caret is at.
     normaliseSelection(*w);
-    if (wp) *reinterpret_cast<DWORD*>(wp) = w->ctl.selStart;
-    if (lp) *reinterpret_cast<DWORD*>(lp) = w->ctl.selEnd;
-    return MAKELONG(w->ctl.selStart, w->ctl.selEnd);
+    DWORD from = std::min(w->ctl.selStart, w->ctl.selEnd), to = std::max(w->ctl.selStart, w->ctl.selEnd);
+    if (wp) *reinterpret_cast<DWORD*>(wp) = from;
+    if (lp) *reinterpret_cast<DWORD*>(lp) = to;
+    return MAKELONG(from, to);
+  }
   case EM_REPLACESEL:
     replaceSelection(hwnd, lp ? reinterpret_cast<const char*>(lp) : "");
     return 0;
@@ -619,7 +704,10 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     if (comboEditKey(hwnd, msg, wp, lp)) return 0;
     return DefWindowProcA(hwnd, msg, wp, lp);
   case WM_LBUTTONDOWN:
-    SetFocus(hwnd);
+  case WM_LBUTTONDBLCLK:
+  case WM_MOUSEMOVE:
+  case WM_LBUTTONUP:
+    editMouse(hwnd, msg, wp, lp);
     return 0;
   case WM_SETFONT:
     setControlFont(hwnd, wp, lp);

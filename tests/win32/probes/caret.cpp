@@ -194,11 +194,75 @@ void multiLineEdit() {
   DestroyWindow(p);
 }
 
+// The mouse in an edit control, by its button messages: a press places the
+// caret at the nearer edge of the character under the point, Shift extends
+// the selection, a drag selects (EM_GETSEL gives it in order, the caret
+// stays where the drag ended) and a double-click selects a word. Points are
+// a quarter and three quarters into a character's cell, from the control's
+// own EM_POSFROMCHAR and the font's widths.
+void mouseEdit() {
+  puts("-- the mouse in an edit control");
+  HWND p = createNamed("ProbeCaret", "P", WS_POPUP | WS_VISIBLE, NULL);
+  expect("M");
+  HWND e = CreateWindowExA(0, "Edit", "Hello world  foo\r\nsecond",
+                           WS_CHILD | WS_VISIBLE | ES_MULTILINE | ES_AUTOHSCROLL, 0, 0, 300, 120,
+                           p, NULL, GetModuleHandleA(NULL), NULL);
+  nameWindow(e, "M");
+  HDC dc = GetDC(e);
+  HGDIOBJ old = SelectObject(dc, (HGDIOBJ)SendMessageA(e, WM_GETFONT, 0, 0));
+  TEXTMETRICA tm;
+  GetTextMetricsA(dc, &tm);
+  SelectObject(dc, old);
+  ReleaseDC(e, dc);
+  // The point at quarter q (1 or 3) of character i's cell, or right of the
+  // end of its line (q 8), or below the text (q 9).
+  auto at = [&](int i, int q) {
+    int x = 0, y = 0;
+    posFromChar(e, i, &x, &y);
+    if (q == 9) return MAKELPARAM(x + 1, y + 4 * tm.tmHeight);
+    return MAKELPARAM(x + (q == 8 ? 40 * tm.tmAveCharWidth : tm.tmAveCharWidth * q / 4),
+                      y + tm.tmHeight / 2);
+  };
+  struct Gesture {
+    const char* what;
+    int from, fromQ, to, toQ;  // to < 0: a click; else a drag
+    WPARAM keys;
+    bool twice;
+  };
+  const Gesture gestures[] = {
+      {"click in the left of 'l' (2)", 2, 1, -1, 0, 0, false},
+      {"click in the right of 'l' (2)", 2, 3, -1, 0, 0, false},
+      {"Shift+click in 'r' (8)", 8, 1, -1, 0, MK_SHIFT, false},
+      {"drag from 1 to 7", 1, 1, 7, 1, 0, false},
+      {"drag back from 9 to 3", 9, 1, 3, 1, 0, false},
+      {"click right of the first line's end", 4, 8, -1, 0, 0, false},
+      {"click below the text", 20, 1, -1, 9, 0, false},
+      {"double-click in 'world'", 7, 1, -1, 0, 0, true},
+      {"double-click in the spaces", 12, 1, -1, 0, 0, true},
+      {"double-click in 'foo'", 14, 1, -1, 0, 0, true},
+  };
+  for (const Gesture& g : gestures) {
+    LPARAM from = g.to < 0 && g.toQ == 9 ? at(g.from, 9) : at(g.from, g.fromQ);
+    SendMessageA(e, WM_LBUTTONDOWN, MK_LBUTTON | g.keys, from);
+    if (g.to >= 0) SendMessageA(e, WM_MOUSEMOVE, MK_LBUTTON, at(g.to, g.toQ));
+    SendMessageA(e, WM_LBUTTONUP, 0, g.to >= 0 ? at(g.to, g.toQ) : from);
+    if (g.twice) {
+      SendMessageA(e, WM_LBUTTONDBLCLK, MK_LBUTTON, from);
+      SendMessageA(e, WM_LBUTTONUP, 0, from);
+    }
+    printf("focus on M %d,", GetFocus() == e);
+    printEdit(g.what, e);
+  }
+  printf("capture after the gestures: %s\n", GetCapture() ? "taken" : "none");
+  DestroyWindow(p);
+}
+
 }  // namespace
 
 int main() {
   registerClass("ProbeCaret", loggingProc, (HBRUSH)(COLOR_WINDOW + 1));
   api();
   multiLineEdit();
+  mouseEdit();
   return 0;
 }
