@@ -633,6 +633,7 @@ void paint(HWND hwnd) {
     RECT client;
     GetClientRect(hwnd, &client);
     SetBkMode(dc, TRANSPARENT);
+    if (Window* w = findWindow(hwnd)) selectControlFont(dc, *w);
     if (isSimple(*s)) {
       RECT box = makeRect(0, 0, client.right, s->textRect.bottom + kBorder);
       FillRect(dc, &box, background);
@@ -700,6 +701,23 @@ LRESULT create(HWND hwnd, const CREATESTRUCTA& cs) {
   fixHeight(hwnd, *state);
   if (ComboBoxState* s = stateOf(hwnd)) layOut(hwnd, *s);
   return 0;
+}
+
+// WM_SETFONT: the box keeps the font (not owned), gives it to its parts,
+// and its text part takes the font's height, as does the box's own height
+// for the drop-down styles.
+void setFont(HWND hwnd, WPARAM wp, LPARAM lp) {
+  setControlFont(hwnd, wp, 0);
+  ComboBoxState* s = stateOf(hwnd);
+  if (!s) return;
+  HWND edit = s->edit, list = s->list;
+  if (edit) SendMessageA(edit, WM_SETFONT, wp, FALSE);
+  if (list) SendMessageA(list, WM_SETFONT, wp, FALSE);
+  if (!(s = stateOf(hwnd))) return;
+  s->textHeight = fontOf(reinterpret_cast<HGDIOBJ>(wp)).height() + 2 + kItemPadding;
+  fixHeight(hwnd, *s);
+  if ((s = stateOf(hwnd)) != nullptr) layOut(hwnd, *s);
+  if (LOWORD(lp)) InvalidateRect(hwnd, nullptr, TRUE);
 }
 
 void destroy(HWND hwnd) {
@@ -868,6 +886,11 @@ LRESULT CALLBACK comboBoxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     return 0;
   case WM_PAINT: paint(hwnd); return 0;
   case WM_ERASEBKGND: return 1;  // WM_PAINT fills with the parent's brush
+  case WM_SETFONT: setFont(hwnd, wp, lp); return TRUE;  // as Wine answers
+  case WM_GETFONT: {
+    Window* w = findWindow(hwnd);
+    return w ? reinterpret_cast<LRESULT>(w->ctl.font) : 0;
+  }
   case WM_GETDLGCODE: {
     const MSG* m = reinterpret_cast<const MSG*>(lp);
     LRESULT code = DLGC_WANTCHARS | DLGC_WANTARROWS;

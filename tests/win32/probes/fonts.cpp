@@ -171,7 +171,7 @@ void controls(HWND parent) {
   Measured sys = measure(dc, (HFONT)GetStockObject(SYSTEM_FONT)), big = measure(dc, large);
   ReleaseDC(NULL, dc);
   // A dialog-class window made by CreateWindowExA keeps no font.
-  const char* classes[] = {"Button", "Static", "Edit", "ListBox", "#32770"};
+  const char* classes[] = {"Button", "Static", "Edit", "ListBox", "ComboBox", "#32770"};
   for (const char* cls : classes) {
     HWND c = CreateWindowExA(0, cls, "x", WS_CHILD | WS_VISIBLE, 0, 0, 100, 100, parent, NULL,
                              GetModuleHandleA(NULL), NULL);
@@ -193,6 +193,22 @@ void controls(HWND parent) {
          before == sys.tm.tmHeight,
          SendMessageA(lb, LB_GETITEMHEIGHT, 0, 0) == big.tm.tmHeight);
   DestroyWindow(lb);
+
+  // A drop-down combo box gives the font to its parts and grows with it.
+  HWND cb = CreateWindowExA(0, "ComboBox", "", WS_CHILD | WS_VISIBLE | CBS_DROPDOWN, 0, 0, 100, 150,
+                            parent, NULL, GetModuleHandleA(NULL), NULL);
+  RECT r0, r1;
+  GetWindowRect(cb, &r0);
+  SendMessageA(cb, WM_SETFONT, (WPARAM)large, FALSE);
+  GetWindowRect(cb, &r1);
+  COMBOBOXINFO info;
+  info.cbSize = sizeof info;
+  GetComboBoxInfo(cb, &info);
+  printf("ComboBox grows by the fonts' difference %d; its edit %d and list %d have the font\n",
+         (r1.bottom - r1.top) - (r0.bottom - r0.top) == big.tm.tmHeight - sys.tm.tmHeight,
+         SendMessageA(info.hwndItem, WM_GETFONT, 0, 0) == (LRESULT)large,
+         SendMessageA(info.hwndList, WM_GETFONT, 0, 0) == (LRESULT)large);
+  DestroyWindow(cb);
 
   HWND e = CreateWindowExA(0, "Edit", "ab\r\ncd", WS_CHILD | WS_VISIBLE | ES_MULTILINE, 0, 0,
                            200, 200, parent, NULL, GetModuleHandleA(NULL), NULL);
