@@ -29,16 +29,7 @@ LRESULT sendText(HWND h, UINT msg, WPARAM wp, const char* s) { return SendMessag
 // Short on purpose: under Wine with no window manager the probe's window
 // loses the focus some time after a pop-up list first shows, which a slower
 // run would record.
-void settle() {
-  for (int round = 0; round < 3; ++round) {
-    MSG m;
-    while (PeekMessageA(&m, NULL, 0, 0, PM_REMOVE)) {
-      TranslateMessage(&m);
-      DispatchMessageA(&m);
-    }
-    Sleep(20);
-  }
-}
+void settle() { pumpFor(3); }
 
 // What the parent heard since the last report, and where the box stands.
 void report(const char* what, HWND combo) {
@@ -53,15 +44,8 @@ void report(const char* what, HWND combo) {
 void mouseAt(HWND hwnd, int x, int y, bool click) {
   POINT p = {x, y};
   ClientToScreen(hwnd, &p);
-  INPUT in[3];
-  memset(in, 0, sizeof in);
-  int cx = GetSystemMetrics(SM_CXSCREEN), cy = GetSystemMetrics(SM_CYSCREEN);
-  for (INPUT& i : in) i.type = INPUT_MOUSE;
-  in[0].mi.dwFlags = MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE;
-  in[0].mi.dx = (p.x * 65536 + cx - 1) / cx;
-  in[0].mi.dy = (p.y * 65536 + cy - 1) / cy;
-  in[1].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
-  in[2].mi.dwFlags = MOUSEEVENTF_LEFTUP;
+  INPUT in[3] = {mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, p.x, p.y),
+                 mouseInput(MOUSEEVENTF_LEFTDOWN), mouseInput(MOUSEEVENTF_LEFTUP)};
   SendInput(click ? 3 : 1, in, sizeof(INPUT));
   settle();
 }
@@ -71,17 +55,9 @@ void clickAt(HWND hwnd, int x, int y) { mouseAt(hwnd, x, y, true); }
 // Keys pressed in order and let go in reverse: {VK_MENU, VK_DOWN} is Alt+Down.
 void keys(std::initializer_list<WORD> vks) {
   INPUT in[8];
-  memset(in, 0, sizeof in);
   int n = 0;
-  for (WORD vk : vks) {
-    in[n].type = INPUT_KEYBOARD;
-    in[n++].ki.wVk = vk;
-  }
-  for (const WORD* vk = vks.end(); vk != vks.begin();) {
-    in[n].type = INPUT_KEYBOARD;
-    in[n].ki.wVk = *--vk;
-    in[n++].ki.dwFlags = KEYEVENTF_KEYUP;
-  }
+  for (WORD vk : vks) in[n++] = keyInput(vk, false);
+  for (const WORD* vk = vks.end(); vk != vks.begin();) in[n++] = keyInput(*--vk, true);
   SendInput(n, in, sizeof(INPUT));
   settle();
 }

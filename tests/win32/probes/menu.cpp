@@ -3,11 +3,16 @@
 // runs, and what the item functions answer. The hand is SendInput; each
 // step after the first is taken when the menu loop tells the owner it is
 // about to wait (WM_ENTERIDLE), as a person acts once the menu is shown.
-#include <windows.h>
+#include "probe.h"
+
 #include <stdio.h>
 #include <string.h>
 
 namespace {
+
+using probe::keyInput;
+using probe::mouseInput;
+using probe::pumpFor;
 
 HWND g_main;
 HMENU g_bar, g_file, g_edit, g_recent, g_context;
@@ -50,7 +55,7 @@ LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     // MF_MOUSESELECT is left out: whether a press or a move selected the
     // item differs between systems.
     sprintf(text, "  MENUSELECT %#x flags %#x %s", LOWORD(wp),
-            HIWORD(wp) == 0xFFFF ? 0xFFFF : HIWORD(wp) & ~MF_MOUSESELECT, menuName((HMENU)lp));
+            (unsigned)(HIWORD(wp) == 0xFFFF ? 0xFFFF : HIWORD(wp) & ~MF_MOUSESELECT), menuName((HMENU)lp));
     break;
   case WM_MENUCHAR: sprintf(text, "  MENUCHAR %c", (char)LOWORD(wp)); break;
   case WM_COMMAND: sprintf(text, "  COMMAND %d", LOWORD(wp)); break;
@@ -63,47 +68,15 @@ LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 
-void pump() {
-  for (int round = 0; round < 5; ++round) {
-    MSG m;
-    while (PeekMessageA(&m, NULL, 0, 0, PM_REMOVE)) {
-      TranslateMessage(&m);
-      DispatchMessageA(&m);
-    }
-    Sleep(20);
-  }
-}
-
-INPUT key(WORD vk, bool up) {
-  INPUT in;
-  memset(&in, 0, sizeof in);
-  in.type = INPUT_KEYBOARD;
-  in.ki.wVk = vk;
-  in.ki.dwFlags = up ? KEYEVENTF_KEYUP : 0;
-  return in;
-}
-
 void press(WORD vk) {
-  INPUT in[2] = {key(vk, false), key(vk, true)};
+  INPUT in[2] = {keyInput(vk, false), keyInput(vk, true)};
   SendInput(2, in, sizeof(INPUT));
 }
 
 void pressWithAlt(WORD vk) {
-  INPUT in[4] = {key(VK_MENU, false), key(vk, false), key(vk, true), key(VK_MENU, true)};
+  INPUT in[4] = {keyInput(VK_MENU, false), keyInput(vk, false), keyInput(vk, true),
+                 keyInput(VK_MENU, true)};
   SendInput(4, in, sizeof(INPUT));
-}
-
-INPUT mouse(DWORD flags, int x = 0, int y = 0) {
-  INPUT in;
-  memset(&in, 0, sizeof in);
-  in.type = INPUT_MOUSE;
-  in.mi.dwFlags = flags;
-  if (flags & MOUSEEVENTF_ABSOLUTE) {
-    int cx = GetSystemMetrics(SM_CXSCREEN), cy = GetSystemMetrics(SM_CYSCREEN);
-    in.mi.dx = (x * 65536 + cx - 1) / cx;
-    in.mi.dy = (y * 65536 + cy - 1) / cy;
-  }
-  return in;
 }
 
 // A click in the middle of an item of a menu shown (or of the bar).
@@ -115,9 +88,9 @@ void clickItem(HMENU menu, int pos) {
     line("  (item not shown)");
     return;
   }
-  INPUT in[3] = {mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, (r.left + r.right) / 2,
+  INPUT in[3] = {mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, (r.left + r.right) / 2,
                        (r.top + r.bottom) / 2),
-                 mouse(MOUSEEVENTF_LEFTDOWN), mouse(MOUSEEVENTF_LEFTUP)};
+                 mouseInput(MOUSEEVENTF_LEFTDOWN), mouseInput(MOUSEEVENTF_LEFTUP)};
   SendInput(3, in, sizeof(INPUT));
 }
 
@@ -141,26 +114,26 @@ void byMouse() {
   Step steps[] = {openItem};
   begin("a click on File, then on Open", steps, 1);
   clickItem(g_bar, 0);
-  pump();
+  pumpFor(5);
   Step deeper[] = {recentItem, oneItem};
   begin("File, Recent, One by mouse", deeper, 2);
   clickItem(g_bar, 0);
-  pump();
+  pumpFor(5);
 }
 
 void byKeyboard() {
   Step steps[] = {downReturn};
   begin("Alt+E, Down, Return", steps, 1);
   pressWithAlt('E');
-  pump();
+  pumpFor(5);
   Step f10[] = {rightDown, escape, escape};
   begin("F10, Right, Down, Escape, Escape", f10, 3);
   press(VK_F10);
-  pump();
+  pumpFor(5);
   Step none[] = {escape};
   begin("Alt+Q (no such mnemonic)", none, 1);
   pressWithAlt('Q');
-  pump();
+  pumpFor(5);
 }
 
 void byTrackPopupMenu() {
@@ -168,19 +141,19 @@ void byTrackPopupMenu() {
   begin("TrackPopupMenu(TPM_RETURNCMD), Down, Down, Return", steps, 2);
   BOOL r = TrackPopupMenu(g_context, TPM_RETURNCMD, 200, 200, 0, g_main, NULL);
   printf("  returned %d\n", r);
-  pump();
+  pumpFor(5);
   Step esc[] = {escape};
   begin("TrackPopupMenu, Escape", esc, 1);
   r = TrackPopupMenu(g_context, 0, 200, 200, 0, g_main, NULL);
   printf("  returned %d\n", r);
-  pump();
+  pumpFor(5);
   begin("TrackPopupMenu(TPM_NONOTIFY) with Down and Return already typed", steps, 0);
   press(VK_DOWN);
   press(VK_RETURN);
   Sleep(50);
   r = TrackPopupMenu(g_context, TPM_NONOTIFY, 200, 200, 0, g_main, NULL);
   printf("  returned %d\n", r);
-  pump();
+  pumpFor(5);
 }
 
 // Arguments are evaluated in no fixed order: each call is its own statement.
@@ -258,7 +231,7 @@ int main() {
                            200, NULL, g_bar, wc.hInstance, NULL);
   SetForegroundWindow(g_main);
   SetFocus(g_main);
-  pump();
+  pumpFor(5);
   byMouse();
   byKeyboard();
   byTrackPopupMenu();

@@ -5,11 +5,15 @@
 // context menu's request goes up from a child) and a turn
 // of the wheel. Repeats of a message in a row are printed once (the
 // system may set the cursor or report a move more than once).
-#include <windows.h>
+#include "probe.h"
+
 #include <stdio.h>
 #include <string.h>
 
 namespace {
+
+using probe::mouseInput;
+using probe::pumpFor;
 
 HWND g_main, g_other, g_button;
 bool g_capture;  // the main window takes the capture while a button is down
@@ -63,31 +67,6 @@ LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 
-void pump() {
-  for (int round = 0; round < 5; ++round) {
-    MSG m;
-    while (PeekMessageA(&m, NULL, 0, 0, PM_REMOVE)) {
-      TranslateMessage(&m);
-      DispatchMessageA(&m);
-    }
-    Sleep(20);
-  }
-}
-
-INPUT mouse(DWORD flags, int x = 0, int y = 0, DWORD data = 0) {
-  INPUT in;
-  memset(&in, 0, sizeof in);
-  in.type = INPUT_MOUSE;
-  in.mi.dwFlags = flags;
-  in.mi.mouseData = data;
-  if (flags & MOUSEEVENTF_ABSOLUTE) {
-    int cx = GetSystemMetrics(SM_CXSCREEN), cy = GetSystemMetrics(SM_CYSCREEN);
-    in.mi.dx = (x * 65536 + cx - 1) / cx;
-    in.mi.dy = (y * 65536 + cy - 1) / cy;
-  }
-  return in;
-}
-
 // A click (or two) at a client point of hwnd, with the left button or,
 // given its flags, another.
 void click(const char* what, HWND hwnd, int x, int y, int clicks,
@@ -96,15 +75,15 @@ void click(const char* what, HWND hwnd, int x, int y, int clicks,
   ClientToScreen(hwnd, &p);
   INPUT in[5];
   int n = 0;
-  in[n++] = mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, p.x, p.y);
+  in[n++] = mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, p.x, p.y);
   for (int i = 0; i < clicks; ++i) {
-    in[n++] = mouse(down);
-    in[n++] = mouse(up);
+    in[n++] = mouseInput(down);
+    in[n++] = mouseInput(up);
   }
   printf("-- %s\n", what);
   g_last[0] = 0;
   SendInput(n, in, sizeof(INPUT));
-  pump();
+  pumpFor(5);
 }
 
 // A drag with the left button from one client point of hwnd to another,
@@ -114,13 +93,13 @@ void drag(const char* what, HWND hwnd, POINT from, POINT to) {
   ClientToScreen(hwnd, &a);
   ClientToScreen(hwnd, &m);
   ClientToScreen(hwnd, &b);
-  INPUT in[5] = {mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, a.x, a.y), mouse(MOUSEEVENTF_LEFTDOWN),
-                 mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, m.x, m.y),
-                 mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, b.x, b.y), mouse(MOUSEEVENTF_LEFTUP)};
+  INPUT in[5] = {mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, a.x, a.y), mouseInput(MOUSEEVENTF_LEFTDOWN),
+                 mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, m.x, m.y),
+                 mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, b.x, b.y), mouseInput(MOUSEEVENTF_LEFTUP)};
   printf("-- %s\n", what);
   g_last[0] = 0;
   SendInput(5, in, sizeof(INPUT));
-  pump();
+  pumpFor(5);
 }
 
 }  // namespace
@@ -142,7 +121,7 @@ int main() {
   g_other = CreateWindowExA(0, "ProbeMouse", "other", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 500, 100, 200,
                             150, NULL, NULL, wc.hInstance, NULL);
   SetForegroundWindow(g_other);
-  pump();
+  pumpFor(5);
   printf("active: %s\n", nameOf(GetActiveWindow()));
   click("a click on the inactive main window", g_main, 40, 50, 1);
   printf("active: %s\n", nameOf(GetActiveWindow()));
@@ -159,9 +138,9 @@ int main() {
   SetFocus(g_main);
   printf("-- the wheel turned one notch towards the user\n");
   g_last[0] = 0;
-  INPUT wheel = mouse(MOUSEEVENTF_WHEEL, 0, 0, (DWORD)-WHEEL_DELTA);
+  INPUT wheel = mouseInput(MOUSEEVENTF_WHEEL, 0, 0, (DWORD)-WHEEL_DELTA);
   SendInput(1, &wheel, sizeof(INPUT));
-  pump();
+  pumpFor(5);
   DestroyWindow(g_other);
   DestroyWindow(g_main);
   return 0;

@@ -256,6 +256,40 @@ inline void pump() {
   }
 }
 
+// Dispatches what arrives for rounds of 20 ms each, so that input sent to
+// the system meanwhile reaches the windows.
+inline void pumpFor(int rounds) {
+  for (int round = 0; round < rounds; ++round) {
+    pump();
+    Sleep(20);
+  }
+}
+
+// The probes' hand, through SendInput: a key going down or up, and a mouse
+// event (with MOUSEEVENTF_ABSOLUTE, x and y are screen pixels).
+inline INPUT keyInput(WORD vk, bool up) {
+  INPUT in;
+  memset(&in, 0, sizeof in);
+  in.type = INPUT_KEYBOARD;
+  in.ki.wVk = vk;
+  in.ki.dwFlags = up ? KEYEVENTF_KEYUP : 0;
+  return in;
+}
+
+inline INPUT mouseInput(DWORD flags, int x = 0, int y = 0, DWORD data = 0) {
+  INPUT in;
+  memset(&in, 0, sizeof in);
+  in.type = INPUT_MOUSE;
+  in.mi.dwFlags = flags;
+  in.mi.mouseData = data;
+  if (flags & MOUSEEVENTF_ABSOLUTE) {
+    int cx = GetSystemMetrics(SM_CXSCREEN), cy = GetSystemMetrics(SM_CYSCREEN);
+    in.mi.dx = (x * 65536 + cx - 1) / cx;
+    in.mi.dy = (y * 65536 + cy - 1) / cy;
+  }
+  return in;
+}
+
 }  // namespace probe
 
 #endif
