@@ -26,13 +26,7 @@ class ComboBox : public LayerTest {
     layertest::recorded().clear();
     return combo;
   }
-  std::vector<int> notifications() {
-    std::vector<int> codes;
-    for (const layertest::Recorded& r : layertest::recorded())
-      if (r.msg == WM_COMMAND && r.hwnd == main_) codes.push_back(HIWORD(r.wp));
-    layertest::recorded().clear();
-    return codes;
-  }
+  std::vector<int> notifications() { return layertest::notificationsTo(main_); }
   void clickButton(HWND combo) {
     win32sim::click(combo, (info_.rcButton.left + info_.rcButton.right) / 2, info_.rcButton.top + 2);
     layertest::pumpAll();

@@ -111,6 +111,16 @@ void checkSequence(const Expect (&want)[N], const char* file, int line) {
 
 #define EXPECT_SEQUENCE(want) ::layertest::checkSequence(want, __FILE__, __LINE__)
 
+// The notification codes (WM_COMMAND's high word) parent received since the
+// log was last cleared, in order; the log is cleared.
+inline std::vector<int> notificationsTo(HWND parent) {
+  std::vector<int> codes;
+  for (const Recorded& r : recorded())
+    if (r.msg == WM_COMMAND && r.hwnd == parent) codes.push_back(HIWORD(r.wp));
+  recorded().clear();
+  return codes;
+}
+
 // Every test starts with an empty log and must leave no window, GDI object,
 // DC, accelerator table or timer behind.
 class LayerTest : public ::testing::Test {

@@ -28,14 +28,7 @@ class ListBox : public LayerTest {
     layertest::recorded().clear();
     return lb;
   }
-  // The notification codes the parent received, in order.
-  std::vector<int> notifications() {
-    std::vector<int> codes;
-    for (const layertest::Recorded& r : layertest::recorded())
-      if (r.msg == WM_COMMAND && r.hwnd == main_) codes.push_back(HIWORD(r.wp));
-    layertest::recorded().clear();
-    return codes;
-  }
+  std::vector<int> notifications() { return layertest::notificationsTo(main_); }
   void TearDown() override {
     DestroyWindow(main_);
     LayerTest::TearDown();
