@@ -268,4 +268,34 @@ TEST_F(Screen, TheEditCaretStandsAfterTheCharacterBeforeItOnItsLine) {
   DestroyWindow(h);
 }
 
+// Check boxes and radio buttons: a check box is a sunken square (its inner
+// edge dark at the corner) with a tick, grey on the button face for the
+// third state; a radio button a circle (the square's corner is the
+// background) with a dot. The 13-pixel mark is centred on a 21-pixel row.
+TEST_F(Screen, CheckBoxesAndRadioButtonsDrawTheirMarks) {
+  struct Case {
+    DWORD style;
+    WPARAM check;
+    int corner, tick, centre;  // system colours at (1,1), (3,5) and (6,6) of the mark
+  } cases[] = {
+      {BS_AUTOCHECKBOX, BST_UNCHECKED, COLOR_3DDKSHADOW, COLOR_WINDOW, COLOR_WINDOW},
+      {BS_AUTOCHECKBOX, BST_CHECKED, COLOR_3DDKSHADOW, COLOR_WINDOWTEXT, COLOR_WINDOWTEXT},
+      {BS_AUTO3STATE, BST_INDETERMINATE, COLOR_3DDKSHADOW, COLOR_BTNSHADOW, COLOR_BTNSHADOW},
+      {BS_AUTORADIOBUTTON, BST_UNCHECKED, COLOR_BTNFACE, COLOR_WINDOW, COLOR_WINDOW},
+      {BS_RADIOBUTTON, BST_CHECKED, COLOR_BTNFACE, COLOR_WINDOW, COLOR_WINDOWTEXT},
+  };
+  HWND h = layertest::createMain();
+  for (const Case& c : cases) {
+    HWND b = CreateWindowExA(0, "BUTTON", "x", WS_CHILD | WS_VISIBLE | c.style, 10, 10, 80, 21, h,
+                             NULL, NULL, NULL);
+    SendMessageA(b, BM_SETCHECK, c.check, 0);
+    layertest::pumpAll();
+    EXPECT_EQ(win32sim::pixel(b, 1, 4 + 1), GetSysColor(c.corner)) << c.style << " " << c.check;
+    EXPECT_EQ(win32sim::pixel(b, 3, 4 + 5), GetSysColor(c.tick)) << c.style << " " << c.check;
+    EXPECT_EQ(win32sim::pixel(b, 6, 4 + 6), GetSysColor(c.centre)) << c.style << " " << c.check;
+    DestroyWindow(b);
+  }
+  DestroyWindow(h);
+}
+
 }  // namespace
