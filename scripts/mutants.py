@@ -111,6 +111,26 @@ def run(cmd, cwd, timeout):
         return None, "timed out"
 
 
+def known_equivalents(path):
+    """The list of equivalent mutants: {(file, before, after): why}."""
+    known, key = {}, None
+    if not os.path.exists(path):
+        return known
+    with open(path, encoding="utf-8") as fh:
+        for line in fh:
+            if not line.strip() or line.startswith("#"):
+                continue
+            if line[0].isspace():
+                if key:
+                    known[key] = (known[key] + " " + line.strip()).strip()
+                continue
+            where, _, change = line.partition(": ")
+            before, _, after = change.strip().partition(" => ")
+            key = (where.strip(), before.strip(), after.strip())
+            known[key] = ""
+    return known
+
+
 def main():
     ap = argparse.ArgumentParser()
     ap.add_argument("--root", required=True)
@@ -162,8 +182,10 @@ def main():
         print(log[-3000:])
         sys.exit("mutants: the suite fails without any change")
 
+    known = known_equivalents(os.path.join(a.root, "scripts", "equivalent-mutants.txt"))
     caught = compiled = 0
     survivors = []
+    equivalents = []
     began = time.time()
     for i, (path, n, before, after) in enumerate(sample, 1):
         target = os.path.join(src, path)
@@ -182,8 +204,14 @@ def main():
                 status, _ = run(["ctest", "--test-dir", build, "-j2", "--stop-on-failure",
                                  "--timeout", str(a.timeout)], src, a.timeout)
                 if status == 0:
-                    verdict = "SURVIVES"
-                    survivors.append(f"{path}:{n}: {before.strip()} => {after.strip()}")
+                    change = f"{path}:{n}: {before.strip()} => {after.strip()}"
+                    why = known.get((path, before.strip(), after.strip()))
+                    if why is None:
+                        verdict = "SURVIVES"
+                        survivors.append(change)
+                    else:
+                        verdict = "survives (a known equivalent)"
+                        equivalents.append(f"{change}\n  {why}")
                 else:
                     caught += 1
                     verdict = "caught" if status is not None else "caught (hangs)"
@@ -198,9 +226,10 @@ def main():
     score = 100.0 * caught / compiled if compiled else 0.0
     lines = [f"mutants: seed {a.seed}, {len(sample)} sampled of {len(pool)} in {len(files)} files"
              f" ({'library and host' if a.host else 'library'}{', chosen files' if a.files else ''})",
-             f"mutants: {compiled} compiled, {caught} caught, {len(survivors)} survived:"
-             f" score {score:.1f}% ({minutes:.0f} min)"]
+             f"mutants: {compiled} compiled, {caught} caught, {len(survivors) + len(equivalents)}"
+             f" survived ({len(equivalents)} known equivalents): score {score:.1f}% ({minutes:.0f} min)"]
     lines += ["survivor: " + s for s in survivors]
+    lines += ["equivalent: " + s for s in equivalents]
     print("\n".join(lines))
     if a.summary:
         with open(a.summary, "w", encoding="utf-8") as fh:
