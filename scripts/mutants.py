@@ -161,6 +161,15 @@ def main():
     print(f"mutants: {len(sample)} of {len(pool)} possible changes in {len(files)} files, seed {a.seed}",
           flush=True)
 
+    # A run that was killed while a mutant was in place may have left objects
+    # built from it, newer than the sources copied below: its build goes.
+    marker = os.path.join(a.scratch, "mutating")
+    if os.path.exists(marker):
+        shutil.rmtree(build, ignore_errors=True)
+        os.remove(marker)
+    # A TERM signal ends the run as an interrupt does, restoring the file.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit("mutants: stopped"))
+
     # The scratch tree: a copy of the sources, built once before any change.
     if os.path.exists(src):
         shutil.rmtree(src)
@@ -194,6 +203,8 @@ def main():
         mutated = list(original)
         mutated[n - 1] = after
         try:
+            with open(marker, "w", encoding="utf-8") as fh:
+                fh.write(path + "\n")
             with open(target, "w", encoding="utf-8") as fh:
                 fh.writelines(mutated)
             status, _ = run(["cmake", "--build", build, "-j2"], src, 900)
@@ -218,6 +229,8 @@ def main():
         finally:
             with open(target, "w", encoding="utf-8") as fh:
                 fh.writelines(original)
+            # The file is newer than any object built from the mutant now.
+            os.remove(marker)
         print(f"[{i}/{len(sample)}] {path}:{n}: {verdict}", flush=True)
     # Leave the scratch build as the sources are.
     run(["cmake", "--build", build, "-j2"], src, 900)
