@@ -112,7 +112,9 @@ def run(cmd, cwd, timeout):
 
 
 def known_equivalents(path):
-    """The list of equivalent mutants: {(file, before, after): why}."""
+    """The list of equivalent mutants: {(file, before, after, under): why}.
+    `under` is the line above the changed one, for a line whose text alone
+    (a bare `return false;`) names too many places; None elsewhere."""
     known, key = {}, None
     if not os.path.exists(path):
         return known
@@ -121,12 +123,16 @@ def known_equivalents(path):
             if not line.strip() or line.startswith("#"):
                 continue
             if line[0].isspace():
-                if key:
+                if key and line.strip().startswith("under: ") and not known[key]:
+                    why = known.pop(key)
+                    key = key[:3] + (line.strip()[len("under: "):].strip(),)
+                    known[key] = why
+                elif key:
                     known[key] = (known[key] + " " + line.strip()).strip()
                 continue
             where, _, change = line.partition(": ")
             before, _, after = change.strip().partition(" => ")
-            key = (where.strip(), before.strip(), after.strip())
+            key = (where.strip(), before.strip(), after.strip(), None)
             known[key] = ""
     return known
 
@@ -216,7 +222,9 @@ def main():
                                  "--timeout", str(a.timeout)], src, a.timeout)
                 if status == 0:
                     change = f"{path}:{n}: {before.strip()} => {after.strip()}"
-                    why = known.get((path, before.strip(), after.strip()))
+                    under = original[n - 2].strip() if n > 1 else ""
+                    why = known.get((path, before.strip(), after.strip(), under),
+                                    known.get((path, before.strip(), after.strip(), None)))
                     if why is None:
                         verdict = "SURVIVES"
                         survivors.append(change)
