@@ -147,6 +147,9 @@ def main():
     ap.add_argument("--files", nargs="*", default=None, help="only these source files")
     ap.add_argument("--timeout", type=int, default=120, help="seconds for one run of the suite")
     ap.add_argument("--summary", default=None, help="also write the summary here")
+    ap.add_argument("--without", default=None,
+                    help="run the suite without the tests this ctest regex names, and report"
+                         " which of them alone catch a mutant")
     a = ap.parse_args()
 
     src = os.path.join(a.scratch, "src")
@@ -201,6 +204,7 @@ def main():
     caught = compiled = 0
     survivors = []
     equivalents = []
+    only = []  # caught only by the tests --without leaves out
     began = time.time()
     for i, (path, n, before, after) in enumerate(sample, 1):
         target = os.path.join(src, path)
@@ -218,8 +222,18 @@ def main():
                 verdict = "does not compile"
             else:
                 compiled += 1
-                status, _ = run(["ctest", "--test-dir", build, "-j2", "--stop-on-failure",
-                                 "--timeout", str(a.timeout)], src, a.timeout)
+                suite = ["ctest", "--test-dir", build, "-j2", "--stop-on-failure",
+                         "--timeout", str(a.timeout)]
+                status, _ = run(suite + (["-E", a.without] if a.without else []), src, a.timeout)
+                if status == 0 and a.without:
+                    status, out = run(["ctest", "--test-dir", build, "-j2", "-R", a.without,
+                                       "--timeout", str(a.timeout), "--output-on-failure"],
+                                      src, a.timeout)
+                    if status != 0:
+                        catchers = sorted(set(re.findall(r"\[  FAILED  \] (\S+\.\S+) \(", out) +
+                                              re.findall(r"\d+ - (\S+) \(", out)))
+                        only.append(f"{path}:{n}: {before.strip()} => {after.strip()}"
+                                    f"\n  caught only by: {' '.join(catchers) or 'a hang'}")
                 if status == 0:
                     change = f"{path}:{n}: {before.strip()} => {after.strip()}"
                     under = original[n - 2].strip() if n > 1 else ""
@@ -251,6 +265,9 @@ def main():
              f" survived ({len(equivalents)} known equivalents): score {score:.1f}% ({minutes:.0f} min)"]
     lines += ["survivor: " + s for s in survivors]
     lines += ["equivalent: " + s for s in equivalents]
+    if a.without:
+        lines += [f"without {a.without}: {len(only)} of the caught are caught only by those tests"]
+        lines += ["only: " + s for s in only]
     print("\n".join(lines))
     if a.summary:
         with open(a.summary, "w", encoding="utf-8") as fh:
