@@ -235,7 +235,7 @@ TEST_F(Screen, TheEditCaretStandsAfterTheCharacterBeforeItOnItsLine) {
   win32sim::pressKey(VK_RETURN);
   win32sim::typeText("cde");
   layertest::pumpAll();
-  // Column c of line l starts at (1 + 6c, 1 + 10l): a 1-pixel margin, then
+  // Column c of line l starts at (6c, 10l): no border, no margins, then
   // 6x10 character cells.
   struct Step {
     int key;  // pressed before looking; 0 for none
@@ -250,21 +250,21 @@ TEST_F(Screen, TheEditCaretStandsAfterTheCharacterBeforeItOnItsLine) {
   for (const Step& s : steps) {
     if (s.key) win32sim::pressKey(s.key);
     layertest::pumpAll();
-    int x = 1 + 6 * s.column, top = 1 + 10 * s.line;
+    int x = 6 * s.column, top = 10 * s.line;
     POINT at{-1, -1};
     GetCaretPos(&at);
     EXPECT_EQ(at.x, x) << "key " << s.key;
     EXPECT_EQ(at.y, top) << "key " << s.key;
     EXPECT_TRUE(caretShowsAt(e, x, top)) << "key " << s.key;
     // Never on line 0 as many cells along as the text has characters.
-    EXPECT_FALSE(caretShowsAt(e, 1 + 6 * 7, 1)) << "key " << s.key;
+    EXPECT_FALSE(caretShowsAt(e, 6 * 7, 0)) << "key " << s.key;
   }
   HideCaret(e);
-  EXPECT_FALSE(caretShowsAt(e, 1 + 6 * 2, 11)) << "hidden";
+  EXPECT_FALSE(caretShowsAt(e, 6 * 2, 10)) << "hidden";
   ShowCaret(e);
-  EXPECT_TRUE(caretShowsAt(e, 1 + 6 * 2, 11)) << "shown again";
+  EXPECT_TRUE(caretShowsAt(e, 6 * 2, 10)) << "shown again";
   SetFocus(h);
-  EXPECT_FALSE(caretShowsAt(e, 1 + 6 * 2, 11)) << "the focus went, and the caret with it";
+  EXPECT_FALSE(caretShowsAt(e, 6 * 2, 10)) << "the focus went, and the caret with it";
   DestroyWindow(h);
 }
 
