@@ -469,6 +469,8 @@ void paste(HWND hwnd) {
     }
   }
   CloseClipboard();
+  // The owner may have rendered the text meanwhile, and done anything.
+  if (!(w = findWindow(hwnd))) return;
   if (singleLine(*w)) {
     size_t nl = text.find('\n');
     if (nl != std::string::npos) text.resize(nl && text[nl - 1] == '\r' ? nl - 1 : nl);
@@ -766,7 +768,7 @@ LRESULT editSetSel(Window& w, WPARAM wp, LPARAM lp) {
 
 // EM_SETMARGINS: EC_USEFONTINFO asks the font, and the layer's raster
 // fonts ask for none, as the system's raster fonts do.
-void setMargins(Window& w, EditState& s, WPARAM which, LPARAM lp) {
+void setMargins(EditState& s, WPARAM which, LPARAM lp) {
   int left = LOWORD(lp), right = HIWORD(lp);
   if (which & EC_LEFTMARGIN) {
     s.format.left -= s.leftMargin;
@@ -778,7 +780,6 @@ void setMargins(Window& w, EditState& s, WPARAM which, LPARAM lp) {
     s.rightMargin = right == EC_USEFONTINFO ? 0 : right;
     s.format.right -= s.rightMargin;
   }
-  (void)w;
 }
 
 LRESULT lineIndex(Window& w, EditState& s, WPARAM wp) {
@@ -860,7 +861,6 @@ void editCreate(Window& w, const CREATESTRUCTA* cs) {
     s->border = !(w.exStyle & WS_EX_CLIENTEDGE);
     w.style &= ~static_cast<DWORD>(WS_BORDER);
   }
-  if (w.style & ES_PASSWORD) s->passwordChar = '*';
   w.ctl.limit = 30000;
   w.edit = s;
 }
@@ -871,7 +871,7 @@ void setFont(HWND hwnd, WPARAM wp, LPARAM lp) {
   setControlFont(hwnd, wp, lp);
   Window* w = findWindow(hwnd);
   if (!w || !w->edit) return;
-  setMargins(*w, *w->edit, EC_LEFTMARGIN | EC_RIGHTMARGIN, MAKELONG(EC_USEFONTINFO, EC_USEFONTINFO));
+  setMargins(*w->edit, EC_LEFTMARGIN | EC_RIGHTMARGIN, MAKELONG(EC_USEFONTINFO, EC_USEFONTINFO));
   formatFromClient(*w, *w->edit);
   if (GetFocus() != hwnd) return;
   CreateCaret(hwnd, nullptr, 1, metricsOf(*w).height);
@@ -886,12 +886,14 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   if (!w) return 0;
   if (msg == WM_NCCREATE) {
     editCreate(*w, reinterpret_cast<const CREATESTRUCTA*>(lp));
-    return DefWindowProcA(hwnd, msg, wp, 0);
+    return DefWindowProcA(hwnd, msg, wp, 0);  // the text comes at WM_CREATE
   }
   if (!w->edit) return DefWindowProcA(hwnd, msg, wp, lp);
-  // The state is held across the call: a message may destroy the window.
+  // The window and its state are held across the call: a message may
+  // destroy the window.
+  WindowRef pin = pinWindow(hwnd);
   std::shared_ptr<EditState> keep = w->edit;
-  return editMessage(hwnd, *w, *keep, msg, wp, lp);
+  return editMessage(hwnd, *pin, *keep, msg, wp, lp);
 }
 
 LRESULT editMessage(HWND hwnd, Window& w, EditState& s, UINT msg, WPARAM wp, LPARAM lp) {
@@ -988,7 +990,7 @@ LRESULT editMessage(HWND hwnd, Window& w, EditState& s, UINT msg, WPARAM wp, LPA
     if (msg == EM_SETRECT) refresh(hwnd);
     return 0;
   case EM_SETMARGINS:
-    setMargins(w, s, wp, lp);
+    setMargins(s, wp, lp);
     refresh(hwnd);
     return 0;
   case EM_GETMARGINS:
