@@ -268,6 +268,38 @@ TEST_F(Screen, TheEditCaretStandsAfterTheCharacterBeforeItOnItsLine) {
   DestroyWindow(h);
 }
 
+// An edit with WS_BORDER draws a 1-pixel frame inside its client area and
+// lays its text out 2 pixels in (SM_CXBORDER + 1); the selection shows in
+// the highlight's colours while it has the focus.
+TEST_F(Screen, TheEditDrawsItsBorderAndSelectionInsideItsClientArea) {
+  HWND h = layertest::createMain();
+  HWND e = CreateWindowExA(0, "EDIT", "abcdef", WS_CHILD | WS_VISIBLE | WS_BORDER, 10, 10, 100, 20,
+                           h, NULL, NULL, NULL);
+  RECT client;
+  GetClientRect(e, &client);
+  EXPECT_EQ(client.right, 100);  // no non-client border
+  SetFocus(e);
+  SendMessageA(e, EM_SETSEL, 1, 3);
+  layertest::pumpAll();
+  HideCaret(e);
+  RECT format;
+  SendMessageA(e, EM_GETRECT, 0, reinterpret_cast<LPARAM>(&format));
+  EXPECT_EQ(format.left, 2);
+  EXPECT_EQ(format.top, 2);
+  EXPECT_EQ(win32sim::pixel(e, 0, 0), GetSysColor(COLOR_WINDOWFRAME));
+  EXPECT_EQ(win32sim::pixel(e, 99, 19), GetSysColor(COLOR_WINDOWFRAME));
+  EXPECT_EQ(win32sim::pixel(e, 1, 1), GetSysColor(COLOR_WINDOW));
+  // Characters 1 and 2 are the 6-pixel cells from x = 8; the highlight
+  // fills their rows where no ink is.
+  EXPECT_EQ(win32sim::pixel(e, 8, 2), GetSysColor(COLOR_HIGHLIGHT));
+  EXPECT_EQ(win32sim::pixel(e, 19, 11), GetSysColor(COLOR_HIGHLIGHT));
+  EXPECT_EQ(win32sim::pixel(e, 20, 2), GetSysColor(COLOR_WINDOW));
+  SetFocus(h);
+  layertest::pumpAll();
+  EXPECT_EQ(win32sim::pixel(e, 8, 2), GetSysColor(COLOR_WINDOW)) << "hidden without the focus";
+  DestroyWindow(h);
+}
+
 // Check boxes and radio buttons: a check box is a sunken square (its inner
 // edge dark at the corner) with a tick, grey on the button face for the
 // third state; a radio button a circle (the square's corner is the
