@@ -174,8 +174,8 @@ void showDefaultFor(HWND dlg, HWND focus) {
   if (!d) return;
   HWND def = d->dialog ? GetDlgItem(dlg, static_cast<int>(d->dialog->defId)) : nullptr;
   HWND wanted = isPushButton(focus) ? focus : (isPushButton(def) ? def : nullptr);
-  std::vector<HWND> children = d->children;
-  for (HWND c : children) {
+  for (HWND c : descendantsPreOrder(dlg)) {
+    if (c == dlg) continue;
     Window *cw = findWindow(c);
     if (cw && c != wanted && (sendMessage(c, WM_GETDLGCODE, 0, 0) & DLGC_DEFPUSHBUTTON))
       setButtonLook(c, false);
