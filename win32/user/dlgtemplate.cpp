@@ -8,6 +8,7 @@
 // destroy the dialog, so it is looked up again after each.
 #include "user/user.h"
 
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -514,24 +515,30 @@ BOOL WINAPI SetDlgItemTextA(HWND hDlg, int nIDDlgItem, LPCSTR lpString) {
       SendDlgItemMessageA(hDlg, nIDDlgItem, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(lpString)));
 }
 
-// Leading blanks and trailing blanks are allowed; anything else, or a value
-// out of range, fails with 0.
+// The number at the start of the text, after blanks and a sign, up to the
+// first character that is no digit; fails with 0 when there is no digit or
+// the value does not fit. Unsigned, a minus sign wraps (as C's strtoul).
 UINT WINAPI GetDlgItemInt(HWND hDlg, int nIDDlgItem, BOOL *lpTranslated, BOOL bSigned) {
   if (lpTranslated) *lpTranslated = FALSE;
   char text[32];
   if (!SendDlgItemMessageA(hDlg, nIDDlgItem, WM_GETTEXT, sizeof text,
                            reinterpret_cast<LPARAM>(text)))
     return 0;
-  char *end;
-  const char *digits = text + strspn(text, " ");
-  if (!bSigned && *digits == '-') return 0;
-  long long value = strtoll(digits, &end, 10);
-  if (end == digits) return 0;
-  while (*end == ' ') ++end;
-  if (*end) return 0;
-  if (bSigned ? (value < INT32_MIN || value > INT32_MAX) : value > UINT32_MAX) return 0;
+  const char *p = text;
+  while (isspace(static_cast<unsigned char>(*p))) ++p;
+  bool negative = *p == '-';
+  if (*p == '-' || *p == '+') ++p;
+  if (!isdigit(static_cast<unsigned char>(*p))) return 0;
+  long long magnitude = 0;
+  for (; isdigit(static_cast<unsigned char>(*p)); ++p) {
+    magnitude = magnitude * 10 + (*p - '0');
+    if (magnitude > 0xFFFFFFFFLL) return 0;
+  }
+  long long limit = bSigned ? (negative ? 0x80000000LL : 0x7FFFFFFFLL) : 0xFFFFFFFFLL;
+  if (magnitude > limit) return 0;
   if (lpTranslated) *lpTranslated = TRUE;
-  return static_cast<UINT>(value);
+  UINT value = static_cast<UINT>(magnitude);
+  return negative ? 0u - value : value;
 }
 
 BOOL WINAPI SetDlgItemInt(HWND hDlg, int nIDDlgItem, UINT uValue, BOOL bSigned) {
