@@ -348,6 +348,5 @@ LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
 #define CLIP_DEFAULT_PRECIS 0
 #define DEFAULT_QUALITY 0
 #define DEFAULT_PITCH 0
-#define FF_DONTCARE 0
 
 #endif
