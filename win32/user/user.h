@@ -320,6 +320,10 @@ void selectControlFont(HDC dc, const Window& w);
 // WM_SETFONT: keeps the font (not owned) and repaints when LOWORD(lp) asks.
 void setControlFont(HWND hwnd, WPARAM wp, LPARAM lp);
 
+// ---- The static control (static.cpp) ----
+
+LRESULT CALLBACK staticProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
+
 // ---- The list box (listbox.cpp) ----
 
 void registerListBoxClass();
