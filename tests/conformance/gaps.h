@@ -332,6 +332,7 @@ LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
 #define SetWindowLongPtrW SetWindowLongW
 #include "gaps_msg.h"
 #include "gaps_menu.h"
+#include "gaps_text.h"
 
 /* listbox.c: directory listings, the list box information query, input
  * injection. */

@@ -118,6 +118,15 @@ BOOL WINAPI SetViewportOrgEx(HDC hdc, int x, int y, LPPOINT lppt) {
   return TRUE;
 }
 
+BOOL WINAPI OffsetViewportOrgEx(HDC hdc, int x, int y, LPPOINT lppt) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc) return FALSE;
+  if (lppt) *lppt = dc->viewportOrg;
+  dc->viewportOrg.x += x;
+  dc->viewportOrg.y += y;
+  return TRUE;
+}
+
 BOOL WINAPI LPtoDP(HDC hdc, LPPOINT lppt, int c) {
   DeviceContext* dc = deviceContext(hdc);
   if (!dc || !lppt) return FALSE;

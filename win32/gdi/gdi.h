@@ -136,6 +136,9 @@ bool brushColor(HBRUSH brush, const DeviceContext* dc, COLORREF* color);
 void selectDefaults(DeviceContext& dc);
 void deselectAll(DeviceContext& dc);
 
+// Drawing through dc's surface, origin and clip (draw.cpp).
+Painter painterOf(const DeviceContext& dc);
+
 // ---- Coordinates (dc.cpp) ----
 
 POINT toDevice(const DeviceContext& dc, int x, int y);

@@ -1578,6 +1578,29 @@ typedef struct tagMENUBARINFO {
 #define DT_RTLREADING 0x00020000
 #define DT_WORD_ELLIPSIS 0x00040000
 
+typedef struct tagDRAWTEXTPARAMS {
+  UINT cbSize;
+  int iTabLength;
+  int iLeftMargin;
+  int iRightMargin;
+  UINT uiLengthDrawn;
+} DRAWTEXTPARAMS, *LPDRAWTEXTPARAMS;
+TUL_WIN32_ASSERT(sizeof(DRAWTEXTPARAMS) == 20, "DRAWTEXTPARAMS");
+
+#define DST_COMPLEX 0x0000
+#define DST_TEXT 0x0001
+#define DST_PREFIXTEXT 0x0002
+#define DST_ICON 0x0003
+#define DST_BITMAP 0x0004
+#define DSS_NORMAL 0x0000
+#define DSS_UNION 0x0010
+#define DSS_DISABLED 0x0020
+#define DSS_MONO 0x0080
+#define DSS_HIDEPREFIX 0x0200
+#define DSS_PREFIXONLY 0x0400
+#define DSS_RIGHT 0x8000
+typedef BOOL(CALLBACK* DRAWSTATEPROC)(HDC hdc, LPARAM lData, WPARAM wData, int cx, int cy);
+
 /* ---- GDI ---- */
 
 #define WHITE_BRUSH 0
@@ -2022,6 +2045,8 @@ TUL_WIN32_API void WINAPI Sleep(DWORD dwMilliseconds);
 TUL_WIN32_API void WINAPI OutputDebugStringA(LPCSTR lpOutputString);
 TUL_WIN32_API int WINAPI lstrcmpiA(LPCSTR lpString1, LPCSTR lpString2);
 TUL_WIN32_API int WINAPI lstrcmpA(LPCSTR lpString1, LPCSTR lpString2);
+TUL_WIN32_API int WINAPI lstrlenA(LPCSTR lpString);
+TUL_WIN32_API LPSTR WINAPI lstrcpyA(LPSTR lpString1, LPCSTR lpString2);
 TUL_WIN32_API int WINAPI MulDiv(int nNumber, int nNumerator, int nDenominator);
 #define HEAP_ZERO_MEMORY 0x00000008
 TUL_WIN32_API HANDLE WINAPI GetProcessHeap(void);
@@ -2243,6 +2268,17 @@ TUL_WIN32_API int WINAPI FrameRect(HDC hDC, const RECT* lprc, HBRUSH hbr);
 TUL_WIN32_API BOOL WINAPI DrawFocusRect(HDC hDC, const RECT* lprc);
 TUL_WIN32_API int WINAPI DrawTextA(HDC hdc, LPCSTR lpchText, int cchText, LPRECT lprc,
                                    UINT format);
+TUL_WIN32_API int WINAPI DrawTextExA(HDC hdc, LPSTR lpchText, int cchText, LPRECT lprc,
+                                     UINT format, LPDRAWTEXTPARAMS lpdtp);
+TUL_WIN32_API LONG WINAPI TabbedTextOutA(HDC hdc, int x, int y, LPCSTR lpString, int chCount,
+                                         int nTabPositions, const INT* lpnTabStopPositions,
+                                         int nTabOrigin);
+TUL_WIN32_API DWORD WINAPI GetTabbedTextExtentA(HDC hdc, LPCSTR lpString, int chCount,
+                                                int nTabPositions,
+                                                const INT* lpnTabStopPositions);
+TUL_WIN32_API BOOL WINAPI DrawStateA(HDC hdc, HBRUSH hbrFore, DRAWSTATEPROC qfnCallBack,
+                                     LPARAM lData, WPARAM wData, int x, int y, int cx, int cy,
+                                     UINT uFlags);
 
 /* user32: scroll bars */
 TUL_WIN32_API HMENU WINAPI CreateMenu(void);
@@ -2349,6 +2385,7 @@ TUL_WIN32_API BOOL WINAPI SetWindowExtEx(HDC hdc, int x, int y, LPSIZE lpsz);
 TUL_WIN32_API BOOL WINAPI SetViewportExtEx(HDC hdc, int x, int y, LPSIZE lpsz);
 TUL_WIN32_API BOOL WINAPI SetWindowOrgEx(HDC hdc, int x, int y, LPPOINT lppt);
 TUL_WIN32_API BOOL WINAPI SetViewportOrgEx(HDC hdc, int x, int y, LPPOINT lppt);
+TUL_WIN32_API BOOL WINAPI OffsetViewportOrgEx(HDC hdc, int x, int y, LPPOINT lppt);
 TUL_WIN32_API BOOL WINAPI LPtoDP(HDC hdc, LPPOINT lppt, int c);
 TUL_WIN32_API BOOL WINAPI DPtoLP(HDC hdc, LPPOINT lppt, int c);
 TUL_WIN32_API int WINAPI GetClipBox(HDC hdc, LPRECT lprect);
@@ -2435,6 +2472,10 @@ TUL_WIN32_API int WINAPI GetRgnBox(HRGN hrgn, LPRECT lprc);
 #define TranslateAccelerator TranslateAcceleratorA
 #define TextOut TextOutA
 #define DrawText DrawTextA
+#define DrawTextEx DrawTextExA
+#define TabbedTextOut TabbedTextOutA
+#define GetTabbedTextExtent GetTabbedTextExtentA
+#define DrawState DrawStateA
 #define GetClassName GetClassNameA
 #define GetTextMetrics GetTextMetricsA
 #define GetTextExtentPoint32 GetTextExtentPoint32A
