@@ -141,15 +141,12 @@ typedef struct {
 #define PM_QS_SENDMESSAGE (QS_SENDMESSAGE << 16)
 
 /* DCs and regions */
-#define DCX_LOCKWINDOWUPDATE 0x00000400L
-#define DCX_USESTYLE 0x00010000L
 #define SYSRGN 4
 
 /* Icons and images */
 #define ICON_SMALL 0
 #define ICON_BIG 1
 #define ICON_SMALL2 2
-#define IMAGE_ICON 1
 #define LR_DEFAULTCOLOR 0x0000
 typedef struct _ICONINFO {
   BOOL fIcon;

@@ -91,7 +91,11 @@ struct DeviceContext {
   bool paint = false;  // made by BeginPaint: freed by EndPaint, not ReleaseDC
   std::shared_ptr<Surface> surface;
   POINT origin{};  // device (0,0) in surface coordinates
-  Region clip;     // surface coordinates
+  Region clip;     // surface coordinates: visible, cut by clipRgn; what drawing passes
+  Region visible;  // surface coordinates: the part of the window the DC may reach
+  bool hasClipRgn = false;
+  Region clipRgn;  // device coordinates: the program's (SelectClipRgn and friends)
+  int rop2 = R2_COPYPEN;
   int mapMode = MM_TEXT;
   POINT windowOrg{};
   POINT viewportOrg{};
@@ -117,12 +121,13 @@ struct GdiObject {
   int width = 1;   // pen
   COLORREF color = 0;
   int sysColor = -1;  // brushes of GetSysColorBrush follow the colour table
-  RECT rect{};        // region
+  Region region;      // device units as the program gave them
   LOGFONTA logFont{};  // font: as created (the face name NUL-padded)
   std::unique_ptr<DeviceContext> dc;
 };
 
 GdiObject* gdiObject(HGDIOBJ h);  // a live object or null
+Region* regionOf(HGDIOBJ h);       // a live region's, or null
 DeviceContext* deviceContext(HDC hdc);
 HDC createDC(std::unique_ptr<DeviceContext> dc);
 void freeDC(HDC hdc);
@@ -134,6 +139,10 @@ HBRUSH systemColorBrush(int index);
 // False when it names nothing or paints nothing.
 bool brushColor(HBRUSH brush, const DeviceContext* dc, COLORREF* color);
 void selectDefaults(DeviceContext& dc);
+// The clip drawing passes: the visible part cut by the program's region.
+// Returns the type of what is left (NULLREGION, SIMPLEREGION, COMPLEXREGION).
+int applyClip(DeviceContext& dc);
+int regionType(const Region& r);
 void deselectAll(DeviceContext& dc);
 
 // Drawing through dc's surface, origin and clip (draw.cpp).

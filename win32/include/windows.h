@@ -1553,6 +1553,14 @@ typedef struct tagMENUBARINFO {
 #define DCX_CLIPCHILDREN 0x00000008L
 #define DCX_CLIPSIBLINGS 0x00000010L
 #define DCX_PARENTCLIP 0x00000020L
+#define DCX_EXCLUDERGN 0x00000040L
+#define DCX_INTERSECTRGN 0x00000080L
+#define DCX_EXCLUDEUPDATE 0x00000100L
+#define DCX_INTERSECTUPDATE 0x00000200L
+#define DCX_LOCKWINDOWUPDATE 0x00000400L
+#define DCX_NORESETATTRS 0x00000004L
+#define DCX_VALIDATE 0x00200000L
+#define DCX_USESTYLE 0x00010000L
 
 #define DT_TOP 0x00000000
 #define DT_LEFT 0x00000000
@@ -1721,6 +1729,24 @@ typedef BOOL(CALLBACK* DRAWSTATEPROC)(HDC hdc, LPARAM lData, WPARAM wData, int c
 #define RGN_DIFF 4
 #define RGN_COPY 5
 
+#define R2_BLACK 1
+#define R2_NOTMERGEPEN 2
+#define R2_MASKNOTPEN 3
+#define R2_NOTCOPYPEN 4
+#define R2_MASKPENNOT 5
+#define R2_NOT 6
+#define R2_XORPEN 7
+#define R2_NOTMASKPEN 8
+#define R2_MASKPEN 9
+#define R2_NOTXORPEN 10
+#define R2_NOP 11
+#define R2_MERGENOTPEN 12
+#define R2_COPYPEN 13
+#define R2_MERGEPENNOT 14
+#define R2_MERGEPEN 15
+#define R2_WHITE 16
+#define R2_LAST 16
+
 #define HORZSIZE 4
 #define VERTSIZE 6
 #define HORZRES 8
@@ -1873,6 +1899,7 @@ typedef BOOL(CALLBACK* DRAWSTATEPROC)(HDC hdc, LPARAM lData, WPARAM wData, int c
 #define SS_CENTERIMAGE 0x00000200
 #define SS_RIGHTJUST 0x00000400
 #define SS_REALSIZEIMAGE 0x00000800
+#define SS_REALSIZECONTROL 0x00000040
 #define SS_SUNKEN 0x00001000
 #define SS_EDITCONTROL 0x00002000
 #define SS_ENDELLIPSIS 0x00004000
@@ -1887,6 +1914,10 @@ typedef BOOL(CALLBACK* DRAWSTATEPROC)(HDC hdc, LPARAM lData, WPARAM wData, int c
 #define STM_GETICON 0x0171
 #define STM_SETIMAGE 0x0172
 #define STM_GETIMAGE 0x0173
+#define IMAGE_BITMAP 0
+#define IMAGE_ICON 1
+#define IMAGE_CURSOR 2
+#define IMAGE_ENHMETAFILE 3
 
 /* List and combo boxes (ListBox, ComboBox and a combo box's ComboLBox). */
 #define LBS_NOTIFY 0x0001
@@ -2389,6 +2420,13 @@ TUL_WIN32_API BOOL WINAPI OffsetViewportOrgEx(HDC hdc, int x, int y, LPPOINT lpp
 TUL_WIN32_API BOOL WINAPI LPtoDP(HDC hdc, LPPOINT lppt, int c);
 TUL_WIN32_API BOOL WINAPI DPtoLP(HDC hdc, LPPOINT lppt, int c);
 TUL_WIN32_API int WINAPI GetClipBox(HDC hdc, LPRECT lprect);
+TUL_WIN32_API int WINAPI GetClipRgn(HDC hdc, HRGN hrgn);
+TUL_WIN32_API int WINAPI SelectClipRgn(HDC hdc, HRGN hrgn);
+TUL_WIN32_API int WINAPI ExtSelectClipRgn(HDC hdc, HRGN hrgn, int mode);
+TUL_WIN32_API int WINAPI IntersectClipRect(HDC hdc, int left, int top, int right, int bottom);
+TUL_WIN32_API int WINAPI ExcludeClipRect(HDC hdc, int left, int top, int right, int bottom);
+TUL_WIN32_API int WINAPI SetROP2(HDC hdc, int rop2);
+TUL_WIN32_API int WINAPI GetROP2(HDC hdc);
 TUL_WIN32_API int WINAPI GetDeviceCaps(HDC hdc, int index);
 TUL_WIN32_API COLORREF WINAPI SetTextColor(HDC hdc, COLORREF color);
 TUL_WIN32_API COLORREF WINAPI GetTextColor(HDC hdc);
@@ -2419,6 +2457,10 @@ TUL_WIN32_API HRGN WINAPI CreateRectRgn(int x1, int y1, int x2, int y2);
 TUL_WIN32_API HRGN WINAPI CreateRectRgnIndirect(const RECT* lprect);
 TUL_WIN32_API BOOL WINAPI SetRectRgn(HRGN hrgn, int left, int top, int right, int bottom);
 TUL_WIN32_API int WINAPI GetRgnBox(HRGN hrgn, LPRECT lprc);
+TUL_WIN32_API int WINAPI CombineRgn(HRGN hrgnDst, HRGN hrgnSrc1, HRGN hrgnSrc2, int iMode);
+TUL_WIN32_API int WINAPI OffsetRgn(HRGN hrgn, int x, int y);
+TUL_WIN32_API BOOL WINAPI EqualRgn(HRGN hrgn1, HRGN hrgn2);
+TUL_WIN32_API BOOL WINAPI PtInRegion(HRGN hrgn, int x, int y);
 
 /* The unsuffixed names, as an 8-bit build of a program sees them. */
 #define RegisterClassEx RegisterClassExA

@@ -75,6 +75,7 @@ struct ControlState {
   bool isScrollBar = false;  // the SCROLLBAR procedure handled WM_CREATE
   HWND combo = nullptr;      // a combo box's list: the combo box it belongs to
   HFONT font = nullptr;  // WM_SETFONT's, not owned: null draws with the system font
+  HANDLE image = nullptr;  // a static control's icon, bitmap or metafile (not owned)
 };
 
 // What the default dialog procedure keeps for a window of a dialog class
@@ -323,6 +324,11 @@ void setControlFont(HWND hwnd, WPARAM wp, LPARAM lp);
 // ---- The static control (static.cpp) ----
 
 LRESULT CALLBACK staticProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
+
+// ---- Cursors and icons (resource.cpp) ----
+
+// The size of a shared icon or cursor handle; false for anything else.
+bool iconSize(HICON icon, SIZE* size);
 
 // ---- The list box (listbox.cpp) ----
 
