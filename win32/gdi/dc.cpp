@@ -259,6 +259,7 @@ int WINAPI GetDeviceCaps(HDC hdc, int index) {
   case VERTSIZE: return kVertSizeMm;
   case BITSPIXEL: return 32;
   case PLANES: return 1;
+  case NUMCOLORS: return -1;  // more than a palette's
   case LOGPIXELSX:
   case LOGPIXELSY: return kDpi;
   default: return 0;

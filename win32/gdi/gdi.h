@@ -89,6 +89,16 @@ enum class GdiKind { Brush, Pen, Font, Region, Palette, DC };
 struct DeviceContext {
   HWND hwnd = nullptr;
   bool paint = false;  // made by BeginPaint: freed by EndPaint, not ReleaseDC
+  // Kept by its window (CS_OWNDC) or class (CS_CLASSDC): ReleaseDC leaves it,
+  // GetDC and BeginPaint give it again with its attributes.
+  bool kept = false;
+  bool classShared = false;  // a class's: outlives the window it last served
+  // How the visible part was made, so a kept DC can be placed again.
+  bool wholeWindow = false;
+  bool painting = false;  // BeginPaint..EndPaint: cut to the area being painted
+  RECT paintArea{};       // client coordinates
+  HRGN heldRgn = nullptr;  // GetDCEx's region, screen coordinates; the DC owns it
+  bool excludeRgn = false;  // heldRgn is cut out rather than kept
   std::shared_ptr<Surface> surface;
   POINT origin{};  // device (0,0) in surface coordinates
   Region clip;     // surface coordinates: visible, cut by clipRgn; what drawing passes
@@ -131,7 +141,8 @@ Region* regionOf(HGDIOBJ h);       // a live region's, or null
 DeviceContext* deviceContext(HDC hdc);
 HDC createDC(std::unique_ptr<DeviceContext> dc);
 void freeDC(HDC hdc);
-// Releases every DC still obtained for hwnd (a window being freed).
+// Releases every DC still obtained for hwnd (a window being freed); a
+// class's DC only forgets the window.
 void freeWindowDCs(HWND hwnd);
 int liveGdiCount(GdiKind kind);
 HBRUSH systemColorBrush(int index);

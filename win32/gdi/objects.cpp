@@ -189,16 +189,22 @@ HDC createDC(std::unique_ptr<DeviceContext> dc) {
 void freeDC(HDC hdc) {
   DeviceContext* dc = deviceContext(hdc);
   if (!dc) return;
+  HRGN held = dc->heldRgn;
   deselectAll(*dc);
   freeObject(hdc);
+  DeleteObject(held);
 }
 
 void freeWindowDCs(HWND hwnd) {
   const auto& slots = gdi().slots;
   for (size_t i = 0; i < slots.size(); ++i) {
     const auto& o = slots[i];
-    if (o && o->kind == GdiKind::DC && o->dc && o->dc->hwnd == hwnd)
-      freeDC(reinterpret_cast<HDC>(kGdiBase + i * kGdiStep));
+    if (!o || o->kind != GdiKind::DC || !o->dc || o->dc->hwnd != hwnd) continue;
+    if (o->dc->classShared) {
+      o->dc->hwnd = nullptr;
+      continue;
+    }
+    freeDC(reinterpret_cast<HDC>(kGdiBase + i * kGdiStep));
   }
 }
 
@@ -217,8 +223,10 @@ void deselectAll(DeviceContext& dc) {
 
 int liveGdiCount(GdiKind kind) {
   int n = 0;
+  // A window's or class's own DC belongs to it, not to a caller that may
+  // leak it.
   for (const auto& o : gdi().slots)
-    if (o && !o->stock && o->sysColor < 0 && o->kind == kind) ++n;
+    if (o && !o->stock && o->sysColor < 0 && o->kind == kind && !(o->dc && o->dc->kept)) ++n;
   return n;
 }
 

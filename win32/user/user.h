@@ -52,6 +52,7 @@ struct WindowClass {
   int windowCount = 0;
   bool system = false;
   bool global = false;  // registered with CS_GLOBALCLASS; later style changes keep it
+  HDC classDC = nullptr;  // CS_CLASSDC: the one DC its windows share, made on first use
 };
 
 struct ScrollBarInfo {
@@ -134,6 +135,7 @@ struct Window {
   ScrollBarInfo hbar;
   ScrollBarInfo vbar;
   ControlState ctl;
+  HDC ownDC = nullptr;  // CS_OWNDC: the window's own DC, made on first use
   std::unique_ptr<DialogState> dialog;
   std::shared_ptr<ListBoxState> listBox;  // the ListBox class's items and selection
   std::shared_ptr<ComboBoxState> comboBox;  // the ComboBox class's parts and state
@@ -237,6 +239,13 @@ bool needsPaint(const Window& w);
 Region visibleRegion(const Window& w, bool wholeWindow);
 Painter painterFor(const Window& w, bool wholeWindow);
 HDC makeWindowDC(const Window& w, bool wholeWindow, const RECT* clientClip, bool paint);
+// Places dc on w: its surface, origin and visible part from how it was
+// asked for (whole window, the area being painted, GetDCEx's region), its
+// attributes kept.
+void placeDC(DeviceContext& dc, const Window& w);
+// The DC a CS_OWNDC window or a CS_CLASSDC class keeps (made on first
+// use), placed on w; null for other windows.
+HDC keptDC(Window& w);
 HWND nextWindowToPaint(HWND filter);
 
 // ---- The caret (caret.cpp) ----
