@@ -128,6 +128,7 @@ BOOL WINAPI Rectangle(HDC hdc, int left, int top, int right, int bottom) {
   if (!dc) return FALSE;
   RECT r = toDeviceRect(*dc, makeRect(left, top, right, bottom));
   Painter p = painterOf(*dc);
+  p.rop = dc->rop2;
   COLORREF pen = 0;
   int width = 1;
   bool outlined = penOf(*dc, &pen, &width);
@@ -183,8 +184,9 @@ BOOL WINAPI LineTo(HDC hdc, int x, int y) {
   COLORREF pen;
   int width = 1;
   if (penOf(*dc, &pen, &width)) {
-    line(painterOf(*dc), toDevice(*dc, dc->position.x, dc->position.y), toDevice(*dc, x, y), width,
-         pen);
+    Painter p = painterOf(*dc);
+    p.rop = dc->rop2;
+    line(p, toDevice(*dc, dc->position.x, dc->position.y), toDevice(*dc, x, y), width, pen);
   }
   dc->position = POINT{x, y};
   return TRUE;

@@ -72,6 +72,7 @@ struct Painter {
   Surface* surface = nullptr;
   POINT origin{};  // the window's (0,0) in surface coordinates
   Region clip;     // surface coordinates
+  int rop = R2_COPYPEN;  // how fill, frame and pixel mix c with what is there
 
   void fill(const RECT& r, COLORREF c) const;
   void frame(const RECT& r, COLORREF c) const;  // one-pixel outline

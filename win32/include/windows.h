@@ -1073,6 +1073,16 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define SM_CXVIRTUALSCREEN 78
 #define SM_CYVIRTUALSCREEN 79
 #define SM_CMONITORS 80
+#define SM_MOUSEPRESENT 19
+#define SM_SWAPBUTTON 23
+#define SM_CMOUSEBUTTONS 43
+#define SM_CXMINSPACING 47
+#define SM_CYMINSPACING 48
+#define SM_ARRANGE 56
+#define SM_CXDRAG 68
+#define SM_CYDRAG 69
+#define SM_CXFOCUSBORDER 83
+#define SM_CYFOCUSBORDER 84
 #define SM_CXPADDEDBORDER 92
 
 #define COLOR_SCROLLBAR 0
@@ -2192,6 +2202,7 @@ TUL_WIN32_API BOOL WINAPI AdjustWindowRectEx(LPRECT lpRect, DWORD dwStyle, BOOL 
                                              DWORD dwExStyle);
 TUL_WIN32_API BOOL WINAPI AdjustWindowRect(LPRECT lpRect, DWORD dwStyle, BOOL bMenu);
 TUL_WIN32_API int WINAPI GetSystemMetrics(int nIndex);
+TUL_WIN32_API int WINAPI GetKeyNameTextA(LONG lParam, LPSTR lpString, int cchSize);
 TUL_WIN32_API DWORD WINAPI GetSysColor(int nIndex);
 TUL_WIN32_API HBRUSH WINAPI GetSysColorBrush(int nIndex);
 /* One monitor: the screen, its work area the whole of it. */
