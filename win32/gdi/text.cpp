@@ -178,6 +178,61 @@ void drawLine(HDC hdc, DeviceContext& dc, const ShownLine& line, LONG x, LONG y,
   painterOf(dc).fill(makeRect(left, base, left + font.advance() - 1, base + 1), dc.textColor);
 }
 
+struct Margins {
+  LONG left = 0;
+  LONG right = 0;
+};
+
+// What one call lays out with. Without a DRAWTEXTPARAMS the tab length of
+// DT_TABSTOP rides in the format's second byte, which then carries no other
+// flag; with one it is iTabLength. Measuring breaks lines only where a
+// word break or an ellipsis asks for the rectangle's width.
+Layout layoutFor(const DeviceContext& dc, UINT format, const DRAWTEXTPARAMS* dtp, const RECT& r,
+                 Margins m) {
+  Layout l;
+  l.advance = fontOf(dc.font).advance();
+  if ((format & DT_TABSTOP) && !dtp) {
+    l.tabChars = static_cast<int>((format >> 8) & 0xFF);
+    format &= ~0xFF00u;
+  } else if (format & DT_TABSTOP) {
+    l.tabChars = dtp->iTabLength;
+  }
+  if (l.tabChars <= 0) l.tabChars = kDefaultTabChars;
+  l.format = format;
+  constexpr UINT kNeedsWidth = DT_WORDBREAK | DT_END_ELLIPSIS | DT_PATH_ELLIPSIS | DT_WORD_ELLIPSIS;
+  if (!(format & DT_CALCRECT) || (format & kNeedsWidth))
+    l.maxWidth = devicePixelsX(dc, rectWidth(r) - m.left - m.right);
+  return l;
+}
+
+// A single line sits at the top, the middle (DT_VCENTER) or the bottom
+// (DT_BOTTOM); several lines always start at the top.
+LONG firstLineTop(const RECT& r, UINT format, LONG lineHeight) {
+  if (!(format & DT_SINGLELINE)) return r.top;
+  if (format & DT_VCENTER) return r.top + (rectHeight(r) - lineHeight) / 2;
+  if (format & DT_BOTTOM) return r.bottom - lineHeight;
+  return r.top;
+}
+
+// Draws the lines from *y down, aligned in r less the margins (only
+// measures them with DT_CALCRECT); *y ends below the last. Returns the
+// widest line's width.
+LONG placeLines(HDC hdc, DeviceContext& dc, const std::vector<ShownLine>& lines, const RECT& r,
+                const Layout& l, Margins m, LONG lineHeight, LONG* y) {
+  LONG widest = 0;
+  LONG room = rectWidth(r) - m.left - m.right;
+  for (const ShownLine& line : lines) {
+    LONG width = logicalX(dc, lineWidth(line, l.advance));
+    widest = std::max(widest, width);
+    LONG x = r.left + m.left;
+    if (l.format & DT_CENTER) x += (room - width) / 2;
+    else if (l.format & DT_RIGHT) x = r.right - m.right - width;
+    if (!(l.format & DT_CALCRECT)) drawLine(hdc, dc, line, x, *y, l.format);
+    *y += lineHeight;
+  }
+  return widest;
+}
+
 // DT_MODIFYSTRING: the source buffer takes the shown single line, cut to the
 // room the caller owes (the text and an ellipsis' worth more).
 void modifyString(char* s, int n, const ShownLine& line) {
@@ -300,21 +355,11 @@ int WINAPI DrawTextExA(HDC hdc, LPSTR lpchText, int cchText, LPRECT lprc, UINT f
   if (lpdtp && lpdtp->cbSize != sizeof(DRAWTEXTPARAMS)) return 0;
   int n = 0;
   if (cchText == 0 || !textLength(lpchText, cchText, &n)) return 0;
-  Font font = fontOf(dc->font);
-  Layout l;
-  l.format = format;
-  l.advance = font.advance();
-  // Without a DRAWTEXTPARAMS the tab length rides in the format's second
-  // byte, which then carries no other flag.
-  if ((format & DT_TABSTOP) && !lpdtp) {
-    l.tabChars = static_cast<int>((format >> 8) & 0xFF);
-    l.format = format &= ~0xFF00u;
-  } else if ((format & DT_TABSTOP) && lpdtp) {
-    l.tabChars = lpdtp->iTabLength;
-  }
-  if (l.tabChars <= 0) l.tabChars = kDefaultTabChars;
-  LONG leftMargin = lpdtp ? lpdtp->iLeftMargin : 0, rightMargin = lpdtp ? lpdtp->iRightMargin : 0;
-  LONG lineHeight = logicalY(*dc, font.height());
+  Margins margins;
+  if (lpdtp) margins = Margins{lpdtp->iLeftMargin, lpdtp->iRightMargin};
+  Layout l = layoutFor(*dc, format, lpdtp, *lprc, margins);
+  format = l.format;
+  LONG lineHeight = logicalY(*dc, fontOf(dc->font).height());
   if (n == 0) {
     // An empty text is one empty line: measured, it takes no width, and a
     // height only as a single line.
@@ -324,33 +369,17 @@ int WINAPI DrawTextExA(HDC hdc, LPSTR lpchText, int cchText, LPRECT lprc, UINT f
     }
     return static_cast<int>(lineHeight);
   }
-  l.maxWidth = devicePixelsX(*dc, rectWidth(*lprc) - leftMargin - rightMargin);
-  if ((format & DT_CALCRECT) && !(format & (DT_WORDBREAK | DT_END_ELLIPSIS | DT_PATH_ELLIPSIS | DT_WORD_ELLIPSIS))) l.maxWidth = 0;
   std::vector<ShownLine> lines = layOut(lpchText, n, l);
-
-  LONG y = lprc->top;
-  if ((format & DT_SINGLELINE) && (format & DT_VCENTER))
-    y = lprc->top + (rectHeight(*lprc) - lineHeight) / 2;
-  else if ((format & DT_SINGLELINE) && (format & DT_BOTTOM))
-    y = lprc->bottom - lineHeight;
-  LONG widest = 0;
+  LONG y = firstLineTop(*lprc, format, lineHeight);
   Region saved = dc->clip;
   if (!(format & (DT_NOCLIP | DT_CALCRECT)))
     dc->clip.intersect(offsetRect(toDeviceRect(*dc, *lprc), dc->origin.x, dc->origin.y));
-  for (const ShownLine& line : lines) {
-    LONG width = logicalX(*dc, lineWidth(line, l.advance));
-    widest = std::max(widest, width);
-    LONG x = lprc->left + leftMargin;
-    if (format & DT_CENTER) x = lprc->left + leftMargin + (rectWidth(*lprc) - leftMargin - rightMargin - width) / 2;
-    else if (format & DT_RIGHT) x = lprc->right - rightMargin - width;
-    if (!(format & DT_CALCRECT)) drawLine(hdc, *dc, line, x, y, format);
-    y += lineHeight;
-  }
-  if (DeviceContext* still = deviceContext(hdc)) still->clip = saved;
+  LONG widest = placeLines(hdc, *dc, lines, *lprc, l, margins, lineHeight, &y);
+  dc->clip = saved;
   if ((format & DT_MODIFYSTRING) && (format & (DT_END_ELLIPSIS | DT_PATH_ELLIPSIS)) && lines.size() == 1)
     modifyString(lpchText, n, lines[0]);
   if (format & DT_CALCRECT) {
-    lprc->right = lprc->left + widest + leftMargin + rightMargin;
+    lprc->right = lprc->left + widest + margins.left + margins.right;
     lprc->bottom = y;
   }
   if (lpdtp) lpdtp->uiLengthDrawn = static_cast<UINT>(lines.back().sourceEnd);
@@ -358,7 +387,6 @@ int WINAPI DrawTextExA(HDC hdc, LPSTR lpchText, int cchText, LPRECT lprc, UINT f
   // which for DT_VCENTER and DT_BOTTOM includes the offset; never 0 for
   // something drawn.
   LONG height = y - lprc->top;
-  if ((format & DT_CALCRECT)) height = y - lprc->top;
   return height ? static_cast<int>(height) : 1;
 }
 
