@@ -144,9 +144,10 @@ TEST_F(Screen, ClipRegionsLimitDrawingUntilRemoved) {
   EXPECT_EQ(GetClipRgn(dc, probe), 0);
   FillRect(dc, &all, red);
   EXPECT_EQ(win32sim::pixel(h, 35, 35), kRed);
-  for (HGDIOBJ o : {static_cast<HGDIOBJ>(probe), static_cast<HGDIOBJ>(box), static_cast<HGDIOBJ>(hole),
-                    static_cast<HGDIOBJ>(red)})
-    DeleteObject(o);
+  DeleteObject(probe);
+  DeleteObject(box);
+  DeleteObject(hole);
+  DeleteObject(red);
   ReleaseDC(h, dc);
   DestroyWindow(h);
 }

@@ -333,7 +333,8 @@ HGDIOBJ WINAPI SelectObject(HDC hdc, HGDIOBJ h) {
   GdiObject* o = gdiObject(h);
   if (!dc || !o || o->deletePending) return NULL;
   if (o->kind == GdiKind::Region)  // the same as SelectClipRgn
-    return reinterpret_cast<HGDIOBJ>(static_cast<ULONG_PTR>(ExtSelectClipRgn(hdc, static_cast<HRGN>(h), RGN_COPY)));
+    return reinterpret_cast<HGDIOBJ>(
+        static_cast<ULONG_PTR>(ExtSelectClipRgn(hdc, static_cast<HRGN>(h), RGN_COPY)));
   HGDIOBJ* slot = slotFor(*dc, o->kind);
   if (!slot) return NULL;
   HGDIOBJ old = *slot;
@@ -403,7 +404,8 @@ int WINAPI GetObjectA(HANDLE h, int c, LPVOID pv) {
 HRGN WINAPI CreateRectRgn(int x1, int y1, int x2, int y2) {
   makeStock();
   auto o = makeObject(GdiKind::Region, 0, 0, false);
-  o->region = Region(makeRect(std::min(x1, x2), std::min(y1, y2), std::max(x1, x2), std::max(y1, y2)));
+  o->region =
+      Region(makeRect(std::min(x1, x2), std::min(y1, y2), std::max(x1, x2), std::max(y1, y2)));
   return static_cast<HRGN>(addObject(std::move(o)));
 }
 

@@ -33,7 +33,7 @@ struct Layout {
   UINT format = 0;
   int tabChars = kDefaultTabChars;
   int advance = kCharWidth;  // pixels per character
-  LONG maxWidth = 0;          // pixels available to a line; <= 0 unlimited
+  LONG maxWidth = 0;         // pixels available to a line; <= 0 unlimited
 };
 
 bool isBreak(char c) { return c == '\n' || c == '\r'; }
@@ -73,7 +73,8 @@ ShownLine splitAt(ShownLine& line, size_t at) {
   if (keep == 0) keep = at;  // a line of spaces only keeps them
   rest.text = line.text.substr(next);
   rest.from.assign(line.from.begin() + static_cast<long>(next), line.from.end());
-  rest.underline = line.underline >= static_cast<int>(next) ? line.underline - static_cast<int>(next) : -1;
+  rest.underline =
+      line.underline >= static_cast<int>(next) ? line.underline - static_cast<int>(next) : -1;
   rest.sourceEnd = line.sourceEnd;
   line.sourceEnd = next < line.from.size() ? line.from[next] : line.sourceEnd;
   line.text.resize(keep);
@@ -113,9 +114,11 @@ void addEllipsis(ShownLine& line, const Layout& l) {
     if (space != std::string::npos && space > 0) keep = static_cast<int>(space);
   }
   int tailFrom = n - tail;
-  line.text = line.text.substr(0, static_cast<size_t>(keep)) + kEllipsis + line.text.substr(static_cast<size_t>(tailFrom));
+  line.text = line.text.substr(0, static_cast<size_t>(keep)) + kEllipsis +
+              line.text.substr(static_cast<size_t>(tailFrom));
   std::vector<int> from(line.from.begin(), line.from.begin() + keep);
-  from.insert(from.end(), kEllipsisChars, keep < n ? line.from[static_cast<size_t>(keep)] : line.sourceEnd);
+  from.insert(from.end(), kEllipsisChars,
+              keep < n ? line.from[static_cast<size_t>(keep)] : line.sourceEnd);
   from.insert(from.end(), line.from.begin() + tailFrom, line.from.end());
   line.from.swap(from);
   if (line.underline >= keep && line.underline < tailFrom) line.underline = -1;
@@ -170,7 +173,9 @@ LONG lineWidth(const ShownLine& line, int advance) {
 
 void drawLine(HDC hdc, DeviceContext& dc, const ShownLine& line, LONG x, LONG y, UINT format) {
   Font font = fontOf(dc.font);
-  if (!(format & DT_PREFIXONLY)) TextOutA(hdc, static_cast<int>(x), static_cast<int>(y), line.text.data(), static_cast<int>(line.text.size()));
+  if (!(format & DT_PREFIXONLY))
+    TextOutA(hdc, static_cast<int>(x), static_cast<int>(y), line.text.data(),
+             static_cast<int>(line.text.size()));
   if (line.underline < 0 || (format & DT_HIDEPREFIX)) return;
   // The mark: a line under the character, one pixel below the baseline.
   POINT at = toDevice(dc, static_cast<int>(x), static_cast<int>(y));
@@ -225,8 +230,10 @@ LONG placeLines(HDC hdc, DeviceContext& dc, const std::vector<ShownLine>& lines,
     LONG width = logicalX(dc, lineWidth(line, l.advance));
     widest = std::max(widest, width);
     LONG x = r.left + m.left;
-    if (l.format & DT_CENTER) x += (room - width) / 2;
-    else if (l.format & DT_RIGHT) x = r.right - m.right - width;
+    if (l.format & DT_CENTER)
+      x += (room - width) / 2;
+    else if (l.format & DT_RIGHT)
+      x = r.right - m.right - width;
     if (!(l.format & DT_CALCRECT)) drawLine(hdc, dc, line, x, *y, l.format);
     *y += lineHeight;
   }
@@ -252,7 +259,6 @@ bool textLength(LPCSTR s, int count, int* n) {
   *n = count;
   return s != nullptr || count == 0;
 }
-
 
 // Tab stops as TabbedTextOutA takes them: a list, each stop used once and
 // in order, left-aligning what follows the tab (or, negative, ending it
@@ -376,7 +382,8 @@ int WINAPI DrawTextExA(HDC hdc, LPSTR lpchText, int cchText, LPRECT lprc, UINT f
     dc->clip.intersect(offsetRect(toDeviceRect(*dc, *lprc), dc->origin.x, dc->origin.y));
   LONG widest = placeLines(hdc, *dc, lines, *lprc, l, margins, lineHeight, &y);
   dc->clip = saved;
-  if ((format & DT_MODIFYSTRING) && (format & (DT_END_ELLIPSIS | DT_PATH_ELLIPSIS)) && lines.size() == 1)
+  if ((format & DT_MODIFYSTRING) && (format & (DT_END_ELLIPSIS | DT_PATH_ELLIPSIS)) &&
+      lines.size() == 1)
     modifyString(lpchText, n, lines[0]);
   if (format & DT_CALCRECT) {
     lprc->right = lprc->left + widest + margins.left + margins.right;
@@ -392,7 +399,8 @@ int WINAPI DrawTextExA(HDC hdc, LPSTR lpchText, int cchText, LPRECT lprc, UINT f
 
 int WINAPI DrawTextA(HDC hdc, LPCSTR lpchText, int cchText, LPRECT lprc, UINT format) {
   // Without DT_MODIFYSTRING DrawTextExA only reads the text.
-  return DrawTextExA(hdc, const_cast<LPSTR>(lpchText), cchText, lprc, format & ~DT_MODIFYSTRING, nullptr);
+  return DrawTextExA(hdc, const_cast<LPSTR>(lpchText), cchText, lprc, format & ~DT_MODIFYSTRING,
+                     nullptr);
 }
 
 LONG WINAPI TabbedTextOutA(HDC hdc, int x, int y, LPCSTR lpString, int chCount, int nTabPositions,
@@ -434,7 +442,8 @@ BOOL WINAPI DrawStateA(HDC hdc, HBRUSH hbrFore, DRAWSTATEPROC qfnCallBack, LPARA
   RECT r = makeRect(x, y, x + cx, y + cy);
   if (!cx || !cy) {
     RECT box = makeRect(0, 0, 0, 0);
-    DrawTextA(hdc, text, n, &box, DT_CALCRECT | DT_SINGLELINE | (type == DST_TEXT ? DT_NOPREFIX : 0));
+    DrawTextA(hdc, text, n, &box,
+              DT_CALCRECT | DT_SINGLELINE | (type == DST_TEXT ? DT_NOPREFIX : 0));
     if (!cx) r.right = x + rectWidth(box);
     if (!cy) r.bottom = y + rectHeight(box);
   }

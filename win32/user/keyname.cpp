@@ -60,7 +60,8 @@ std::string keyName(unsigned scan, bool extended, bool dontCare) {
     if (scan == 0x1D || scan == 0x38) extended = false;
   }
   if (extended) {
-    if (const char* n = lookUp(std::begin(kExtendedNames), std::end(kExtendedNames), scan)) return n;
+    const char* n = lookUp(std::begin(kExtendedNames), std::end(kExtendedNames), scan);
+    if (n) return n;
   }
   if (const char* n = lookUp(std::begin(kNames), std::end(kNames), scan)) return n;
   if (scan == 0x56) return "\\";  // the key beside the left Shift on 102-key boards

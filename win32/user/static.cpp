@@ -39,7 +39,8 @@ UINT textFormat(DWORD style) {
   if (type == SS_SIMPLE) format = DT_SINGLELINE | DT_VCENTER;
   if (style & SS_NOPREFIX) format |= DT_NOPREFIX;
   if (style & SS_EDITCONTROL) format |= DT_EDITCONTROL;
-  if ((style & SS_CENTERIMAGE) && type != SS_SIMPLE) format = (format & ~DT_WORDBREAK) | DT_SINGLELINE | DT_VCENTER;
+  if ((style & SS_CENTERIMAGE) && type != SS_SIMPLE)
+    format = (format & ~DT_WORDBREAK) | DT_SINGLELINE | DT_VCENTER;
   switch (style & SS_ELLIPSISMASK) {
   case SS_ENDELLIPSIS: format |= DT_SINGLELINE | DT_END_ELLIPSIS; break;
   case SS_PATHELLIPSIS: format |= DT_SINGLELINE | DT_PATH_ELLIPSIS; break;
@@ -142,7 +143,8 @@ LRESULT setImage(HWND hwnd, WPARAM imageType, HANDLE image) {
   // An icon sizes the control to itself unless it is centred or the control
   // keeps its size.
   if (image && !(w->style & (SS_CENTERIMAGE | SS_REALSIZECONTROL)))
-    SetWindowPos(hwnd, nullptr, 0, 0, size.cx, size.cy, SWP_NOACTIVATE | SWP_NOMOVE | SWP_NOZORDER);
+    SetWindowPos(hwnd, nullptr, 0, 0, size.cx, size.cy,
+                 SWP_NOACTIVATE | SWP_NOMOVE | SWP_NOZORDER);
   repaintNow(hwnd);
   return reinterpret_cast<LRESULT>(old);
 }
@@ -157,7 +159,8 @@ void fitEtchedLine(HWND hwnd) {
   if (typeOf(*w) == SS_ETCHEDHORZ) r.bottom = 0;
   else r.right = 0;
   AdjustWindowRectEx(&r, w->style, FALSE, w->exStyle);
-  SetWindowPos(hwnd, nullptr, 0, 0, rectWidth(r), rectHeight(r), SWP_NOACTIVATE | SWP_NOMOVE | SWP_NOZORDER);
+  SetWindowPos(hwnd, nullptr, 0, 0, rectWidth(r), rectHeight(r),
+               SWP_NOACTIVATE | SWP_NOMOVE | SWP_NOZORDER);
 }
 
 }  // namespace
@@ -204,7 +207,8 @@ LRESULT CALLBACK staticProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case STM_SETICON:
     return setImage(hwnd, IMAGE_ICON, reinterpret_cast<HANDLE>(wp));
   case STM_GETIMAGE:
-    return imageTypeOf(typeOf(*w)) == static_cast<int>(wp) ? reinterpret_cast<LRESULT>(w->ctl.image) : 0;
+    if (imageTypeOf(typeOf(*w)) != static_cast<int>(wp)) return 0;
+    return reinterpret_cast<LRESULT>(w->ctl.image);
   case STM_GETICON:
     return typeOf(*w) == SS_ICON ? reinterpret_cast<LRESULT>(w->ctl.image) : 0;
   case WM_LBUTTONUP:
