@@ -112,7 +112,9 @@ def run(cmd, cwd, timeout):
 
 
 def known_equivalents(path):
-    """The list of equivalent mutants: {(file, before, after): why}."""
+    """The list of equivalent mutants: {(file, before, after, under): why}.
+    `under` is the line above the changed one, for a line whose text alone
+    (a bare `return false;`) names too many places; None elsewhere."""
     known, key = {}, None
     if not os.path.exists(path):
         return known
@@ -121,12 +123,16 @@ def known_equivalents(path):
             if not line.strip() or line.startswith("#"):
                 continue
             if line[0].isspace():
-                if key:
+                if key and line.strip().startswith("under: ") and not known[key]:
+                    why = known.pop(key)
+                    key = key[:3] + (line.strip()[len("under: "):].strip(),)
+                    known[key] = why
+                elif key:
                     known[key] = (known[key] + " " + line.strip()).strip()
                 continue
             where, _, change = line.partition(": ")
             before, _, after = change.strip().partition(" => ")
-            key = (where.strip(), before.strip(), after.strip())
+            key = (where.strip(), before.strip(), after.strip(), None)
             known[key] = ""
     return known
 
@@ -141,6 +147,9 @@ def main():
     ap.add_argument("--files", nargs="*", default=None, help="only these source files")
     ap.add_argument("--timeout", type=int, default=120, help="seconds for one run of the suite")
     ap.add_argument("--summary", default=None, help="also write the summary here")
+    ap.add_argument("--without", default=None,
+                    help="run the suite without the tests this ctest regex names, and report"
+                         " which of them alone catch a mutant")
     a = ap.parse_args()
 
     src = os.path.join(a.scratch, "src")
@@ -195,6 +204,7 @@ def main():
     caught = compiled = 0
     survivors = []
     equivalents = []
+    only = []  # caught only by the tests --without leaves out
     began = time.time()
     for i, (path, n, before, after) in enumerate(sample, 1):
         target = os.path.join(src, path)
@@ -212,11 +222,23 @@ def main():
                 verdict = "does not compile"
             else:
                 compiled += 1
-                status, _ = run(["ctest", "--test-dir", build, "-j2", "--stop-on-failure",
-                                 "--timeout", str(a.timeout)], src, a.timeout)
+                suite = ["ctest", "--test-dir", build, "-j2", "--stop-on-failure",
+                         "--timeout", str(a.timeout)]
+                status, _ = run(suite + (["-E", a.without] if a.without else []), src, a.timeout)
+                if status == 0 and a.without:
+                    status, out = run(["ctest", "--test-dir", build, "-j2", "-R", a.without,
+                                       "--timeout", str(a.timeout), "--output-on-failure"],
+                                      src, a.timeout)
+                    if status != 0:
+                        catchers = sorted(set(re.findall(r"\[  FAILED  \] (\S+\.\S+) \(", out) +
+                                              re.findall(r"\d+ - (\S+) \(", out)))
+                        only.append(f"{path}:{n}: {before.strip()} => {after.strip()}"
+                                    f"\n  caught only by: {' '.join(catchers) or 'a hang'}")
                 if status == 0:
                     change = f"{path}:{n}: {before.strip()} => {after.strip()}"
-                    why = known.get((path, before.strip(), after.strip()))
+                    under = original[n - 2].strip() if n > 1 else ""
+                    why = known.get((path, before.strip(), after.strip(), under),
+                                    known.get((path, before.strip(), after.strip(), None)))
                     if why is None:
                         verdict = "SURVIVES"
                         survivors.append(change)
@@ -243,6 +265,9 @@ def main():
              f" survived ({len(equivalents)} known equivalents): score {score:.1f}% ({minutes:.0f} min)"]
     lines += ["survivor: " + s for s in survivors]
     lines += ["equivalent: " + s for s in equivalents]
+    if a.without:
+        lines += [f"without {a.without}: {len(only)} of the caught are caught only by those tests"]
+        lines += ["only: " + s for s in only]
     print("\n".join(lines))
     if a.summary:
         with open(a.summary, "w", encoding="utf-8") as fh:

@@ -330,6 +330,7 @@ LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
 #include "gaps_msg.h"
 #include "gaps_menu.h"
 #include "gaps_text.h"
+#include "gaps_edit.h"
 
 /* listbox.c: directory listings, the list box information query, input
  * injection. */

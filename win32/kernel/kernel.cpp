@@ -128,9 +128,8 @@ int WINAPI lstrcmpA(LPCSTR lpString1, LPCSTR lpString2) {
   return (r > 0) - (r < 0);
 }
 
-int WINAPI lstrlenA(LPCSTR lpString) {
-  return lpString ? static_cast<int>(strlen(lpString)) : 0;
-}
+// A null string has no characters.
+int WINAPI lstrlenA(LPCSTR lpString) { return lpString ? static_cast<int>(strlen(lpString)) : 0; }
 
 LPSTR WINAPI lstrcpyA(LPSTR lpString1, LPCSTR lpString2) {
   if (!lpString1 || !lpString2) return nullptr;

@@ -71,7 +71,7 @@ struct ControlState {
   bool pushed = false;
   DWORD selStart = 0;
   DWORD selEnd = 0;
-  UINT limit = 30000;
+  UINT limit = 30000;  // an edit control's text limit (EM_GETLIMITTEXT)
   ScrollBarInfo bar;  // a SCROLLBAR control's own bar
   bool isScrollBar = false;  // the SCROLLBAR procedure handled WM_CREATE
   HWND combo = nullptr;      // a combo box's list: the combo box it belongs to
@@ -90,6 +90,7 @@ struct DialogState {
 
 struct ListBoxState;   // listbox.cpp's; made by the ListBox class's WM_CREATE
 struct ComboBoxState;  // combobox.cpp's; made by the ComboBox class's WM_CREATE
+struct EditState;      // edit.cpp's; made by the Edit class's WM_NCCREATE
 
 struct Window {
   HWND hwnd = nullptr;
@@ -139,6 +140,7 @@ struct Window {
   std::unique_ptr<DialogState> dialog;
   std::shared_ptr<ListBoxState> listBox;  // the ListBox class's items and selection
   std::shared_ptr<ComboBoxState> comboBox;  // the ComboBox class's parts and state
+  std::shared_ptr<EditState> edit;  // the Edit class's layout, scrolling and undo
 
   std::shared_ptr<Surface> surface;  // top-level windows and the desktop only
 };
@@ -338,6 +340,11 @@ LRESULT CALLBACK staticProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
 
 // The size of a shared icon or cursor handle; false for anything else.
 bool iconSize(HICON icon, SIZE* size);
+// ---- The clipboard (clipboard.cpp) ----
+// A destroyed window stops being the clipboard's opener and owner.
+void clipboardForgetWindow(HWND hwnd);
+// ---- The edit control (edit.cpp) ----
+void registerEditClass();
 
 // ---- The list box (listbox.cpp) ----
 

@@ -96,6 +96,7 @@ void freeWindow(Window& w) {
   forgetWindow(w.hwnd);
   // A DC obtained and never released goes with its window.
   freeWindowDCs(w.hwnd);
+  clipboardForgetWindow(w.hwnd);
   if (w.cls) --w.cls->windowCount;
   w.dead = true;
   w.surface.reset();
