@@ -1224,6 +1224,41 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define DLGC_WANTCHARS 0x0080
 #define DLGC_STATIC 0x0100
 #define DLGC_BUTTON 0x2000
+
+/* Dialog templates: the dialog's styles, and the header and item records a
+ * program builds in memory (WORD-packed; items start on a DWORD). */
+#define DS_ABSALIGN 0x0001L
+#define DS_SYSMODAL 0x0002L
+#define DS_3DLOOK 0x0004L
+#define DS_FIXEDSYS 0x0008L
+#define DS_NOFAILCREATE 0x0010L
+#define DS_LOCALEDIT 0x0020L
+#define DS_SETFONT 0x0040L
+#define DS_MODALFRAME 0x0080L
+#define DS_NOIDLEMSG 0x0100L
+#define DS_SETFOREGROUND 0x0200L
+#define DS_CONTROL 0x0400L
+#define DS_CENTER 0x0800L
+#define DS_CENTERMOUSE 0x1000L
+#define DS_CONTEXTHELP 0x2000L
+#define DS_SHELLFONT (DS_SETFONT | DS_FIXEDSYS)
+#pragma pack(push, 2)
+typedef struct {
+  DWORD style;
+  DWORD dwExtendedStyle;
+  WORD cdit;
+  short x, y, cx, cy;
+} DLGTEMPLATE;
+typedef struct {
+  DWORD style;
+  DWORD dwExtendedStyle;
+  short x, y, cx, cy;
+  WORD id;
+} DLGITEMTEMPLATE;
+#pragma pack(pop)
+typedef DLGTEMPLATE *LPDLGTEMPLATEA, *LPDLGTEMPLATE;
+typedef const DLGTEMPLATE *LPCDLGTEMPLATEA, *LPCDLGTEMPLATE;
+typedef DLGITEMTEMPLATE *LPDLGITEMTEMPLATEA, *LPDLGITEMTEMPLATE;
 #define IDHELP 9
 #define IDTRYAGAIN 10
 #define IDCONTINUE 11
@@ -2197,6 +2232,28 @@ TUL_WIN32_API BOOL WINAPI EndDialog(HWND hDlg, INT_PTR nResult);
 TUL_WIN32_API HWND WINAPI GetNextDlgTabItem(HWND hDlg, HWND hCtl, BOOL bPrevious);
 TUL_WIN32_API HWND WINAPI GetNextDlgGroupItem(HWND hDlg, HWND hCtl, BOOL bPrevious);
 TUL_WIN32_API BOOL WINAPI IsDialogMessageA(HWND hDlg, LPMSG lpMsg);
+TUL_WIN32_API HWND WINAPI CreateDialogIndirectParamA(HINSTANCE hInstance, LPCDLGTEMPLATEA lpTemplate,
+                                                     HWND hWndParent, DLGPROC lpDialogFunc,
+                                                     LPARAM dwInitParam);
+TUL_WIN32_API INT_PTR WINAPI DialogBoxIndirectParamA(HINSTANCE hInstance,
+                                                     LPCDLGTEMPLATEA hDialogTemplate,
+                                                     HWND hWndParent, DLGPROC lpDialogFunc,
+                                                     LPARAM dwInitParam);
+#define CreateDialogIndirectA(i, t, p, f) CreateDialogIndirectParamA(i, t, p, f, 0)
+#define DialogBoxIndirectA(i, t, p, f) DialogBoxIndirectParamA(i, t, p, f, 0)
+TUL_WIN32_API LONG WINAPI GetDialogBaseUnits(void);
+TUL_WIN32_API BOOL WINAPI MapDialogRect(HWND hDlg, LPRECT lpRect);
+TUL_WIN32_API LRESULT WINAPI SendDlgItemMessageA(HWND hDlg, int nIDDlgItem, UINT Msg,
+                                                 WPARAM wParam, LPARAM lParam);
+TUL_WIN32_API UINT WINAPI GetDlgItemTextA(HWND hDlg, int nIDDlgItem, LPSTR lpString, int cchMax);
+TUL_WIN32_API BOOL WINAPI SetDlgItemTextA(HWND hDlg, int nIDDlgItem, LPCSTR lpString);
+TUL_WIN32_API UINT WINAPI GetDlgItemInt(HWND hDlg, int nIDDlgItem, BOOL *lpTranslated,
+                                        BOOL bSigned);
+TUL_WIN32_API BOOL WINAPI SetDlgItemInt(HWND hDlg, int nIDDlgItem, UINT uValue, BOOL bSigned);
+TUL_WIN32_API BOOL WINAPI CheckDlgButton(HWND hDlg, int nIDButton, UINT uCheck);
+TUL_WIN32_API UINT WINAPI IsDlgButtonChecked(HWND hDlg, int nIDButton);
+TUL_WIN32_API BOOL WINAPI CheckRadioButton(HWND hDlg, int nIDFirstButton, int nIDLastButton,
+                                           int nIDCheckButton);
 TUL_WIN32_API LONG WINAPI GetWindowLongA(HWND hWnd, int nIndex);
 TUL_WIN32_API LONG WINAPI SetWindowLongA(HWND hWnd, int nIndex, LONG dwNewLong);
 #define GetWindowLongPtrA GetWindowLongA
@@ -2530,6 +2587,13 @@ TUL_WIN32_API BOOL WINAPI PtInRegion(HRGN hrgn, int x, int y);
 #define DefWindowProc DefWindowProcA
 #define DefDlgProc DefDlgProcA
 #define IsDialogMessage IsDialogMessageA
+#define CreateDialogIndirectParam CreateDialogIndirectParamA
+#define DialogBoxIndirectParam DialogBoxIndirectParamA
+#define CreateDialogIndirect CreateDialogIndirectA
+#define DialogBoxIndirect DialogBoxIndirectA
+#define SendDlgItemMessage SendDlgItemMessageA
+#define GetDlgItemText GetDlgItemTextA
+#define SetDlgItemText SetDlgItemTextA
 #define InsertMenu InsertMenuA
 #define AppendMenu AppendMenuA
 #define ModifyMenu ModifyMenuA

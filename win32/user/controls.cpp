@@ -57,6 +57,16 @@ bool isCheckType(UINT type) {
          type == BS_AUTO3STATE || type == BS_RADIOBUTTON || type == BS_AUTORADIOBUTTON;
 }
 
+// A check mark set or cleared; the checked radio button of a group is the
+// one Tab stops at, so a radio button takes WS_TABSTOP with its check and
+// loses it with it.
+void setCheck(Window& w, int check) {
+  w.ctl.check = check;
+  UINT type = w.style & BS_TYPEMASK;
+  if (type == BS_RADIOBUTTON || type == BS_AUTORADIOBUTTON)
+    w.style = check ? (w.style | WS_TABSTOP) : (w.style & ~static_cast<DWORD>(WS_TABSTOP));
+}
+
 // The other automatic radio buttons of w's group (the siblings from the one
 // with WS_GROUP before it to the next one with WS_GROUP) lose their check.
 void uncheckGroup(const Window& w) {
@@ -75,10 +85,10 @@ void uncheckGroup(const Window& w) {
     Window* c = findWindow(*it);
     if (!c) continue;
     if (it != first && (c->style & WS_GROUP)) break;
-    if (c != &w && (c->style & BS_TYPEMASK) == BS_AUTORADIOBUTTON && c->ctl.check) {
-      c->ctl.check = BST_UNCHECKED;
-      InvalidateRect(c->hwnd, nullptr, TRUE);
-    }
+    if (c == &w || (c->style & BS_TYPEMASK) != BS_AUTORADIOBUTTON) continue;
+    const bool wasChecked = c->ctl.check != BST_UNCHECKED;
+    setCheck(*c, BST_UNCHECKED);
+    if (wasChecked) InvalidateRect(c->hwnd, nullptr, TRUE);
   }
 }
 
@@ -94,7 +104,7 @@ void buttonClicked(HWND hwnd) {
     break;
   case BS_AUTORADIOBUTTON:
     uncheckGroup(*w);
-    w->ctl.check = BST_CHECKED;
+    setCheck(*w, BST_CHECKED);
     break;
   default:
     break;
@@ -242,7 +252,7 @@ LRESULT CALLBACK buttonProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     return w->ctl.check;
   case BM_SETCHECK:
     if (isCheckType(static_cast<UINT>(w->style & BS_TYPEMASK))) {
-      w->ctl.check = static_cast<int>(wp & 3);
+      setCheck(*w, static_cast<int>(wp & 3));
       InvalidateRect(hwnd, nullptr, TRUE);
     }
     return 0;

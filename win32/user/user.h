@@ -85,7 +85,9 @@ struct DialogState {
   HWND savedFocus = nullptr;  // the control the focus goes back to on activation
   UINT defId = IDOK;          // DM_GETDEFID's answer until DM_SETDEFID
   bool ended = false;         // EndDialog was called
-  INT_PTR result = 0;
+  INT_PTR result = IDOK;     // a modal loop ended without EndDialog answers IDOK
+  HFONT font = nullptr;      // a template's font, owned: deleted with the dialog
+  int xBase = 0, yBase = 0;  // pixels per 4 horizontal and 8 vertical dialog units
 };
 
 struct ListBoxState;   // listbox.cpp's; made by the ListBox class's WM_CREATE
@@ -368,6 +370,10 @@ bool isComboEdit(HWND edit);
 
 // The dialog class and the system's other numbered classes.
 void registerDialogClasses();
+// What the default dialog procedure keeps for a window of a dialog class
+// (one with DLGWINDOWEXTRA bytes), made on first use when `create` is set;
+// null for other windows.
+DialogState* dialogState(HWND hwnd, bool create);
 
 }  // namespace w32
 
