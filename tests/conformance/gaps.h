@@ -131,15 +131,12 @@ typedef struct tagCLIENTCREATESTRUCT {
 #define PM_QS_SENDMESSAGE (QS_SENDMESSAGE << 16)
 
 /* DCs and regions */
-#define DCX_LOCKWINDOWUPDATE 0x00000400L
-#define DCX_USESTYLE 0x00010000L
 #define SYSRGN 4
 
 /* Icons and images */
 #define ICON_SMALL 0
 #define ICON_BIG 1
 #define ICON_SMALL2 2
-#define IMAGE_ICON 1
 #define LR_DEFAULTCOLOR 0x0000
 typedef struct _ICONINFO {
   BOOL fIcon;
@@ -322,6 +319,7 @@ LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
 #define SetWindowLongPtrW SetWindowLongW
 #include "gaps_msg.h"
 #include "gaps_menu.h"
+#include "gaps_text.h"
 #include "gaps_edit.h"
 #include "gaps_dialog.h"
 

@@ -186,7 +186,6 @@ typedef struct tagTRACKMOUSEEVENT {
 #define WC_BUTTONA "Button"
 #define WC_STATICA "Static"
 #define BS_DEFCOMMANDLINK 0x0000000FL
-#define IMAGE_BITMAP 0
 
 /* Owner drawing */
 #define ODT_MENU 1

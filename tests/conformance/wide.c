@@ -140,3 +140,12 @@ LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value) {
   }
   return SetWindowLongA(hwnd, index, value);
 }
+
+/* Only the system's own icons, named by number. */
+HICON WINAPI LoadIconW(HINSTANCE instance, LPCWSTR name) {
+  if (!IS_INTRESOURCE(name)) {
+    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+    return NULL;
+  }
+  return LoadIconA(instance, (LPCSTR)name);
+}

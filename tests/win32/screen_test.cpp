@@ -86,6 +86,72 @@ TEST_F(Screen, EraseUsesTheClassBrushAndDrawingFollowsTheDc) {
   DestroyWindow(h);
 }
 
+TEST_F(Screen, MixModesCombineThePenWithThePixelsBelow) {
+  HWND h = layertest::createMain();
+  layertest::pumpAll();
+  HDC dc = GetDC(h);
+  HPEN pen = CreatePen(PS_SOLID, 1, kRed);
+  HGDIOBJ oldPen = SelectObject(dc, pen);
+  struct Case {
+    int rop;
+    COLORREF once, twice;  // over white, then drawn again over that
+  } const cases[] = {
+      {R2_COPYPEN, kRed, kRed},
+      {R2_XORPEN, RGB(0, 255, 255), kWhite},
+      {R2_NOT, RGB(0, 0, 0), kWhite},
+      {R2_BLACK, RGB(0, 0, 0), RGB(0, 0, 0)},
+      {R2_NOP, kWhite, kWhite},
+      {R2_MASKPEN, kRed, kRed},
+  };
+  int y = 10;
+  for (const Case& c : cases) {
+    SetROP2(dc, c.rop);
+    for (COLORREF want : {c.once, c.twice}) {
+      MoveToEx(dc, 10, y, NULL);
+      LineTo(dc, 20, y);
+      EXPECT_EQ(win32sim::pixel(h, 15, y), want) << "R2 mode " << c.rop;
+    }
+    y += 2;
+  }
+  EXPECT_EQ(SetROP2(dc, R2_LAST + 1), 0) << "an unknown mode is refused";
+  EXPECT_EQ(GetROP2(dc), R2_MASKPEN);
+  SelectObject(dc, oldPen);
+  ReleaseDC(h, dc);
+  DeleteObject(pen);
+  DestroyWindow(h);
+}
+
+TEST_F(Screen, ClipRegionsLimitDrawingUntilRemoved) {
+  HWND h = layertest::createMain();
+  layertest::pumpAll();
+  HDC dc = GetDC(h);
+  HRGN probe = CreateRectRgn(0, 0, 0, 0);
+  EXPECT_EQ(GetClipRgn(dc, probe), 0) << "a new DC has no clip region";
+  EXPECT_EQ(IntersectClipRect(dc, 10, 10, 30, 30), SIMPLEREGION);
+  EXPECT_EQ(ExcludeClipRect(dc, 15, 15, 20, 20), COMPLEXREGION);
+  HBRUSH red = CreateSolidBrush(kRed);
+  RECT all = {0, 0, 50, 50};
+  FillRect(dc, &all, red);
+  EXPECT_EQ(win32sim::pixel(h, 12, 12), kRed);
+  EXPECT_EQ(win32sim::pixel(h, 17, 17), kWhite) << "excluded";
+  EXPECT_EQ(win32sim::pixel(h, 35, 35), kWhite) << "outside the intersection";
+  ASSERT_EQ(GetClipRgn(dc, probe), 1);
+  HRGN box = CreateRectRgn(10, 10, 30, 30);
+  HRGN hole = CreateRectRgn(15, 15, 20, 20);
+  CombineRgn(box, box, hole, RGN_DIFF);
+  EXPECT_TRUE(EqualRgn(probe, box)) << "GetClipRgn copies the region built";
+  EXPECT_EQ(SelectClipRgn(dc, NULL), SIMPLEREGION);
+  EXPECT_EQ(GetClipRgn(dc, probe), 0);
+  FillRect(dc, &all, red);
+  EXPECT_EQ(win32sim::pixel(h, 35, 35), kRed);
+  DeleteObject(probe);
+  DeleteObject(box);
+  DeleteObject(hole);
+  DeleteObject(red);
+  ReleaseDC(h, dc);
+  DestroyWindow(h);
+}
+
 TEST_F(Screen, MappingModesScaleDrawing) {
   HWND h = layertest::createMain();
   HDC dc = GetDC(h);

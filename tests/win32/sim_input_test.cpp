@@ -4,6 +4,8 @@
 // resizing and single scroll messages are pinned by tests/script/desktop.
 #include "tests/win32/layer_test.h"
 
+#include <cstring>
+
 namespace {
 
 using layertest::Expect;
@@ -196,6 +198,30 @@ TEST_F(SimInput, ScrollBarControlsReportToTheirParent) {
   EXPECT_EQ(layertest::recorded()[0].lp, reinterpret_cast<LPARAM>(bar));
   layertest::recorded().clear();
   DestroyWindow(h);
+}
+
+TEST_F(SimInput, KeyNamesFollowTheScanCodeAndTheBuffer) {
+  struct Case {
+    LONG lParam;
+    const char* name;
+  } const cases[] = {
+      {0x1E << 16, "A"},
+      {0x01 << 16, "Esc"},
+      {0x36 << 16, "Right Shift"},
+      {(0x36 << 16) | (1 << 25), "Shift"},  // left and right not told apart
+      {(0x1D << 16) | (1 << 24), "Right Ctrl"},
+      {(0x48 << 16) | (1 << 24), "Up"},
+      {0x48 << 16, "Num 8"},
+      {0x7F << 16, ""},
+  };
+  char buffer[32];
+  for (const Case& c : cases) {
+    int n = GetKeyNameTextA(c.lParam, buffer, sizeof buffer);
+    EXPECT_STREQ(buffer, c.name) << std::hex << c.lParam;
+    EXPECT_EQ(n, static_cast<int>(strlen(c.name)));
+  }
+  EXPECT_EQ(GetKeyNameTextA(0x1D << 16, buffer, 4), 3);
+  EXPECT_STREQ(buffer, "Ctr") << "cut to the buffer with its NUL";
 }
 
 }  // namespace

@@ -46,7 +46,45 @@ void setExtentsFor(DeviceContext& dc, int mode) {
   dc.viewportExt = device;
 }
 
+// Stands for "no clip region" where a mode combines with the current one:
+// every device coordinate a surface can have.
+constexpr LONG kFar = 1 << 28;
+Region wholeDevice() { return Region(makeRect(-kFar, -kFar, kFar, kFar)); }
+
+// The program's clip region combined with region by mode (RGN_ERROR when
+// the mode is not one), then applied.
+int combineClip(DeviceContext& dc, const Region& region, int mode) {
+  Region current = dc.hasClipRgn ? dc.clipRgn : wholeDevice();
+  switch (mode) {
+  case RGN_AND: current.intersect(region); break;
+  case RGN_OR: current.add(region); break;
+  case RGN_DIFF: current.subtract(region); break;
+  case RGN_COPY: current = region; break;
+  case RGN_XOR: {
+    Region other = region;
+    other.subtract(current);
+    current.subtract(region);
+    current.add(other);
+    break;
+  }
+  default: return ERROR;
+  }
+  dc.hasClipRgn = true;
+  dc.clipRgn = current;
+  return applyClip(dc);
+}
+
 }  // namespace
+
+int applyClip(DeviceContext& dc) {
+  dc.clip = dc.visible;
+  if (dc.hasClipRgn) {
+    Region program = dc.clipRgn;
+    program.offset(dc.origin.x, dc.origin.y);
+    dc.clip.intersect(program);
+  }
+  return regionType(dc.clip);
+}
 
 POINT toDevice(const DeviceContext& dc, int x, int y) {
   POINT p;
@@ -118,6 +156,15 @@ BOOL WINAPI SetViewportOrgEx(HDC hdc, int x, int y, LPPOINT lppt) {
   return TRUE;
 }
 
+BOOL WINAPI OffsetViewportOrgEx(HDC hdc, int x, int y, LPPOINT lppt) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc) return FALSE;
+  if (lppt) *lppt = dc->viewportOrg;
+  dc->viewportOrg.x += x;
+  dc->viewportOrg.y += y;
+  return TRUE;
+}
+
 BOOL WINAPI LPtoDP(HDC hdc, LPPOINT lppt, int c) {
   DeviceContext* dc = deviceContext(hdc);
   if (!dc || !lppt) return FALSE;
@@ -152,6 +199,57 @@ int WINAPI GetClipBox(HDC hdc, LPRECT lprect) {
   return dc->clip.rects().size() == 1 ? SIMPLEREGION : COMPLEXREGION;
 }
 
+// 1 with a copy of the program's clip region in hrgn, 0 without one, -1
+// for a bad DC or region.
+int WINAPI GetClipRgn(HDC hdc, HRGN hrgn) {
+  DeviceContext* dc = deviceContext(hdc);
+  Region* r = regionOf(hrgn);
+  if (!dc || !r) return -1;
+  if (!dc->hasClipRgn) return 0;
+  *r = dc->clipRgn;
+  return 1;
+}
+
+int WINAPI ExtSelectClipRgn(HDC hdc, HRGN hrgn, int mode) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc) return ERROR;
+  if (!hrgn) {
+    // Only RGN_COPY may name no region: the program's clipping goes.
+    if (mode != RGN_COPY) return ERROR;
+    dc->hasClipRgn = false;
+    return applyClip(*dc);
+  }
+  Region* r = regionOf(hrgn);
+  return r ? combineClip(*dc, *r, mode) : ERROR;
+}
+
+int WINAPI SelectClipRgn(HDC hdc, HRGN hrgn) { return ExtSelectClipRgn(hdc, hrgn, RGN_COPY); }
+
+int WINAPI IntersectClipRect(HDC hdc, int left, int top, int right, int bottom) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc) return ERROR;
+  return combineClip(*dc, Region(toDeviceRect(*dc, makeRect(left, top, right, bottom))), RGN_AND);
+}
+
+int WINAPI ExcludeClipRect(HDC hdc, int left, int top, int right, int bottom) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc) return ERROR;
+  return combineClip(*dc, Region(toDeviceRect(*dc, makeRect(left, top, right, bottom))), RGN_DIFF);
+}
+
+int WINAPI SetROP2(HDC hdc, int rop2) {
+  DeviceContext* dc = deviceContext(hdc);
+  if (!dc || rop2 < R2_BLACK || rop2 > R2_LAST) return 0;
+  int old = dc->rop2;
+  dc->rop2 = rop2;
+  return old;
+}
+
+int WINAPI GetROP2(HDC hdc) {
+  DeviceContext* dc = deviceContext(hdc);
+  return dc ? dc->rop2 : 0;
+}
+
 int WINAPI GetDeviceCaps(HDC hdc, int index) {
   if (!deviceContext(hdc)) return 0;
   switch (index) {
@@ -161,6 +259,7 @@ int WINAPI GetDeviceCaps(HDC hdc, int index) {
   case VERTSIZE: return kVertSizeMm;
   case BITSPIXEL: return 32;
   case PLANES: return 1;
+  case NUMCOLORS: return -1;  // more than a palette's
   case LOGPIXELSX:
   case LOGPIXELSY: return kDpi;
   default: return 0;

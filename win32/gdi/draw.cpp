@@ -12,8 +12,6 @@
 
 namespace w32 {
 
-namespace {
-
 Painter painterOf(const DeviceContext& dc) {
   Painter p;
   p.surface = dc.surface.get();
@@ -21,6 +19,8 @@ Painter painterOf(const DeviceContext& dc) {
   p.clip = dc.clip;
   return p;
 }
+
+namespace {
 
 // The pen's colour and width; false for a null pen.
 bool penOf(const DeviceContext& dc, COLORREF* color, int* width) {
@@ -80,30 +80,6 @@ void drawSpaced(const DeviceContext& dc, int x, int y, const char* s, int n, con
   }
 }
 
-// A line of DrawTextA's text as it shows: "&&" stands for "&", and "&"
-// before another character marks that character, which is underlined
-// (the first such one); a lone "&" at the end shows nothing.
-struct ShownLine {
-  std::string text;
-  int underline = -1;
-};
-
-ShownLine withoutPrefixes(const char* s, int n, UINT format) {
-  ShownLine l;
-  if (format & DT_NOPREFIX) {
-    l.text.assign(s, static_cast<size_t>(n));
-    return l;
-  }
-  for (int i = 0; i < n; ++i) {
-    if (s[i] == '&') {
-      if (++i == n) break;
-      if (s[i] != '&' && l.underline < 0) l.underline = static_cast<int>(l.text.size());
-    }
-    l.text += s[i];
-  }
-  return l;
-}
-
 }  // namespace
 
 }  // namespace w32
@@ -152,6 +128,7 @@ BOOL WINAPI Rectangle(HDC hdc, int left, int top, int right, int bottom) {
   if (!dc) return FALSE;
   RECT r = toDeviceRect(*dc, makeRect(left, top, right, bottom));
   Painter p = painterOf(*dc);
+  p.rop = dc->rop2;
   COLORREF pen = 0;
   int width = 1;
   bool outlined = penOf(*dc, &pen, &width);
@@ -207,8 +184,9 @@ BOOL WINAPI LineTo(HDC hdc, int x, int y) {
   COLORREF pen;
   int width = 1;
   if (penOf(*dc, &pen, &width)) {
-    line(painterOf(*dc), toDevice(*dc, dc->position.x, dc->position.y), toDevice(*dc, x, y), width,
-         pen);
+    Painter p = painterOf(*dc);
+    p.rop = dc->rop2;
+    line(p, toDevice(*dc, dc->position.x, dc->position.y), toDevice(*dc, x, y), width, pen);
   }
   dc->position = POINT{x, y};
   return TRUE;
@@ -285,59 +263,6 @@ BOOL WINAPI GetTextMetricsA(HDC hdc, LPTEXTMETRICA lptm) {
   if (!dc || !lptm) return FALSE;
   fillTextMetrics(fontOf(dc->font), lptm);
   return TRUE;
-}
-
-int WINAPI DrawTextA(HDC hdc, LPCSTR lpchText, int cchText, LPRECT lprc, UINT format) {
-  DeviceContext* dc = deviceContext(hdc);
-  if (!dc || !lpchText || !lprc) return 0;
-  int n = cchText < 0 ? static_cast<int>(strlen(lpchText)) : cchText;
-  std::vector<std::pair<int, int>> lines;  // start, length
-  int start = 0;
-  for (int i = 0; i <= n; ++i) {
-    if (i == n || (!(format & DT_SINGLELINE) && lpchText[i] == '\n')) {
-      int len = i - start;
-      if (len > 0 && lpchText[start + len - 1] == '\r') --len;
-      lines.emplace_back(start, len);
-      start = i + 1;
-    }
-  }
-  std::vector<ShownLine> shown;
-  for (const auto& l : lines) shown.push_back(withoutPrefixes(lpchText + l.first, l.second, format));
-  Font font = fontOf(dc->font);
-  int lineHeight = font.height(), advance = font.advance();
-  int height = static_cast<int>(lines.size()) * lineHeight;
-  int widest = 0;
-  for (const auto& l : shown) widest = std::max(widest, static_cast<int>(l.text.size()) * advance);
-  if (format & DT_CALCRECT) {
-    lprc->right = lprc->left + widest;
-    lprc->bottom = lprc->top + height;
-    return height;
-  }
-  LONG y = lprc->top;
-  if ((format & DT_SINGLELINE) && (format & DT_VCENTER))
-    y = lprc->top + (rectHeight(*lprc) - lineHeight) / 2;
-  else if ((format & DT_SINGLELINE) && (format & DT_BOTTOM))
-    y = lprc->bottom - lineHeight;
-  Region saved = dc->clip;
-  if (!(format & DT_NOCLIP))
-    dc->clip.intersect(offsetRect(toDeviceRect(*dc, *lprc), dc->origin.x, dc->origin.y));
-  for (const auto& l : shown) {
-    LONG width = static_cast<LONG>(l.text.size()) * advance;
-    LONG x = (format & DT_CENTER)  ? lprc->left + (rectWidth(*lprc) - width) / 2
-             : (format & DT_RIGHT) ? lprc->right - width
-                                   : lprc->left;
-    POINT at = toDevice(*dc, static_cast<int>(x), static_cast<int>(y));
-    if (!(format & DT_PREFIXONLY))
-      drawString(*dc, at, l.text.data(), static_cast<int>(l.text.size()));
-    // The mark: a line under the character, one pixel below the baseline.
-    if (l.underline >= 0 && !(format & DT_HIDEPREFIX)) {
-      LONG left = at.x + l.underline * advance, base = at.y + font.ascent() + 1;
-      painterOf(*dc).fill(makeRect(left, base, left + advance - 1, base + 1), dc->textColor);
-    }
-    y += lineHeight;
-  }
-  dc->clip = saved;
-  return height;
 }
 
 }  // extern "C"

@@ -72,6 +72,7 @@ struct Painter {
   Surface* surface = nullptr;
   POINT origin{};  // the window's (0,0) in surface coordinates
   Region clip;     // surface coordinates
+  int rop = R2_COPYPEN;  // how fill, frame and pixel mix c with what is there
 
   void fill(const RECT& r, COLORREF c) const;
   void frame(const RECT& r, COLORREF c) const;  // one-pixel outline
@@ -89,9 +90,23 @@ enum class GdiKind { Brush, Pen, Font, Region, Palette, DC };
 struct DeviceContext {
   HWND hwnd = nullptr;
   bool paint = false;  // made by BeginPaint: freed by EndPaint, not ReleaseDC
+  // Kept by its window (CS_OWNDC) or class (CS_CLASSDC): ReleaseDC leaves it,
+  // GetDC and BeginPaint give it again with its attributes.
+  bool kept = false;
+  bool classShared = false;  // a class's: outlives the window it last served
+  // How the visible part was made, so a kept DC can be placed again.
+  bool wholeWindow = false;
+  bool painting = false;  // BeginPaint..EndPaint: cut to the area being painted
+  RECT paintArea{};       // client coordinates
+  HRGN heldRgn = nullptr;  // GetDCEx's region, screen coordinates; the DC owns it
+  bool excludeRgn = false;  // heldRgn is cut out rather than kept
   std::shared_ptr<Surface> surface;
   POINT origin{};  // device (0,0) in surface coordinates
-  Region clip;     // surface coordinates
+  Region clip;     // surface coordinates: visible, cut by clipRgn; what drawing passes
+  Region visible;  // surface coordinates: the part of the window the DC may reach
+  bool hasClipRgn = false;
+  Region clipRgn;  // device coordinates: the program's (SelectClipRgn and friends)
+  int rop2 = R2_COPYPEN;
   int mapMode = MM_TEXT;
   POINT windowOrg{};
   POINT viewportOrg{};
@@ -117,16 +132,18 @@ struct GdiObject {
   int width = 1;   // pen
   COLORREF color = 0;
   int sysColor = -1;  // brushes of GetSysColorBrush follow the colour table
-  RECT rect{};        // region
+  Region region;      // device units as the program gave them
   LOGFONTA logFont{};  // font: as created (the face name NUL-padded)
   std::unique_ptr<DeviceContext> dc;
 };
 
 GdiObject* gdiObject(HGDIOBJ h);  // a live object or null
+Region* regionOf(HGDIOBJ h);       // a live region's, or null
 DeviceContext* deviceContext(HDC hdc);
 HDC createDC(std::unique_ptr<DeviceContext> dc);
 void freeDC(HDC hdc);
-// Releases every DC still obtained for hwnd (a window being freed).
+// Releases every DC still obtained for hwnd (a window being freed); a
+// class's DC only forgets the window.
 void freeWindowDCs(HWND hwnd);
 int liveGdiCount(GdiKind kind);
 HBRUSH systemColorBrush(int index);
@@ -134,7 +151,14 @@ HBRUSH systemColorBrush(int index);
 // False when it names nothing or paints nothing.
 bool brushColor(HBRUSH brush, const DeviceContext* dc, COLORREF* color);
 void selectDefaults(DeviceContext& dc);
+// The clip drawing passes: the visible part cut by the program's region.
+// Returns the type of what is left (NULLREGION, SIMPLEREGION, COMPLEXREGION).
+int applyClip(DeviceContext& dc);
+int regionType(const Region& r);
 void deselectAll(DeviceContext& dc);
+
+// Drawing through dc's surface, origin and clip (draw.cpp).
+Painter painterOf(const DeviceContext& dc);
 
 // ---- Coordinates (dc.cpp) ----
 

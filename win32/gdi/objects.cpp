@@ -7,6 +7,7 @@
 
 #include "user/user.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace w32 {
@@ -154,6 +155,16 @@ HGDIOBJ* slotFor(DeviceContext& dc, GdiKind kind) {
 
 }  // namespace
 
+Region* regionOf(HGDIOBJ h) {
+  GdiObject* o = gdiObject(h);
+  return (o && o->kind == GdiKind::Region) ? &o->region : nullptr;
+}
+
+int regionType(const Region& r) {
+  if (r.empty()) return NULLREGION;
+  return r.rects().size() == 1 ? SIMPLEREGION : COMPLEXREGION;
+}
+
 GdiObject* gdiObject(HGDIOBJ h) {
   makeStock();
   size_t index = 0;
@@ -168,6 +179,7 @@ DeviceContext* deviceContext(HDC hdc) {
 
 HDC createDC(std::unique_ptr<DeviceContext> dc) {
   makeStock();
+  dc->visible = dc->clip;
   selectDefaults(*dc);
   auto o = makeObject(GdiKind::DC, 0, 0, false);
   o->dc = std::move(dc);
@@ -177,16 +189,22 @@ HDC createDC(std::unique_ptr<DeviceContext> dc) {
 void freeDC(HDC hdc) {
   DeviceContext* dc = deviceContext(hdc);
   if (!dc) return;
+  HRGN held = dc->heldRgn;
   deselectAll(*dc);
   freeObject(hdc);
+  DeleteObject(held);
 }
 
 void freeWindowDCs(HWND hwnd) {
   const auto& slots = gdi().slots;
   for (size_t i = 0; i < slots.size(); ++i) {
     const auto& o = slots[i];
-    if (o && o->kind == GdiKind::DC && o->dc && o->dc->hwnd == hwnd)
-      freeDC(reinterpret_cast<HDC>(kGdiBase + i * kGdiStep));
+    if (!o || o->kind != GdiKind::DC || !o->dc || o->dc->hwnd != hwnd) continue;
+    if (o->dc->classShared) {
+      o->dc->hwnd = nullptr;
+      continue;
+    }
+    freeDC(reinterpret_cast<HDC>(kGdiBase + i * kGdiStep));
   }
 }
 
@@ -205,8 +223,10 @@ void deselectAll(DeviceContext& dc) {
 
 int liveGdiCount(GdiKind kind) {
   int n = 0;
+  // A window's or class's own DC belongs to it, not to a caller that may
+  // leak it.
   for (const auto& o : gdi().slots)
-    if (o && !o->stock && o->sysColor < 0 && o->kind == kind) ++n;
+    if (o && !o->stock && o->sysColor < 0 && o->kind == kind && !(o->dc && o->dc->kept)) ++n;
   return n;
 }
 
@@ -312,10 +332,9 @@ HGDIOBJ WINAPI SelectObject(HDC hdc, HGDIOBJ h) {
   DeviceContext* dc = deviceContext(hdc);
   GdiObject* o = gdiObject(h);
   if (!dc || !o || o->deletePending) return NULL;
-  if (o->kind == GdiKind::Region) {
-    dc->clip.intersect(offsetRect(toDeviceRect(*dc, o->rect), dc->origin.x, dc->origin.y));
-    return reinterpret_cast<HGDIOBJ>(static_cast<ULONG_PTR>(SIMPLEREGION));
-  }
+  if (o->kind == GdiKind::Region)  // the same as SelectClipRgn
+    return reinterpret_cast<HGDIOBJ>(
+        static_cast<ULONG_PTR>(ExtSelectClipRgn(hdc, static_cast<HRGN>(h), RGN_COPY)));
   HGDIOBJ* slot = slotFor(*dc, o->kind);
   if (!slot) return NULL;
   HGDIOBJ old = *slot;
@@ -385,7 +404,8 @@ int WINAPI GetObjectA(HANDLE h, int c, LPVOID pv) {
 HRGN WINAPI CreateRectRgn(int x1, int y1, int x2, int y2) {
   makeStock();
   auto o = makeObject(GdiKind::Region, 0, 0, false);
-  o->rect = makeRect(x1 < x2 ? x1 : x2, y1 < y2 ? y1 : y2, x1 < x2 ? x2 : x1, y1 < y2 ? y2 : y1);
+  o->region =
+      Region(makeRect(std::min(x1, x2), std::min(y1, y2), std::max(x1, x2), std::max(y1, y2)));
   return static_cast<HRGN>(addObject(std::move(o)));
 }
 
@@ -395,22 +415,60 @@ HRGN WINAPI CreateRectRgnIndirect(const RECT* lprect) {
 }
 
 BOOL WINAPI SetRectRgn(HRGN hrgn, int left, int top, int right, int bottom) {
-  GdiObject* o = gdiObject(hrgn);
-  if (!o || o->kind != GdiKind::Region) return FALSE;
-  o->rect = makeRect(left < right ? left : right, top < bottom ? top : bottom,
-                     left < right ? right : left, top < bottom ? bottom : top);
+  Region* r = regionOf(hrgn);
+  if (!r) return FALSE;
+  *r = Region(makeRect(std::min(left, right), std::min(top, bottom), std::max(left, right),
+                       std::max(top, bottom)));
   return TRUE;
 }
 
 int WINAPI GetRgnBox(HRGN hrgn, LPRECT lprc) {
-  GdiObject* o = gdiObject(hrgn);
-  if (!o || o->kind != GdiKind::Region || !lprc) return ERROR;
-  if (rectEmpty(o->rect)) {
-    *lprc = makeRect(0, 0, 0, 0);
-    return NULLREGION;
+  Region* r = regionOf(hrgn);
+  if (!r || !lprc) return ERROR;
+  *lprc = r->bounds();
+  return regionType(*r);
+}
+
+int WINAPI CombineRgn(HRGN hrgnDst, HRGN hrgnSrc1, HRGN hrgnSrc2, int iMode) {
+  Region* dst = regionOf(hrgnDst);
+  Region* a = regionOf(hrgnSrc1);
+  Region* b = regionOf(hrgnSrc2);
+  if (!dst || !a || (iMode != RGN_COPY && !b)) return ERROR;
+  Region result = *a;
+  switch (iMode) {
+  case RGN_AND: result.intersect(*b); break;
+  case RGN_OR: result.add(*b); break;
+  case RGN_DIFF: result.subtract(*b); break;
+  case RGN_XOR: {
+    Region other = *b;
+    other.subtract(*a);
+    result.subtract(*b);
+    result.add(other);
+    break;
   }
-  *lprc = o->rect;
-  return SIMPLEREGION;
+  case RGN_COPY: break;
+  default: return ERROR;
+  }
+  *dst = result;
+  return regionType(result);
+}
+
+int WINAPI OffsetRgn(HRGN hrgn, int x, int y) {
+  Region* r = regionOf(hrgn);
+  if (!r) return ERROR;
+  r->offset(x, y);
+  return regionType(*r);
+}
+
+BOOL WINAPI EqualRgn(HRGN hrgn1, HRGN hrgn2) {
+  Region* a = regionOf(hrgn1);
+  Region* b = regionOf(hrgn2);
+  return a && b && a->sameArea(*b);
+}
+
+BOOL WINAPI PtInRegion(HRGN hrgn, int x, int y) {
+  Region* r = regionOf(hrgn);
+  return r && r->contains(x, y);
 }
 
 }  // extern "C"

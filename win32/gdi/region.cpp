@@ -92,4 +92,31 @@ void Region::offset(LONG dx, LONG dy) {
   for (RECT& r : rects_) r = offsetRect(r, dx, dy);
 }
 
+void Region::add(const Region& r) {
+  for (const RECT& piece : r.rects_) add(piece);
+}
+
+void Region::subtract(const Region& r) {
+  for (const RECT& piece : r.rects_) subtract(piece);
+}
+
+void Region::intersect(const Region& r) {
+  // Pieces of disjoint rectangles intersected with disjoint rectangles are
+  // disjoint, so they need no merging.
+  std::vector<RECT> next;
+  for (const RECT& have : rects_)
+    for (const RECT& other : r.rects_) {
+      RECT i = intersectRects(have, other);
+      if (!rectEmpty(i)) next.push_back(i);
+    }
+  rects_.swap(next);
+}
+
+bool Region::sameArea(const Region& r) const {
+  Region a = *this, b = r;
+  a.subtract(r);
+  b.subtract(*this);
+  return a.empty() && b.empty();
+}
+
 }  // namespace w32

@@ -70,6 +70,11 @@ class Region {
   void subtract(const RECT& r);
   void intersect(const RECT& r);
   void offset(LONG dx, LONG dy);
+  void add(const Region& r);
+  void subtract(const Region& r);
+  void intersect(const Region& r);
+  // Same pixels, however they are cut into rectangles.
+  bool sameArea(const Region& r) const;
 
  private:
   std::vector<RECT> rects_;

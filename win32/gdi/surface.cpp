@@ -56,10 +56,36 @@ void Surface::scroll(const RECT& source, const RECT& clip, int dx, int dy) {
   }
 }
 
+namespace {
+
+// What a binary mix mode makes of the pen's colour and the one below: the
+// code less one is a truth table, bit (pen << 1 | below) giving each colour
+// bit of the result.
+COLORREF mix(int rop, COLORREF pen, COLORREF below) {
+  unsigned table = static_cast<unsigned>(rop - 1);
+  COLORREF out = 0;
+  for (unsigned pd = 0; pd < 4; ++pd)
+    if (table & (1u << pd)) out |= ((pd & 2) ? pen : ~pen) & ((pd & 1) ? below : ~below);
+  return out & 0xFFFFFF;
+}
+
+}  // namespace
+
 void Painter::fill(const RECT& r, COLORREF c) const {
   if (!surface) return;
   RECT s = offsetRect(r, origin.x, origin.y);
-  for (const RECT& part : clip.rects()) surface->fill(intersectRects(s, part), c);
+  for (const RECT& part : clip.rects()) {
+    RECT area = intersectRects(s, part);
+    if (rop == R2_COPYPEN) {
+      surface->fill(area, c);
+      continue;
+    }
+    for (LONG y = area.top; y < area.bottom; ++y)
+      for (LONG x = area.left; x < area.right; ++x) {
+        int px = static_cast<int>(x), py = static_cast<int>(y);
+        surface->set(px, py, mix(rop, c, surface->get(px, py)));
+      }
+  }
 }
 
 void Painter::frame(const RECT& r, COLORREF c) const {
@@ -72,7 +98,9 @@ void Painter::frame(const RECT& r, COLORREF c) const {
 void Painter::pixel(int x, int y, COLORREF c) const {
   if (!surface) return;
   LONG sx = x + origin.x, sy = y + origin.y;
-  if (clip.contains(sx, sy)) surface->set(sx, sy, c);
+  if (!clip.contains(sx, sy)) return;
+  int px = static_cast<int>(sx), py = static_cast<int>(sy);
+  surface->set(px, py, rop == R2_COPYPEN ? c : mix(rop, c, surface->get(px, py)));
 }
 
 void Painter::text(int x, int y, const char* s, int n, COLORREF fg, const COLORREF* bk,

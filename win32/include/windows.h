@@ -1079,6 +1079,16 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define SM_CXVIRTUALSCREEN 78
 #define SM_CYVIRTUALSCREEN 79
 #define SM_CMONITORS 80
+#define SM_MOUSEPRESENT 19
+#define SM_SWAPBUTTON 23
+#define SM_CMOUSEBUTTONS 43
+#define SM_CXMINSPACING 47
+#define SM_CYMINSPACING 48
+#define SM_ARRANGE 56
+#define SM_CXDRAG 68
+#define SM_CYDRAG 69
+#define SM_CXFOCUSBORDER 83
+#define SM_CYFOCUSBORDER 84
 #define SM_CXPADDEDBORDER 92
 
 #define COLOR_SCROLLBAR 0
@@ -1594,6 +1604,14 @@ typedef struct tagMENUBARINFO {
 #define DCX_CLIPCHILDREN 0x00000008L
 #define DCX_CLIPSIBLINGS 0x00000010L
 #define DCX_PARENTCLIP 0x00000020L
+#define DCX_EXCLUDERGN 0x00000040L
+#define DCX_INTERSECTRGN 0x00000080L
+#define DCX_EXCLUDEUPDATE 0x00000100L
+#define DCX_INTERSECTUPDATE 0x00000200L
+#define DCX_LOCKWINDOWUPDATE 0x00000400L
+#define DCX_NORESETATTRS 0x00000004L
+#define DCX_VALIDATE 0x00200000L
+#define DCX_USESTYLE 0x00010000L
 
 #define DT_TOP 0x00000000
 #define DT_LEFT 0x00000000
@@ -1618,6 +1636,29 @@ typedef struct tagMENUBARINFO {
 #define DT_MODIFYSTRING 0x00010000
 #define DT_RTLREADING 0x00020000
 #define DT_WORD_ELLIPSIS 0x00040000
+
+typedef struct tagDRAWTEXTPARAMS {
+  UINT cbSize;
+  int iTabLength;
+  int iLeftMargin;
+  int iRightMargin;
+  UINT uiLengthDrawn;
+} DRAWTEXTPARAMS, *LPDRAWTEXTPARAMS;
+TUL_WIN32_ASSERT(sizeof(DRAWTEXTPARAMS) == 20, "DRAWTEXTPARAMS");
+
+#define DST_COMPLEX 0x0000
+#define DST_TEXT 0x0001
+#define DST_PREFIXTEXT 0x0002
+#define DST_ICON 0x0003
+#define DST_BITMAP 0x0004
+#define DSS_NORMAL 0x0000
+#define DSS_UNION 0x0010
+#define DSS_DISABLED 0x0020
+#define DSS_MONO 0x0080
+#define DSS_HIDEPREFIX 0x0200
+#define DSS_PREFIXONLY 0x0400
+#define DSS_RIGHT 0x8000
+typedef BOOL(CALLBACK* DRAWSTATEPROC)(HDC hdc, LPARAM lData, WPARAM wData, int cx, int cy);
 
 /* ---- GDI ---- */
 
@@ -1739,12 +1780,31 @@ typedef struct tagMENUBARINFO {
 #define RGN_DIFF 4
 #define RGN_COPY 5
 
+#define R2_BLACK 1
+#define R2_NOTMERGEPEN 2
+#define R2_MASKNOTPEN 3
+#define R2_NOTCOPYPEN 4
+#define R2_MASKPENNOT 5
+#define R2_NOT 6
+#define R2_XORPEN 7
+#define R2_NOTMASKPEN 8
+#define R2_MASKPEN 9
+#define R2_NOTXORPEN 10
+#define R2_NOP 11
+#define R2_MERGENOTPEN 12
+#define R2_COPYPEN 13
+#define R2_MERGEPENNOT 14
+#define R2_MERGEPEN 15
+#define R2_WHITE 16
+#define R2_LAST 16
+
 #define HORZSIZE 4
 #define VERTSIZE 6
 #define HORZRES 8
 #define VERTRES 10
 #define BITSPIXEL 12
 #define PLANES 14
+#define NUMCOLORS 24
 #define LOGPIXELSX 88
 #define LOGPIXELSY 90
 
@@ -1898,6 +1958,7 @@ typedef int(CALLBACK* EDITWORDBREAKPROCA)(LPSTR lpch, int ichCurrent, int cch, i
 #define SS_CENTERIMAGE 0x00000200
 #define SS_RIGHTJUST 0x00000400
 #define SS_REALSIZEIMAGE 0x00000800
+#define SS_REALSIZECONTROL 0x00000040
 #define SS_SUNKEN 0x00001000
 #define SS_EDITCONTROL 0x00002000
 #define SS_ENDELLIPSIS 0x00004000
@@ -1912,6 +1973,10 @@ typedef int(CALLBACK* EDITWORDBREAKPROCA)(LPSTR lpch, int ichCurrent, int cch, i
 #define STM_GETICON 0x0171
 #define STM_SETIMAGE 0x0172
 #define STM_GETIMAGE 0x0173
+#define IMAGE_BITMAP 0
+#define IMAGE_ICON 1
+#define IMAGE_CURSOR 2
+#define IMAGE_ENHMETAFILE 3
 
 /* List and combo boxes (ListBox, ComboBox and a combo box's ComboLBox). */
 #define LBS_NOTIFY 0x0001
@@ -2071,6 +2136,7 @@ TUL_WIN32_API void WINAPI OutputDebugStringA(LPCSTR lpOutputString);
 TUL_WIN32_API int WINAPI lstrcmpiA(LPCSTR lpString1, LPCSTR lpString2);
 TUL_WIN32_API int WINAPI lstrcmpA(LPCSTR lpString1, LPCSTR lpString2);
 TUL_WIN32_API int WINAPI lstrlenA(LPCSTR lpString);
+TUL_WIN32_API LPSTR WINAPI lstrcpyA(LPSTR lpString1, LPCSTR lpString2);
 TUL_WIN32_API int WINAPI MulDiv(int nNumber, int nNumerator, int nDenominator);
 #define HEAP_ZERO_MEMORY 0x00000008
 TUL_WIN32_API HANDLE WINAPI GetProcessHeap(void);
@@ -2224,6 +2290,7 @@ TUL_WIN32_API BOOL WINAPI AdjustWindowRectEx(LPRECT lpRect, DWORD dwStyle, BOOL 
                                              DWORD dwExStyle);
 TUL_WIN32_API BOOL WINAPI AdjustWindowRect(LPRECT lpRect, DWORD dwStyle, BOOL bMenu);
 TUL_WIN32_API int WINAPI GetSystemMetrics(int nIndex);
+TUL_WIN32_API int WINAPI GetKeyNameTextA(LONG lParam, LPSTR lpString, int cchSize);
 TUL_WIN32_API DWORD WINAPI GetSysColor(int nIndex);
 TUL_WIN32_API HBRUSH WINAPI GetSysColorBrush(int nIndex);
 /* One monitor: the screen, its work area the whole of it. */
@@ -2334,6 +2401,7 @@ TUL_WIN32_API BOOL WINAPI GetUpdateRect(HWND hWnd, LPRECT lpRect, BOOL bErase);
 TUL_WIN32_API HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint);
 TUL_WIN32_API BOOL WINAPI EndPaint(HWND hWnd, const PAINTSTRUCT* lpPaint);
 TUL_WIN32_API HDC WINAPI GetDC(HWND hWnd);
+TUL_WIN32_API HDC WINAPI GetDCEx(HWND hWnd, HRGN hrgnClip, DWORD flags);
 TUL_WIN32_API HDC WINAPI GetWindowDC(HWND hWnd);
 TUL_WIN32_API int WINAPI ReleaseDC(HWND hWnd, HDC hDC);
 TUL_WIN32_API HWND WINAPI WindowFromDC(HDC hDC);
@@ -2342,6 +2410,17 @@ TUL_WIN32_API int WINAPI FrameRect(HDC hDC, const RECT* lprc, HBRUSH hbr);
 TUL_WIN32_API BOOL WINAPI DrawFocusRect(HDC hDC, const RECT* lprc);
 TUL_WIN32_API int WINAPI DrawTextA(HDC hdc, LPCSTR lpchText, int cchText, LPRECT lprc,
                                    UINT format);
+TUL_WIN32_API int WINAPI DrawTextExA(HDC hdc, LPSTR lpchText, int cchText, LPRECT lprc,
+                                     UINT format, LPDRAWTEXTPARAMS lpdtp);
+TUL_WIN32_API LONG WINAPI TabbedTextOutA(HDC hdc, int x, int y, LPCSTR lpString, int chCount,
+                                         int nTabPositions, const INT* lpnTabStopPositions,
+                                         int nTabOrigin);
+TUL_WIN32_API DWORD WINAPI GetTabbedTextExtentA(HDC hdc, LPCSTR lpString, int chCount,
+                                                int nTabPositions,
+                                                const INT* lpnTabStopPositions);
+TUL_WIN32_API BOOL WINAPI DrawStateA(HDC hdc, HBRUSH hbrFore, DRAWSTATEPROC qfnCallBack,
+                                     LPARAM lData, WPARAM wData, int x, int y, int cx, int cy,
+                                     UINT uFlags);
 
 /* user32: scroll bars */
 TUL_WIN32_API HMENU WINAPI CreateMenu(void);
@@ -2448,9 +2527,17 @@ TUL_WIN32_API BOOL WINAPI SetWindowExtEx(HDC hdc, int x, int y, LPSIZE lpsz);
 TUL_WIN32_API BOOL WINAPI SetViewportExtEx(HDC hdc, int x, int y, LPSIZE lpsz);
 TUL_WIN32_API BOOL WINAPI SetWindowOrgEx(HDC hdc, int x, int y, LPPOINT lppt);
 TUL_WIN32_API BOOL WINAPI SetViewportOrgEx(HDC hdc, int x, int y, LPPOINT lppt);
+TUL_WIN32_API BOOL WINAPI OffsetViewportOrgEx(HDC hdc, int x, int y, LPPOINT lppt);
 TUL_WIN32_API BOOL WINAPI LPtoDP(HDC hdc, LPPOINT lppt, int c);
 TUL_WIN32_API BOOL WINAPI DPtoLP(HDC hdc, LPPOINT lppt, int c);
 TUL_WIN32_API int WINAPI GetClipBox(HDC hdc, LPRECT lprect);
+TUL_WIN32_API int WINAPI GetClipRgn(HDC hdc, HRGN hrgn);
+TUL_WIN32_API int WINAPI SelectClipRgn(HDC hdc, HRGN hrgn);
+TUL_WIN32_API int WINAPI ExtSelectClipRgn(HDC hdc, HRGN hrgn, int mode);
+TUL_WIN32_API int WINAPI IntersectClipRect(HDC hdc, int left, int top, int right, int bottom);
+TUL_WIN32_API int WINAPI ExcludeClipRect(HDC hdc, int left, int top, int right, int bottom);
+TUL_WIN32_API int WINAPI SetROP2(HDC hdc, int rop2);
+TUL_WIN32_API int WINAPI GetROP2(HDC hdc);
 TUL_WIN32_API int WINAPI GetDeviceCaps(HDC hdc, int index);
 TUL_WIN32_API COLORREF WINAPI SetTextColor(HDC hdc, COLORREF color);
 TUL_WIN32_API COLORREF WINAPI GetTextColor(HDC hdc);
@@ -2481,6 +2568,10 @@ TUL_WIN32_API HRGN WINAPI CreateRectRgn(int x1, int y1, int x2, int y2);
 TUL_WIN32_API HRGN WINAPI CreateRectRgnIndirect(const RECT* lprect);
 TUL_WIN32_API BOOL WINAPI SetRectRgn(HRGN hrgn, int left, int top, int right, int bottom);
 TUL_WIN32_API int WINAPI GetRgnBox(HRGN hrgn, LPRECT lprc);
+TUL_WIN32_API int WINAPI CombineRgn(HRGN hrgnDst, HRGN hrgnSrc1, HRGN hrgnSrc2, int iMode);
+TUL_WIN32_API int WINAPI OffsetRgn(HRGN hrgn, int x, int y);
+TUL_WIN32_API BOOL WINAPI EqualRgn(HRGN hrgn1, HRGN hrgn2);
+TUL_WIN32_API BOOL WINAPI PtInRegion(HRGN hrgn, int x, int y);
 
 /* The unsuffixed names, as an 8-bit build of a program sees them. */
 #define RegisterClassEx RegisterClassExA
@@ -2541,6 +2632,10 @@ TUL_WIN32_API int WINAPI GetRgnBox(HRGN hrgn, LPRECT lprc);
 #define TranslateAccelerator TranslateAcceleratorA
 #define TextOut TextOutA
 #define DrawText DrawTextA
+#define DrawTextEx DrawTextExA
+#define TabbedTextOut TabbedTextOutA
+#define GetTabbedTextExtent GetTabbedTextExtentA
+#define DrawState DrawStateA
 #define GetClassName GetClassNameA
 #define GetTextMetrics GetTextMetricsA
 #define GetTextExtentPoint32 GetTextExtentPoint32A

@@ -131,6 +131,11 @@ int WINAPI lstrcmpA(LPCSTR lpString1, LPCSTR lpString2) {
 // A null string has no characters.
 int WINAPI lstrlenA(LPCSTR lpString) { return lpString ? static_cast<int>(strlen(lpString)) : 0; }
 
+LPSTR WINAPI lstrcpyA(LPSTR lpString1, LPCSTR lpString2) {
+  if (!lpString1 || !lpString2) return nullptr;
+  return strcpy(lpString1, lpString2);
+}
+
 // The process heap is the C library's: one heap, blocks that remember their
 // size so HEAP_ZERO_MEMORY can clear what a reallocation adds.
 namespace {

@@ -255,6 +255,7 @@ BOOL WINAPI UnregisterClassA(LPCSTR lpClassName, HINSTANCE hInstance) {
         SetLastError(ERROR_CLASS_HAS_WINDOWS);
         return FALSE;
       }
+      freeDC((*it)->classDC);
       list->erase(it);
       return TRUE;
     }

@@ -1,7 +1,7 @@
-// The built-in control classes BUTTON and STATIC (EDIT lives in edit.cpp),
-// each
-// with a small procedure of its own, so that programs can create them,
-// talk to them and subclass them as on the system.
+// The built-in control classes BUTTON and SCROLLBAR (EDIT lives in
+// edit.cpp, STATIC in static.cpp), each with a small procedure of its own,
+// so that programs can create them, talk to them and subclass them as on
+// the system.
 // Invariant: a control tells its parent only through WM_COMMAND (and asks it
 // for colours through WM_CTLCOLOR*), sent, never posted, as the system does.
 #include "user/user.h"
@@ -303,50 +303,6 @@ LRESULT CALLBACK buttonProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
       w->ctl.pushed = false;
       InvalidateRect(hwnd, nullptr, TRUE);
     }
-    return 0;
-  default:
-    return DefWindowProcA(hwnd, msg, wp, lp);
-  }
-}
-
-// ---- STATIC ----
-
-LRESULT CALLBACK staticProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
-  Window* w = findWindow(hwnd);
-  if (!w) return 0;
-  switch (msg) {
-  case WM_PAINT: {
-    PAINTSTRUCT ps;
-    HDC dc = BeginPaint(hwnd, &ps);
-    HBRUSH brush = askParentForBrush(hwnd, dc, WM_CTLCOLORSTATIC);
-    if ((w = findWindow(hwnd)) != nullptr) {
-      RECT r = clientRectOf(*w);
-      FillRect(dc, &r, brush);
-      selectControlFont(dc, *w);
-      SetBkMode(dc, TRANSPARENT);
-      UINT align = (w->style & SS_CENTER) ? DT_CENTER : (w->style & SS_RIGHT) ? DT_RIGHT : DT_LEFT;
-      if (w->style & SS_NOPREFIX) align |= DT_NOPREFIX;
-      DrawTextA(dc, w->text.c_str(), -1, &r, align);
-    }
-    EndPaint(hwnd, &ps);
-    return 0;
-  }
-  case WM_ERASEBKGND:
-    return 1;
-  case WM_GETDLGCODE:
-    return DLGC_STATIC;
-  case WM_SETFONT:
-    setControlFont(hwnd, wp, lp);
-    return 0;
-  case WM_GETFONT:
-    return reinterpret_cast<LRESULT>(w->ctl.font);
-  case WM_SETTEXT: {
-    LRESULT r = DefWindowProcA(hwnd, msg, wp, lp);
-    InvalidateRect(hwnd, nullptr, TRUE);
-    return r;
-  }
-  case WM_LBUTTONUP:
-    if (w->style & SS_NOTIFY) notifyParent(hwnd, STN_CLICKED);
     return 0;
   default:
     return DefWindowProcA(hwnd, msg, wp, lp);

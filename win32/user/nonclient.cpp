@@ -87,6 +87,15 @@ constexpr Metric kMetrics[] = {
     {SM_CYVIRTUALSCREEN, kScreenHeight},
     {SM_CMONITORS, 1},
     {SM_CXPADDEDBORDER, 0},
+    {SM_MOUSEPRESENT, 1},
+    {SM_CMOUSEBUTTONS, 3},
+    {SM_CXMINSPACING, kMinimizedWidth},
+    {SM_CYMINSPACING, kMinimizedHeight},
+    {SM_ARRANGE, 8},  // ARW_BOTTOMLEFT | ARW_HIDE
+    {SM_CXDRAG, 4},
+    {SM_CYDRAG, 4},
+    {SM_CXFOCUSBORDER, 1},
+    {SM_CYFOCUSBORDER, 1},
 };
 
 // The classic scheme; COLOR_WINDOW, COLOR_WINDOWTEXT and COLOR_BTNFACE are

@@ -210,33 +210,73 @@ Painter painterFor(const Window& w, bool wholeWindow) {
   return p;
 }
 
-HDC makeWindowDC(const Window& w, bool wholeWindow, const RECT* clientClip, bool paint) {
-  auto dc = std::make_unique<DeviceContext>();
-  dc->hwnd = w.hwnd;
-  dc->paint = paint;
+void placeDC(DeviceContext& dc, const Window& w) {
+  dc.hwnd = w.hwnd;
   Window& top = topLevelOf(const_cast<Window&>(w));
-  dc->surface = top.surface;
-  Painter p = painterFor(w, wholeWindow);
-  dc->origin = p.origin;
-  dc->clip = p.clip;
+  dc.surface = top.surface;
+  Painter p = painterFor(w, dc.wholeWindow);
+  dc.origin = p.origin;
+  dc.visible = p.clip;
+  const RECT* clientClip = dc.painting ? &dc.paintArea : nullptr;
   Window* parent = parentOf(w);
-  if (!wholeWindow && parent && drawsThroughParentClip(w, *parent) && isDrawable(w)) {
+  if (!dc.wholeWindow && parent && drawsThroughParentClip(w, *parent) && isDrawable(w)) {
     // A CS_PARENTDC child draws with its parent's clipping, from its own
     // origin. Painting part of it cuts that to what was invalidated, as the
     // parent saw it; painting all of it leaves the parent's clipping whole.
-    dc->clip = painterFor(*parent, false).clip;
+    dc.visible = painterFor(*parent, false).clip;
     if (clientClip && !rectsEqual(*clientClip, clientBox(w))) {
       POINT client = painterFor(w, false).origin;
       RECT invalid = unionRects(w.invalidArea, *clientClip);
-      dc->clip.intersect(offsetRect(invalid, client.x, client.y));
+      dc.visible.intersect(offsetRect(invalid, client.x, client.y));
     }
-    return createDC(std::move(dc));
-  }
-  if (clientClip) {
+  } else if (clientClip) {
     POINT client = painterFor(w, false).origin;
-    dc->clip.intersect(offsetRect(*clientClip, client.x, client.y));
+    dc.visible.intersect(offsetRect(*clientClip, client.x, client.y));
   }
+  if (Region* held = regionOf(dc.heldRgn)) {
+    // GetDCEx's region is in screen coordinates; the surface's origin is
+    // the top-level window's corner on the screen.
+    Region r = *held;
+    r.offset(-top.window.left, -top.window.top);
+    if (dc.excludeRgn) dc.visible.subtract(r);
+    else dc.visible.intersect(r);
+  }
+  applyClip(dc);
+}
+
+HDC makeWindowDC(const Window& w, bool wholeWindow, const RECT* clientClip, bool paint) {
+  auto dc = std::make_unique<DeviceContext>();
+  dc->paint = paint;
+  dc->wholeWindow = wholeWindow;
+  if (clientClip) {
+    dc->painting = true;
+    dc->paintArea = *clientClip;
+  }
+  placeDC(*dc, w);
   return createDC(std::move(dc));
+}
+
+HDC keptDC(Window& w) {
+  if (!w.cls || !(w.cls->style & (CS_OWNDC | CS_CLASSDC))) return nullptr;
+  bool own = (w.cls->style & CS_OWNDC) != 0;
+  HDC& slot = own ? w.ownDC : w.cls->classDC;
+  DeviceContext* dc = deviceContext(slot);
+  if (!dc) {
+    auto made = std::make_unique<DeviceContext>();
+    made->kept = true;
+    made->classShared = !own;
+    placeDC(*made, w);
+    slot = createDC(std::move(made));
+    return slot;
+  }
+  if (dc->hwnd != w.hwnd) {
+    // A class's DC taken by another window forgets the region and the
+    // painting it was placed with; the region stays its giver's.
+    dc->heldRgn = nullptr;
+    dc->painting = false;
+  }
+  placeDC(*dc, w);
+  return slot;
 }
 
 }  // namespace w32
@@ -330,7 +370,14 @@ HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
   RECT area = w->update;
   bool erase = w->erasePending && !rectEmpty(area);
   BOOL fErase = w->eraseFailed;
-  HDC dc = makeWindowDC(*w, false, &area, true);
+  HDC dc = keptDC(*w);
+  if (DeviceContext* kept = deviceContext(dc)) {
+    kept->painting = true;
+    kept->paintArea = area;
+    placeDC(*kept, *w);
+  } else {
+    dc = makeWindowDC(*w, false, &area, true);
+  }
   w->update = makeRect(0, 0, 0, 0);
   w->invalidArea = makeRect(0, 0, 0, 0);
   w->erasePending = false;
@@ -340,6 +387,7 @@ HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
   // validation) and only the answer fails, as on the system.
   if (!lpPaint) {
     if (DeviceContext* d = deviceContext(dc); d && d->paint) freeDC(dc);
+    if (DeviceContext* d = deviceContext(dc); d && d->kept) d->painting = false;
     return NULL;
   }
   memset(lpPaint, 0, sizeof *lpPaint);
@@ -349,28 +397,50 @@ HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
   return dc;
 }
 
-BOOL WINAPI EndPaint(HWND /*hWnd*/, const PAINTSTRUCT* lpPaint) {
+BOOL WINAPI EndPaint(HWND hWnd, const PAINTSTRUCT* lpPaint) {
   if (!lpPaint) return FALSE;
   DeviceContext* dc = deviceContext(lpPaint->hdc);
   if (dc && dc->paint) freeDC(lpPaint->hdc);
+  // A kept DC stays, reaching its whole window again.
+  if (dc && dc->kept && dc->painting) {
+    dc->painting = false;
+    if (Window* w = findWindow(dc->hwnd ? dc->hwnd : hWnd)) placeDC(*dc, *w);
+  }
   return TRUE;
 }
 
-HDC WINAPI GetDC(HWND hWnd) {
+// A window of a CS_OWNDC or CS_CLASSDC class gets its kept DC unless the
+// cache is asked for (or the whole window, which always comes from it). A
+// region given with DCX_INTERSECTRGN or DCX_EXCLUDERGN belongs to the DC
+// from then on: deleted when a cache DC is released or a kept DC gets
+// another.
+HDC WINAPI GetDCEx(HWND hWnd, HRGN hrgnClip, DWORD flags) {
   Window* w = checkWindow(hWnd ? hWnd : desktopHandle());
   if (!w) return NULL;
-  return makeWindowDC(*w, isDesktop(*w), nullptr, false);
+  bool whole = (flags & DCX_WINDOW) || isDesktop(*w);
+  HDC hdc = (whole || (flags & DCX_CACHE)) ? nullptr : keptDC(*w);
+  if (!hdc) hdc = makeWindowDC(*w, whole, nullptr, false);
+  DeviceContext* dc = deviceContext(hdc);
+  if (dc && (flags & (DCX_INTERSECTRGN | DCX_EXCLUDERGN))) {
+    if (dc->heldRgn && dc->heldRgn != hrgnClip) DeleteObject(dc->heldRgn);
+    dc->heldRgn = hrgnClip;
+    dc->excludeRgn = (flags & DCX_EXCLUDERGN) != 0;
+    placeDC(*dc, *w);
+  }
+  return hdc;
 }
 
-HDC WINAPI GetWindowDC(HWND hWnd) {
-  Window* w = checkWindow(hWnd ? hWnd : desktopHandle());
-  if (!w) return NULL;
-  return makeWindowDC(*w, true, nullptr, false);
-}
+HDC WINAPI GetDC(HWND hWnd) { return GetDCEx(hWnd, nullptr, DCX_USESTYLE); }
 
-int WINAPI ReleaseDC(HWND /*hWnd*/, HDC hDC) {
+HDC WINAPI GetWindowDC(HWND hWnd) { return GetDCEx(hWnd, nullptr, DCX_USESTYLE | DCX_WINDOW); }
+
+// A kept DC is never released (1, whichever window is named); a cache DC
+// goes, with the region it held. A window that is gone fails the call.
+int WINAPI ReleaseDC(HWND hWnd, HDC hDC) {
   DeviceContext* dc = deviceContext(hDC);
-  if (!dc || dc->paint) return 0;
+  if (!dc || (hWnd && !findWindow(hWnd))) return 0;
+  if (dc->kept) return 1;
+  if (dc->paint) return 0;
   freeDC(hDC);
   return 1;
 }

@@ -30,6 +30,16 @@ bool isSystemResource(HINSTANCE instance, LPCSTR name) {
 
 }  // namespace
 
+bool iconSize(HICON icon, SIZE* size) {
+  ULONG_PTR v = reinterpret_cast<ULONG_PTR>(icon);
+  bool icon32 = v >= kIconBase + 32512 && v <= kIconBase + 32767;
+  bool cursor = v >= kCursorBase + 32512 && v <= kCursorBase + 32767;
+  if (!icon32 && !cursor) return false;
+  size->cx = GetSystemMetrics(SM_CXICON);
+  size->cy = GetSystemMetrics(SM_CYICON);
+  return true;
+}
+
 }  // namespace w32
 
 using namespace w32;

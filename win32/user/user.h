@@ -52,6 +52,7 @@ struct WindowClass {
   int windowCount = 0;
   bool system = false;
   bool global = false;  // registered with CS_GLOBALCLASS; later style changes keep it
+  HDC classDC = nullptr;  // CS_CLASSDC: the one DC its windows share, made on first use
 };
 
 struct ScrollBarInfo {
@@ -75,6 +76,7 @@ struct ControlState {
   bool isScrollBar = false;  // the SCROLLBAR procedure handled WM_CREATE
   HWND combo = nullptr;      // a combo box's list: the combo box it belongs to
   HFONT font = nullptr;  // WM_SETFONT's, not owned: null draws with the system font
+  HANDLE image = nullptr;  // a static control's icon, bitmap or metafile (not owned)
 };
 
 // What the default dialog procedure keeps for a window of a dialog class
@@ -136,6 +138,7 @@ struct Window {
   ScrollBarInfo hbar;
   ScrollBarInfo vbar;
   ControlState ctl;
+  HDC ownDC = nullptr;  // CS_OWNDC: the window's own DC, made on first use
   std::unique_ptr<DialogState> dialog;
   std::shared_ptr<ListBoxState> listBox;  // the ListBox class's items and selection
   std::shared_ptr<ComboBoxState> comboBox;  // the ComboBox class's parts and state
@@ -240,6 +243,13 @@ bool needsPaint(const Window& w);
 Region visibleRegion(const Window& w, bool wholeWindow);
 Painter painterFor(const Window& w, bool wholeWindow);
 HDC makeWindowDC(const Window& w, bool wholeWindow, const RECT* clientClip, bool paint);
+// Places dc on w: its surface, origin and visible part from how it was
+// asked for (whole window, the area being painted, GetDCEx's region), its
+// attributes kept.
+void placeDC(DeviceContext& dc, const Window& w);
+// The DC a CS_OWNDC window or a CS_CLASSDC class keeps (made on first
+// use), placed on w; null for other windows.
+HDC keptDC(Window& w);
 HWND nextWindowToPaint(HWND filter);
 
 // ---- The caret (caret.cpp) ----
@@ -324,13 +334,18 @@ void selectControlFont(HDC dc, const Window& w);
 // WM_SETFONT: keeps the font (not owned) and repaints when LOWORD(lp) asks.
 void setControlFont(HWND hwnd, WPARAM wp, LPARAM lp);
 
-// ---- The clipboard (clipboard.cpp) ----
+// ---- The static control (static.cpp) ----
 
+LRESULT CALLBACK staticProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp);
+
+// ---- Cursors and icons (resource.cpp) ----
+
+// The size of a shared icon or cursor handle; false for anything else.
+bool iconSize(HICON icon, SIZE* size);
+// ---- The clipboard (clipboard.cpp) ----
 // A destroyed window stops being the clipboard's opener and owner.
 void clipboardForgetWindow(HWND hwnd);
-
 // ---- The edit control (edit.cpp) ----
-
 void registerEditClass();
 
 // ---- The list box (listbox.cpp) ----
