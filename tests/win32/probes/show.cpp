@@ -71,9 +71,7 @@ void topLevel() {
   logged("hide", ShowWindow(h, SW_HIDE));
   WINDOWPLACEMENT wp;
   memset(&wp, 0, sizeof wp);
-  SetLastError(0);
-  BOOL ok = GetWindowPlacement(h, &wp);
-  printf("placement with length 0: %d err=%lu\n", ok, GetLastError());
+  PRINT_ERR("placement with length 0", GetWindowPlacement(h, &wp));
   DestroyWindow(h);
   clearLog();
 }
