@@ -64,7 +64,8 @@ void printItems(HWND lb, const char* label) {
   printf("\n");
 }
 
-void printSelection(HWND lb, const char* label) {
+// Printed once the action given (a message's result) is done.
+void printSelection(HWND lb, const char* label, LRESULT /* action */ = 0) {
   int n = (int)send(lb, LB_GETCOUNT, 0, 0);
   long cur = (long)send(lb, LB_GETCURSEL, 0, 0);
   long caret = (long)send(lb, LB_GETCARETINDEX, 0, 0);
@@ -204,10 +205,8 @@ void singleSelection(HWND parent) {
               {sendText(lb, LB_SELECTSTRING, -1, "t"), sendText(lb, LB_SELECTSTRING, -1, "x")});
   printSelection(lb, "after selectstring");
   printNotes("notifications from messages");
-  send(lb, LB_DELETESTRING, 0, 0);
-  printSelection(lb, "deleted before the selection");
-  send(lb, LB_DELETESTRING, 0, 0);
-  printSelection(lb, "deleted the selection");
+  printSelection(lb, "deleted before the selection", send(lb, LB_DELETESTRING, 0, 0));
+  printSelection(lb, "deleted the selection", send(lb, LB_DELETESTRING, 0, 0));
   send(lb, LB_SETCURSEL, 1, 0);
   SetFocus(lb);
   printNotes("focus");
@@ -253,10 +252,8 @@ void multipleSelection(HWND parent) {
   long n = (long)send(lb, LB_GETSELITEMS, 8, (LPARAM)got);
   printf("selitems %ld: %d %d %d\n", n, got[0], got[1], got[2]);
   printf("selitems max 1: %ld\n", (long)send(lb, LB_GETSELITEMS, 1, (LPARAM)got));
-  send(lb, LB_SETSEL, TRUE, -1);
-  printSelection(lb, "all");
-  send(lb, LB_SETSEL, FALSE, -1);
-  printSelection(lb, "none");
+  printSelection(lb, "all", send(lb, LB_SETSEL, TRUE, -1));
+  printSelection(lb, "none", send(lb, LB_SETSEL, FALSE, -1));
   printf("caret 2: %ld\n", (long)send(lb, LB_SETCARETINDEX, 2, 0));
   printNotes("notifications from messages");
   SetFocus(lb);
@@ -279,16 +276,12 @@ void extendedSelection(HWND parent) {
   HWND lb = makeList(parent, LBS_NOTIFY | LBS_EXTENDEDSEL, 4,
                      {"one", "two", "three", "four", "five", "six"});
   send(lb, LB_SETSEL, TRUE, 1);
-  send(lb, LB_SETSEL, TRUE, 3);
-  printSelection(lb, "extended, two set");
+  printSelection(lb, "extended, two set", send(lb, LB_SETSEL, TRUE, 3));
   SetFocus(lb);
   g_notes[0] = 0;
-  send(lb, WM_KEYDOWN, VK_DOWN, 0);
-  printSelection(lb, "down");
-  send(lb, WM_KEYDOWN, VK_HOME, 0);
-  printSelection(lb, "home");
-  send(lb, WM_KEYDOWN, VK_SPACE, 0);
-  printSelection(lb, "space");
+  printSelection(lb, "down", send(lb, WM_KEYDOWN, VK_DOWN, 0));
+  printSelection(lb, "home", send(lb, WM_KEYDOWN, VK_HOME, 0));
+  printSelection(lb, "space", send(lb, WM_KEYDOWN, VK_SPACE, 0));
   printNotes("notifications from keys");
   click(lb, 2);
   printSelection(lb, "clicked row 2");
