@@ -77,6 +77,9 @@ void dialogCodes() {
   DestroyWindow(p);
 }
 
+// A button's kind: BS_PUSHBUTTON or BS_DEFPUSHBUTTON for these.
+long kind(HWND button) { return GetWindowLongA(button, GWL_STYLE) & 0xF; }
+
 HWND makeDialog(const char* name) {
   return createAt("ProbeDialog", name, WS_POPUP | WS_CAPTION, 100, 100, 240, 200, NULL);
 }
@@ -87,14 +90,12 @@ void defaultButtons() {
   printf("default id at first: %#lx\n", (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0));
   LRESULT r = SendMessageA(d, DM_SETDEFID, 5, 0);
   printf("set default 5: %ld, now %#lx, styles ok %ld no %ld\n", (long)r,
-         (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0), GetWindowLongA(ok, GWL_STYLE) & 0xF,
-         GetWindowLongA(no, GWL_STYLE) & 0xF);
+         (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0), kind(ok), kind(no));
   r = SendMessageA(d, DM_SETDEFID, 99, 0);
   printf("set default 99: %ld, now %#lx\n", (long)r,
          (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0));
   SendMessageA(d, DM_SETDEFID, IDOK, 0);
-  printf("back to 1: styles ok %ld no %ld\n", GetWindowLongA(ok, GWL_STYLE) & 0xF,
-         GetWindowLongA(no, GWL_STYLE) & 0xF);
+  printf("back to 1: styles ok %ld no %ld\n", kind(ok), kind(no));
 
   HWND empty = makeDialog("E");
   printf("empty dialog default id: %#lx\n", (unsigned long)SendMessageA(empty, DM_GETDEFID, 0, 0));
@@ -189,8 +190,7 @@ void keyboard() {
     BOOL r = IsDialogMessageA(d, &m);
     pump();
     printf("%s from %s: %d, focus %s, styles ok %ld no %ld;", k.name, hname(m.hwnd), r,
-           hname(GetFocus()), GetWindowLongA(ok, GWL_STYLE) & 0xF,
-           GetWindowLongA(no, GWL_STYLE) & 0xF);
+           hname(GetFocus()), kind(ok), kind(no));
     printLog("");
   }
   m.hwnd = GetFocus();
