@@ -104,8 +104,6 @@ BOOL WINAPI SystemParametersInfoW(UINT action, UINT param, PVOID value, UINT win
 #define GCLP_MENUNAME (-8)
 #define GCLP_HICON (-14)
 #define GCLP_HICONSM (-34)
-#define DS_3DLOOK 0x0004L
-#define DS_CONTROL 0x0400L
 #define WS_EX_NOINHERITLAYOUT 0x00100000L
 #define WS_EX_LAYOUTRTL 0x00400000L
 #define LAYOUT_RTL 0x00000001
@@ -122,14 +120,6 @@ typedef struct tagCLIENTCREATESTRUCT {
   HANDLE hWindowMenu;
   UINT idFirstChild;
 } CLIENTCREATESTRUCT;
-#pragma pack(push, 2)
-typedef struct {
-  DWORD style;
-  DWORD dwExtendedStyle;
-  WORD cdit;
-  short x, y, cx, cy;
-} DLGTEMPLATE;
-#pragma pack(pop)
 
 /* Messages */
 #define WM_MDICREATE 0x0220
@@ -332,6 +322,8 @@ LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
 #define SetWindowLongPtrW SetWindowLongW
 #include "gaps_msg.h"
 #include "gaps_menu.h"
+#include "gaps_edit.h"
+#include "gaps_dialog.h"
 
 /* listbox.c: directory listings, the list box information query, input
  * injection. */

@@ -16,7 +16,7 @@ work="${WIN32_WINE_WORK:-${TMPDIR:-/tmp}/tul-win32-wine}"
 prefix="${WINEPREFIX:-$work/prefix}"
 wine=/usr/lib/wine/wine64
 packages=(wine64 xvfb xauth g++-mingw-w64-x86-64)
-names=(create geometry show destroy queue paint scroll accel misc owners zorder input dialog caret files listbox mouse combo fonts menu)
+names=(create geometry show destroy queue paint scroll accel misc owners zorder input dialog caret files listbox mouse combo fonts menu clipboard)
 
 skip() {
   echo "compare-with-wine: skipped: $*"

@@ -228,7 +228,7 @@ TEST_F(Screen, TheEditCaretStandsAfterTheCharacterBeforeItOnItsLine) {
   win32sim::pressKey(VK_RETURN);
   win32sim::typeText("cde");
   layertest::pumpAll();
-  // Column c of line l starts at (1 + 6c, 1 + 10l): a 1-pixel margin, then
+  // Column c of line l starts at (6c, 10l): no border, no margins, then
   // 6x10 character cells.
   struct Step {
     int key;  // pressed before looking; 0 for none
@@ -243,21 +243,53 @@ TEST_F(Screen, TheEditCaretStandsAfterTheCharacterBeforeItOnItsLine) {
   for (const Step& s : steps) {
     if (s.key) win32sim::pressKey(s.key);
     layertest::pumpAll();
-    int x = 1 + 6 * s.column, top = 1 + 10 * s.line;
+    int x = 6 * s.column, top = 10 * s.line;
     POINT at{-1, -1};
     GetCaretPos(&at);
     EXPECT_EQ(at.x, x) << "key " << s.key;
     EXPECT_EQ(at.y, top) << "key " << s.key;
     EXPECT_TRUE(caretShowsAt(e, x, top)) << "key " << s.key;
     // Never on line 0 as many cells along as the text has characters.
-    EXPECT_FALSE(caretShowsAt(e, 1 + 6 * 7, 1)) << "key " << s.key;
+    EXPECT_FALSE(caretShowsAt(e, 6 * 7, 0)) << "key " << s.key;
   }
   HideCaret(e);
-  EXPECT_FALSE(caretShowsAt(e, 1 + 6 * 2, 11)) << "hidden";
+  EXPECT_FALSE(caretShowsAt(e, 6 * 2, 10)) << "hidden";
   ShowCaret(e);
-  EXPECT_TRUE(caretShowsAt(e, 1 + 6 * 2, 11)) << "shown again";
+  EXPECT_TRUE(caretShowsAt(e, 6 * 2, 10)) << "shown again";
   SetFocus(h);
-  EXPECT_FALSE(caretShowsAt(e, 1 + 6 * 2, 11)) << "the focus went, and the caret with it";
+  EXPECT_FALSE(caretShowsAt(e, 6 * 2, 10)) << "the focus went, and the caret with it";
+  DestroyWindow(h);
+}
+
+// An edit with WS_BORDER draws a 1-pixel frame inside its client area and
+// lays its text out 2 pixels in (SM_CXBORDER + 1); the selection shows in
+// the highlight's colours while it has the focus.
+TEST_F(Screen, TheEditDrawsItsBorderAndSelectionInsideItsClientArea) {
+  HWND h = layertest::createMain();
+  HWND e = CreateWindowExA(0, "EDIT", "abcdef", WS_CHILD | WS_VISIBLE | WS_BORDER, 10, 10, 100, 20,
+                           h, NULL, NULL, NULL);
+  RECT client;
+  GetClientRect(e, &client);
+  EXPECT_EQ(client.right, 100);  // no non-client border
+  SetFocus(e);
+  SendMessageA(e, EM_SETSEL, 1, 3);
+  layertest::pumpAll();
+  HideCaret(e);
+  RECT format;
+  SendMessageA(e, EM_GETRECT, 0, reinterpret_cast<LPARAM>(&format));
+  EXPECT_EQ(format.left, 2);
+  EXPECT_EQ(format.top, 2);
+  EXPECT_EQ(win32sim::pixel(e, 0, 0), GetSysColor(COLOR_WINDOWFRAME));
+  EXPECT_EQ(win32sim::pixel(e, 99, 19), GetSysColor(COLOR_WINDOWFRAME));
+  EXPECT_EQ(win32sim::pixel(e, 1, 1), GetSysColor(COLOR_WINDOW));
+  // Characters 1 and 2 are the 6-pixel cells from x = 8; the highlight
+  // fills their rows where no ink is.
+  EXPECT_EQ(win32sim::pixel(e, 8, 2), GetSysColor(COLOR_HIGHLIGHT));
+  EXPECT_EQ(win32sim::pixel(e, 19, 11), GetSysColor(COLOR_HIGHLIGHT));
+  EXPECT_EQ(win32sim::pixel(e, 20, 2), GetSysColor(COLOR_WINDOW));
+  SetFocus(h);
+  layertest::pumpAll();
+  EXPECT_EQ(win32sim::pixel(e, 8, 2), GetSysColor(COLOR_WINDOW)) << "hidden without the focus";
   DestroyWindow(h);
 }
 

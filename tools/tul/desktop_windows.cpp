@@ -25,8 +25,8 @@
 // script's thread, and a message sent from another thread is handled only
 // inside the thread's message retrieval, where the program never sees it.
 // A probe handled while the queue holds nothing ready is the moment the loop
-// would wait: it answers a dialog box waiting for the user (a file dialog
-// from the queued answers, else cancelled; a message box through
+// would wait: it answers a dialog box of the system waiting for the user (a
+// file dialog from the queued answers, else cancelled; a message box through
 // desktop.cpp's answerMessageBox, which reads what the box shows), carries
 // out the gestures still held, then runs the script's idle function once
 // per wait, and ends a loop in which nothing arrived for
@@ -68,6 +68,7 @@ constexpr const char* kProbeClass = "TulDesktopProbe";
 constexpr UINT kReady = QS_INPUT | QS_POSTMESSAGE | QS_TIMER | QS_PAINT | QS_HOTKEY;
 constexpr int kFileNameCombo = 0x47C;           // cmb13: the name box of an Explorer-style dialog
 constexpr int kFileNameEdit = 0x480;            // edt1: the name box of an old-style dialog
+constexpr int kMessageBoxText = 0xFFFF;         // the static control holding a message box's text
 
 struct Answer {
   bool cancel;
@@ -142,10 +143,19 @@ BOOL CALLBACK countChild(HWND, LPARAM lp) {
 
 // ---- Dialog boxes waiting for the user ----
 
-// A dialog box that waits for the user: shown, or about to be (a modal
-// dialog disables its owner before it shows itself), and taking input.
+// The system's own dialog boxes, which the user answers: a file dialog (it
+// has a name box) or a message box (its text control). Any other dialog is
+// the program's, which the script drives itself.
+bool isSystemDialog(HWND hwnd) {
+  return GetDlgItem(hwnd, kFileNameCombo) || GetDlgItem(hwnd, kFileNameEdit) ||
+         GetDlgItem(hwnd, kMessageBoxText);
+}
+
+// A dialog box of the system that waits for the user: shown, or about to be
+// (a modal dialog disables its owner before it shows itself), and taking
+// input.
 bool isWaitingDialog(HWND hwnd) {
-  if (!isClass(hwnd, "#32770") || !IsWindowEnabled(hwnd)) return false;
+  if (!isClass(hwnd, "#32770") || !IsWindowEnabled(hwnd) || !isSystemDialog(hwnd)) return false;
   HWND owner = GetWindow(hwnd, GW_OWNER);
   return IsWindowVisible(hwnd) || (owner && !IsWindowEnabled(owner));
 }

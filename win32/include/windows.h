@@ -470,6 +470,7 @@ TUL_WIN32_ASSERT(sizeof(TEXTMETRICA) == 56, "TEXTMETRICA is 56 bytes");
 #define ERROR_NOACCESS 998L
 #define ERROR_MOD_NOT_FOUND 126L
 #define ERROR_INVALID_WINDOW_HANDLE 1400L
+#define ERROR_CLIPBOARD_NOT_OPEN 1418L
 #define ERROR_INVALID_MENU_HANDLE 1401L
 #define ERROR_INVALID_DWP_HANDLE 1405L
 #define ERROR_CHILD_WINDOW_MENU 1436L
@@ -833,6 +834,11 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define WM_RENDERFORMAT 0x0305
 #define WM_RENDERALLFORMATS 0x0306
 #define WM_DESTROYCLIPBOARD 0x0307
+#define CF_TEXT 1
+#define CF_BITMAP 2
+#define CF_OEMTEXT 7
+#define CF_UNICODETEXT 13
+#define CF_LOCALE 16
 #define WM_DRAWCLIPBOARD 0x0308
 #define WM_PAINTCLIPBOARD 0x0309
 #define WM_VSCROLLCLIPBOARD 0x030A
@@ -1208,6 +1214,41 @@ TUL_WIN32_ASSERT(offsetof(WIN32_FIND_DATAA, ftLastWriteTime) == 20 &&
 #define DLGC_WANTCHARS 0x0080
 #define DLGC_STATIC 0x0100
 #define DLGC_BUTTON 0x2000
+
+/* Dialog templates: the dialog's styles, and the header and item records a
+ * program builds in memory (WORD-packed; items start on a DWORD). */
+#define DS_ABSALIGN 0x0001L
+#define DS_SYSMODAL 0x0002L
+#define DS_3DLOOK 0x0004L
+#define DS_FIXEDSYS 0x0008L
+#define DS_NOFAILCREATE 0x0010L
+#define DS_LOCALEDIT 0x0020L
+#define DS_SETFONT 0x0040L
+#define DS_MODALFRAME 0x0080L
+#define DS_NOIDLEMSG 0x0100L
+#define DS_SETFOREGROUND 0x0200L
+#define DS_CONTROL 0x0400L
+#define DS_CENTER 0x0800L
+#define DS_CENTERMOUSE 0x1000L
+#define DS_CONTEXTHELP 0x2000L
+#define DS_SHELLFONT (DS_SETFONT | DS_FIXEDSYS)
+#pragma pack(push, 2)
+typedef struct {
+  DWORD style;
+  DWORD dwExtendedStyle;
+  WORD cdit;
+  short x, y, cx, cy;
+} DLGTEMPLATE;
+typedef struct {
+  DWORD style;
+  DWORD dwExtendedStyle;
+  short x, y, cx, cy;
+  WORD id;
+} DLGITEMTEMPLATE;
+#pragma pack(pop)
+typedef DLGTEMPLATE *LPDLGTEMPLATEA, *LPDLGTEMPLATE;
+typedef const DLGTEMPLATE *LPCDLGTEMPLATEA, *LPCDLGTEMPLATE;
+typedef DLGITEMTEMPLATE *LPDLGITEMTEMPLATEA, *LPDLGITEMTEMPLATE;
 #define IDHELP 9
 #define IDTRYAGAIN 10
 #define IDCONTINUE 11
@@ -1816,6 +1857,13 @@ typedef struct tagMENUBARINFO {
 #define EM_GETMARGINS 0x00D4
 #define EM_POSFROMCHAR 0x00D6
 #define EM_CHARFROMPOS 0x00D7
+#define EC_LEFTMARGIN 0x0001
+#define EC_RIGHTMARGIN 0x0002
+#define EC_USEFONTINFO 0xFFFF
+#define WB_LEFT 0
+#define WB_RIGHT 1
+#define WB_ISDELIMITER 2
+typedef int(CALLBACK* EDITWORDBREAKPROCA)(LPSTR lpch, int ichCurrent, int cch, int code);
 #define EN_SETFOCUS 0x0100
 #define EN_KILLFOCUS 0x0200
 #define EN_CHANGE 0x0300
@@ -2022,12 +2070,31 @@ TUL_WIN32_API void WINAPI Sleep(DWORD dwMilliseconds);
 TUL_WIN32_API void WINAPI OutputDebugStringA(LPCSTR lpOutputString);
 TUL_WIN32_API int WINAPI lstrcmpiA(LPCSTR lpString1, LPCSTR lpString2);
 TUL_WIN32_API int WINAPI lstrcmpA(LPCSTR lpString1, LPCSTR lpString2);
+TUL_WIN32_API int WINAPI lstrlenA(LPCSTR lpString);
 TUL_WIN32_API int WINAPI MulDiv(int nNumber, int nNumerator, int nDenominator);
 #define HEAP_ZERO_MEMORY 0x00000008
 TUL_WIN32_API HANDLE WINAPI GetProcessHeap(void);
 TUL_WIN32_API LPVOID WINAPI HeapAlloc(HANDLE hHeap, DWORD dwFlags, SIZE_T dwBytes);
 TUL_WIN32_API LPVOID WINAPI HeapReAlloc(HANDLE hHeap, DWORD dwFlags, LPVOID lpMem, SIZE_T dwBytes);
 TUL_WIN32_API BOOL WINAPI HeapFree(HANDLE hHeap, DWORD dwFlags, LPVOID lpMem);
+#define GMEM_FIXED 0x0000
+#define GMEM_MOVEABLE 0x0002
+#define GMEM_ZEROINIT 0x0040
+#define GHND (GMEM_MOVEABLE | GMEM_ZEROINIT)
+#define GPTR (GMEM_FIXED | GMEM_ZEROINIT)
+#define LMEM_FIXED 0x0000
+#define LMEM_MOVEABLE 0x0002
+#define LMEM_ZEROINIT 0x0040
+TUL_WIN32_API HGLOBAL WINAPI GlobalAlloc(UINT uFlags, SIZE_T dwBytes);
+TUL_WIN32_API LPVOID WINAPI GlobalLock(HGLOBAL hMem);
+TUL_WIN32_API BOOL WINAPI GlobalUnlock(HGLOBAL hMem);
+TUL_WIN32_API SIZE_T WINAPI GlobalSize(HGLOBAL hMem);
+TUL_WIN32_API HGLOBAL WINAPI GlobalFree(HGLOBAL hMem);
+TUL_WIN32_API HLOCAL WINAPI LocalAlloc(UINT uFlags, SIZE_T uBytes);
+TUL_WIN32_API LPVOID WINAPI LocalLock(HLOCAL hMem);
+TUL_WIN32_API BOOL WINAPI LocalUnlock(HLOCAL hMem);
+TUL_WIN32_API SIZE_T WINAPI LocalSize(HLOCAL hMem);
+TUL_WIN32_API HLOCAL WINAPI LocalFree(HLOCAL hMem);
 
 /* kernel32: files and folders */
 TUL_WIN32_API HANDLE WINAPI CreateFileA(LPCSTR lpFileName, DWORD dwDesiredAccess,
@@ -2099,6 +2166,28 @@ TUL_WIN32_API BOOL WINAPI EndDialog(HWND hDlg, INT_PTR nResult);
 TUL_WIN32_API HWND WINAPI GetNextDlgTabItem(HWND hDlg, HWND hCtl, BOOL bPrevious);
 TUL_WIN32_API HWND WINAPI GetNextDlgGroupItem(HWND hDlg, HWND hCtl, BOOL bPrevious);
 TUL_WIN32_API BOOL WINAPI IsDialogMessageA(HWND hDlg, LPMSG lpMsg);
+TUL_WIN32_API HWND WINAPI CreateDialogIndirectParamA(HINSTANCE hInstance, LPCDLGTEMPLATEA lpTemplate,
+                                                     HWND hWndParent, DLGPROC lpDialogFunc,
+                                                     LPARAM dwInitParam);
+TUL_WIN32_API INT_PTR WINAPI DialogBoxIndirectParamA(HINSTANCE hInstance,
+                                                     LPCDLGTEMPLATEA hDialogTemplate,
+                                                     HWND hWndParent, DLGPROC lpDialogFunc,
+                                                     LPARAM dwInitParam);
+#define CreateDialogIndirectA(i, t, p, f) CreateDialogIndirectParamA(i, t, p, f, 0)
+#define DialogBoxIndirectA(i, t, p, f) DialogBoxIndirectParamA(i, t, p, f, 0)
+TUL_WIN32_API LONG WINAPI GetDialogBaseUnits(void);
+TUL_WIN32_API BOOL WINAPI MapDialogRect(HWND hDlg, LPRECT lpRect);
+TUL_WIN32_API LRESULT WINAPI SendDlgItemMessageA(HWND hDlg, int nIDDlgItem, UINT Msg,
+                                                 WPARAM wParam, LPARAM lParam);
+TUL_WIN32_API UINT WINAPI GetDlgItemTextA(HWND hDlg, int nIDDlgItem, LPSTR lpString, int cchMax);
+TUL_WIN32_API BOOL WINAPI SetDlgItemTextA(HWND hDlg, int nIDDlgItem, LPCSTR lpString);
+TUL_WIN32_API UINT WINAPI GetDlgItemInt(HWND hDlg, int nIDDlgItem, BOOL *lpTranslated,
+                                        BOOL bSigned);
+TUL_WIN32_API BOOL WINAPI SetDlgItemInt(HWND hDlg, int nIDDlgItem, UINT uValue, BOOL bSigned);
+TUL_WIN32_API BOOL WINAPI CheckDlgButton(HWND hDlg, int nIDButton, UINT uCheck);
+TUL_WIN32_API UINT WINAPI IsDlgButtonChecked(HWND hDlg, int nIDButton);
+TUL_WIN32_API BOOL WINAPI CheckRadioButton(HWND hDlg, int nIDFirstButton, int nIDLastButton,
+                                           int nIDCheckButton);
 TUL_WIN32_API LONG WINAPI GetWindowLongA(HWND hWnd, int nIndex);
 TUL_WIN32_API LONG WINAPI SetWindowLongA(HWND hWnd, int nIndex, LONG dwNewLong);
 #define GetWindowLongPtrA GetWindowLongA
@@ -2192,6 +2281,16 @@ TUL_WIN32_API BOOL WINAPI ShowCaret(HWND hWnd);
 TUL_WIN32_API BOOL WINAPI HideCaret(HWND hWnd);
 TUL_WIN32_API BOOL WINAPI SetCaretPos(int X, int Y);
 TUL_WIN32_API BOOL WINAPI GetCaretPos(LPPOINT lpPoint);
+TUL_WIN32_API BOOL WINAPI OpenClipboard(HWND hWndNewOwner);
+TUL_WIN32_API BOOL WINAPI CloseClipboard(void);
+TUL_WIN32_API BOOL WINAPI EmptyClipboard(void);
+TUL_WIN32_API HANDLE WINAPI SetClipboardData(UINT uFormat, HANDLE hMem);
+TUL_WIN32_API HANDLE WINAPI GetClipboardData(UINT uFormat);
+TUL_WIN32_API BOOL WINAPI IsClipboardFormatAvailable(UINT format);
+TUL_WIN32_API int WINAPI CountClipboardFormats(void);
+TUL_WIN32_API UINT WINAPI EnumClipboardFormats(UINT format);
+TUL_WIN32_API HWND WINAPI GetClipboardOwner(void);
+TUL_WIN32_API HWND WINAPI GetOpenClipboardWindow(void);
 
 /* user32: messages */
 TUL_WIN32_API LRESULT WINAPI SendMessageA(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam);
@@ -2397,6 +2496,13 @@ TUL_WIN32_API int WINAPI GetRgnBox(HRGN hrgn, LPRECT lprc);
 #define DefWindowProc DefWindowProcA
 #define DefDlgProc DefDlgProcA
 #define IsDialogMessage IsDialogMessageA
+#define CreateDialogIndirectParam CreateDialogIndirectParamA
+#define DialogBoxIndirectParam DialogBoxIndirectParamA
+#define CreateDialogIndirect CreateDialogIndirectA
+#define DialogBoxIndirect DialogBoxIndirectA
+#define SendDlgItemMessage SendDlgItemMessageA
+#define GetDlgItemText GetDlgItemTextA
+#define SetDlgItemText SetDlgItemTextA
 #define InsertMenu InsertMenuA
 #define AppendMenu AppendMenuA
 #define ModifyMenu ModifyMenuA

@@ -128,6 +128,9 @@ int WINAPI lstrcmpA(LPCSTR lpString1, LPCSTR lpString2) {
   return (r > 0) - (r < 0);
 }
 
+// A null string has no characters.
+int WINAPI lstrlenA(LPCSTR lpString) { return lpString ? static_cast<int>(strlen(lpString)) : 0; }
+
 // The process heap is the C library's: one heap, blocks that remember their
 // size so HEAP_ZERO_MEMORY can clear what a reallocation adds.
 namespace {

@@ -8,6 +8,7 @@
 // Invariant: any call out (the dialog procedure, a control answering
 // WM_GETDLGCODE) may destroy the dialog, so its state is looked up again
 // after each.
+#include <cctype>
 #include <cstring>
 
 #include "user/user.h"
@@ -17,14 +18,6 @@
 namespace w32 {
 
 namespace {
-
-DialogState *dialogOf(HWND hwnd, bool create) {
-  Window *w = findWindow(hwnd);
-  if (!w) return nullptr;
-  if (!w->dialog && create && w->extra.size() >= DLGWINDOWEXTRA)
-    w->dialog = std::make_unique<DialogState>();
-  return w->dialog.get();
-}
 
 // The dialog procedure's slots in the window's extra bytes, read and
 // written directly so that the last error is left alone.
@@ -48,31 +41,120 @@ bool answersDirectly(UINT msg) {
          msg == WM_INITDIALOG;
 }
 
-bool isDirectChild(const Window &dlg, HWND hwnd) {
-  for (HWND c : dlg.children)
-    if (c == hwnd) return true;
-  return false;
-}
-
-bool takesTab(HWND hwnd) {
+DWORD styleOf(HWND hwnd) {
   Window *w = findWindow(hwnd);
-  return w && (w->style & (WS_TABSTOP | WS_VISIBLE | WS_DISABLED)) == (WS_TABSTOP | WS_VISIBLE);
+  return w ? w->style : 0;
 }
 
-bool takesArrow(HWND hwnd) {
+HWND parentWindow(HWND hwnd) {
   Window *w = findWindow(hwnd);
-  return w && (w->style & (WS_VISIBLE | WS_DISABLED)) == WS_VISIBLE;
+  return w ? w->parent : nullptr;
 }
 
-// The next (or previous) window of children, from index `from`, that
-// passes the test, going round; null when none but `from` itself does.
-HWND cycle(const std::vector<HWND> &children, size_t from, bool previous, bool (*test)(HWND)) {
-  size_t n = children.size();
-  for (size_t step = 1; step < n; ++step) {
-    size_t i = previous ? (from + n - step) % n : (from + step) % n;
-    if (test(children[i])) return children[i];
+// The sibling after (or before) hwnd in its parent's z-order; null at the end.
+HWND sibling(HWND hwnd, bool previous) {
+  Window *p = findWindow(parentWindow(hwnd));
+  if (!p) return nullptr;
+  const std::vector<HWND> &all = p->children;
+  for (size_t i = 0; i < all.size(); ++i) {
+    if (all[i] != hwnd) continue;
+    if (previous) return i ? all[i - 1] : nullptr;
+    return i + 1 < all.size() ? all[i + 1] : nullptr;
   }
   return nullptr;
+}
+
+HWND edgeChild(HWND hwnd, bool last) {
+  Window *w = findWindow(hwnd);
+  if (!w || w->children.empty()) return nullptr;
+  return last ? w->children.back() : w->children.front();
+}
+
+bool usable(HWND hwnd) { return (styleOf(hwnd) & (WS_VISIBLE | WS_DISABLED)) == WS_VISIBLE; }
+
+bool takesTab(HWND hwnd) { return usable(hwnd) && (styleOf(hwnd) & WS_TABSTOP); }
+
+// Navigation looks inside a visible, enabled WS_EX_CONTROLPARENT child as if
+// its controls were the dialog's own.
+bool opensUp(HWND hwnd) {
+  Window *w = findWindow(hwnd);
+  return w && (w->exStyle & WS_EX_CONTROLPARENT) && usable(hwnd);
+}
+
+// The first tab stop from `start` on through the siblings after (or before)
+// it, looking inside control parents from their first (or last) child.
+HWND tabStopFrom(HWND start, bool previous, int depth = 0) {
+  if (depth > 64) return nullptr;
+  for (HWND h = start; h && findWindow(h); h = sibling(h, previous)) {
+    if (opensUp(h)) {
+      if (HWND found = tabStopFrom(edgeChild(h, previous), previous, depth + 1)) return found;
+    } else if (takesTab(h)) {
+      return h;
+    }
+  }
+  return nullptr;
+}
+
+// The tab stop after (or before) ctl, a descendant of dlg: its later
+// siblings, then those of each ancestor below the dialog, then the dialog's
+// controls from the start (or end) again.
+HWND tabStopAfter(HWND dlg, HWND ctl, bool previous) {
+  if (ctl && isAncestor(dlg, ctl)) {
+    for (HWND at = ctl; at && at != dlg; at = parentWindow(at))
+      if (HWND found = tabStopFrom(sibling(at, previous), previous)) return found;
+  }
+  return tabStopFrom(edgeChild(dlg, previous), previous);
+}
+
+// One step of the group walk: the next control after hwnd in the dialog,
+// climbing out of control parents at their end and going round the
+// dialog's controls at most twice (*rounds counts), then down the leading
+// edge of control parents. Null when the walk is to stop.
+HWND groupStep(HWND dlg, HWND hwnd, int *rounds) {
+  HWND next = sibling(hwnd, false);
+  while (!next) {
+    HWND parent = parentWindow(hwnd);
+    if (!parent) return nullptr;
+    if (parent == dlg) {
+      if (++*rounds > 1) return nullptr;
+      next = edgeChild(dlg, false);
+      if (!next) return nullptr;
+    } else {
+      hwnd = parent;
+      next = sibling(hwnd, false);
+    }
+  }
+  for (int depth = 0; opensUp(next) && edgeChild(next, false) && depth < 64; ++depth)
+    next = edgeChild(next, false);
+  return next;
+}
+
+// The control of ctl's group after (or before) it, going round the group:
+// the walk runs forwards, passes over other groups until it is back at
+// ctl, then starts again at the WS_GROUP control that opens ctl's group.
+HWND groupNeighbour(HWND dlg, HWND ctl, bool previous) {
+  HWND found = ctl, lastGroup = nullptr, h = ctl;
+  bool skipping = false;
+  int rounds = 0;
+  for (int guard = 0; guard < 100000; ++guard) {
+    h = groupStep(dlg, h, &rounds);
+    if (!h) break;
+    if (styleOf(h) & WS_GROUP) {
+      lastGroup = h;
+      skipping = true;
+    }
+    if (h == ctl) {
+      if (!skipping || lastGroup == h) break;
+      h = lastGroup;
+      skipping = false;
+      rounds = 0;
+    }
+    if (!skipping && usable(h)) {
+      found = h;
+      if (!previous) break;
+    }
+  }
+  return found;
 }
 
 bool isPushButton(HWND hwnd) {
@@ -85,14 +167,15 @@ void setButtonLook(HWND button, bool isDefault) {
 }
 
 // A push button with the focus looks like the default button; when the
-// focus is elsewhere, the button of the default id does.
+// focus is elsewhere, the button of the default id does (in a plain window
+// there is none).
 void showDefaultFor(HWND dlg, HWND focus) {
   Window *d = findWindow(dlg);
-  if (!d || !d->dialog) return;
-  HWND def = GetDlgItem(dlg, static_cast<int>(d->dialog->defId));
+  if (!d) return;
+  HWND def = d->dialog ? GetDlgItem(dlg, static_cast<int>(d->dialog->defId)) : nullptr;
   HWND wanted = isPushButton(focus) ? focus : (isPushButton(def) ? def : nullptr);
-  std::vector<HWND> children = d->children;
-  for (HWND c : children) {
+  for (HWND c : descendantsPreOrder(dlg)) {
+    if (c == dlg) continue;
     Window *cw = findWindow(c);
     if (cw && c != wanted && (sendMessage(c, WM_GETDLGCODE, 0, 0) & DLGC_DEFPUSHBUTTON))
       setButtonLook(c, false);
@@ -112,7 +195,7 @@ void giveFocus(HWND target) {
 
 void saveFocus(HWND dlg) {
   HWND focus = focusWindow();
-  DialogState *st = dialogOf(dlg, false);
+  DialogState *st = dialogState(dlg, false);
   if (st && focus && isAncestor(dlg, focus)) st->savedFocus = focus;
 }
 
@@ -122,7 +205,7 @@ void saveFocus(HWND dlg) {
 // the dialog keeps it when it has none.
 void restoreFocus(HWND dlg, bool justActivated) {
   if (IsIconic(dlg)) return;
-  DialogState *st = dialogOf(dlg, false);
+  DialogState *st = dialogState(dlg, false);
   if (!st || st->ended) return;
   HWND target = st->savedFocus;
   st->savedFocus = nullptr;
@@ -154,7 +237,7 @@ void nextControl(HWND dlg, WPARAM wp, LPARAM lp) {
 }
 
 LRESULT setDefaultId(HWND dlg, UINT id) {
-  DialogState *st = dialogOf(dlg, false);
+  DialogState *st = dialogState(dlg, false);
   if (!st) return FALSE;
   HWND old = GetDlgItem(dlg, static_cast<int>(st->defId));
   HWND now = GetDlgItem(dlg, static_cast<int>(id));
@@ -165,7 +248,7 @@ LRESULT setDefaultId(HWND dlg, UINT id) {
 }
 
 LRESULT defaultId(HWND dlg) {
-  DialogState *st = dialogOf(dlg, false);
+  DialogState *st = dialogState(dlg, false);
   if (!st || st->ended || !st->defId) return 0;
   return MAKELONG(st->defId, DC_HASDEFID);
 }
@@ -214,8 +297,15 @@ LRESULT defaultDialogAction(HWND dlg, UINT msg, WPARAM wp, LPARAM lp) {
                    reinterpret_cast<LPARAM>(cancel));
     return 0;
   }
+  case WM_GETFONT: {
+    DialogState *st = dialogState(dlg, false);
+    return st ? reinterpret_cast<LRESULT>(st->font) : 0;
+  }
   case WM_NCDESTROY:
-    if (Window *w = findWindow(dlg)) w->dialog.reset();
+    if (Window *w = findWindow(dlg)) {
+      if (w->dialog && w->dialog->font) DeleteObject(w->dialog->font);
+      w->dialog.reset();
+    }
     return DefWindowProcA(dlg, msg, wp, lp);
   default:
     return DefWindowProcA(dlg, msg, wp, lp);
@@ -240,40 +330,149 @@ void pressDefault(HWND dlg) {
     sendMessage(dlg, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(button));
 }
 
-// The dialog keys of a WM_KEYDOWN; false when the message is to be
-// dispatched as it is.
-bool dialogKey(HWND dlg, const MSG &msg) {
+// Tab in a window that is no dialog: the focus moves to the next tab stop
+// itself, an edit control's text selected, and the push buttons restyled.
+bool tabInPlainWindow(HWND dlg, const MSG &msg) {
+  HWND focus = focusWindow();
+  HWND next = GetNextDlgTabItem(dlg, focus == dlg ? nullptr : focus,
+                                (GetKeyState(VK_SHIFT) & 0x8000) != 0);
+  if (!next) return false;
+  if (sendMessage(next, WM_GETDLGCODE, msg.wParam, reinterpret_cast<LPARAM>(&msg)) &
+      DLGC_HASSETSEL) {
+    LRESULT length = sendMessage(next, WM_GETTEXTLENGTH, 0, 0);
+    sendMessage(next, EM_SETSEL, 0, length);
+  }
+  if (!findWindow(next)) return true;
+  SetFocus(next);
+  if (findWindow(dlg) && findWindow(next)) showDefaultFor(dlg, next);
+  return true;
+}
+
+// The arrows: the next control of the group; a radio button takes the focus
+// (an automatic one not yet checked is clicked), anything else goes through
+// WM_NEXTDLGCTL.
+void arrowKey(HWND dlg, const MSG &msg) {
+  bool previous = msg.wParam == VK_LEFT || msg.wParam == VK_UP;
+  HWND next = GetNextDlgGroupItem(dlg, msg.hwnd, previous);
+  if (next && sendMessage(next, WM_GETDLGCODE, msg.wParam, reinterpret_cast<LPARAM>(&msg)) ==
+                  (DLGC_BUTTON | DLGC_RADIOBUTTON)) {
+    SetFocus(next);
+    if ((styleOf(next) & BS_TYPEMASK) == BS_AUTORADIOBUTTON &&
+        sendMessage(next, BM_GETCHECK, 0, 0) != BST_CHECKED)
+      sendMessage(next, BM_CLICK, 1, 0);
+    return;
+  }
+  sendMessage(dlg, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(next), 1);
+}
+
+enum class KeyOutcome { Dispatch, Done, Refused };
+
+// The dialog keys of a WM_KEYDOWN: handled, to be dispatched as it is, or
+// (Tab in a plain window without tab stops) refused.
+KeyOutcome dialogKey(HWND dlg, const MSG &msg) {
   LRESULT code = sendMessage(msg.hwnd, WM_GETDLGCODE, msg.wParam, reinterpret_cast<LPARAM>(&msg));
-  if (code & DLGC_WANTMESSAGE) return false;
+  if (code & DLGC_WANTMESSAGE) return KeyOutcome::Dispatch;
   switch (msg.wParam) {
   case VK_TAB:
-    if (code & DLGC_WANTTAB) return false;
+    if (code & DLGC_WANTTAB) return KeyOutcome::Dispatch;
+    if (!dialogState(dlg, false))
+      return tabInPlainWindow(dlg, msg) ? KeyOutcome::Done : KeyOutcome::Refused;
     sendMessage(dlg, WM_NEXTDLGCTL, (GetKeyState(VK_SHIFT) & 0x8000) ? 1 : 0, 0);
-    return true;
+    return KeyOutcome::Done;
   case VK_LEFT:
   case VK_UP:
   case VK_RIGHT:
-  case VK_DOWN: {
-    if (code & DLGC_WANTARROWS) return false;
-    HWND next =
-        GetNextDlgGroupItem(dlg, focusWindow(), msg.wParam == VK_LEFT || msg.wParam == VK_UP);
-    if (next) sendMessage(dlg, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(next), TRUE);
-    return true;
-  }
+  case VK_DOWN:
+    if (code & DLGC_WANTARROWS) return KeyOutcome::Dispatch;
+    arrowKey(dlg, msg);
+    return KeyOutcome::Done;
   case VK_CANCEL:
   case VK_ESCAPE:
     sendMessage(dlg, WM_COMMAND, IDCANCEL, reinterpret_cast<LPARAM>(GetDlgItem(dlg, IDCANCEL)));
-    return true;
+    return KeyOutcome::Done;
   case VK_RETURN:
   case VK_EXECUTE:
     pressDefault(dlg);
-    return true;
+    return KeyOutcome::Done;
   default:
-    return false;
+    return KeyOutcome::Dispatch;
   }
 }
 
+// The character after the single '&' of a control's text, 0 for none ("&&"
+// stands for '&' itself).
+char mnemonicOf(HWND hwnd) {
+  char text[256];
+  if (!GetWindowTextA(hwnd, text, sizeof text)) return 0;
+  for (const char *p = text; (p = strchr(p, '&')); p += 2)
+    if (p[1] != '&') return p[1];
+  return 0;
+}
+
+bool sameLetter(char a, WPARAM b) {
+  return a && b < 256 &&
+         toupper(static_cast<unsigned char>(a)) == toupper(static_cast<int>(b));
+}
+
+// A mnemonic: the dialog's controls after the message's window, round to
+// it, are searched for a visible, enabled button or static control whose
+// text marks the character. A button is clicked; a static control or group
+// box passes the focus to the tab stop after it.
+bool mnemonic(HWND dlg, HWND from, WPARAM ch) {
+  std::vector<HWND> all;
+  for (HWND h : descendantsPreOrder(dlg))
+    if (h != dlg && usable(h) && (parentWindow(h) == dlg || usable(parentWindow(h))))
+      all.push_back(h);
+  size_t start = 0;
+  for (size_t i = 0; i < all.size(); ++i)
+    if (all[i] == from) start = i + 1;
+  for (size_t n = 0; n < all.size(); ++n) {
+    HWND h = all[(start + n) % all.size()];
+    if (!findWindow(h)) continue;
+    LRESULT code = sendMessage(h, WM_GETDLGCODE, 0, 0);
+    if (!(code & (DLGC_BUTTON | DLGC_STATIC)) || !sameLetter(mnemonicOf(h), ch)) continue;
+    if ((code & DLGC_STATIC) || (styleOf(h) & BS_TYPEMASK) == BS_GROUPBOX) {
+      sendMessage(dlg, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(h), 1);
+      sendMessage(dlg, WM_NEXTDLGCTL, 0, 0);
+    } else {
+      sendMessage(h, BM_CLICK, 0, 0);
+    }
+    return true;
+  }
+  return false;
+}
+
+bool dialogChar(HWND dlg, const MSG &msg) {
+  if (msg.message == WM_CHAR) {
+    LRESULT code =
+        sendMessage(msg.hwnd, WM_GETDLGCODE, msg.wParam, reinterpret_cast<LPARAM>(&msg));
+    if (code & (DLGC_WANTCHARS | DLGC_WANTMESSAGE)) return false;
+    if (msg.wParam == '\t' && (code & DLGC_WANTTAB)) return false;
+  }
+  return findWindow(dlg) && mnemonic(dlg, msg.hwnd, msg.wParam);
+}
+
+// A control dialog (DS_CONTROL) inside another dialog passes the keys to
+// the dialog around it.
+HWND keyDestination(HWND dlg) {
+  for (int depth = 0; depth < 64 && (styleOf(dlg) & DS_CONTROL); ++depth) {
+    HWND parent = parentWindow(dlg);
+    Window *p = findWindow(parent);
+    if (!p || isDesktop(*p) || !p->dialog) break;
+    dlg = parent;
+  }
+  return dlg;
+}
+
 }  // namespace
+
+DialogState *dialogState(HWND hwnd, bool create) {
+  Window *w = findWindow(hwnd);
+  if (!w) return nullptr;
+  if (!w->dialog && create && w->extra.size() >= DLGWINDOWEXTRA)
+    w->dialog = std::make_unique<DialogState>();
+  return w->dialog.get();
+}
 
 void registerDialogClasses() {
   registerSystemClass("#32768", popupMenuProc, CS_DROPSHADOW | CS_SAVEBITS | CS_DBLCLKS,
@@ -296,7 +495,7 @@ LRESULT WINAPI DefDlgProcA(HWND hDlg, UINT Msg, WPARAM wParam, LPARAM lParam) {
   Window *w = findWindow(hDlg);
   if (!w) return 0;
   DLGPROC proc = nullptr;
-  if (dialogOf(hDlg, true)) {
+  if (dialogState(hDlg, true)) {
     setDialogSlot(*w, DWLP_MSGRESULT, 0);
     proc = reinterpret_cast<DLGPROC>(dialogSlot(*w, DWLP_DLGPROC));
   }
@@ -324,6 +523,17 @@ BOOL WINAPI EndDialog(HWND hDlg, INT_PTR nResult) {
   w->dialog->ended = true;
   w->dialog->result = nResult;
   HWND owner = w->owner;
+  // The window above it (its parent, or for a pop-up its owner) is enabled
+  // again, whoever disabled it.
+  if (HWND above = isChild(*w) ? w->parent : w->owner) {
+    Window *a = findWindow(above);
+    if (a && !isDesktop(*a)) EnableWindow(above, TRUE);
+  }
+  if (!findWindow(hDlg)) return TRUE;
+  // The dialog takes the focus from its controls before it hides.
+  HWND focus = focusWindow();
+  if (focus && focus != hDlg && isAncestor(hDlg, focus)) SetFocus(hDlg);
+  if (!findWindow(hDlg)) return TRUE;
   SetWindowPos(hDlg, NULL, 0, 0, 0, 0,
                SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_HIDEWINDOW);
   if (findWindow(hDlg) && activeWindow() == hDlg) {
@@ -334,54 +544,43 @@ BOOL WINAPI EndDialog(HWND hDlg, INT_PTR nResult) {
     else
       deactivate(hDlg);
   }
+  // Wakes a modal loop waiting for a message.
+  if (findWindow(hDlg)) PostMessageA(hDlg, WM_NULL, 0, 0);
   return TRUE;
 }
 
 HWND WINAPI GetNextDlgTabItem(HWND hDlg, HWND hCtl, BOOL bPrevious) {
-  Window *d = checkWindow(hDlg);
-  if (!d) return NULL;
-  const std::vector<HWND> children = d->children;
-  if (!hCtl || !isDirectChild(*d, hCtl)) {
-    for (size_t i = 0; i < children.size(); ++i) {
-      HWND c = children[bPrevious ? children.size() - 1 - i : i];
-      if (takesTab(c)) return c;
-    }
-    return NULL;
-  }
-  size_t at = 0;
-  while (children[at] != hCtl) ++at;
-  HWND next = cycle(children, at, bPrevious, takesTab);
-  return next ? next : (takesTab(hCtl) ? hCtl : NULL);
+  if (!checkWindow(hDlg)) return NULL;
+  if (hCtl == hDlg) hCtl = NULL;
+  if (!hCtl && bPrevious) return NULL;
+  HWND found = tabStopAfter(hDlg, hCtl, bPrevious);
+  return found ? found : hCtl;
 }
 
 HWND WINAPI GetNextDlgGroupItem(HWND hDlg, HWND hCtl, BOOL bPrevious) {
-  Window *d = checkWindow(hDlg);
-  if (!d || d->children.empty()) return NULL;
-  if (!hCtl || !isDirectChild(*d, hCtl)) hCtl = d->children.front();
-  // The group runs from the nearest WS_GROUP at or before the control to
-  // the next WS_GROUP after it.
-  const std::vector<HWND> &all = d->children;
-  size_t at = 0;
-  while (all[at] != hCtl) ++at;
-  auto starts = [&](size_t i) {
-    Window *c = findWindow(all[i]);
-    return c && (c->style & WS_GROUP);
-  };
-  size_t first = at;
-  while (first > 0 && !starts(first)) --first;
-  size_t end = at + 1;
-  while (end < all.size() && !starts(end)) ++end;
-  std::vector<HWND> group(all.begin() + static_cast<std::ptrdiff_t>(first),
-                          all.begin() + static_cast<std::ptrdiff_t>(end));
-  HWND next = cycle(group, at - first, bPrevious, takesArrow);
-  return next ? next : hCtl;
+  if (!checkWindow(hDlg)) return NULL;
+  if (hCtl == hDlg) hCtl = NULL;
+  if (!hCtl && bPrevious) return NULL;
+  if (hCtl) {
+    if (!isAncestor(hDlg, hCtl)) return NULL;
+  } else {
+    // From the start: the first control itself when it can take the focus.
+    hCtl = edgeChild(hDlg, false);
+    if (!hCtl || usable(hCtl)) return hCtl;
+  }
+  return groupNeighbour(hDlg, hCtl, bPrevious);
 }
 
 BOOL WINAPI IsDialogMessageA(HWND hDlg, LPMSG lpMsg) {
   if (!lpMsg || !findWindow(hDlg)) return FALSE;
   if (lpMsg->hwnd != hDlg && !isAncestor(hDlg, lpMsg->hwnd)) return FALSE;
+  HWND dlg = keyDestination(hDlg);
   MSG msg = *lpMsg;
-  if (msg.message == WM_KEYDOWN && dialogKey(hDlg, msg)) return TRUE;
+  if (msg.message == WM_KEYDOWN) {
+    KeyOutcome outcome = dialogKey(dlg, msg);
+    if (outcome != KeyOutcome::Dispatch) return outcome == KeyOutcome::Done;
+  }
+  if ((msg.message == WM_CHAR || msg.message == WM_SYSCHAR) && dialogChar(dlg, msg)) return TRUE;
   TranslateMessage(&msg);
   DispatchMessageA(&msg);
   return TRUE;

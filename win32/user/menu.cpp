@@ -982,6 +982,9 @@ BOOL WINAPI GetMenuBarInfo(HWND hwnd, LONG idObject, LONG idItem, PMENUBARINFO p
   pmbi->fBarFocused = 0;
   pmbi->fFocused = 0;
   if (menuLoopOwner() == hwnd) pmbi->fBarFocused = -1;  // a one-bit BOOL's TRUE
+  // A pop-up shown while a menu loop runs has the keyboard, as a whole.
+  if (idObject == OBJID_CLIENT && menuLoopOwner()) pmbi->fBarFocused = -1;
+  if (idObject == OBJID_CLIENT && idItem == 0) pmbi->fFocused = pmbi->fBarFocused;
   if (idItem > 0 && m->focused == static_cast<UINT>(idItem - 1)) pmbi->fFocused = -1;
   return TRUE;
 }

@@ -70,7 +70,7 @@ struct ControlState {
   bool pushed = false;
   DWORD selStart = 0;
   DWORD selEnd = 0;
-  UINT limit = 30000;
+  UINT limit = 30000;  // an edit control's text limit (EM_GETLIMITTEXT)
   ScrollBarInfo bar;  // a SCROLLBAR control's own bar
   bool isScrollBar = false;  // the SCROLLBAR procedure handled WM_CREATE
   HWND combo = nullptr;      // a combo box's list: the combo box it belongs to
@@ -83,11 +83,14 @@ struct DialogState {
   HWND savedFocus = nullptr;  // the control the focus goes back to on activation
   UINT defId = IDOK;          // DM_GETDEFID's answer until DM_SETDEFID
   bool ended = false;         // EndDialog was called
-  INT_PTR result = 0;
+  INT_PTR result = IDOK;     // a modal loop ended without EndDialog answers IDOK
+  HFONT font = nullptr;      // a template's font, owned: deleted with the dialog
+  int xBase = 0, yBase = 0;  // pixels per 4 horizontal and 8 vertical dialog units
 };
 
 struct ListBoxState;   // listbox.cpp's; made by the ListBox class's WM_CREATE
 struct ComboBoxState;  // combobox.cpp's; made by the ComboBox class's WM_CREATE
+struct EditState;      // edit.cpp's; made by the Edit class's WM_NCCREATE
 
 struct Window {
   HWND hwnd = nullptr;
@@ -136,6 +139,7 @@ struct Window {
   std::unique_ptr<DialogState> dialog;
   std::shared_ptr<ListBoxState> listBox;  // the ListBox class's items and selection
   std::shared_ptr<ComboBoxState> comboBox;  // the ComboBox class's parts and state
+  std::shared_ptr<EditState> edit;  // the Edit class's layout, scrolling and undo
 
   std::shared_ptr<Surface> surface;  // top-level windows and the desktop only
 };
@@ -320,6 +324,15 @@ void selectControlFont(HDC dc, const Window& w);
 // WM_SETFONT: keeps the font (not owned) and repaints when LOWORD(lp) asks.
 void setControlFont(HWND hwnd, WPARAM wp, LPARAM lp);
 
+// ---- The clipboard (clipboard.cpp) ----
+
+// A destroyed window stops being the clipboard's opener and owner.
+void clipboardForgetWindow(HWND hwnd);
+
+// ---- The edit control (edit.cpp) ----
+
+void registerEditClass();
+
 // ---- The list box (listbox.cpp) ----
 
 void registerListBoxClass();
@@ -342,6 +355,10 @@ bool isComboEdit(HWND edit);
 
 // The dialog class and the system's other numbered classes.
 void registerDialogClasses();
+// What the default dialog procedure keeps for a window of a dialog class
+// (one with DLGWINDOWEXTRA bytes), made on first use when `create` is set;
+// null for other windows.
+DialogState* dialogState(HWND hwnd, bool create);
 
 }  // namespace w32
 

@@ -96,6 +96,7 @@ void freeWindow(Window& w) {
   forgetWindow(w.hwnd);
   // A DC obtained and never released goes with its window.
   freeWindowDCs(w.hwnd);
+  clipboardForgetWindow(w.hwnd);
   if (w.cls) --w.cls->windowCount;
   w.dead = true;
   w.surface.reset();
@@ -135,9 +136,12 @@ void markDestroying(Window& w) {
 
 // ---- Creation ----
 
+// A modal frame always has the raised edge; a dialog or sizing frame has
+// it unless the static edge is asked for.
 DWORD fixExStyle(DWORD style, DWORD exStyle) {
-  bool framed = (style & (WS_DLGFRAME | WS_THICKFRAME)) || (exStyle & WS_EX_DLGMODALFRAME);
-  if (framed && !(exStyle & WS_EX_STATICEDGE)) return exStyle | WS_EX_WINDOWEDGE;
+  if ((exStyle & WS_EX_DLGMODALFRAME) ||
+      ((style & (WS_DLGFRAME | WS_THICKFRAME)) && !(exStyle & WS_EX_STATICEDGE)))
+    return exStyle | WS_EX_WINDOWEDGE;
   return exStyle & ~static_cast<DWORD>(WS_EX_WINDOWEDGE);
 }
 
@@ -233,6 +237,8 @@ WindowRef newWindow(const std::shared_ptr<WindowClass>& cls, HWND parent, HWND o
   DWORD fixed = fixStyle(style);
   w->style = fixed & ~static_cast<DWORD>(WS_VISIBLE | WS_MINIMIZE | WS_MAXIMIZE);
   w->exStyle = fixExStyle(fixed, exStyle);
+  // An overlapped window is made with the raised edge whatever else it asks.
+  if (!(fixed & (WS_CHILD | WS_POPUP))) w->exStyle |= WS_EX_WINDOWEDGE;
   // A window owned by a topmost window is topmost itself.
   if (Window* o = findWindow(owner); o && (o->exStyle & WS_EX_TOPMOST)) w->exStyle |= WS_EX_TOPMOST;
   w->proc = cls->proc;

@@ -1172,9 +1172,11 @@ BOOL WINAPI SetForegroundWindow(HWND hWnd) {
 
 HWND WINAPI GetCapture(void) { return focusState().capture; }
 
+// The window that had the capture hears who took it.
 HWND WINAPI SetCapture(HWND hWnd) {
   HWND old = focusState().capture;
   focusState().capture = findWindow(hWnd) ? hWnd : nullptr;
+  if (old && findWindow(old)) sendMessage(old, WM_CAPTURECHANGED, 0, reinterpret_cast<LPARAM>(hWnd));
   return old;
 }
 

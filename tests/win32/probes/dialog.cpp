@@ -1,7 +1,8 @@
 // Dialog windows built without templates: the dialog class and the other
 // built-in classes, the dialog codes controls answer, default buttons, tab
 // order, focus kept across activation, the dialog procedure's results,
-// keyboard navigation through IsDialogMessageA, EndDialog, and InsertMenuA.
+// keyboard navigation through IsDialogMessageA, EndDialog, InsertMenuA, and
+// a dialog made from an extended template in memory.
 #include "probe.h"
 
 using namespace probe;
@@ -246,6 +247,90 @@ void menus() {
   DestroyMenu(m);
 }
 
+// A control class that reports its creation data and what it is sent.
+LRESULT CALLBACK dataControlProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
+  if (msg == WM_CREATE) {
+    const short* d = (const short*)((CREATESTRUCTA*)lp)->lpCreateParams;
+    printf(" [control CREATE data %d %d %d]", d ? d[0] : -1, d ? d[1] : -1, d ? d[2] : -1);
+  }
+  if (msg == WM_SETFONT) printf(" [control SETFONT]");
+  return DefWindowProcA(hwnd, msg, wp, lp);
+}
+
+INT_PTR CALLBACK templateDlgProc(HWND, UINT msg, WPARAM wp, LPARAM lp) {
+  if (msg == WM_SETFONT) printf(" [dialog SETFONT]");
+  if (msg == WM_INITDIALOG)
+    printf(" [INITDIALOG first tab stop %d param %ld]", GetDlgCtrlID((HWND)wp), (long)lp);
+  return msg == WM_INITDIALOG;
+}
+
+// An extended template: DS_SETFONT with weight, italic and character set, a
+// control of the probe's own class with three words of creation data, an
+// edit control, a default push button and a disabled check box.
+struct TemplateWriter {
+  WORD words[256];
+  int n = 0;
+  void word(WORD w) { words[n++] = w; }
+  void dword(DWORD d) { word(LOWORD(d)); word(HIWORD(d)); }
+  void text(const char* s) {
+    while (*s) word((WORD)*s++);
+    word(0);
+  }
+  void align() {
+    if (n % 2) word(0);
+  }
+  void item(DWORD style, WORD x, WORD y, DWORD id) {
+    align();
+    dword(0);  // help id
+    dword(0);  // extended style
+    dword(WS_CHILD | WS_VISIBLE | style);
+    word(x), word(y), word(60), word(12);
+    dword(id);
+  }
+};
+
+void templates() {
+  registerClass("ProbeDataControl", dataControlProc);
+  TemplateWriter t;
+  t.word(1), t.word(0xFFFF), t.dword(0), t.dword(0);
+  t.dword(WS_POPUP | WS_CAPTION | DS_SETFONT | DS_MODALFRAME);
+  t.word(4), t.word(10), t.word(10), t.word(150), t.word(100);
+  t.word(0), t.word(0), t.text("Template");
+  t.word(8), t.word(FW_NORMAL), t.word(0), t.text("MS Shell Dlg");
+  t.item(WS_BORDER, 5, 5, 40);
+  t.text("ProbeDataControl"), t.text("data"), t.word(6), t.word(11), t.word(22);
+  t.item(WS_TABSTOP | ES_AUTOHSCROLL | WS_BORDER, 5, 20, 41);
+  t.word(0xFFFF), t.word(0x81), t.text("12 "), t.word(0);
+  t.item(BS_DEFPUSHBUTTON | WS_TABSTOP, 5, 40, 42);
+  t.word(0xFFFF), t.word(0x80), t.text("Go"), t.word(0);
+  t.item(BS_AUTOCHECKBOX | WS_TABSTOP | WS_DISABLED, 5, 60, 43);
+  t.word(0xFFFF), t.word(0x80), t.text("&Maybe"), t.word(0);
+  printf("template:");
+  HWND d = CreateDialogIndirectParamA(GetModuleHandleA(NULL), (LPCDLGTEMPLATEA)t.words, NULL,
+                                      templateDlgProc, 99);
+  printf("\n");
+  HWND data = GetDlgItem(d, 40), edit = GetDlgItem(d, 41);
+  printf("template styles: dialog %#lx %#lx, control %#lx %#lx\n",
+         GetWindowLongA(d, GWL_STYLE) & 0xFFFF0FFF, GetWindowLongA(d, GWL_EXSTYLE),
+         GetWindowLongA(data, GWL_STYLE), GetWindowLongA(data, GWL_EXSTYLE));
+  printf("template focus %d, default %#lx, font kept %d\n", GetDlgCtrlID(GetFocus()),
+         (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0),
+         SendMessageA(d, WM_GETFONT, 0, 0) == SendMessageA(edit, WM_GETFONT, 0, 0));
+  const char* numbers[] = {"12 ", " -7", "4x", "", "99999999999"};
+  for (const char* n : numbers) {
+    SetDlgItemTextA(d, 41, n);
+    BOOL ok = -1, okSigned = -1;
+    UINT u = GetDlgItemInt(d, 41, &ok, FALSE);
+    int i = (int)GetDlgItemInt(d, 41, &okSigned, TRUE);
+    printf("GetDlgItemInt '%s': %u %d, signed %d %d\n", n, u, ok, i, okSigned);
+  }
+  char text[8] = "xyz";
+  printf("missing item text %u '%s'\n", GetDlgItemTextA(d, 77, text, sizeof text), text);
+  RECT r = {4, 8, 4, 8};
+  printf("MapDialogRect on a plain window %d\n", MapDialogRect(GetDesktopWindow(), &r));
+  DestroyWindow(d);
+}
+
 }  // namespace
 
 int main() {
@@ -274,5 +359,6 @@ int main() {
   keyboard();
   closing();
   menus();
+  templates();
   return 0;
 }
