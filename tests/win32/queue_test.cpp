@@ -122,7 +122,10 @@ TEST_F(Queue, TimersFireOnTheSimulatedClock) {
   EXPECT_FALSE(KillTimer(h, 2));
   win32sim::advanceClock(1000);
   EXPECT_FALSE(PeekMessageA(&m, NULL, WM_TIMER, WM_TIMER, PM_REMOVE));
+  SetTimer(h, 5, 10, NULL);
+  EXPECT_EQ(win32sim::counts().timers, before_.timers + 1);
   DestroyWindow(h);
+  EXPECT_EQ(win32sim::counts().timers, before_.timers) << "destroying a window kills its timers";
   layertest::recorded().clear();
 }
 
@@ -143,15 +146,6 @@ TEST_F(Queue, TimerProceduresAndThreadTimers) {
   DispatchMessageA(&m);
   EXPECT_EQ(g_procCalls, 1);
   EXPECT_TRUE(KillTimer(NULL, id));
-}
-
-TEST_F(Queue, DestroyingAWindowKillsItsTimers) {
-  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW);
-  SetTimer(h, 5, 10, NULL);
-  EXPECT_EQ(win32sim::counts().timers, before_.timers + 1);
-  DestroyWindow(h);
-  EXPECT_EQ(win32sim::counts().timers, before_.timers);
-  layertest::recorded().clear();
 }
 
 TEST_F(Queue, PostedMessagesComeBeforeInputAndInputBeforePaint) {

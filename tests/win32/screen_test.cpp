@@ -48,7 +48,7 @@ HWND paintedWindow(DWORD style, int x, int y, int w, int h, HWND parent, COLORRE
   return hwnd;
 }
 
-TEST_F(Screen, EraseUsesTheClassBrushAndDrawingFollowsTheDc) {
+TEST_F(Screen, EraseUsesTheClassBrushAndDrawingFollowsTheDcAndItsMappingMode) {
   HWND h = layertest::createMain();
   layertest::pumpAll();
   EXPECT_EQ(win32sim::pixel(h, 5, 5), kWhite) << "COLOR_WINDOW + 1 background";
@@ -80,6 +80,11 @@ TEST_F(Screen, EraseUsesTheClassBrushAndDrawingFollowsTheDc) {
   TextOutA(dc, 100, 100, "I", 1);
   EXPECT_EQ(win32sim::pixel(h, 100, 100), RGB(1, 2, 3)) << "opaque background";
   EXPECT_EQ(win32sim::pixel(h, 102, 104), RGB(0, 128, 0)) << "the stem of the I";
+  SetMapMode(dc, MM_LOMETRIC);  // 0.1 mm, y upwards
+  POINT p = {254, -254};        // one inch right, one inch down
+  LPtoDP(dc, &p, 1);
+  EXPECT_EQ(p.x, 96);
+  EXPECT_EQ(p.y, 96);
   ReleaseDC(h, dc);
   DeleteObject(pen);
   DeleteObject(red);
@@ -148,18 +153,6 @@ TEST_F(Screen, ClipRegionsLimitDrawingUntilRemoved) {
   DeleteObject(box);
   DeleteObject(hole);
   DeleteObject(red);
-  ReleaseDC(h, dc);
-  DestroyWindow(h);
-}
-
-TEST_F(Screen, MappingModesScaleDrawing) {
-  HWND h = layertest::createMain();
-  HDC dc = GetDC(h);
-  SetMapMode(dc, MM_LOMETRIC);  // 0.1 mm, y upwards
-  POINT p = {254, -254};        // one inch right, one inch down
-  LPtoDP(dc, &p, 1);
-  EXPECT_EQ(p.x, 96);
-  EXPECT_EQ(p.y, 96);
   ReleaseDC(h, dc);
   DestroyWindow(h);
 }

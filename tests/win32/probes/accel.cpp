@@ -22,21 +22,14 @@ void tables() {
   printf("create with 0 entries: %d err=%lu\n", none != NULL, GetLastError());
   HACCEL t = CreateAcceleratorTableA(one, 1);
   printf("create: %d count %d\n", t != NULL, CopyAcceleratorTableA(t, NULL, 0));
-  BOOL d1 = DestroyAcceleratorTable(t);
-  BOOL d2 = DestroyAcceleratorTable(t);
-  BOOL d3 = DestroyAcceleratorTable(NULL);
+  BOOL d1 = DestroyAcceleratorTable(t), d2 = DestroyAcceleratorTable(t),
+       d3 = DestroyAcceleratorTable(NULL);
   printf("destroy %d again %d NULL %d\n", d1 != 0, d2 != 0, d3 != 0);
 }
 
 void translation() {
-  expect("W");
-  HWND w = CreateWindowExA(0, "ProbeAccel", "W", WS_OVERLAPPEDWINDOW, 0, 0, 100, 100, NULL,
-                           NULL, GetModuleHandleA(NULL), NULL);
-  expect("other");
-  HWND other = CreateWindowExA(0, "ProbeAccel", "other", WS_OVERLAPPEDWINDOW, 0, 0, 100, 100,
-                               NULL, NULL, GetModuleHandleA(NULL), NULL);
-  nameWindow(w, "W");
-  nameWindow(other, "other");
+  HWND w = createAt("ProbeAccel", "W", WS_OVERLAPPEDWINDOW, 0, 0, 100, 100, NULL);
+  HWND other = createAt("ProbeAccel", "other", WS_OVERLAPPEDWINDOW, 0, 0, 100, 100, NULL);
   ACCEL entries[] = {
       {FVIRTKEY | FCONTROL, 'N', 100},
       {FVIRTKEY | FCONTROL | FSHIFT, 'N', 101},
@@ -71,23 +64,14 @@ void translation() {
   };
   for (const Case& c : cases) {
     setModifiers(c.ctrl, c.alt, c.shift);
-    MSG msg;
-    memset(&msg, 0, sizeof msg);
-    msg.hwnd = other;
-    msg.message = c.msg;
-    msg.wParam = c.key;
-    msg.lParam = 1;
+    MSG msg = {other, c.msg, c.key, 1, 0, {0, 0}};
     clearLog();
     int r = TranslateAcceleratorA(w, t, &msg);
     printf("%s: %d", c.label, r != 0);
     printLog("");
   }
   setModifiers(false, false, false);
-  MSG msg;
-  memset(&msg, 0, sizeof msg);
-  msg.hwnd = w;
-  msg.message = WM_KEYDOWN;
-  msg.wParam = VK_F5;
+  MSG msg = {w, WM_KEYDOWN, VK_F5, 0, 0, {0, 0}};
   printf("NULL window: %d\n", TranslateAcceleratorA(NULL, t, &msg));
   printf("NULL table: %d\n", TranslateAcceleratorA(w, NULL, &msg));
   DestroyAcceleratorTable(t);

@@ -27,12 +27,12 @@ void api() {
   printCaretPos("created");
   printf("SetCaretPos(5,7) %d\n", SetCaretPos(5, 7));
   printCaretPos("placed");
-  SetLastError(0);
-  BOOL shownB = ShowCaret(b);
-  printf("ShowCaret(B) %d error %lu\n", shownB, (unsigned long)GetLastError());
-  SetLastError(0);
-  BOOL hiddenB = HideCaret(b);
-  printf("HideCaret(B) %d error %lu\n", hiddenB, (unsigned long)GetLastError());
+  for (bool show : {true, false}) {
+    SetLastError(0);
+    BOOL done = show ? ShowCaret(b) : HideCaret(b);
+    printf("%s(B) %d error %lu\n", show ? "ShowCaret" : "HideCaret", done,
+           (unsigned long)GetLastError());
+  }
   printf("ShowCaret(A) %d HideCaret(NULL) %d ShowCaret(NULL) %d\n", ShowCaret(a), HideCaret(NULL),
          ShowCaret(NULL));
   printf("CreateCaret(A, 2x9) again %d\n", CreateCaret(a, NULL, 2, 9));
@@ -144,11 +144,9 @@ void printEdit(const char* what, HWND edit) {
 void multiLineEdit() {
   puts("-- a multi-line edit control");
   HWND p = createNamed("ProbeCaret", "P", WS_POPUP | WS_VISIBLE, NULL);
-  expect("E");
-  HWND e = CreateWindowExA(0, "Edit", "first\r\nsecond line",
-                           WS_CHILD | WS_VISIBLE | ES_MULTILINE | ES_AUTOHSCROLL | ES_AUTOVSCROLL,
-                           0, 0, 300, 120, p, NULL, GetModuleHandleA(NULL), NULL);
-  nameWindow(e, "E");
+  HWND e =
+      createAt("Edit", "E", WS_CHILD | WS_VISIBLE | ES_MULTILINE | ES_AUTOHSCROLL | ES_AUTOVSCROLL,
+               0, 0, 300, 120, p, 0, 0, "first\r\nsecond line");
   SetFocus(e);
   int len = (int)SendMessageA(e, WM_GETTEXTLENGTH, 0, 0);
   printf("EM_POSFROMCHAR(length %d) %ld, line of the end %d, EM_LINEINDEX(2) %d\n", len,
@@ -203,17 +201,9 @@ void multiLineEdit() {
 void mouseEdit() {
   puts("-- the mouse in an edit control");
   HWND p = createNamed("ProbeCaret", "P", WS_POPUP | WS_VISIBLE, NULL);
-  expect("M");
-  HWND e = CreateWindowExA(0, "Edit", "Hello world  foo\r\nsecond",
-                           WS_CHILD | WS_VISIBLE | ES_MULTILINE | ES_AUTOHSCROLL, 0, 0, 300, 120,
-                           p, NULL, GetModuleHandleA(NULL), NULL);
-  nameWindow(e, "M");
-  HDC dc = GetDC(e);
-  HGDIOBJ old = SelectObject(dc, (HGDIOBJ)SendMessageA(e, WM_GETFONT, 0, 0));
-  TEXTMETRICA tm;
-  GetTextMetricsA(dc, &tm);
-  SelectObject(dc, old);
-  ReleaseDC(e, dc);
+  HWND e = createAt("Edit", "M", WS_CHILD | WS_VISIBLE | ES_MULTILINE | ES_AUTOHSCROLL, 0, 0, 300,
+                    120, p, 0, 0, "Hello world  foo\r\nsecond");
+  TEXTMETRICA tm = fontMetricsOf(e);
   // The point at quarter q (1 or 3) of character i's cell, or right of the
   // end of its line (q 8), or below the text (q 9).
   auto at = [&](int i, int q) {

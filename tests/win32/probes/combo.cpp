@@ -4,7 +4,7 @@
 // user acts through SendInput, so the input path is exercised too.
 #include "probe.h"
 
-#include <initializer_list>
+#include <functional>
 
 using namespace probe;
 
@@ -65,18 +65,17 @@ void keys(std::initializer_list<WORD> vks) {
 const char* const kFruit[] = {"cherry", "apple", "date", "banana", "fig"};
 
 HWND makeCombo(HWND parent, DWORD style, int id) {
-  HWND combo = CreateWindowExA(0, "ComboBox", "", WS_CHILD | WS_VISIBLE | WS_VSCROLL | style, 10, 10 + 40 * (id - 1),
-                               150, 200, parent, (HMENU)(INT_PTR)id, GetModuleHandleA(NULL), NULL);
+  HWND combo = createAt("ComboBox", "", WS_CHILD | WS_VISIBLE | WS_VSCROLL | style, 10, 10 + 40 * (id - 1), 150,
+                        200, parent, 0, id);
   for (const char* f : kFruit) sendText(combo, CB_ADDSTRING, 0, f);
   return combo;
 }
 
-// Braced lists are evaluated left to right, unlike a call's arguments, so
-// the values are the results of the messages in the order written.
-void show(const char* label, std::initializer_list<LRESULT> values) {
-  printf("%s:", label);
-  for (LRESULT v : values) printf(" %ld", (long)v);
-  printf("\n");
+COMBOBOXINFO infoOf(HWND combo) {
+  COMBOBOXINFO info;
+  info.cbSize = sizeof info;
+  GetComboBoxInfo(combo, &info);
+  return info;
 }
 
 int clientHeight(HWND hwnd) {
@@ -86,37 +85,34 @@ int clientHeight(HWND hwnd) {
 }
 
 void answers(HWND parent) {
-  HWND combo = CreateWindowExA(0, "ComboBox", "", WS_CHILD | CBS_DROPDOWNLIST | CBS_SORT, 10, 10, 150, 200,
-                               parent, (HMENU)9, GetModuleHandleA(NULL), NULL);
-  show("added", {sendText(combo, CB_ADDSTRING, 0, kFruit[0]), sendText(combo, CB_ADDSTRING, 0, kFruit[1]),
+  HWND combo = createAt("ComboBox", "", WS_CHILD | CBS_DROPDOWNLIST | CBS_SORT, 10, 10, 150, 200, parent, 0, 9);
+  printValues("added", {sendText(combo, CB_ADDSTRING, 0, kFruit[0]), sendText(combo, CB_ADDSTRING, 0, kFruit[1]),
                  sendText(combo, CB_ADDSTRING, 0, kFruit[2]), sendText(combo, CB_ADDSTRING, 0, kFruit[3]),
                  sendText(combo, CB_ADDSTRING, 0, kFruit[4])});
   char text[32] = "";
-  show("count, find B, exact fig, exact fi, text of 2",
+  printValues("count, find B, exact fig, exact fi, text of 2",
        {send(combo, CB_GETCOUNT, 0, 0), sendText(combo, CB_FINDSTRING, -1, "B"),
         sendText(combo, CB_FINDSTRINGEXACT, -1, "fig"), sendText(combo, CB_FINDSTRINGEXACT, -1, "fi"),
         send(combo, CB_GETLBTEXT, 2, (LPARAM)text)});
   printf("text of 2: %s\n", text);
-  show("select d, cur, set 9, cur, bad text len, set data, data",
+  printValues("select d, cur, set 9, cur, bad text len, set data, data",
        {sendText(combo, CB_SELECTSTRING, -1, "d"), send(combo, CB_GETCURSEL, 0, 0), send(combo, CB_SETCURSEL, 9, 0),
         send(combo, CB_GETCURSEL, 0, 0), send(combo, CB_GETLBTEXTLEN, 7, 0), send(combo, CB_SETITEMDATA, 1, 42),
         send(combo, CB_GETITEMDATA, 1, 0)});
-  show("insert at 1, delete 0, cur, settext, edit sel, set and get extended ui",
+  printValues("insert at 1, delete 0, cur, settext, edit sel, set and get extended ui",
        {sendText(combo, CB_INSERTSTRING, 1, "kiwi"), send(combo, CB_DELETESTRING, 0, 0),
         send(combo, CB_GETCURSEL, 0, 0), sendText(combo, WM_SETTEXT, 0, "x"), send(combo, CB_GETEDITSEL, 0, 0),
         send(combo, CB_SETEXTENDEDUI, TRUE, 0), send(combo, CB_GETEXTENDEDUI, 0, 0)});
   int textHeight = (int)send(combo, CB_GETITEMHEIGHT, (WPARAM)-1, 0);
-  show("height less item(-1), set item(-1) 20, height, item(-1)",
+  printValues("height less item(-1), set item(-1) 20, height, item(-1)",
        {clientHeight(combo) - textHeight, send(combo, CB_SETITEMHEIGHT, (WPARAM)-1, 20), clientHeight(combo),
         send(combo, CB_GETITEMHEIGHT, (WPARAM)-1, 0)});
-  COMBOBOXINFO info;
-  info.cbSize = sizeof info;
-  GetComboBoxInfo(combo, &info);
+  COMBOBOXINFO info = infoOf(combo);
   char cls[32] = "";
   GetClassNameA(info.hwndList, cls, sizeof cls);
   printf("info: item %d, list class %s id %d, list parent is the desktop %d\n", info.hwndItem != NULL, cls,
          GetDlgCtrlID(info.hwndList), GetParent(info.hwndList) == GetDesktopWindow());
-  show("reset, count, cur", {send(combo, CB_RESETCONTENT, 0, 0), send(combo, CB_GETCOUNT, 0, 0),
+  printValues("reset, count, cur", {send(combo, CB_RESETCONTENT, 0, 0), send(combo, CB_GETCOUNT, 0, 0),
                              send(combo, CB_GETCURSEL, 0, 0)});
   DestroyWindow(combo);
   g_notes[0] = 0;
@@ -124,79 +120,68 @@ void answers(HWND parent) {
 
 // The button is at the right end of the box, as wide as a scroll bar.
 void clickButton(HWND combo) {
-  COMBOBOXINFO info;
-  info.cbSize = sizeof info;
-  GetComboBoxInfo(combo, &info);
+  COMBOBOXINFO info = infoOf(combo);
   clickAt(combo, (info.rcButton.left + info.rcButton.right) / 2, (info.rcButton.top + info.rcButton.bottom) / 2);
 }
 
 void clickItem(HWND combo, int index) {
-  COMBOBOXINFO info;
-  info.cbSize = sizeof info;
-  GetComboBoxInfo(combo, &info);
   int h = (int)send(combo, CB_GETITEMHEIGHT, 0, 0);
-  clickAt(info.hwndList, 20, h * index + h / 2);
+  clickAt(infoOf(combo).hwndList, 20, h * index + h / 2);
+}
+
+// Each step acted, then reported.
+struct Step {
+  const char* what;
+  std::function<void()> act;
+};
+
+void run(HWND combo, std::initializer_list<Step> steps) {
+  for (const Step& step : steps) {
+    step.act();
+    report(step.what, combo);
+  }
 }
 
 void dropDownList(HWND parent) {
   HWND combo = makeCombo(parent, CBS_DROPDOWNLIST, 1);
   report("made", combo);
-  clickButton(combo);
-  report("button clicked", combo);
-  clickItem(combo, 2);
-  report("item 2 clicked", combo);
-  clickAt(combo, 10, 5);
-  report("box clicked", combo);
-  clickAt(parent, 250, 250);
-  report("parent clicked", combo);
-  keys({VK_DOWN});
-  report("down", combo);
-  keys({VK_F4});
-  report("F4", combo);
-  keys({VK_DOWN});
-  report("down while dropped", combo);
-  keys({VK_RETURN});
-  report("return", combo);
-  keys({VK_MENU, VK_DOWN});
-  report("alt+down", combo);
-  keys({VK_UP});
-  report("up while dropped", combo);
-  keys({VK_ESCAPE});
-  report("escape", combo);
-  keys({'B'});
-  report("typed b", combo);
-  SetFocus(parent);
-  report("focus away", combo);
+  run(combo, {
+      {"button clicked", [&] { clickButton(combo); }},
+      {"item 2 clicked", [&] { clickItem(combo, 2); }},
+      {"box clicked", [&] { clickAt(combo, 10, 5); }},
+      {"parent clicked", [&] { clickAt(parent, 250, 250); }},
+      {"down", [] { keys({VK_DOWN}); }},
+      {"F4", [] { keys({VK_F4}); }},
+      {"down while dropped", [] { keys({VK_DOWN}); }},
+      {"return", [] { keys({VK_RETURN}); }},
+      {"alt+down", [] { keys({VK_MENU, VK_DOWN}); }},
+      {"up while dropped", [] { keys({VK_UP}); }},
+      {"escape", [] { keys({VK_ESCAPE}); }},
+      {"typed b", [] { keys({'B'}); }},
+      {"focus away", [&] { SetFocus(parent); }},
+  });
   DestroyWindow(combo);
 }
 
 void dropDown(HWND parent) {
   HWND combo = makeCombo(parent, CBS_DROPDOWN | CBS_SORT, 2);
-  SetFocus(combo);
-  report("focused", combo);
-  keys({'B'});
-  keys({'A'});
-  report("typed ba", combo);
-  clickButton(combo);
-  report("button clicked", combo);
-  clickItem(combo, 4);
-  report("item 4 clicked", combo);
+  run(combo, {
+      {"focused", [&] { SetFocus(combo); }},
+      {"typed ba", [] { keys({'B'}), keys({'A'}); }},
+      {"button clicked", [&] { clickButton(combo); }},
+      {"item 4 clicked", [&] { clickItem(combo, 4); }},
+  });
   DWORD start = 0, end = 0;
   send(combo, CB_GETEDITSEL, (WPARAM)&start, (LPARAM)&end);
   printf("edit selection %lu-%lu\n", (unsigned long)start, (unsigned long)end);
-  keys({VK_UP});
-  report("up", combo);
-  sendText(combo, WM_SETTEXT, 0, "plum");
-  report("set text", combo);
-  send(combo, CB_SETCURSEL, 1, 0);
-  report("set cursel 1", combo);
-  // Away from where the list drops down: the item under the mouse follows it.
-  mouseAt(parent, 250, 250, false);
-  keys({VK_F4});
-  keys({VK_ESCAPE});
-  report("F4, escape", combo);
-  SetFocus(parent);
-  report("focus away", combo);
+  run(combo, {
+      {"up", [] { keys({VK_UP}); }},
+      {"set text", [&] { sendText(combo, WM_SETTEXT, 0, "plum"); }},
+      {"set cursel 1", [&] { send(combo, CB_SETCURSEL, 1, 0); }},
+      // Away from where the list drops down: the item under the mouse follows it.
+      {"F4, escape", [&] { mouseAt(parent, 250, 250, false), keys({VK_F4}), keys({VK_ESCAPE}); }},
+      {"focus away", [&] { SetFocus(parent); }},
+  });
   DestroyWindow(combo);
 }
 
@@ -204,8 +189,7 @@ void dropDown(HWND parent) {
 
 int main() {
   registerClass("ProbeComboParent", parentProc, (HBRUSH)(COLOR_WINDOW + 1));
-  HWND parent = CreateWindowExA(0, "ProbeComboParent", "P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 50, 50, 400, 300,
-                                NULL, NULL, GetModuleHandleA(NULL), NULL);
+  HWND parent = createAt("ProbeComboParent", "P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 50, 50, 400, 300, NULL);
   SetForegroundWindow(parent);
   settle();
   g_notes[0] = 0;

@@ -18,8 +18,7 @@ LRESULT CALLBACK creatingProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     const CREATESTRUCTA* cs = reinterpret_cast<const CREATESTRUCTA*>(lp);
     g_seenInNcCreate = cs;
     printf("  NCCREATE cs: x=%d y=%d cx=%d cy=%d style=%#lx ex=%#lx params=%d name=%s parent=%s\n",
-           cs->x, cs->y, cs->cx, cs->cy, (unsigned long)cs->style,
-           (unsigned long)cs->dwExStyle,
+           cs->x, cs->y, cs->cx, cs->cy, (unsigned long)cs->style, (unsigned long)cs->dwExStyle,
            cs->lpCreateParams ? *static_cast<const int*>(cs->lpCreateParams) : -1,
            cs->lpszName ? cs->lpszName : "(null)", hname(cs->hwndParent));
     if (g_ncCreateResult != 1) return g_ncCreateResult;
@@ -34,39 +33,27 @@ LRESULT CALLBACK creatingProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 }
 
 void registration() {
-  ATOM atom = registerClass("ProbeCreate", creatingProc);
-  printf("register: atom in 0xC000..0xFFFF: %d\n", atom >= 0xC000);
-  SetLastError(0);
-  atom = registerClass("ProbeCreate", creatingProc);
-  printf("register again: %d err=%lu\n", atom, GetLastError());
-  SetLastError(0);
-  atom = registerClass("PROBECREATE", creatingProc);
-  printf("register other case: %d err=%lu\n", atom, GetLastError());
+  printf("register: atom in 0xC000..0xFFFF: %d\n",
+         registerClass("ProbeCreate", creatingProc) >= 0xC000);
+  PRINT_ERR("register again", registerClass("ProbeCreate", creatingProc));
+  PRINT_ERR("register other case", registerClass("PROBECREATE", creatingProc));
   WNDCLASSEXA wc;
   memset(&wc, 0, sizeof wc);
   wc.cbSize = sizeof wc - 4;
   wc.lpfnWndProc = creatingProc;
   wc.lpszClassName = "ProbeBadSize";
-  SetLastError(0);
-  atom = RegisterClassExA(&wc);
-  printf("register bad cbSize: %d err=%lu\n", atom, GetLastError());
-  SetLastError(0);
-  BOOL ok = UnregisterClassA("ProbeNoSuchClass", GetModuleHandleA(NULL));
-  printf("unregister unknown: %d err=%lu\n", ok, GetLastError());
+  PRINT_ERR("register bad cbSize", RegisterClassExA(&wc));
+  PRINT_ERR("unregister unknown", UnregisterClassA("ProbeNoSuchClass", GetModuleHandleA(NULL)));
   WNDCLASSEXA info;
   memset(&info, 0, sizeof info);
   info.cbSize = sizeof info;
-  ok = GetClassInfoExA(GetModuleHandleA(NULL), "probecreate", &info);
-  printf("class info by other case: %d\n", ok != 0);
+  printf("class info by other case: %d\n",
+         GetClassInfoExA(GetModuleHandleA(NULL), "probecreate", &info) != 0);
 }
 
-HWND create(const char* name, DWORD ex, DWORD style, int x, int y, int w, int h,
-            HWND parent, int id = 0, void* params = NULL) {
-  expect(name);
-  HWND hwnd = CreateWindowExA(ex, "ProbeCreate", name, style, x, y, w, h, parent,
-                              (HMENU)(INT_PTR)id, GetModuleHandleA(NULL), params);
-  if (hwnd) nameWindow(hwnd, name);
-  return hwnd;
+HWND create(const char* name, DWORD ex, DWORD style, int x, int y, int w, int h, HWND parent,
+            int id = 0, void* params = NULL) {
+  return createAt("ProbeCreate", name, style, x, y, w, h, parent, ex, id, NULL, params);
 }
 
 void sequences() {
@@ -75,35 +62,20 @@ void sequences() {
   printf("show returns %d\n", ShowWindow(p, SW_SHOW));
   printLog("first show");
   printWindowRects("P", p);
-
-  HWND c = create("c", 0, WS_CHILD | WS_BORDER, 5, 6, 50, 40, p, 7);
-  printLog("child hidden");
-  HWND v = create("v", 0, WS_CHILD | WS_VISIBLE, 60, 6, 50, 40, p, 8);
-  printLog("child visible");
-  HWND q = create("q", WS_EX_NOPARENTNOTIFY, WS_CHILD, 0, 0, 10, 10, p, 9);
-  printLog("child no parent notify");
-
+  logged("child hidden", create("c", 0, WS_CHILD | WS_BORDER, 5, 6, 50, 40, p, 7));
+  logged("child visible", create("v", 0, WS_CHILD | WS_VISIBLE, 60, 6, 50, 40, p, 8));
+  logged("child no parent notify", create("q", WS_EX_NOPARENTNOTIFY, WS_CHILD, 0, 0, 10, 10, p, 9));
   HWND pop = create("pop", 0, WS_POPUP | WS_BORDER, 40, 50, 120, 80, p);
   printLog("popup hidden");
   printf("popup parent=%s owner=%s\n", hname(GetParent(pop)), hname(GetWindow(pop, GW_OWNER)));
-
   HWND w = create("w", 0, WS_OVERLAPPEDWINDOW | WS_VISIBLE, 30, 40, 200, 150, NULL);
   printLog("overlapped visible");
-
   HWND o = create("o", 0, WS_OVERLAPPED, 0, 0, 100, 100, p);
   printLog("owned overlapped");
   printf("owned parent=%s owner=%s\n", hname(GetParent(o)), hname(GetWindow(o, GW_OWNER)));
-
-  DestroyWindow(o);
-  DestroyWindow(w);
-  DestroyWindow(pop);
-  DestroyWindow(q);
-  DestroyWindow(v);
-  DestroyWindow(c);
+  DestroyWindow(w);  // the others go with P
   clearLog();
-  SetLastError(0);
-  BOOL ok = UnregisterClassA("ProbeCreate", GetModuleHandleA(NULL));
-  printf("unregister with windows: %d err=%lu\n", ok, GetLastError());
+  PRINT_ERR("unregister with windows", UnregisterClassA("ProbeCreate", GetModuleHandleA(NULL)));
   DestroyWindow(p);
   clearLog();
 }
@@ -146,8 +118,8 @@ void defaults() {
   // With WS_VISIBLE and x = CW_USEDEFAULT, y is the first ShowWindow command.
   HWND hiddenByY = create("y0", 0, WS_OVERLAPPEDWINDOW | WS_VISIBLE, CW_USEDEFAULT, SW_HIDE,
                           CW_USEDEFAULT, 0, NULL);
-  HWND maxByY = create("y3", 0, WS_OVERLAPPEDWINDOW | WS_VISIBLE, CW_USEDEFAULT,
-                       SW_SHOWMAXIMIZED, CW_USEDEFAULT, 0, NULL);
+  HWND maxByY = create("y3", 0, WS_OVERLAPPEDWINDOW | WS_VISIBLE, CW_USEDEFAULT, SW_SHOWMAXIMIZED,
+                       CW_USEDEFAULT, 0, NULL);
   printf("y as show command: SW_HIDE visible %d, SW_SHOWMAXIMIZED visible %d zoomed %d\n",
          IsWindowVisible(hiddenByY), IsWindowVisible(maxByY), IsZoomed(maxByY));
   DestroyWindow(hiddenByY);
@@ -203,8 +175,7 @@ void failures() {
   h = create("f4", 0, WS_CHILD, 0, 0, 10, 10, NULL);
   printf("child without parent: hwnd %d err=%lu\n", h != NULL, GetLastError());
   SetLastError(0);
-  h = CreateWindowExA(0, "ProbeNoSuchClass", "", WS_POPUP, 0, 0, 10, 10, NULL, NULL,
-                      GetModuleHandleA(NULL), NULL);
+  h = createAt("ProbeNoSuchClass", "", WS_POPUP, 0, 0, 10, 10, NULL);
   printf("unknown class: hwnd %d err=%lu\n", h != NULL, GetLastError());
   HWND d = create("d", 0, WS_CHILD, 1, 2, 10, 10, GetDesktopWindow());
   printf("child of desktop: parent=%s\n", hname(GetParent(d)));

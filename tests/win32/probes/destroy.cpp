@@ -7,11 +7,7 @@ using namespace probe;
 namespace {
 
 HWND create(const char* name, DWORD ex, DWORD style, HWND parent, int id = 0) {
-  expect(name);
-  HWND hwnd = CreateWindowExA(ex, "ProbeDestroy", name, style, 0, 0, 100, 100, parent,
-                              (HMENU)(INT_PTR)id, GetModuleHandleA(NULL), NULL);
-  if (hwnd) nameWindow(hwnd, name);
-  return hwnd;
+  return createAt("ProbeDestroy", name, style, 0, 0, 100, 100, parent, ex, id);
 }
 
 HWND g_peekDuringDestroy;
@@ -44,12 +40,10 @@ void child() {
   HWND c = create("c", 0, WS_CHILD | WS_VISIBLE, p, 7);
   create("g", 0, WS_CHILD, c, 8);
   clearLog();
-  DestroyWindow(c);
-  printLog("destroy visible child");
+  logged("destroy visible child", DestroyWindow(c));
   ShowWindow(p, SW_SHOW);
   clearLog();
-  DestroyWindow(p);
-  printLog("destroy visible top-level");
+  logged("destroy visible top-level", DestroyWindow(p));
 }
 
 void owned() {
@@ -59,8 +53,7 @@ void owned() {
   create("b", 0, WS_OVERLAPPED, o);
   HWND oc = create("oc", 0, WS_CHILD, o);
   clearLog();
-  DestroyWindow(o);
-  printLog("destroy owner");
+  logged("destroy owner", DestroyWindow(o));
   printf("owned gone: %d, child gone: %d\n", !IsWindow(a), !IsWindow(oc));
 }
 
@@ -74,20 +67,12 @@ void afterwards() {
   clearLog();
   pump();
   printLog("posted messages after destroy");
-  BOOL ok = DestroyWindow(p);
-  printf("destroy again: %d\n", ok);
-  SetLastError(0);
-  ok = DestroyWindow((HWND)(INT_PTR)0x7ffe);
-  printf("destroy bogus handle: %d err=%lu\n", ok, GetLastError());
-  SetLastError(0);
-  BOOL posted = PostMessageA(p, WM_USER, 0, 0);
-  printf("post to destroyed: %d err=%lu\n", posted, GetLastError());
-  SetLastError(0);
-  LRESULT sent = SendMessageA(p, WM_USER, 0, 0);
-  printf("send to destroyed: %ld err=%lu\n", (long)sent, GetLastError());
+  printf("destroy again: %d\n", DestroyWindow(p));
+  PRINT_ERR("destroy bogus handle", DestroyWindow((HWND)(INT_PTR)0x7ffe));
+  PRINT_ERR("post to destroyed", PostMessageA(p, WM_USER, 0, 0));
+  PRINT_ERR("send to destroyed", SendMessageA(p, WM_USER, 0, 0));
   clearLog();
-  SendMessageA(q, WM_CLOSE, 0, 0);
-  printLog("WM_CLOSE through DefWindowProc");
+  logged("WM_CLOSE through DefWindowProc", SendMessageA(q, WM_CLOSE, 0, 0));
   printf("closed window gone: %d\n", !IsWindow(q));
   HWND r = create("R", 0, WS_OVERLAPPEDWINDOW, NULL);
   printf("new handle differs from destroyed ones: %d\n", r != p && r != q);

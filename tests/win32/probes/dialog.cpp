@@ -30,15 +30,13 @@ INT_PTR CALLBACK answeringDlgProc(HWND hwnd, UINT msg, WPARAM, LPARAM) {
 
 HWND control(const char* name, const char* cls, DWORD style, HWND parent, int id,
              const char* text = "") {
-  expect(name);
-  HWND h = CreateWindowExA(0, cls, text, WS_CHILD | WS_VISIBLE | style, 10, 10 + id * 20, 80, 18,
-                           parent, (HMENU)(INT_PTR)id, GetModuleHandleA(NULL), NULL);
-  nameWindow(h, name);
-  return h;
+  return createAt(cls, name, WS_CHILD | WS_VISIBLE | style, 10, 10 + id * 20, 80, 18, parent, 0, id,
+                  text);
 }
 
 void classes() {
   const char* names[] = {"#32770", "#32768", "#32769", "#32771", "#32772"};
+  bool dialogExtra = false;
   for (const char* n : names) {
     WNDCLASSEXA wc;
     memset(&wc, 0, sizeof wc);
@@ -46,12 +44,9 @@ void classes() {
     BOOL ok = GetClassInfoExA(NULL, n, &wc);
     printf("class %s: %d style %#x instance null %d\n", n, ok, (unsigned)wc.style,
            wc.hInstance == NULL);
+    if (n == names[0]) dialogExtra = wc.cbWndExtra == DLGWINDOWEXTRA;
   }
-  WNDCLASSEXA wc;
-  memset(&wc, 0, sizeof wc);
-  wc.cbSize = sizeof wc;
-  GetClassInfoExA(NULL, "#32770", &wc);
-  printf("dialog extra bytes are DLGWINDOWEXTRA: %d\n", wc.cbWndExtra == DLGWINDOWEXTRA);
+  printf("dialog extra bytes are DLGWINDOWEXTRA: %d\n", dialogExtra);
   char name[32] = "";
   GetClassNameA(GetDesktopWindow(), name, sizeof name);
   printf("desktop class %s\n", name);
@@ -77,17 +72,17 @@ void dialogCodes() {
   int id = 1;
   for (auto& c : cases) {
     HWND h = control(c.name, c.cls, c.style, p, id++);
-    printf("dialog code of %s: %#lx\n", c.name, (unsigned long)SendMessageA(h, WM_GETDLGCODE, 0, 0));
+    printf("dialog code of %s: %#lx\n", c.name,
+           (unsigned long)SendMessageA(h, WM_GETDLGCODE, 0, 0));
   }
   DestroyWindow(p);
 }
 
+// A button's kind: BS_PUSHBUTTON or BS_DEFPUSHBUTTON for these.
+long kind(HWND button) { return GetWindowLongA(button, GWL_STYLE) & 0xF; }
+
 HWND makeDialog(const char* name) {
-  expect(name);
-  HWND d = CreateWindowExA(0, "ProbeDialog", name, WS_POPUP | WS_CAPTION, 100, 100, 240, 200,
-                           NULL, NULL, GetModuleHandleA(NULL), NULL);
-  nameWindow(d, name);
-  return d;
+  return createAt("ProbeDialog", name, WS_POPUP | WS_CAPTION, 100, 100, 240, 200, NULL);
 }
 
 void defaultButtons() {
@@ -96,19 +91,18 @@ void defaultButtons() {
   printf("default id at first: %#lx\n", (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0));
   LRESULT r = SendMessageA(d, DM_SETDEFID, 5, 0);
   printf("set default 5: %ld, now %#lx, styles ok %ld no %ld\n", (long)r,
-         (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0), GetWindowLongA(ok, GWL_STYLE) & 0xF,
-         GetWindowLongA(no, GWL_STYLE) & 0xF);
+         (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0), kind(ok), kind(no));
   r = SendMessageA(d, DM_SETDEFID, 99, 0);
   printf("set default 99: %ld, now %#lx\n", (long)r,
          (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0));
   SendMessageA(d, DM_SETDEFID, IDOK, 0);
-  printf("back to 1: styles ok %ld no %ld\n", GetWindowLongA(ok, GWL_STYLE) & 0xF,
-         GetWindowLongA(no, GWL_STYLE) & 0xF);
+  printf("back to 1: styles ok %ld no %ld\n", kind(ok), kind(no));
 
   HWND empty = makeDialog("E");
   printf("empty dialog default id: %#lx\n", (unsigned long)SendMessageA(empty, DM_GETDEFID, 0, 0));
   HWND b = control("lone", "Button", BS_DEFPUSHBUTTON, empty, 9);
-  printf("with a default push button: %#lx\n", (unsigned long)SendMessageA(empty, DM_GETDEFID, 0, 0));
+  printf("with a default push button: %#lx\n",
+         (unsigned long)SendMessageA(empty, DM_GETDEFID, 0, 0));
   DestroyWindow(b);
   DestroyWindow(empty);
 }
@@ -184,24 +178,22 @@ void keyboard() {
   } keys[] = {
       {"tab", WM_KEYDOWN, VK_TAB},       {"return", WM_KEYDOWN, VK_RETURN},
       {"escape", WM_KEYDOWN, VK_ESCAPE}, {"down", WM_KEYDOWN, VK_DOWN},
-      {"char a", WM_CHAR, 'a'},        {"tab", WM_KEYDOWN, VK_TAB},
+      {"char a", WM_CHAR, 'a'},          {"tab", WM_KEYDOWN, VK_TAB},
       {"tab", WM_KEYDOWN, VK_TAB},       {"return", WM_KEYDOWN, VK_RETURN},
   };
+  MSG m;
+  memset(&m, 0, sizeof m);
   for (auto& k : keys) {
     clearLog();
-    MSG m;
-    memset(&m, 0, sizeof m);
     m.hwnd = GetFocus();
     m.message = k.msg;
     m.wParam = k.key;
     BOOL r = IsDialogMessageA(d, &m);
     pump();
     printf("%s from %s: %d, focus %s, styles ok %ld no %ld;", k.name, hname(m.hwnd), r,
-           hname(GetFocus()), GetWindowLongA(ok, GWL_STYLE) & 0xF, GetWindowLongA(no, GWL_STYLE) & 0xF);
+           hname(GetFocus()), kind(ok), kind(no));
     printLog("");
   }
-  MSG m;
-  memset(&m, 0, sizeof m);
   m.hwnd = GetFocus();
   m.message = WM_KEYDOWN;
   m.wParam = VK_TAB;
@@ -222,12 +214,8 @@ void closing() {
          IsWindowVisible(d), IsWindow(d), (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0));
   printf("after the end: set default %ld\n", (long)SendMessageA(d, DM_SETDEFID, 2, 0));
   HWND plain = createNamed("ProbeDialogPlain", "Q", WS_OVERLAPPEDWINDOW, NULL);
-  SetLastError(0);
-  r = EndDialog(plain, 1);
-  printf("end a plain window: %d err=%lu\n", r, GetLastError());
-  SetLastError(0);
-  r = EndDialog(NULL, 1);
-  printf("end null: %d err=%lu\n", r, GetLastError());
+  PRINT_ERR("end a plain window", EndDialog(plain, 1));
+  PRINT_ERR("end null", EndDialog(NULL, 1));
   DestroyWindow(plain);
   DestroyWindow(d);
 }

@@ -8,17 +8,20 @@
 namespace {
 
 const char kRoot[] = "files_probe_dir";
+#define DIR "files_probe_dir\\"
 
-unsigned long err() { return (unsigned long)GetLastError(); }
+unsigned long err() {
+  return (unsigned long)GetLastError();
+}
 
 // Opens a name and prints the outcome; the handle is closed unless kept.
 struct Open {
   const char* label;
   const char* name;
   DWORD access;
-  DWORD share;
   DWORD disposition;
-  DWORD flags;
+  DWORD share = 0;
+  DWORD flags = 0;
 };
 
 HANDLE openAndShow(const Open& o, bool keep = false) {
@@ -65,115 +68,90 @@ void opening() {
   tooLong[300] = '\0';
   const DWORD rw = GENERIC_READ | GENERIC_WRITE;
   const Open cases[] = {
-      {"CREATE_NEW of a new file", "files_probe_dir\\a.txt", rw, 0, CREATE_NEW, 0},
-      {"CREATE_NEW of an existing file", "files_probe_dir\\a.txt", rw, 0, CREATE_NEW, 0},
-      {"CREATE_ALWAYS of an existing file", "files_probe_dir\\a.txt", rw, 0, CREATE_ALWAYS, 0},
-      {"OPEN_ALWAYS of an existing file", "files_probe_dir\\a.txt", rw, 0, OPEN_ALWAYS, 0},
-      {"OPEN_EXISTING of an existing file", "files_probe_dir\\a.txt", rw, 0, OPEN_EXISTING, 0},
-      {"TRUNCATE_EXISTING of an existing file", "files_probe_dir\\a.txt", GENERIC_WRITE, 0,
-       TRUNCATE_EXISTING, 0},
-      {"OPEN_ALWAYS of a new file", "files_probe_dir\\b.txt", rw, 0, OPEN_ALWAYS, 0},
-      {"CREATE_ALWAYS of a new file", "files_probe_dir\\c.txt", rw, 0, CREATE_ALWAYS, 0},
-      {"OPEN_EXISTING of a missing file", "files_probe_dir\\none.txt", rw, 0, OPEN_EXISTING, 0},
-      {"TRUNCATE_EXISTING of a missing file", "files_probe_dir\\none.txt", GENERIC_WRITE, 0,
-       TRUNCATE_EXISTING, 0},
-      {"CREATE_ALWAYS in a missing folder", "files_probe_dir\\nodir\\x.txt", rw, 0, CREATE_ALWAYS, 0},
-      {"OPEN_EXISTING under a file", "files_probe_dir\\a.txt\\x.txt", rw, 0, OPEN_EXISTING, 0},
-      {"disposition 0", "files_probe_dir\\a.txt", rw, 0, 0, 0},
-      {"disposition 6", "files_probe_dir\\a.txt", rw, 0, 6, 0},
-      {"an empty name", "", rw, 0, OPEN_EXISTING, 0},
-      {"a name with a wildcard", "files_probe_dir\\*.txt", rw, 0, OPEN_EXISTING, 0},
-      {"a name with '<'", "files_probe_dir\\a<b", rw, 0, CREATE_ALWAYS, 0},
-      {"a name with '|'", "files_probe_dir\\a|b", rw, 0, CREATE_ALWAYS, 0},
-      {"a name of 300 characters", tooLong, rw, 0, OPEN_EXISTING, 0},
-      {"a folder, OPEN_EXISTING", "files_probe_dir", GENERIC_READ, 0, OPEN_EXISTING, 0},
-      {"a folder, CREATE_NEW", "files_probe_dir", GENERIC_WRITE, 0, CREATE_NEW, 0},
-      {"a folder, CREATE_ALWAYS", "files_probe_dir", GENERIC_WRITE, 0, CREATE_ALWAYS, 0},
-      {"a folder with a separator after it", "files_probe_dir\\", GENERIC_READ, 0, OPEN_EXISTING, 0},
-      {"a file with a separator after it", "files_probe_dir\\a.txt\\", GENERIC_READ, 0,
-       OPEN_EXISTING, 0},
-      {"a missing file with a separator, OPEN_EXISTING", "files_probe_dir\\new\\", GENERIC_READ, 0,
-       OPEN_EXISTING, 0},
-      {"a missing file with a separator, CREATE_ALWAYS", "files_probe_dir\\new\\", GENERIC_WRITE, 0,
-       CREATE_ALWAYS, 0},
-      {"another case, OPEN_EXISTING", "FILES_PROBE_DIR\\A.TXT", GENERIC_READ, 0, OPEN_EXISTING, 0},
-      {"another case, CREATE_NEW", "files_probe_dir\\A.Txt", GENERIC_READ, 0, CREATE_NEW, 0},
-      {"'..' after a missing folder", "files_probe_dir\\nodir\\..\\a.txt", GENERIC_READ, 0,
-       OPEN_EXISTING, 0},
-      {"'.' and forward slashes", "files_probe_dir/./a.txt", GENERIC_READ, 0, OPEN_EXISTING, 0},
-      {"a trailing dot", "files_probe_dir\\a.txt.", GENERIC_READ, 0, OPEN_EXISTING, 0},
-      {"a trailing space", "files_probe_dir\\a.txt ", GENERIC_READ, 0, OPEN_EXISTING, 0},
-      {"a trailing dot on a folder", "files_probe_dir.\\a.txt", GENERIC_READ, 0, OPEN_EXISTING, 0},
+      {"CREATE_NEW of a new file", DIR "a.txt", rw, CREATE_NEW},
+      {"CREATE_NEW of an existing file", DIR "a.txt", rw, CREATE_NEW},
+      {"CREATE_ALWAYS of an existing file", DIR "a.txt", rw, CREATE_ALWAYS},
+      {"OPEN_ALWAYS of an existing file", DIR "a.txt", rw, OPEN_ALWAYS},
+      {"OPEN_EXISTING of an existing file", DIR "a.txt", rw, OPEN_EXISTING},
+      {"TRUNCATE_EXISTING of an existing file", DIR "a.txt", GENERIC_WRITE, TRUNCATE_EXISTING},
+      {"OPEN_ALWAYS of a new file", DIR "b.txt", rw, OPEN_ALWAYS},
+      {"CREATE_ALWAYS of a new file", DIR "c.txt", rw, CREATE_ALWAYS},
+      {"OPEN_EXISTING of a missing file", DIR "none.txt", rw, OPEN_EXISTING},
+      {"TRUNCATE_EXISTING of a missing file", DIR "none.txt", GENERIC_WRITE, TRUNCATE_EXISTING},
+      {"CREATE_ALWAYS in a missing folder", DIR "nodir\\x.txt", rw, CREATE_ALWAYS},
+      {"OPEN_EXISTING under a file", DIR "a.txt\\x.txt", rw, OPEN_EXISTING},
+      {"disposition 0", DIR "a.txt", rw, 0},
+      {"disposition 6", DIR "a.txt", rw, 6},
+      {"an empty name", "", rw, OPEN_EXISTING},
+      {"a name with a wildcard", DIR "*.txt", rw, OPEN_EXISTING},
+      {"a name with '<'", DIR "a<b", rw, CREATE_ALWAYS},
+      {"a name with '|'", DIR "a|b", rw, CREATE_ALWAYS},
+      {"a name of 300 characters", tooLong, rw, OPEN_EXISTING},
+      {"a folder, OPEN_EXISTING", "files_probe_dir", GENERIC_READ, OPEN_EXISTING},
+      {"a folder, CREATE_NEW", "files_probe_dir", GENERIC_WRITE, CREATE_NEW},
+      {"a folder, CREATE_ALWAYS", "files_probe_dir", GENERIC_WRITE, CREATE_ALWAYS},
+      {"a folder with a separator after it", DIR "", GENERIC_READ, OPEN_EXISTING},
+      {"a file with a separator after it", DIR "a.txt\\", GENERIC_READ, OPEN_EXISTING},
+      {"a missing file with a separator, OPEN_EXISTING", DIR "new\\", GENERIC_READ, OPEN_EXISTING},
+      {"a missing file with a separator, CREATE_ALWAYS", DIR "new\\", GENERIC_WRITE, CREATE_ALWAYS},
+      {"another case, OPEN_EXISTING", "FILES_PROBE_DIR\\A.TXT", GENERIC_READ, OPEN_EXISTING},
+      {"another case, CREATE_NEW", DIR "A.Txt", GENERIC_READ, CREATE_NEW},
+      {"'..' after a missing folder", DIR "nodir\\..\\a.txt", GENERIC_READ, OPEN_EXISTING},
+      {"'.' and forward slashes", "files_probe_dir/./a.txt", GENERIC_READ, OPEN_EXISTING},
+      {"a trailing dot", DIR "a.txt.", GENERIC_READ, OPEN_EXISTING},
+      {"a trailing space", DIR "a.txt ", GENERIC_READ, OPEN_EXISTING},
+      {"a trailing dot on a folder", "files_probe_dir.\\a.txt", GENERIC_READ, OPEN_EXISTING},
   };
   for (const Open& o : cases) openAndShow(o);
-  DeleteFileA("files_probe_dir\\b.txt");
-  DeleteFileA("files_probe_dir\\c.txt");
+  DeleteFileA(DIR "b.txt");
+  DeleteFileA(DIR "c.txt");
+}
+
+// "label: ok n=N err=E" for reading or writing len bytes at buf through h.
+void transfer(const char* label, bool write, HANDLE h, char* buf, DWORD len) {
+  DWORD n = 77;
+  SetLastError(1234);
+  BOOL ok = write ? WriteFile(h, buf, len, &n, NULL) : ReadFile(h, buf, len, &n, NULL);
+  printf("%s: %d n=%lu err=%lu\n", label, ok, (unsigned long)n, err());
 }
 
 void readingAndWriting() {
-  const Open create = {"create for writing", "files_probe_dir\\data.bin", GENERIC_WRITE, 0,
-                       CREATE_NEW, 0};
-  HANDLE w = openAndShow(create, true);
-  DWORD n = 77;
-  char buf[64];
-  SetLastError(1234);
-  BOOL ok = WriteFile(w, "hello\0world", 11, &n, NULL);
-  printf("write 11 bytes with a zero byte: %d n=%lu err=%lu\n", ok, (unsigned long)n, err());
-  n = 77;
-  SetLastError(1234);
-  ok = ReadFile(w, buf, 4, &n, NULL);
-  printf("read from a handle for writing: %d n=%lu err=%lu\n", ok, (unsigned long)n, err());
-  SetLastError(1234);
-  ok = WriteFile(w, buf, 0, &n, NULL);
-  printf("write 0 bytes: %d n=%lu err=%lu\n", ok, (unsigned long)n, err());
-  n = 77;
-  SetLastError(1234);
-  ok = WriteFile(w, NULL, 3, &n, NULL);
-  printf("write 3 bytes from NULL: %d n=%lu err=%lu\n", ok, (unsigned long)n, err());
+  HANDLE w = openAndShow({"create for writing", DIR "data.bin", GENERIC_WRITE, CREATE_NEW}, true);
+  char buf[64] = "hello\0world";
+  transfer("write 11 bytes with a zero byte", true, w, buf, 11);
+  transfer("read from a handle for writing", false, w, buf, 4);
+  transfer("write 0 bytes", true, w, buf, 0);
+  transfer("write 3 bytes from NULL", true, w, NULL, 3);
   DWORD high = 99;
   SetLastError(1234);
   DWORD size = GetFileSize(w, &high);
   printf("size: %lu high %lu err=%lu\n", (unsigned long)size, (unsigned long)high, err());
   CloseHandle(w);
 
-  const Open reopen = {"open for reading", "files_probe_dir\\data.bin", GENERIC_READ, 0,
-                       OPEN_EXISTING, 0};
-  HANDLE r = openAndShow(reopen, true);
-  n = 77;
-  ok = ReadFile(r, buf, sizeof buf, &n, NULL);
+  HANDLE r = openAndShow({"open for reading", DIR "data.bin", GENERIC_READ, OPEN_EXISTING}, true);
+  DWORD n = 77;
+  BOOL ok = ReadFile(r, buf, sizeof buf, &n, NULL);
   printf("read all: %d n=%lu\n", ok, (unsigned long)n);
   printBytes("bytes", buf, n);
-  n = 77;
-  SetLastError(1234);
-  ok = ReadFile(r, buf, sizeof buf, &n, NULL);
-  printf("read at the end: %d n=%lu err=%lu\n", ok, (unsigned long)n, err());
-  n = 77;
-  SetLastError(1234);
-  ok = WriteFile(r, "x", 1, &n, NULL);
-  printf("write to a handle for reading: %d n=%lu err=%lu\n", ok, (unsigned long)n, err());
-  n = 77;
-  SetLastError(1234);
-  ok = ReadFile(r, NULL, 3, &n, NULL);
-  printf("read 3 bytes into NULL: %d n=%lu err=%lu\n", ok, (unsigned long)n, err());
+  transfer("read at the end", false, r, buf, sizeof buf);
+  transfer("write to a handle for reading", true, r, buf, 1);
+  transfer("read 3 bytes into NULL", false, r, NULL, 3);
   CloseHandle(r);
 
-  const Open query = {"open without access", "files_probe_dir\\data.bin", 0, 0, OPEN_EXISTING, 0};
-  HANDLE q = openAndShow(query, true);
-  n = 77;
-  SetLastError(1234);
-  ok = ReadFile(q, buf, 4, &n, NULL);
-  printf("  read: %d err=%lu\n", ok, err());
-  SetLastError(1234);
-  ok = WriteFile(q, buf, 4, &n, NULL);
-  printf("  write: %d err=%lu\n", ok, err());
+  HANDLE q = openAndShow({"open without access", DIR "data.bin", 0, OPEN_EXISTING}, true);
+  for (bool write : {false, true}) {
+    SetLastError(1234);
+    ok = write ? WriteFile(q, buf, 4, &n, NULL) : ReadFile(q, buf, 4, &n, NULL);
+    printf("  %s: %d err=%lu\n", write ? "write" : "read", ok, err());
+  }
   SHOW_DWORD("  size", GetFileSize(q, NULL));
   SHOW_DWORD("  move to 3", SetFilePointer(q, 3, NULL, FILE_BEGIN));
   CloseHandle(q);
 }
 
 void positions() {
-  HANDLE h = CreateFileA("files_probe_dir\\data.bin", GENERIC_READ | GENERIC_WRITE, 0, NULL,
-                         OPEN_EXISTING, 0, NULL);
+  HANDLE h =
+      CreateFileA(DIR "data.bin", GENERIC_READ | GENERIC_WRITE, 0, NULL, OPEN_EXISTING, 0, NULL);
   SHOW_DWORD("move to 3 from the start", SetFilePointer(h, 3, NULL, FILE_BEGIN));
   SHOW_DWORD("move 2 on", SetFilePointer(h, 2, NULL, FILE_CURRENT));
   SHOW_DWORD("move to 1 before the end", SetFilePointer(h, -1, NULL, FILE_END));
@@ -188,97 +166,87 @@ void positions() {
   SetFilePointer(h, 8, NULL, FILE_BEGIN);
   ReadFile(h, buf, sizeof buf, &n, NULL);
   printBytes("the gap reads as zeros", buf, n);
-  LONG high = 1;
-  SetLastError(1234);
-  DWORD low = SetFilePointer(h, 5, &high, FILE_BEGIN);
-  printf("move to 4 GB + 5: %lu high %ld err=%lu\n", (unsigned long)low, (long)high, err());
-  high = -1;
-  SetLastError(1234);
-  low = SetFilePointer(h, -2, &high, FILE_CURRENT);
-  printf("move 2 back with a high part: %lu high %ld err=%lu\n", (unsigned long)low, (long)high,
-         err());
+  auto moveFar = [h](const char* label, LONG low, LONG high, DWORD method) {
+    SetLastError(1234);
+    DWORD to = SetFilePointer(h, low, &high, method);
+    printf("%s: %lu high %ld err=%lu\n", label, (unsigned long)to, (long)high, err());
+  };
+  moveFar("move to 4 GB + 5", 5, 1, FILE_BEGIN);
+  moveFar("move 2 back with a high part", -2, -1, FILE_CURRENT);
   n = 77;
   BOOL ok = ReadFile(h, buf, 4, &n, NULL);
   printf("read far past the end: %d n=%lu\n", ok, (unsigned long)n);
-  high = 0;
-  SetLastError(1234);
-  low = SetFilePointer(h, -1, &high, FILE_BEGIN);
-  printf("move to 4 GB - 1: %lu high %ld err=%lu\n", (unsigned long)low, (long)high, err());
+  moveFar("move to 4 GB - 1", -1, 0, FILE_BEGIN);
   SHOW_DWORD("one more without a high part", SetFilePointer(h, 1, NULL, FILE_CURRENT));
   CloseHandle(h);
 }
 
 void sharing() {
-  const char* name = "files_probe_dir\\shared.txt";
+  const char* name = DIR "shared.txt";
   put(name, "shared", 6);
-  const Open writer = {"write, sharing nothing", name, GENERIC_WRITE, 0, OPEN_EXISTING, 0};
+  const Open writer = {"write, sharing nothing", name, GENERIC_WRITE, OPEN_EXISTING};
   HANDLE w = openAndShow(writer, true);
-  openAndShow({"  then read, sharing all", name, GENERIC_READ,
-               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING, 0});
-  openAndShow({"  then no access, sharing nothing", name, 0, 0, OPEN_EXISTING, 0});
+  openAndShow({"  then read, sharing all", name, GENERIC_READ, OPEN_EXISTING,
+               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE});
+  openAndShow({"  then no access, sharing nothing", name, 0, OPEN_EXISTING});
   SHOW_BOOL("  then delete", DeleteFileA(name));
   CloseHandle(w);
-  HANDLE r1 = openAndShow({"read, sharing reading", name, GENERIC_READ, FILE_SHARE_READ,
-                           OPEN_EXISTING, 0}, true);
-  HANDLE r2 = openAndShow({"  then the same again", name, GENERIC_READ, FILE_SHARE_READ,
-                           OPEN_EXISTING, 0}, true);
-  openAndShow({"  then write, sharing reading", name, GENERIC_WRITE, FILE_SHARE_READ,
-               OPEN_EXISTING, 0});
-  openAndShow({"  then read, sharing nothing", name, GENERIC_READ, 0, OPEN_EXISTING, 0});
+  HANDLE r1 = openAndShow(
+      {"read, sharing reading", name, GENERIC_READ, OPEN_EXISTING, FILE_SHARE_READ}, true);
+  HANDLE r2 = openAndShow(
+      {"  then the same again", name, GENERIC_READ, OPEN_EXISTING, FILE_SHARE_READ}, true);
+  openAndShow(
+      {"  then write, sharing reading", name, GENERIC_WRITE, OPEN_EXISTING, FILE_SHARE_READ});
+  openAndShow({"  then read, sharing nothing", name, GENERIC_READ, OPEN_EXISTING});
   openAndShow({"  then CREATE_ALWAYS for reading, sharing reading", name, GENERIC_READ,
-               FILE_SHARE_READ, CREATE_ALWAYS, 0});
+               CREATE_ALWAYS, FILE_SHARE_READ});
   CloseHandle(r1);
   CloseHandle(r2);
-  HANDLE d = openAndShow({"read, sharing deletion", name, GENERIC_READ, FILE_SHARE_DELETE,
-                          OPEN_EXISTING, 0}, true);
+  HANDLE d = openAndShow(
+      {"read, sharing deletion", name, GENERIC_READ, OPEN_EXISTING, FILE_SHARE_DELETE}, true);
   SHOW_BOOL("  then delete", DeleteFileA(name));
   CloseHandle(d);
   SHOW_DWORD("  after closing, attributes", GetFileAttributesA(name));
-  HANDLE t = openAndShow({"delete on close", name, GENERIC_WRITE, 0, CREATE_NEW,
-                          FILE_FLAG_DELETE_ON_CLOSE}, true);
+  HANDLE t = openAndShow(
+      {"delete on close", name, GENERIC_WRITE, CREATE_NEW, 0, FILE_FLAG_DELETE_ON_CLOSE}, true);
   SHOW_DWORD("  attributes while open", GetFileAttributesA(name));
   CloseHandle(t);
   SHOW_DWORD("  attributes after closing", GetFileAttributesA(name));
 }
 
 void handles() {
-  HANDLE h = CreateFileA("files_probe_dir\\a.txt", GENERIC_READ, 0, NULL, OPEN_EXISTING, 0, NULL);
+  HANDLE h = CreateFileA(DIR "a.txt", GENERIC_READ, 0, NULL, OPEN_EXISTING, 0, NULL);
   SHOW_BOOL("close", CloseHandle(h));
   SHOW_BOOL("close again", CloseHandle(h));
   SHOW_BOOL("close NULL", CloseHandle(NULL));
   SHOW_BOOL("close INVALID_HANDLE_VALUE (the current process)", CloseHandle(INVALID_HANDLE_VALUE));
-  DWORD n = 77;
   char buf[4];
-  SetLastError(1234);
-  BOOL ok = ReadFile(h, buf, 4, &n, NULL);
-  printf("read a closed handle: %d n=%lu err=%lu\n", ok, (unsigned long)n, err());
+  transfer("read a closed handle", false, h, buf, 4);
   SHOW_DWORD("size of a closed handle", GetFileSize(h, NULL));
   SHOW_DWORD("move a closed handle", SetFilePointer(h, 0, NULL, FILE_BEGIN));
 }
 
 void attributes() {
-  const char* names[] = {"files_probe_dir",           "files_probe_dir\\a.txt",
-                         "files_probe_dir\\none.txt", "files_probe_dir\\nodir\\x",
-                         "files_probe_dir\\a.txt\\x", "files_probe_dir\\",
-                         "files_probe_dir\\.",        "files_probe_dir\\a.txt\\",
-                         ""};
+  const char* names[] = {"files_probe_dir", DIR "a.txt",    DIR "none.txt",
+                         DIR "nodir\\x",    DIR "a.txt\\x", DIR "",
+                         DIR ".",           DIR "a.txt\\",  ""};
   for (const char* name : names) {
     char label[80];
     snprintf(label, sizeof label, "attributes of \"%s\"", name);
     SHOW_DWORD(label, GetFileAttributesA(name));
   }
-  const char* ro = "files_probe_dir\\ro.txt";
+  const char* ro = DIR "ro.txt";
   put(ro, "read only", 9);
   SHOW_BOOL("make read-only", SetFileAttributesA(ro, FILE_ATTRIBUTE_READONLY));
   SHOW_DWORD("  attributes", GetFileAttributesA(ro));
-  openAndShow({"  open for reading", ro, GENERIC_READ, 0, OPEN_EXISTING, 0});
-  openAndShow({"  open for writing", ro, GENERIC_WRITE, 0, OPEN_EXISTING, 0});
+  openAndShow({"  open for reading", ro, GENERIC_READ, OPEN_EXISTING});
+  openAndShow({"  open for writing", ro, GENERIC_WRITE, OPEN_EXISTING});
   SHOW_BOOL("  delete", DeleteFileA(ro));
   SHOW_BOOL("make writable", SetFileAttributesA(ro, FILE_ATTRIBUTE_NORMAL));
   SHOW_BOOL("  delete", DeleteFileA(ro));
   SHOW_BOOL("set attributes of a missing file", SetFileAttributesA(ro, FILE_ATTRIBUTE_NORMAL));
-  HANDLE h = openAndShow({"create read-only", ro, GENERIC_WRITE, 0, CREATE_NEW,
-                          FILE_ATTRIBUTE_READONLY}, true);
+  HANDLE h = openAndShow(
+      {"create read-only", ro, GENERIC_WRITE, CREATE_NEW, 0, FILE_ATTRIBUTE_READONLY}, true);
   DWORD n = 0;
   SHOW_BOOL("  write through its handle", WriteFile(h, "abc", 3, &n, NULL));
   CloseHandle(h);
@@ -288,25 +256,25 @@ void attributes() {
 }
 
 void folders() {
-  SHOW_BOOL("make a folder", CreateDirectoryA("files_probe_dir\\sub", NULL));
-  SHOW_BOOL("make it again", CreateDirectoryA("files_probe_dir\\sub", NULL));
-  SHOW_BOOL("make a folder named as a file", CreateDirectoryA("files_probe_dir\\a.txt", NULL));
-  SHOW_BOOL("make one in a missing folder", CreateDirectoryA("files_probe_dir\\no\\sub", NULL));
-  SHOW_BOOL("make one named with a separator", CreateDirectoryA("files_probe_dir\\sub2\\", NULL));
-  SHOW_BOOL("make one named with '*'", CreateDirectoryA("files_probe_dir\\a*", NULL));
+  SHOW_BOOL("make a folder", CreateDirectoryA(DIR "sub", NULL));
+  SHOW_BOOL("make it again", CreateDirectoryA(DIR "sub", NULL));
+  SHOW_BOOL("make a folder named as a file", CreateDirectoryA(DIR "a.txt", NULL));
+  SHOW_BOOL("make one in a missing folder", CreateDirectoryA(DIR "no\\sub", NULL));
+  SHOW_BOOL("make one named with a separator", CreateDirectoryA(DIR "sub2\\", NULL));
+  SHOW_BOOL("make one named with '*'", CreateDirectoryA(DIR "a*", NULL));
   SHOW_BOOL("make one with an empty name", CreateDirectoryA("", NULL));
-  put("files_probe_dir\\sub\\inner.txt", "", 0);
-  SHOW_BOOL("remove a folder that is not empty", RemoveDirectoryA("files_probe_dir\\sub"));
-  SHOW_BOOL("remove a file as a folder", RemoveDirectoryA("files_probe_dir\\a.txt"));
-  SHOW_BOOL("remove a missing folder", RemoveDirectoryA("files_probe_dir\\none"));
-  SHOW_BOOL("delete a folder as a file", DeleteFileA("files_probe_dir\\sub"));
-  SHOW_BOOL("delete a missing file", DeleteFileA("files_probe_dir\\none.txt"));
-  SHOW_BOOL("delete in a missing folder", DeleteFileA("files_probe_dir\\nodir\\x"));
-  SHOW_BOOL("delete with a wildcard", DeleteFileA("files_probe_dir\\*.txt"));
+  put(DIR "sub\\inner.txt", "", 0);
+  SHOW_BOOL("remove a folder that is not empty", RemoveDirectoryA(DIR "sub"));
+  SHOW_BOOL("remove a file as a folder", RemoveDirectoryA(DIR "a.txt"));
+  SHOW_BOOL("remove a missing folder", RemoveDirectoryA(DIR "none"));
+  SHOW_BOOL("delete a folder as a file", DeleteFileA(DIR "sub"));
+  SHOW_BOOL("delete a missing file", DeleteFileA(DIR "none.txt"));
+  SHOW_BOOL("delete in a missing folder", DeleteFileA(DIR "nodir\\x"));
+  SHOW_BOOL("delete with a wildcard", DeleteFileA(DIR "*.txt"));
   SHOW_BOOL("delete an empty name", DeleteFileA(""));
-  SHOW_BOOL("delete the inner file", DeleteFileA("files_probe_dir\\sub\\inner.txt"));
-  SHOW_BOOL("remove the emptied folder", RemoveDirectoryA("files_probe_dir\\sub"));
-  SHOW_BOOL("remove the folder made with a separator", RemoveDirectoryA("files_probe_dir\\sub2"));
+  SHOW_BOOL("delete the inner file", DeleteFileA(DIR "sub\\inner.txt"));
+  SHOW_BOOL("remove the emptied folder", RemoveDirectoryA(DIR "sub"));
+  SHOW_BOOL("remove the folder made with a separator", RemoveDirectoryA(DIR "sub2"));
 }
 
 // One line a search, so that a difference between systems stays on one line.
@@ -324,7 +292,8 @@ void list(const char* pattern) {
     bool timed = fd.ftLastWriteTime.dwHighDateTime != 0 && fd.ftCreationTime.dwHighDateTime != 0 &&
                  fd.ftLastAccessTime.dwHighDateTime != 0;
     printf(" %s %#lx %lu/%lu%s,", fd.cFileName, (unsigned long)fd.dwFileAttributes,
-           (unsigned long)fd.nFileSizeHigh, (unsigned long)fd.nFileSizeLow, timed ? "" : " untimed");
+           (unsigned long)fd.nFileSizeHigh, (unsigned long)fd.nFileSizeLow,
+           timed ? "" : " untimed");
     SetLastError(1234);
   } while (FindNextFileA(f, &fd));
   printf(" then err=%lu", err());
@@ -337,39 +306,34 @@ void list(const char* pattern) {
 }
 
 void searching() {
-  CreateDirectoryA("files_probe_dir\\list", NULL);
-  CreateDirectoryA("files_probe_dir\\list\\Dir", NULL);
-  const char* files[][2] = {{"files_probe_dir\\list\\_u.txt", "u"},
-                            {"files_probe_dir\\list\\Ab.txt", "abc"},
-                            {"files_probe_dir\\list\\9.txt", ""},
-                            {"files_probe_dir\\list\\B2.txt", ""},
-                            {"files_probe_dir\\list\\b~1.txt", ""},
-                            {"files_probe_dir\\list\\noext", ""},
-                            {"files_probe_dir\\list\\x.txt.bak", "bak"},
-                            {"files_probe_dir\\list\\TEMP.TXT", ""},
-                            {"files_probe_dir\\list\\TEMPTEMP.TXT", ""}};
+  CreateDirectoryA(DIR "list", NULL);
+  CreateDirectoryA(DIR "list\\Dir", NULL);
+  const char* files[][2] = {
+      {DIR "list\\_u.txt", "u"},      {DIR "list\\Ab.txt", "abc"}, {DIR "list\\9.txt", ""},
+      {DIR "list\\B2.txt", ""},       {DIR "list\\b~1.txt", ""},   {DIR "list\\noext", ""},
+      {DIR "list\\x.txt.bak", "bak"}, {DIR "list\\TEMP.TXT", ""},  {DIR "list\\TEMPTEMP.TXT", ""}};
   for (const auto& f : files) put(f[0], f[1], (DWORD)strlen(f[1]));
-  const char* patterns[] = {"files_probe_dir\\list\\*",
-                            "files_probe_dir\\list\\*.txt",
-                            "files_probe_dir\\list\\*.TXT",
-                            "files_probe_dir\\list/b*",
-                            "files_probe_dir\\list\\?b.*",
-                            "files_probe_dir\\list\\TEM?????.???",
-                            "files_probe_dir\\list\\Dir\\*",
-                            "files_probe_dir\\list\\AB.TXT",
-                            "files_probe_dir\\list",
-                            "files_probe_dir\\list\\.",
-                            "files_probe_dir\\list\\none*",
-                            "files_probe_dir\\list\\",
-                            "files_probe_dir\\nodir\\*",
-                            "files_probe_dir\\nodir\\",
-                            "files_probe_dir\\list\\9.txt\\*",
-                            "files_probe_dir\\l*\\*",
+  const char* patterns[] = {DIR "list\\*",
+                            DIR "list\\*.txt",
+                            DIR "list\\*.TXT",
+                            DIR "list/b*",
+                            DIR "list\\?b.*",
+                            DIR "list\\TEM?????.???",
+                            DIR "list\\Dir\\*",
+                            DIR "list\\AB.TXT",
+                            DIR "list",
+                            DIR "list\\.",
+                            DIR "list\\none*",
+                            DIR "list\\",
+                            DIR "nodir\\*",
+                            DIR "nodir\\",
+                            DIR "list\\9.txt\\*",
+                            DIR "l*\\*",
                             ""};
   for (const char* p : patterns) list(p);
   for (const auto& f : files) DeleteFileA(f[0]);
-  RemoveDirectoryA("files_probe_dir\\list\\Dir");
-  RemoveDirectoryA("files_probe_dir\\list");
+  RemoveDirectoryA(DIR "list\\Dir");
+  RemoveDirectoryA(DIR "list");
 }
 
 }  // namespace
@@ -385,8 +349,8 @@ int main() {
   attributes();
   folders();
   searching();
-  DeleteFileA("files_probe_dir\\a.txt");
-  DeleteFileA("files_probe_dir\\data.bin");
+  DeleteFileA(DIR "a.txt");
+  DeleteFileA(DIR "data.bin");
   SHOW_BOOL("remove the probe's folder", RemoveDirectoryA(kRoot));
   return 0;
 }

@@ -9,14 +9,10 @@ using namespace probe;
 
 namespace {
 
+// The fields before the face name are packed, so they compare as bytes.
 bool sameLogFont(const LOGFONTA& a, const LOGFONTA& b) {
-  return a.lfHeight == b.lfHeight && a.lfWidth == b.lfWidth &&
-         a.lfEscapement == b.lfEscapement && a.lfOrientation == b.lfOrientation &&
-         a.lfWeight == b.lfWeight && a.lfItalic == b.lfItalic &&
-         a.lfUnderline == b.lfUnderline && a.lfStrikeOut == b.lfStrikeOut &&
-         a.lfCharSet == b.lfCharSet && a.lfOutPrecision == b.lfOutPrecision &&
-         a.lfClipPrecision == b.lfClipPrecision && a.lfQuality == b.lfQuality &&
-         a.lfPitchAndFamily == b.lfPitchAndFamily && strcmp(a.lfFaceName, b.lfFaceName) == 0;
+  return memcmp(&a, &b, offsetof(LOGFONTA, lfFaceName)) == 0 &&
+         strcmp(a.lfFaceName, b.lfFaceName) == 0;
 }
 
 HFONT makeFont(int height, int weight) {
@@ -62,8 +58,7 @@ void logFonts() {
   printf("CreateFontA: height %ld weight %ld underline %d face \"%s\"\n", (long)back.lfHeight,
          (long)back.lfWeight, back.lfUnderline, back.lfFaceName);
   printf("CreateFontIndirectA(NULL) %d\n", CreateFontIndirectA(NULL) != NULL);
-  BOOL deleted = DeleteObject(f);
-  BOOL again = DeleteObject(f);
+  BOOL deleted = DeleteObject(f), again = DeleteObject(f);
   printf("DeleteObject %d, again %d, type after %lu\n", deleted, again,
          (unsigned long)GetObjectType(f));
   DeleteObject(g);
@@ -78,9 +73,10 @@ void logFonts() {
     HFONT remade = CreateFontIndirectA(&lf);
     Measured a = measure(dc, (HFONT)s), b = measure(dc, remade);
     BOOL stockDeleted = DeleteObject(s);
-    printf("stock font %d: GetObjectA %d, made again same height %d, delete %d, "
-           "still a font %d\n",
-           i, n, a.tm.tmHeight == b.tm.tmHeight, stockDeleted, GetObjectType(s) == OBJ_FONT);
+    printf(
+        "stock font %d: GetObjectA %d, made again same height %d, delete %d, "
+        "still a font %d\n",
+        i, n, a.tm.tmHeight == b.tm.tmHeight, stockDeleted, GetObjectType(s) == OBJ_FONT);
     DeleteObject(remade);
   }
   HGDIOBJ current = GetCurrentObject(dc, OBJ_FONT);
@@ -108,8 +104,8 @@ void sizesAndWeights() {
     int weight;
     const char* name;
   };
-  const Weight weights[] = {{FW_MEDIUM, "FW_MEDIUM"}, {FW_SEMIBOLD, "FW_SEMIBOLD"},
-                            {FW_BOLD, "FW_BOLD"}};
+  const Weight weights[] = {
+      {FW_MEDIUM, "FW_MEDIUM"}, {FW_SEMIBOLD, "FW_SEMIBOLD"}, {FW_BOLD, "FW_BOLD"}};
   for (const Weight& w : weights) {
     HFONT f = makeFont(-11, w.weight);
     Measured m = measure(dc, f);
@@ -158,8 +154,7 @@ void pixelsMatchExtents(HWND w) {
       if (y + 1 > box.bottom) box.bottom = y + 1;
     }
   printf("drawn box is the extent at the point: %d\n",
-         box.left == 10 && box.top == 20 && box.right == 10 + ext.cx &&
-             box.bottom == 20 + ext.cy);
+         box.left == 10 && box.top == 20 && box.right == 10 + ext.cx && box.bottom == 20 + ext.cy);
   SelectObject(dc, GetStockObject(SYSTEM_FONT));
   ReleaseDC(w, dc);
   DeleteObject(f);
@@ -173,30 +168,26 @@ void controls(HWND parent) {
   // A dialog-class window made by CreateWindowExA keeps no font.
   const char* classes[] = {"Button", "Static", "Edit", "ListBox", "ComboBox", "#32770"};
   for (const char* cls : classes) {
-    HWND c = CreateWindowExA(0, cls, "x", WS_CHILD | WS_VISIBLE, 0, 0, 100, 100, parent, NULL,
-                             GetModuleHandleA(NULL), NULL);
+    HWND c = createAt(cls, "x", WS_CHILD | WS_VISIBLE, 0, 0, 100, 100, parent);
     LRESULT fresh = SendMessageA(c, WM_GETFONT, 0, 0);
     LRESULT set = SendMessageA(c, WM_SETFONT, (WPARAM)large, TRUE);
     LRESULT got = SendMessageA(c, WM_GETFONT, 0, 0);
     SendMessageA(c, WM_SETFONT, 0, FALSE);
     printf("%s: WM_GETFONT fresh %d, WM_SETFONT %ld, then the font %d, after NULL %d\n", cls,
-           fresh != 0, (long)set, got == (LRESULT)large,
-           SendMessageA(c, WM_GETFONT, 0, 0) != 0);
+           fresh != 0, (long)set, got == (LRESULT)large, SendMessageA(c, WM_GETFONT, 0, 0) != 0);
     DestroyWindow(c);
   }
 
-  HWND lb = CreateWindowExA(0, "ListBox", "", WS_CHILD | WS_VISIBLE | LBS_NOINTEGRALHEIGHT, 0, 0,
-                            100, 200, parent, NULL, GetModuleHandleA(NULL), NULL);
+  HWND lb =
+      createAt("ListBox", "", WS_CHILD | WS_VISIBLE | LBS_NOINTEGRALHEIGHT, 0, 0, 100, 200, parent);
   LRESULT before = SendMessageA(lb, LB_GETITEMHEIGHT, 0, 0);
   SendMessageA(lb, WM_SETFONT, (WPARAM)large, FALSE);
   printf("ListBox item height is the font's tmHeight: system %d, large %d\n",
-         before == sys.tm.tmHeight,
-         SendMessageA(lb, LB_GETITEMHEIGHT, 0, 0) == big.tm.tmHeight);
+         before == sys.tm.tmHeight, SendMessageA(lb, LB_GETITEMHEIGHT, 0, 0) == big.tm.tmHeight);
   DestroyWindow(lb);
 
   // A drop-down combo box gives the font to its parts and grows with it.
-  HWND cb = CreateWindowExA(0, "ComboBox", "", WS_CHILD | WS_VISIBLE | CBS_DROPDOWN, 0, 0, 100, 150,
-                            parent, NULL, GetModuleHandleA(NULL), NULL);
+  HWND cb = createAt("ComboBox", "", WS_CHILD | WS_VISIBLE | CBS_DROPDOWN, 0, 0, 100, 150, parent);
   RECT r0, r1;
   GetWindowRect(cb, &r0);
   SendMessageA(cb, WM_SETFONT, (WPARAM)large, FALSE);
@@ -210,10 +201,10 @@ void controls(HWND parent) {
          SendMessageA(info.hwndList, WM_GETFONT, 0, 0) == (LRESULT)large);
   DestroyWindow(cb);
 
-  HWND e = CreateWindowExA(0, "Edit", "ab\r\ncd", WS_CHILD | WS_VISIBLE | ES_MULTILINE, 0, 0,
-                           200, 200, parent, NULL, GetModuleHandleA(NULL), NULL);
-  LRESULT first = SendMessageA(e, EM_POSFROMCHAR, 0, 0);
-  LRESULT second = SendMessageA(e, EM_POSFROMCHAR, 4, 0);
+  HWND e = createAt("Edit", "e", WS_CHILD | WS_VISIBLE | ES_MULTILINE, 0, 0, 200, 200, parent, 0, 0,
+                    "ab\r\ncd");
+  LRESULT first = SendMessageA(e, EM_POSFROMCHAR, 0, 0),
+          second = SendMessageA(e, EM_POSFROMCHAR, 4, 0);
   int systemLine = HIWORD(second) - HIWORD(first);
   SendMessageA(e, WM_SETFONT, (WPARAM)large, FALSE);
   first = SendMessageA(e, EM_POSFROMCHAR, 0, 0);
@@ -230,8 +221,7 @@ void controls(HWND parent) {
 
 int main() {
   registerClass("ProbeFonts", DefWindowProcA, (HBRUSH)(COLOR_WINDOW + 1));
-  HWND w = CreateWindowExA(0, "ProbeFonts", "fonts", WS_POPUP | WS_VISIBLE, 0, 0, 320, 240, NULL,
-                           NULL, GetModuleHandleA(NULL), NULL);
+  HWND w = createAt("ProbeFonts", "fonts", WS_POPUP | WS_VISIBLE, 0, 0, 320, 240, NULL);
   pump();
   logFonts();
   sizesAndWeights();

@@ -7,13 +7,8 @@ using namespace probe;
 
 namespace {
 
-HWND create(const char* name, DWORD ex, DWORD style, int x, int y, int w, int h,
-            HWND parent, int id = 0) {
-  expect(name);
-  HWND hwnd = CreateWindowExA(ex, "ProbeGeometry", name, style, x, y, w, h, parent,
-                              (HMENU)(INT_PTR)id, GetModuleHandleA(NULL), NULL);
-  if (hwnd) nameWindow(hwnd, name);
-  return hwnd;
+HWND create(const char* name, DWORD ex, DWORD style, int x, int y, int w, int h, HWND parent) {
+  return createAt("ProbeGeometry", name, style, x, y, w, h, parent, ex);
 }
 
 void frames() {
@@ -39,8 +34,8 @@ void frames() {
     GetClientRect(h, &r);
     RECT adj = {0, 0, 100, 50};
     AdjustWindowRectEx(&adj, WS_POPUP | c.style, FALSE, c.ex);
-    printf("popup %s: client %ldx%ld adjust (%ld,%ld)-(%ld,%ld)\n", c.label, (long)r.right,
-           (long)r.bottom, (long)adj.left, (long)adj.top, (long)adj.right, (long)adj.bottom);
+    printf("popup %s: client %ldx%ld adjust %s\n", c.label, (long)r.right, (long)r.bottom,
+           rectText(adj));
     DestroyWindow(h);
   }
   HWND o = create("o", 0, WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL);
@@ -103,15 +98,11 @@ void minMaxInfo() {
   };
   for (const Case& c : cases) {
     printf("%s:\n", c.label);
-    HWND h = CreateWindowExA(0, "ProbeMinMax", "", c.style, 0, 0, 200, 100, NULL, NULL,
-                             GetModuleHandleA(NULL), NULL);
-    DestroyWindow(h);
+    DestroyWindow(createAt("ProbeMinMax", "", c.style, 0, 0, 200, 100, NULL));
   }
-  HWND p = CreateWindowExA(0, "ProbeMinMax", "", WS_POPUP, 0, 0, 300, 200, NULL, NULL,
-                           GetModuleHandleA(NULL), NULL);
+  HWND p = createAt("ProbeMinMax", "", WS_POPUP, 0, 0, 300, 200, NULL);
   printf("child with a sizing frame:\n");
-  CreateWindowExA(0, "ProbeMinMax", "", WS_CHILD | WS_THICKFRAME, 0, 0, 200, 100, p, NULL,
-                  GetModuleHandleA(NULL), NULL);
+  createAt("ProbeMinMax", "", WS_CHILD | WS_THICKFRAME, 0, 0, 200, 100, p);
   DestroyWindow(p);
 }
 
@@ -119,43 +110,32 @@ void moving() {
   HWND o = create("P", 0, WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL);
   HWND c = create("c", 0, WS_CHILD | WS_VISIBLE, 5, 6, 50, 40, o);
   clearLog();
-  MoveWindow(o, 30, 40, 300, 200, FALSE);
-  printLog("move hidden overlapped");
-  MoveWindow(o, 30, 40, 320, 210, FALSE);
-  printLog("resize hidden overlapped");
-  MoveWindow(o, 30, 40, 320, 210, FALSE);
-  printLog("same again");
-  SetWindowPos(o, NULL, 0, 0, 330, 220, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
-  printLog("SetWindowPos size only");
+  logged("move hidden overlapped", MoveWindow(o, 30, 40, 300, 200, FALSE));
+  logged("resize hidden overlapped", MoveWindow(o, 30, 40, 320, 210, FALSE));
+  logged("same again", MoveWindow(o, 30, 40, 320, 210, FALSE));
+  logged("SetWindowPos size only",
+         SetWindowPos(o, NULL, 0, 0, 330, 220, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE));
   printWindowRects("P", o);
-  MoveWindow(c, 8, 9, 50, 40, TRUE);
-  printLog("move child");
-  SetWindowPos(c, NULL, 8, 9, 60, 45, SWP_NOZORDER);
-  printLog("resize child activating");
-  SetWindowPos(c, NULL, 1, 2, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
-  printLog("move child noactivate");
+  logged("move child", MoveWindow(c, 8, 9, 50, 40, TRUE));
+  logged("resize child activating", SetWindowPos(c, NULL, 8, 9, 60, 45, SWP_NOZORDER));
+  logged("move child noactivate",
+         SetWindowPos(c, NULL, 1, 2, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE));
   printWindowRects("c", c);
 
   LONG old = SetWindowLongA(o, GWL_STYLE, GetWindowLongA(o, GWL_STYLE) & ~WS_THICKFRAME);
   printf("SetWindowLong style returns old %#lx\n", (unsigned long)old);
   printLog("style change");
   printWindowRects("P before FRAMECHANGED", o);
-  SetWindowPos(o, NULL, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_FRAMECHANGED);
-  printLog("FRAMECHANGED");
+  logged("FRAMECHANGED", SetWindowPos(o, NULL, 0, 0, 0, 0,
+                                      SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_FRAMECHANGED));
   printWindowRects("P after FRAMECHANGED", o);
-  SetWindowLongA(o, GWL_STYLE, GetWindowLongA(o, GWL_STYLE));
-  printLog("same style again");
+  logged("same style again", SetWindowLongA(o, GWL_STYLE, GetWindowLongA(o, GWL_STYLE)));
   SetWindowLongA(c, GWL_STYLE, GetWindowLongA(c, GWL_STYLE) & ~WS_VISIBLE);
   printf("child visible after clearing WS_VISIBLE: %d\n", IsWindowVisible(c));
   printLog("WS_VISIBLE cleared");
-  SetWindowLongA(c, GWL_EXSTYLE, WS_EX_CLIENTEDGE);
-  printLog("exstyle change");
-  SetLastError(0);
-  LONG r = SetWindowLongA(o, 12345, 1);
-  printf("bad index: %ld err=%lu\n", (long)r, GetLastError());
-  SetLastError(0);
-  r = GetWindowLongA(NULL, GWL_STYLE);
-  printf("bad window: %ld err=%lu\n", (long)r, GetLastError());
+  logged("exstyle change", SetWindowLongA(c, GWL_EXSTYLE, WS_EX_CLIENTEDGE));
+  PRINT_ERR("bad index", SetWindowLongA(o, 12345, 1));
+  PRINT_ERR("bad window", GetWindowLongA(NULL, GWL_STYLE));
   printf("id %ld\n", (long)GetWindowLongA(c, GWL_ID));
   DestroyWindow(o);
   clearLog();
@@ -184,8 +164,7 @@ void parents() {
   printf("SetParent back returns %s\n", hname(prev));
   ShowWindow(c, SW_SHOWNA);
   clearLog();
-  SetParent(c, a);
-  printLog("SetParent visible child");
+  logged("SetParent visible child", SetParent(c, a));
   printf("IsChild(A,c)=%d IsChild(B,c)=%d\n", IsChild(a, c), IsChild(b, c));
   DestroyWindow(pop);
   DestroyWindow(a);
@@ -209,12 +188,11 @@ void enumeration() {
   create("b1", 0, WS_CHILD, 0, 0, 10, 10, b);
   create("c", 0, WS_CHILD, 0, 0, 10, 10, p);
   g_order[0] = 0;
-  BOOL r = EnumChildWindows(p, collect, (LPARAM) "");
+  EnumChildWindows(p, collect, (LPARAM) "");
   printf("enum: %s\n", g_order);
   g_order[0] = 0;
-  r = EnumChildWindows(p, collect, (LPARAM) "b");
+  EnumChildWindows(p, collect, (LPARAM) "b");
   printf("enum stopped at b: %s\n", g_order);
-  (void)r;
   printf("GW_CHILD %s, next %s, last %s\n", hname(GetWindow(p, GW_CHILD)),
          hname(GetWindow(GetWindow(p, GW_CHILD), GW_HWNDNEXT)),
          hname(GetWindow(GetWindow(p, GW_CHILD), GW_HWNDLAST)));
@@ -226,18 +204,17 @@ void enumeration() {
 // 0..32767; a window created far out keeps its far edge at the largest value.
 void farOut() {
   HWND p = create("far", 0, WS_POPUP, 0x7FFFFF00, 10, 0x7FFFFFFF, 100, NULL);
-  RECT r;
-  GetWindowRect(p, &r);
-  printf("created far out: %ld %ld %ld %ld\n", r.left, r.top, r.right, r.bottom);
-  SetWindowPos(p, NULL, 0x7FFFFFFF, 5, 295, 100, SWP_NOZORDER | SWP_NOACTIVATE);
-  GetWindowRect(p, &r);
-  printf("moved far right: %ld %ld %ld %ld\n", r.left, r.top, r.right, r.bottom);
-  SetWindowPos(p, NULL, 10, 5, 0x7FFFFFFF, 0x7FFFFFFF, SWP_NOZORDER | SWP_NOACTIVATE);
-  GetWindowRect(p, &r);
-  printf("sized huge: %ld %ld %ld %ld\n", r.left, r.top, r.right, r.bottom);
-  MoveWindow(p, -0x7FFFFFFF - 1, -5, -300, 50, FALSE);
-  GetWindowRect(p, &r);
-  printf("moved far left: %ld %ld %ld %ld\n", r.left, r.top, r.right, r.bottom);
+  auto report = [p](const char* what, BOOL /* the move, done first */) {
+    RECT r;
+    GetWindowRect(p, &r);
+    printf("%s: %ld %ld %ld %ld\n", what, (long)r.left, (long)r.top, (long)r.right, (long)r.bottom);
+  };
+  report("created far out", TRUE);
+  report("moved far right",
+         SetWindowPos(p, NULL, 0x7FFFFFFF, 5, 295, 100, SWP_NOZORDER | SWP_NOACTIVATE));
+  report("sized huge",
+         SetWindowPos(p, NULL, 10, 5, 0x7FFFFFFF, 0x7FFFFFFF, SWP_NOZORDER | SWP_NOACTIVATE));
+  report("moved far left", MoveWindow(p, -0x7FFFFFFF - 1, -5, -300, 50, FALSE));
   DestroyWindow(p);
   clearLog();
 }

@@ -29,15 +29,16 @@ LRESULT CALLBACK loopProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 
-void printRect(const char* what, HWND hwnd) {
+void printPlace(const char* what, HWND hwnd) {
   RECT r;
   GetWindowRect(hwnd, &r);
-  printf("%s: (%ld,%ld)-(%ld,%ld)\n", what, r.left, r.top, r.right, r.bottom);
+  printf("%s: %s\n", what, rectText(r));
 }
 
-// Runs the loop that WM_SYSCOMMAND starts, fed by posted messages, until the
+// Names and runs the loop that WM_SYSCOMMAND starts, fed by posted messages, until the
 // command itself has been dispatched.
-void runCommand(HWND hwnd, WPARAM command, POINT start, POINT to, WPARAM key) {
+void runCommand(HWND hwnd, const char* what, WPARAM command, POINT start, POINT to, WPARAM key) {
+  puts(what);
   g_enter = g_exit = g_moving = g_sizing = 0;
   SetCursorPos(start.x, start.y);
   PostMessageA(hwnd, WM_SYSCOMMAND, command, MAKELONG(start.x, start.y));
@@ -84,22 +85,21 @@ void cursor() {
 void moveAndSize(HWND hwnd) {
   puts("-- the move and size loop");
   SetWindowPos(hwnd, NULL, 100, 100, 200, 200, SWP_NOZORDER | SWP_NOACTIVATE);
-  printRect("start", hwnd);
-  puts("SC_SIZE|9 from (100,100) to (110,100), Return:");
-  runCommand(hwnd, SC_SIZE | 9, POINT{100, 100}, POINT{110, 100}, VK_RETURN);
-  printRect("  now", hwnd);
-  puts("SC_MOVE|HTCAPTION from (150,110) to (170,140), Escape:");
-  runCommand(hwnd, SC_MOVE | HTCAPTION, POINT{150, 110}, POINT{170, 140}, VK_ESCAPE);
-  printRect("  now", hwnd);
-  puts("SC_MOVE|HTCAPTION from (150,110) to (130,150), Return:");
-  runCommand(hwnd, SC_MOVE | HTCAPTION, POINT{150, 110}, POINT{130, 150}, VK_RETURN);
-  printRect("  now", hwnd);
+  printPlace("start", hwnd);
+  runCommand(hwnd, "SC_SIZE|9 from (100,100) to (110,100), Return:", SC_SIZE | 9, POINT{100, 100},
+             POINT{110, 100}, VK_RETURN);
+  printPlace("  now", hwnd);
+  runCommand(hwnd, "SC_MOVE|HTCAPTION from (150,110) to (170,140), Escape:", SC_MOVE | HTCAPTION,
+             POINT{150, 110}, POINT{170, 140}, VK_ESCAPE);
+  printPlace("  now", hwnd);
+  runCommand(hwnd, "SC_MOVE|HTCAPTION from (150,110) to (130,150), Return:", SC_MOVE | HTCAPTION,
+             POINT{150, 110}, POINT{130, 150}, VK_RETURN);
+  printPlace("  now", hwnd);
   ShowWindow(hwnd, SW_MAXIMIZE);
-  puts("SC_MOVE|HTCAPTION of a maximised window, Return:");
-  RECT before;
+  RECT before, after;
   GetWindowRect(hwnd, &before);
-  runCommand(hwnd, SC_MOVE | HTCAPTION, POINT{150, 10}, POINT{170, 40}, VK_RETURN);
-  RECT after;
+  runCommand(hwnd, "SC_MOVE|HTCAPTION of a maximised window, Return:", SC_MOVE | HTCAPTION,
+             POINT{150, 10}, POINT{170, 40}, VK_RETURN);
   GetWindowRect(hwnd, &after);
   printf("  unmoved: %s\n", EqualRect(&before, &after) ? "yes" : "no");
   ShowWindow(hwnd, SW_RESTORE);
@@ -151,23 +151,12 @@ void classes() {
 }  // namespace
 
 int main() {
-  WNDCLASSA wc;
-  memset(&wc, 0, sizeof wc);
-  wc.lpfnWndProc = loopProc;
-  wc.hInstance = GetModuleHandleA(NULL);
-  wc.hCursor = LoadCursorA(NULL, IDC_ARROW);
-  wc.lpszClassName = "ProbeInput";
-  RegisterClassA(&wc);
-
-  HWND main = CreateWindowA("ProbeInput", "main", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100, 100, 200,
-                            200, NULL, NULL, wc.hInstance, NULL);
-  nameWindow(main, "main");
-  HWND other = CreateWindowA("ProbeInput", "other", WS_POPUP, 400, 400, 50, 50, NULL, NULL,
-                             wc.hInstance, NULL);
-  nameWindow(other, "other");
+  registerClass("ProbeInput", loopProc);
+  HWND main =
+      createAt("ProbeInput", "main", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100, 100, 200, 200, NULL);
+  HWND other = createAt("ProbeInput", "other", WS_POPUP, 400, 400, 50, 50, NULL);
   g_ncCalcSeen = false;
-  HWND child = CreateWindowA("ProbeInput", "child", WS_CHILD | WS_VISIBLE, 10, 10, 50, 50, main,
-                             NULL, wc.hInstance, NULL);
+  HWND child = createAt("ProbeInput", "child", WS_CHILD | WS_VISIBLE, 10, 10, 50, 50, main);
   printf("a child's WM_NCCALCSIZE at creation gets its screen rectangle: %s\n",
          g_ncCalcInScreen ? "yes" : "no");
   DestroyWindow(child);

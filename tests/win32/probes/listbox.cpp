@@ -4,8 +4,6 @@
 // and the mouse.
 #include "probe.h"
 
-#include <initializer_list>
-
 using namespace probe;
 
 namespace {
@@ -28,14 +26,6 @@ LRESULT CALLBACK parentProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 
-// Braced lists are evaluated left to right, unlike a call's arguments, so
-// the values are the results of the messages in the order written.
-void show(const char* label, std::initializer_list<LRESULT> values) {
-  printf("%s:", label);
-  for (LRESULT v : values) printf(" %ld", (long)v);
-  printf("\n");
-}
-
 void printNotes(const char* label) {
   printf("%s:%s\n", label, g_notes[0] ? g_notes : " (none)");
   g_notes[0] = 0;
@@ -47,16 +37,20 @@ LRESULT sendText(HWND h, UINT msg, WPARAM wp, const char* s) {
 }
 
 // A list box exactly `rows` items tall inside its border.
-HWND makeList(HWND parent, DWORD style, int rows) {
-  HWND lb = CreateWindowExA(0, "listbox", "", WS_CHILD | WS_VISIBLE | WS_BORDER | style, 10, 10,
-                            150, 100, parent, (HMENU)7, GetModuleHandleA(NULL), NULL);
+HWND makeList(HWND parent, DWORD style, int rows, std::initializer_list<const char*> items = {}) {
+  HWND lb = createAt("listbox", "", WS_CHILD | WS_VISIBLE | WS_BORDER | style, 10, 10, 150, 100,
+                     parent, 0, 7);
   int h = (int)send(lb, LB_GETITEMHEIGHT, 0, 0);
   MoveWindow(lb, 10, 10, 150, rows * h + 2, TRUE);
+  for (const char* item : items) sendText(lb, LB_ADDSTRING, 0, item);
   return lb;
 }
 
-void fill(HWND lb, const char* const* items, int n) {
-  for (int i = 0; i < n; ++i) sendText(lb, LB_ADDSTRING, 0, items[i]);
+// A click (or a double click) on a row of a list box scrolled to the top.
+void click(HWND lb, int row, bool twice = false) {
+  LPARAM at = MAKELPARAM(5, row * (int)send(lb, LB_GETITEMHEIGHT, 0, 0) + 1);
+  send(lb, twice ? WM_LBUTTONDBLCLK : WM_LBUTTONDOWN, MK_LBUTTON, at);
+  send(lb, WM_LBUTTONUP, 0, at);
 }
 
 void printItems(HWND lb, const char* label) {
@@ -70,7 +64,8 @@ void printItems(HWND lb, const char* label) {
   printf("\n");
 }
 
-void printSelection(HWND lb, const char* label) {
+// Printed once the action given (a message's result) is done.
+void printSelection(HWND lb, const char* label, LRESULT /* action */ = 0) {
   int n = (int)send(lb, LB_GETCOUNT, 0, 0);
   long cur = (long)send(lb, LB_GETCURSEL, 0, 0);
   long caret = (long)send(lb, LB_GETCARETINDEX, 0, 0);
@@ -86,24 +81,26 @@ void classAndContents(HWND parent) {
   char cls[32];
   GetClassNameA(lb, cls, sizeof cls);
   printf("class %s, dlgcode %#lx\n", cls, (long)send(lb, WM_GETDLGCODE, 0, 0));
-  show("empty: count cur caret top textlen gettext",
-       {send(lb, LB_GETCOUNT, 0, 0), send(lb, LB_GETCURSEL, 0, 0), send(lb, LB_GETCARETINDEX, 0, 0),
-        send(lb, LB_GETTOPINDEX, 0, 0), send(lb, LB_GETTEXTLEN, 0, 0), send(lb, LB_GETTEXT, 0, 0)});
+  printValues(
+      "empty: count cur caret top textlen gettext",
+      {send(lb, LB_GETCOUNT, 0, 0), send(lb, LB_GETCURSEL, 0, 0), send(lb, LB_GETCARETINDEX, 0, 0),
+       send(lb, LB_GETTOPINDEX, 0, 0), send(lb, LB_GETTEXTLEN, 0, 0), send(lb, LB_GETTEXT, 0, 0)});
   const char* const words[] = {"pear", "Apple", "banana", "apple", "Cherry", "date", "fig"};
   printf("add indices:");
   for (const char* w : words) printf(" %ld", (long)sendText(lb, LB_ADDSTRING, 0, w));
   printf("\n");
   printItems(lb, "sorted");
-  show("insert at 1, at -1, past the end",
-       {sendText(lb, LB_INSERTSTRING, 1, "zz"), sendText(lb, LB_INSERTSTRING, -1, "aa"),
-        sendText(lb, LB_INSERTSTRING, 20, "x")});
+  printValues("insert at 1, at -1, past the end",
+              {sendText(lb, LB_INSERTSTRING, 1, "zz"), sendText(lb, LB_INSERTSTRING, -1, "aa"),
+               sendText(lb, LB_INSERTSTRING, 20, "x")});
   printItems(lb, "inserted unsorted");
-  show("delete 1, 99, -1", {send(lb, LB_DELETESTRING, 1, 0), send(lb, LB_DELETESTRING, 99, 0),
-                            send(lb, LB_DELETESTRING, -1, 0)});
+  printValues("delete 1, 99, -1",
+              {send(lb, LB_DELETESTRING, 1, 0), send(lb, LB_DELETESTRING, 99, 0),
+               send(lb, LB_DELETESTRING, -1, 0)});
   char buf[32] = "";
   long got = (long)send(lb, LB_GETTEXT, 2, (LPARAM)buf);
   printf("text 2 %ld \"%s\"\n", got, buf);
-  show("len 2, len 99", {send(lb, LB_GETTEXTLEN, 2, 0), send(lb, LB_GETTEXTLEN, 99, 0)});
+  printValues("len 2, len 99", {send(lb, LB_GETTEXTLEN, 2, 0), send(lb, LB_GETTEXTLEN, 99, 0)});
   struct Find {
     UINT msg;
     int start;
@@ -117,48 +114,42 @@ void classAndContents(HWND parent) {
   printf("finds:");
   for (const Find& f : finds) printf(" %ld", (long)sendText(lb, f.msg, f.start, f.text));
   printf("\n");
-  show("item data: set, get, set 99, get 99, untouched",
-       {send(lb, LB_SETITEMDATA, 3, 1234), send(lb, LB_GETITEMDATA, 3, 0),
-        send(lb, LB_SETITEMDATA, 99, 1), send(lb, LB_GETITEMDATA, 99, 0),
-        send(lb, LB_GETITEMDATA, 0, 0)});
-  show("reset, count, cur",
-       {send(lb, LB_RESETCONTENT, 0, 0), send(lb, LB_GETCOUNT, 0, 0), send(lb, LB_GETCURSEL, 0, 0)});
+  printValues("item data: set, get, set 99, get 99, untouched",
+              {send(lb, LB_SETITEMDATA, 3, 1234), send(lb, LB_GETITEMDATA, 3, 0),
+               send(lb, LB_SETITEMDATA, 99, 1), send(lb, LB_GETITEMDATA, 99, 0),
+               send(lb, LB_GETITEMDATA, 0, 0)});
+  printValues("reset, count, cur", {send(lb, LB_RESETCONTENT, 0, 0), send(lb, LB_GETCOUNT, 0, 0),
+                                    send(lb, LB_GETCURSEL, 0, 0)});
   printNotes("notifications from messages");
   DestroyWindow(lb);
 }
 
 void geometry(HWND parent) {
-  HWND lb = makeList(parent, WS_VSCROLL, 4);
+  HWND lb =
+      makeList(parent, WS_VSCROLL, 4, {"a0", "a1", "a2", "a3", "a4", "a5", "a6", "a7", "a8", "a9"});
   int h = (int)send(lb, LB_GETITEMHEIGHT, 0, 0);
   HDC dc = GetDC(lb);
   TEXTMETRICA tm;
   GetTextMetricsA(dc, &tm);
   ReleaseDC(lb, dc);
   printf("item height is the font's: %d\n", h == tm.tmHeight);
-  const char* const many[] = {"a0", "a1", "a2", "a3", "a4", "a5", "a6", "a7", "a8", "a9"};
-  fill(lb, many, 10);
   RECT client, r;
   GetClientRect(lb, &client);
   printf("rows shown %ld\n", (long)(client.bottom / h));
-  struct {
-    int index;
-  } rects[] = {{0}, {2}, {5}, {10}, {-1}};
-  for (auto& c : rects) {
+  for (int index : {0, 2, 5, 10, -1}) {
     SetRect(&r, 9, 9, 9, 9);
-    LRESULT res = send(lb, LB_GETITEMRECT, c.index, (LPARAM)&r);
-    printf("rect %d: %ld top %ld bottom-top %ld left %ld right=client %d\n", c.index, (long)res,
-           (long)(r.top / h), (long)((r.bottom - r.top) / h), (long)r.left, r.right == client.right);
+    LRESULT res = send(lb, LB_GETITEMRECT, index, (LPARAM)&r);
+    printf("rect %d: %ld top %ld bottom-top %ld left %ld right=client %d\n", index, (long)res,
+           (long)(r.top / h), (long)((r.bottom - r.top) / h), (long)r.left,
+           r.right == client.right);
   }
   SCROLLINFO si = {sizeof si, SIF_ALL, 0, 0, 0, 0, 0};
   GetScrollInfo(lb, SB_VERT, &si);
   printf("scroll bar: min %d max %d page %u pos %d\n", si.nMin, si.nMax, si.nPage, si.nPos);
-  struct {
-    int top;
-  } tops[] = {{3}, {8}, {20}, {-1}, {0}};
   printf("set top:");
-  for (auto& t : tops) {
-    long res = (long)send(lb, LB_SETTOPINDEX, t.top, 0);
-    printf(" %d->%ld/%ld", t.top, res, (long)send(lb, LB_GETTOPINDEX, 0, 0));
+  for (int top : {3, 8, 20, -1, 0}) {
+    long res = (long)send(lb, LB_SETTOPINDEX, top, 0);
+    printf(" %d->%ld/%ld", top, res, (long)send(lb, LB_GETTOPINDEX, 0, 0));
   }
   printf("\n");
   send(lb, LB_SETTOPINDEX, 2, 0);
@@ -167,31 +158,28 @@ void geometry(HWND parent) {
   long top3 = r.top / h;
   send(lb, LB_GETITEMRECT, 0, (LPARAM)&r);
   printf("after top 2, rect 3 top %ld, rect 0 top %ld\n", top3, (long)(r.top / h));
-  struct {
-    WPARAM code;
-  } scrolls[] = {{SB_LINEDOWN}, {SB_LINEDOWN}, {SB_LINEUP}, {SB_PAGEDOWN}, {SB_PAGEDOWN},
-                 {SB_PAGEUP}, {SB_BOTTOM}, {SB_TOP}, {MAKEWPARAM(SB_THUMBPOSITION, 5)},
-                 {MAKEWPARAM(SB_THUMBTRACK, 1)}};
+  const WPARAM scrolls[] = {SB_LINEDOWN, SB_LINEDOWN, SB_LINEUP, SB_PAGEDOWN, SB_PAGEDOWN,
+                            SB_PAGEUP, SB_BOTTOM, SB_TOP, MAKEWPARAM(SB_THUMBPOSITION, 5),
+                            MAKEWPARAM(SB_THUMBTRACK, 1)};
   printf("vscroll tops:");
-  for (auto& s : scrolls) {
-    send(lb, WM_VSCROLL, s.code, 0);
+  for (WPARAM code : scrolls) {
+    send(lb, WM_VSCROLL, code, 0);
     printf(" %ld", (long)send(lb, LB_GETTOPINDEX, 0, 0));
   }
   printf("\n");
   send(lb, LB_SETTOPINDEX, 0, 0);
   printf("wheel tops:");
-  send(lb, WM_MOUSEWHEEL, MAKEWPARAM(0, (WORD)-WHEEL_DELTA), 0);
-  printf(" %ld", (long)send(lb, LB_GETTOPINDEX, 0, 0));
-  send(lb, WM_MOUSEWHEEL, MAKEWPARAM(0, (WORD)(-2 * WHEEL_DELTA)), 0);
-  printf(" %ld", (long)send(lb, LB_GETTOPINDEX, 0, 0));
-  send(lb, WM_MOUSEWHEEL, MAKEWPARAM(0, WHEEL_DELTA), 0);
-  printf(" %ld\n", (long)send(lb, LB_GETTOPINDEX, 0, 0));
-  show("cursel 9, top, cursel 1, top",
-       {send(lb, LB_SETCURSEL, 9, 0), send(lb, LB_GETTOPINDEX, 0, 0), send(lb, LB_SETCURSEL, 1, 0),
-        send(lb, LB_GETTOPINDEX, 0, 0)});
-  show("set item height 20 (is 20), 300",
-       {send(lb, LB_SETITEMHEIGHT, 0, 20), send(lb, LB_GETITEMHEIGHT, 0, 0) == 20,
-        send(lb, LB_SETITEMHEIGHT, 0, 300)});
+  for (int delta : {-WHEEL_DELTA, -2 * WHEEL_DELTA, WHEEL_DELTA}) {
+    send(lb, WM_MOUSEWHEEL, MAKEWPARAM(0, (WORD)delta), 0);
+    printf(" %ld", (long)send(lb, LB_GETTOPINDEX, 0, 0));
+  }
+  printf("\n");
+  printValues("cursel 9, top, cursel 1, top",
+              {send(lb, LB_SETCURSEL, 9, 0), send(lb, LB_GETTOPINDEX, 0, 0),
+               send(lb, LB_SETCURSEL, 1, 0), send(lb, LB_GETTOPINDEX, 0, 0)});
+  printValues("set item height 20 (is 20), 300",
+              {send(lb, LB_SETITEMHEIGHT, 0, 20), send(lb, LB_GETITEMHEIGHT, 0, 0) == 20,
+               send(lb, LB_SETITEMHEIGHT, 0, 300)});
   g_colorAsks = 0;
   InvalidateRect(lb, NULL, TRUE);
   UpdateWindow(lb);
@@ -200,61 +188,51 @@ void geometry(HWND parent) {
 }
 
 void singleSelection(HWND parent) {
-  HWND lb = makeList(parent, LBS_NOTIFY, 4);
-  const char* const items[] = {"one", "two", "three", "four", "five", "six", "seven", "eight"};
-  fill(lb, items, 8);
-  show("setcursel 2, 99", {send(lb, LB_SETCURSEL, 2, 0), send(lb, LB_SETCURSEL, 99, 0)});
+  HWND lb = makeList(parent, LBS_NOTIFY, 4,
+                     {"one", "two", "three", "four", "five", "six", "seven", "eight"});
+  printValues("setcursel 2, 99", {send(lb, LB_SETCURSEL, 2, 0), send(lb, LB_SETCURSEL, 99, 0)});
   printSelection(lb, "after 99");
   printf("setcursel -1: %ld\n", (long)send(lb, LB_SETCURSEL, -1, 0));
   printSelection(lb, "after -1");
   send(lb, LB_SETCURSEL, 3, 0);
-  show("setsel, getsel 3, getsel 99, selitems",
-       {send(lb, LB_SETSEL, 1, 1), send(lb, LB_GETSEL, 3, 0), send(lb, LB_GETSEL, 99, 0),
-        send(lb, LB_GETSELITEMS, 0, 0)});
-  show("caret: set 5, set 99", {send(lb, LB_SETCARETINDEX, 5, 0), send(lb, LB_SETCARETINDEX, 99, 0)});
+  printValues("setsel, getsel 3, getsel 99, selitems",
+              {send(lb, LB_SETSEL, 1, 1), send(lb, LB_GETSEL, 3, 0), send(lb, LB_GETSEL, 99, 0),
+               send(lb, LB_GETSELITEMS, 0, 0)});
+  printValues("caret: set 5, set 99",
+              {send(lb, LB_SETCARETINDEX, 5, 0), send(lb, LB_SETCARETINDEX, 99, 0)});
   printSelection(lb, "after caret");
-  show("selectstring t, x",
-       {sendText(lb, LB_SELECTSTRING, -1, "t"), sendText(lb, LB_SELECTSTRING, -1, "x")});
+  printValues("selectstring t, x",
+              {sendText(lb, LB_SELECTSTRING, -1, "t"), sendText(lb, LB_SELECTSTRING, -1, "x")});
   printSelection(lb, "after selectstring");
   printNotes("notifications from messages");
-  send(lb, LB_DELETESTRING, 0, 0);
-  printSelection(lb, "deleted before the selection");
-  send(lb, LB_DELETESTRING, 0, 0);
-  printSelection(lb, "deleted the selection");
+  printSelection(lb, "deleted before the selection", send(lb, LB_DELETESTRING, 0, 0));
+  printSelection(lb, "deleted the selection", send(lb, LB_DELETESTRING, 0, 0));
   send(lb, LB_SETCURSEL, 1, 0);
   SetFocus(lb);
   printNotes("focus");
-  struct {
-    WPARAM vk;
-  } keys[] = {{VK_DOWN}, {VK_DOWN}, {VK_UP}, {VK_END}, {VK_HOME}, {VK_UP}, {VK_NEXT}, {VK_NEXT},
-              {VK_PRIOR}, {VK_RIGHT}, {VK_LEFT}, {VK_SPACE}};
   printf("keys:");
-  for (auto& k : keys) {
-    send(lb, WM_KEYDOWN, k.vk, 0);
+  for (WPARAM vk : {VK_DOWN, VK_DOWN, VK_UP, VK_END, VK_HOME, VK_UP, VK_NEXT, VK_NEXT, VK_PRIOR,
+                    VK_RIGHT, VK_LEFT, VK_SPACE}) {
+    send(lb, WM_KEYDOWN, vk, 0);
     long cur = (long)send(lb, LB_GETCURSEL, 0, 0);
     printf(" %ld/%ld", cur, (long)send(lb, LB_GETTOPINDEX, 0, 0));
   }
   printf("\n");
   printNotes("notifications from keys");
   printf("chars:");
-  const char chars[] = {'s', 's', 'S', 'f', 'q', '4'};
-  for (char c : chars) {
+  for (char c : {'s', 's', 'S', 'f', 'q', '4'}) {
     send(lb, WM_CHAR, (WPARAM)c, 0);
     printf(" %ld", (long)send(lb, LB_GETCURSEL, 0, 0));
   }
   printf("\n");
   printNotes("notifications from chars");
-  int h = (int)send(lb, LB_GETITEMHEIGHT, 0, 0);
   send(lb, LB_SETTOPINDEX, 0, 0);
-  send(lb, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(5, 2 * h + 1));
-  send(lb, WM_LBUTTONUP, 0, MAKELPARAM(5, 2 * h + 1));
+  click(lb, 2);
   printSelection(lb, "clicked row 2");
   printNotes("notifications from the click");
-  send(lb, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(5, 2 * h + 1));
-  send(lb, WM_LBUTTONUP, 0, MAKELPARAM(5, 2 * h + 1));
+  click(lb, 2);
   printNotes("the same row again");
-  send(lb, WM_LBUTTONDBLCLK, MK_LBUTTON, MAKELPARAM(5, h + 1));
-  send(lb, WM_LBUTTONUP, 0, MAKELPARAM(5, h + 1));
+  click(lb, 1, true);
   printSelection(lb, "double-clicked row 1");
   printNotes("notifications from the double click");
   SetFocus(parent);
@@ -263,38 +241,30 @@ void singleSelection(HWND parent) {
 }
 
 void multipleSelection(HWND parent) {
-  HWND lb = makeList(parent, LBS_NOTIFY | LBS_MULTIPLESEL, 4);
-  const char* const items[] = {"one", "two", "three", "four", "five", "six"};
-  fill(lb, items, 6);
+  HWND lb = makeList(parent, LBS_NOTIFY | LBS_MULTIPLESEL, 4,
+                     {"one", "two", "three", "four", "five", "six"});
   printSelection(lb, "multiple, filled");
-  show("setcursel, setsel 1, 4, 99",
-       {send(lb, LB_SETCURSEL, 1, 0), send(lb, LB_SETSEL, TRUE, 1), send(lb, LB_SETSEL, TRUE, 4),
-        send(lb, LB_SETSEL, TRUE, 99)});
+  printValues("setcursel, setsel 1, 4, 99",
+              {send(lb, LB_SETCURSEL, 1, 0), send(lb, LB_SETSEL, TRUE, 1),
+               send(lb, LB_SETSEL, TRUE, 4), send(lb, LB_SETSEL, TRUE, 99)});
   printSelection(lb, "two selected");
   int got[8] = {-5, -5, -5, -5, -5, -5, -5, -5};
   long n = (long)send(lb, LB_GETSELITEMS, 8, (LPARAM)got);
   printf("selitems %ld: %d %d %d\n", n, got[0], got[1], got[2]);
   printf("selitems max 1: %ld\n", (long)send(lb, LB_GETSELITEMS, 1, (LPARAM)got));
-  send(lb, LB_SETSEL, TRUE, -1);
-  printSelection(lb, "all");
-  send(lb, LB_SETSEL, FALSE, -1);
-  printSelection(lb, "none");
+  printSelection(lb, "all", send(lb, LB_SETSEL, TRUE, -1));
+  printSelection(lb, "none", send(lb, LB_SETSEL, FALSE, -1));
   printf("caret 2: %ld\n", (long)send(lb, LB_SETCARETINDEX, 2, 0));
   printNotes("notifications from messages");
   SetFocus(lb);
   g_notes[0] = 0;
-  struct {
-    WPARAM vk;
-  } keys[] = {{VK_DOWN}, {VK_SPACE}, {VK_DOWN}, {VK_SPACE}, {VK_SPACE}, {VK_END}, {VK_SPACE}};
-  for (auto& k : keys) send(lb, WM_KEYDOWN, k.vk, 0);
+  for (WPARAM vk : {VK_DOWN, VK_SPACE, VK_DOWN, VK_SPACE, VK_SPACE, VK_END, VK_SPACE})
+    send(lb, WM_KEYDOWN, vk, 0);
   printSelection(lb, "keys and space");
   printNotes("notifications from keys");
-  int h = (int)send(lb, LB_GETITEMHEIGHT, 0, 0);
   send(lb, LB_SETTOPINDEX, 0, 0);
-  send(lb, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(5, 1));
-  send(lb, WM_LBUTTONUP, 0, MAKELPARAM(5, 1));
-  send(lb, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(5, 3 * h + 1));
-  send(lb, WM_LBUTTONUP, 0, MAKELPARAM(5, 3 * h + 1));
+  click(lb, 0);
+  click(lb, 3);
   printSelection(lb, "clicked rows 0 and 3");
   printNotes("notifications from clicks");
   SetFocus(parent);
@@ -303,24 +273,17 @@ void multipleSelection(HWND parent) {
 }
 
 void extendedSelection(HWND parent) {
-  HWND lb = makeList(parent, LBS_NOTIFY | LBS_EXTENDEDSEL, 4);
-  const char* const items[] = {"one", "two", "three", "four", "five", "six"};
-  fill(lb, items, 6);
+  HWND lb = makeList(parent, LBS_NOTIFY | LBS_EXTENDEDSEL, 4,
+                     {"one", "two", "three", "four", "five", "six"});
   send(lb, LB_SETSEL, TRUE, 1);
-  send(lb, LB_SETSEL, TRUE, 3);
-  printSelection(lb, "extended, two set");
+  printSelection(lb, "extended, two set", send(lb, LB_SETSEL, TRUE, 3));
   SetFocus(lb);
   g_notes[0] = 0;
-  send(lb, WM_KEYDOWN, VK_DOWN, 0);
-  printSelection(lb, "down");
-  send(lb, WM_KEYDOWN, VK_HOME, 0);
-  printSelection(lb, "home");
-  send(lb, WM_KEYDOWN, VK_SPACE, 0);
-  printSelection(lb, "space");
+  printSelection(lb, "down", send(lb, WM_KEYDOWN, VK_DOWN, 0));
+  printSelection(lb, "home", send(lb, WM_KEYDOWN, VK_HOME, 0));
+  printSelection(lb, "space", send(lb, WM_KEYDOWN, VK_SPACE, 0));
   printNotes("notifications from keys");
-  int h = (int)send(lb, LB_GETITEMHEIGHT, 0, 0);
-  send(lb, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(5, 2 * h + 1));
-  send(lb, WM_LBUTTONUP, 0, MAKELPARAM(5, 2 * h + 1));
+  click(lb, 2);
   printSelection(lb, "clicked row 2");
   printNotes("notifications from the click");
   SetFocus(parent);
@@ -329,8 +292,7 @@ void extendedSelection(HWND parent) {
 }
 
 void standardStyle(HWND parent) {
-  HWND lb = CreateWindowExA(0, "LISTBOX", "", WS_CHILD | LBS_STANDARD, 0, 0, 100, 100, parent,
-                            (HMENU)8, GetModuleHandleA(NULL), NULL);
+  HWND lb = createAt("LISTBOX", "", WS_CHILD | LBS_STANDARD, 0, 0, 100, 100, parent, 0, 8);
   LONG style = GetWindowLongA(lb, GWL_STYLE);
   printf("standard: sort %d notify %d vscroll %d border %d hasstrings %d\n",
          (style & LBS_SORT) != 0, (style & LBS_NOTIFY) != 0, (style & WS_VSCROLL) != 0,
@@ -344,8 +306,7 @@ void standardStyle(HWND parent) {
 void integralHeight(HWND parent) {
   const DWORD styles[] = {0, LBS_NOINTEGRALHEIGHT};
   for (DWORD style : styles) {
-    HWND lb = CreateWindowExA(0, "ListBox", "", WS_CHILD | WS_BORDER | style, 0, 0, 100, 101, parent,
-                              (HMENU)9, GetModuleHandleA(NULL), NULL);
+    HWND lb = createAt("ListBox", "", WS_CHILD | WS_BORDER | style, 0, 0, 100, 101, parent, 0, 9);
     int h = (int)send(lb, LB_GETITEMHEIGHT, 0, 0);
     RECT r;
     GetClientRect(lb, &r);
@@ -354,8 +315,9 @@ void integralHeight(HWND parent) {
     MoveWindow(lb, 0, 0, 100, 3 * h + h / 2 + 2, TRUE);
     GetClientRect(lb, &r);
     printf(", resized: whole items %d\n", r.bottom % h == 0);
-    show("item height 0 (reads back), then 1",
-         {send(lb, LB_SETITEMHEIGHT, 0, 0), send(lb, LB_GETITEMHEIGHT, 0, 0), send(lb, LB_SETITEMHEIGHT, 0, 1)});
+    printValues("item height 0 (reads back), then 1",
+                {send(lb, LB_SETITEMHEIGHT, 0, 0), send(lb, LB_GETITEMHEIGHT, 0, 0),
+                 send(lb, LB_SETITEMHEIGHT, 0, 1)});
     DestroyWindow(lb);
   }
 }
@@ -364,8 +326,8 @@ void integralHeight(HWND parent) {
 
 int main() {
   registerClass("ProbeListParent", parentProc, (HBRUSH)(COLOR_WINDOW + 1));
-  HWND parent = CreateWindowExA(0, "ProbeListParent", "P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0,
-                                400, 300, NULL, NULL, GetModuleHandleA(NULL), NULL);
+  HWND parent =
+      createAt("ProbeListParent", "P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 400, 300, NULL);
   g_notes[0] = 0;
   classAndContents(parent);
   geometry(parent);

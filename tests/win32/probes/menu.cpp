@@ -8,6 +8,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <initializer_list>
+
 namespace {
 
 using probe::keyInput;
@@ -94,14 +96,6 @@ void clickItem(HMENU menu, int pos) {
   SendInput(3, in, sizeof(INPUT));
 }
 
-void begin(const char* what, Step* steps, int n) {
-  printf("-- %s\n", what);
-  g_last[0] = 0;
-  g_next = 0;
-  g_count = n;
-  for (int i = 0; i < n; ++i) g_steps[i] = steps[i];
-}
-
 void openItem() { clickItem(g_file, 0); }
 void down() { press(VK_DOWN); }
 void downReturn() { press(VK_DOWN); press(VK_RETURN); }
@@ -110,50 +104,36 @@ void escape() { press(VK_ESCAPE); }
 void recentItem() { clickItem(g_file, 3); }
 void oneItem() { clickItem(g_recent, 0); }
 
-void byMouse() {
-  Step steps[] = {openItem};
-  begin("a click on File, then on Open", steps, 1);
-  clickItem(g_bar, 0);
-  pumpFor(5);
-  Step deeper[] = {recentItem, oneItem};
-  begin("File, Recent, One by mouse", deeper, 2);
-  clickItem(g_bar, 0);
-  pumpFor(5);
-}
-
-void byKeyboard() {
-  Step steps[] = {downReturn};
-  begin("Alt+E, Down, Return", steps, 1);
-  pressWithAlt('E');
-  pumpFor(5);
-  Step f10[] = {rightDown, escape, escape};
-  begin("F10, Right, Down, Escape, Escape", f10, 3);
-  press(VK_F10);
-  pumpFor(5);
-  Step none[] = {escape};
-  begin("Alt+Q (no such mnemonic)", none, 1);
-  pressWithAlt('Q');
+// One run: the steps the menu loop takes in turn, after the action that
+// opens the menu.
+void run(const char* what, std::initializer_list<Step> steps, void (*open)()) {
+  printf("-- %s\n", what);
+  g_last[0] = 0;
+  g_next = 0;
+  g_count = 0;
+  for (Step step : steps) g_steps[g_count++] = step;
+  open();
   pumpFor(5);
 }
 
-void byTrackPopupMenu() {
-  Step steps[] = {down, downReturn};
-  begin("TrackPopupMenu(TPM_RETURNCMD), Down, Down, Return", steps, 2);
-  BOOL r = TrackPopupMenu(g_context, TPM_RETURNCMD, 200, 200, 0, g_main, NULL);
-  printf("  returned %d\n", r);
-  pumpFor(5);
-  Step esc[] = {escape};
-  begin("TrackPopupMenu, Escape", esc, 1);
-  r = TrackPopupMenu(g_context, 0, 200, 200, 0, g_main, NULL);
-  printf("  returned %d\n", r);
-  pumpFor(5);
-  begin("TrackPopupMenu(TPM_NONOTIFY) with Down and Return already typed", steps, 0);
-  press(VK_DOWN);
-  press(VK_RETURN);
-  Sleep(50);
-  r = TrackPopupMenu(g_context, TPM_NONOTIFY, 200, 200, 0, g_main, NULL);
-  printf("  returned %d\n", r);
-  pumpFor(5);
+void trackPopup(UINT flags) {
+  printf("  returned %d\n", TrackPopupMenu(g_context, flags, 200, 200, 0, g_main, NULL));
+}
+
+void runs() {
+  run("a click on File, then on Open", {openItem}, [] { clickItem(g_bar, 0); });
+  run("File, Recent, One by mouse", {recentItem, oneItem}, [] { clickItem(g_bar, 0); });
+  run("Alt+E, Down, Return", {downReturn}, [] { pressWithAlt('E'); });
+  run("F10, Right, Down, Escape, Escape", {rightDown, escape, escape}, [] { press(VK_F10); });
+  run("Alt+Q (no such mnemonic)", {escape}, [] { pressWithAlt('Q'); });
+  run("TrackPopupMenu(TPM_RETURNCMD), Down, Down, Return", {down, downReturn},
+      [] { trackPopup(TPM_RETURNCMD); });
+  run("TrackPopupMenu, Escape", {escape}, [] { trackPopup(0); });
+  run("TrackPopupMenu(TPM_NONOTIFY) with Down and Return already typed", {}, [] {
+    downReturn();
+    Sleep(50);
+    trackPopup(TPM_NONOTIFY);
+  });
 }
 
 // Arguments are evaluated in no fixed order: each call is its own statement.
@@ -232,9 +212,7 @@ int main() {
   SetForegroundWindow(g_main);
   SetFocus(g_main);
   pumpFor(5);
-  byMouse();
-  byKeyboard();
-  byTrackPopupMenu();
+  runs();
   answers();
   DestroyWindow(g_main);
   return 0;

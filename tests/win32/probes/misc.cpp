@@ -23,13 +23,8 @@ LRESULT CALLBACK skipNcCreateProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 
-HWND create(const char* name, const char* cls, DWORD style, HWND parent, int id = 0,
-            DWORD ex = 0) {
-  expect(name);
-  HWND hwnd = CreateWindowExA(ex, cls, name, style, 10, 10, 120, 60, parent,
-                              (HMENU)(INT_PTR)id, GetModuleHandleA(NULL), NULL);
-  if (hwnd) nameWindow(hwnd, name);
-  return hwnd;
+HWND create(const char* name, const char* cls, DWORD style, HWND parent, int id = 0) {
+  return createAt(cls, name, style, 10, 10, 120, 60, parent, 0, id);
 }
 
 void windowData() {
@@ -39,9 +34,7 @@ void windowData() {
   LONG err = (LONG)GetLastError();
   printf("extra bytes: previous %ld err=%ld now %ld\n", (long)prev, (long)err,
          (long)GetWindowLongA(w, 0));
-  SetLastError(0);
-  prev = SetWindowLongA(w, 8, 1);
-  printf("past the extra bytes: %ld err=%lu\n", (long)prev, GetLastError());
+  PRINT_ERR("past the extra bytes", SetWindowLongA(w, 8, 1));
   SetWindowLongPtrA(w, GWLP_USERDATA, 99);
   printf("user data %ld\n", (long)GetWindowLongPtrA(w, GWLP_USERDATA));
   printf("instance matches: %d\n",
@@ -60,10 +53,7 @@ void windowData() {
   printf("class name %s\n", cls);
   DestroyWindow(w);
   HWND s = create("S", "ProbeSkip", WS_OVERLAPPEDWINDOW | WS_VSCROLL, NULL);
-  SCROLLINFO si;
-  memset(&si, 0, sizeof si);
-  si.cbSize = sizeof si;
-  si.fMask = SIF_ALL;
+  SCROLLINFO si = {sizeof si, SIF_ALL, 0, 0, 0, 0, 0};
   printf("NCCREATE skipped: text length %d, scroll info %d\n", GetWindowTextLengthA(s),
          GetScrollInfo(s, SB_VERT, &si));
   DestroyWindow(s);
@@ -73,17 +63,13 @@ void windowData() {
 void defaultProcedure() {
   HWND w = create("W", "ProbeMisc", WS_OVERLAPPEDWINDOW, NULL);
   clearLog();
-  LRESULT r = DefWindowProcA(w, WM_SYSCHAR, 'f', 1 << 29);
-  printf("WM_SYSCHAR result %ld\n", (long)r);
+  printf("WM_SYSCHAR result %ld\n", (long)DefWindowProcA(w, WM_SYSCHAR, 'f', 1 << 29));
   printLog("WM_SYSCHAR");
-  r = DefWindowProcA(w, WM_KEYDOWN, 'A', 0);
-  printf("WM_KEYDOWN result %ld\n", (long)r);
-  r = DefWindowProcA(w, WM_USER + 5, 1, 2);
-  printf("unknown message result %ld\n", (long)r);
-  r = DefWindowProcA(w, WM_NCCREATE, 0, 0);
+  printf("WM_KEYDOWN result %ld\n", (long)DefWindowProcA(w, WM_KEYDOWN, 'A', 0));
+  printf("unknown message result %ld\n", (long)DefWindowProcA(w, WM_USER + 5, 1, 2));
+  DefWindowProcA(w, WM_NCCREATE, 0, 0);
   printf("WM_CREATE result %ld\n", (long)DefWindowProcA(w, WM_CREATE, 0, 0));
-  SendMessageA(w, WM_SYSCOMMAND, SC_CLOSE, 0);
-  printLog("SC_CLOSE");
+  logged("SC_CLOSE", SendMessageA(w, WM_SYSCOMMAND, SC_CLOSE, 0));
   printf("window gone: %d\n", !IsWindow(w));
   w = create("A", "ProbeMisc", WS_OVERLAPPEDWINDOW, NULL);
   HWND child = create("ac", "ProbeMisc", WS_CHILD, w);
@@ -106,16 +92,14 @@ void controls() {
   GetWindowTextA(b, buf, sizeof buf);
   printf("button text '%s' id %d\n", buf, GetDlgCtrlID(b));
   clearLog();
-  SendMessageA(b, BM_CLICK, 0, 0);
-  printLog("BM_CLICK");
+  logged("BM_CLICK", SendMessageA(b, BM_CLICK, 0, 0));
   printf("check before %ld", (long)SendMessageA(cb, BM_GETCHECK, 0, 0));
   SendMessageA(cb, BM_CLICK, 0, 0);
   printf(" after click %ld", (long)SendMessageA(cb, BM_GETCHECK, 0, 0));
   SendMessageA(cb, BM_SETCHECK, BST_UNCHECKED, 0);
   printf(" after BM_SETCHECK %ld\n", (long)SendMessageA(cb, BM_GETCHECK, 0, 0));
   clearLog();
-  SetWindowTextA(e, "hello");
-  printLog("edit WM_SETTEXT");
+  logged("edit WM_SETTEXT", SetWindowTextA(e, "hello"));
   DWORD start = 0, end = 0;
   SendMessageA(e, EM_SETSEL, 1, 3);
   SendMessageA(e, EM_GETSEL, (WPARAM)&start, (LPARAM)&end);
@@ -145,8 +129,7 @@ void services() {
   printf("InitCommonControlsEx %d\n", InitCommonControlsEx(&icc));
   icc.dwSize = 4;
   printf("InitCommonControlsEx bad size %d\n", InitCommonControlsEx(&icc));
-  HCURSOR c1 = LoadCursorA(NULL, IDC_ARROW);
-  HCURSOR c2 = LoadCursorA(NULL, IDC_ARROW);
+  HCURSOR c1 = LoadCursorA(NULL, IDC_ARROW), c2 = LoadCursorA(NULL, IDC_ARROW);
   printf("arrow cursor %d shared %d\n", c1 != NULL, c1 == c2);
   printf("module handle %d\n", GetModuleHandleA(NULL) != NULL);
 
@@ -156,10 +139,11 @@ void services() {
   ofn.lStructSize = sizeof ofn - 4;
   ofn.lpstrFile = file;
   ofn.nMaxFile = sizeof file;
-  BOOL ok = GetOpenFileNameA(&ofn);
-  printf("GetOpenFileName bad size: %d error %#lx\n", ok, (unsigned long)CommDlgExtendedError());
-  ok = GetSaveFileNameA(&ofn);
-  printf("GetSaveFileName bad size: %d error %#lx\n", ok, (unsigned long)CommDlgExtendedError());
+  for (bool save : {false, true}) {
+    BOOL ok = save ? GetSaveFileNameA(&ofn) : GetOpenFileNameA(&ofn);
+    printf("Get%sFileName bad size: %d error %#lx\n", save ? "Save" : "Open", ok,
+           (unsigned long)CommDlgExtendedError());
+  }
 }
 
 }  // namespace

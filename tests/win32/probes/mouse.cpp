@@ -12,6 +12,7 @@
 
 namespace {
 
+using probe::createAt;
 using probe::mouseInput;
 using probe::pumpFor;
 
@@ -67,6 +68,14 @@ LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 
+// Sends a gesture's input and prints what the windows heard of it.
+void gesture(const char* what, INPUT* in, int n) {
+  printf("-- %s\n", what);
+  g_last[0] = 0;
+  SendInput(n, in, sizeof(INPUT));
+  pumpFor(5);
+}
+
 // A click (or two) at a client point of hwnd, with the left button or,
 // given its flags, another.
 void click(const char* what, HWND hwnd, int x, int y, int clicks,
@@ -80,10 +89,7 @@ void click(const char* what, HWND hwnd, int x, int y, int clicks,
     in[n++] = mouseInput(down);
     in[n++] = mouseInput(up);
   }
-  printf("-- %s\n", what);
-  g_last[0] = 0;
-  SendInput(n, in, sizeof(INPUT));
-  pumpFor(5);
+  gesture(what, in, n);
 }
 
 // A drag with the left button from one client point of hwnd to another,
@@ -96,30 +102,19 @@ void drag(const char* what, HWND hwnd, POINT from, POINT to) {
   INPUT in[5] = {mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, a.x, a.y), mouseInput(MOUSEEVENTF_LEFTDOWN),
                  mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, m.x, m.y),
                  mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, b.x, b.y), mouseInput(MOUSEEVENTF_LEFTUP)};
-  printf("-- %s\n", what);
-  g_last[0] = 0;
-  SendInput(5, in, sizeof(INPUT));
-  pumpFor(5);
+  gesture(what, in, 5);
 }
 
 }  // namespace
 
 int main() {
-  WNDCLASSA wc;
-  memset(&wc, 0, sizeof wc);
-  wc.style = CS_DBLCLKS;
-  wc.lpfnWndProc = proc;
-  wc.hInstance = GetModuleHandleA(NULL);
-  wc.hCursor = LoadCursorA(NULL, IDC_ARROW);
-  wc.hbrBackground = (HBRUSH)(COLOR_WINDOW + 1);
-  wc.lpszClassName = "ProbeMouse";
-  RegisterClassA(&wc);
-  g_main = CreateWindowExA(0, "ProbeMouse", "main", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100, 100, 300,
-                           200, NULL, NULL, wc.hInstance, NULL);
-  g_button = CreateWindowExA(0, "BUTTON", "Go", WS_CHILD | WS_VISIBLE | BS_PUSHBUTTON, 150, 20, 80,
-                             24, g_main, (HMENU)7, wc.hInstance, NULL);
-  g_other = CreateWindowExA(0, "ProbeMouse", "other", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 500, 100, 200,
-                            150, NULL, NULL, wc.hInstance, NULL);
+  probe::registerClass("ProbeMouse", proc, (HBRUSH)(COLOR_WINDOW + 1), CS_DBLCLKS);
+  g_main =
+      createAt("ProbeMouse", "main", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100, 100, 300, 200, NULL);
+  g_button = createAt("BUTTON", "button", WS_CHILD | WS_VISIBLE | BS_PUSHBUTTON, 150, 20, 80, 24,
+                      g_main, 0, 7, "Go");
+  g_other =
+      createAt("ProbeMouse", "other", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 500, 100, 200, 150, NULL);
   SetForegroundWindow(g_other);
   pumpFor(5);
   printf("active: %s\n", nameOf(GetActiveWindow()));
@@ -136,11 +131,8 @@ int main() {
   click("a right-click on the main window", g_main, 30, 40, 1, MOUSEEVENTF_RIGHTDOWN, MOUSEEVENTF_RIGHTUP);
   click("a right-click on the button", g_button, 5, 5, 1, MOUSEEVENTF_RIGHTDOWN, MOUSEEVENTF_RIGHTUP);
   SetFocus(g_main);
-  printf("-- the wheel turned one notch towards the user\n");
-  g_last[0] = 0;
   INPUT wheel = mouseInput(MOUSEEVENTF_WHEEL, 0, 0, (DWORD)-WHEEL_DELTA);
-  SendInput(1, &wheel, sizeof(INPUT));
-  pumpFor(5);
+  gesture("the wheel turned one notch towards the user", &wheel, 1);
   DestroyWindow(g_other);
   DestroyWindow(g_main);
   return 0;

@@ -26,8 +26,7 @@ HWND popup(const char* name, DWORD style, HWND owner, DWORD ex = 0) {
 
 void scrollControls() {
   HWND parent = popup("bars", WS_POPUP | WS_VISIBLE, NULL);
-  HWND bar = CreateWindowA("ScrollBar", "", WS_CHILD | WS_VISIBLE, 0, 0, 120, 17, parent, NULL,
-                           GetModuleHandleA(NULL), NULL);
+  HWND bar = createAt("ScrollBar", "", WS_CHILD | WS_VISIBLE, 0, 0, 120, 17, parent);
   WNDCLASSEXA info;
   info.cbSize = sizeof info;
   GetClassInfoExA(NULL, "ScrollBar", &info);
@@ -89,17 +88,15 @@ void scrollControls() {
 void parents() {
   HWND owner = popup("owner", WS_POPUP, NULL);
   HWND child = popup("child", WS_CHILD, owner);
-  printf("child: GWL_HWNDPARENT %s, GetParent %s, GA_ROOTOWNER %s\n",
-         hname(reinterpret_cast<HWND>(GetWindowLongPtrA(child, GWLP_HWNDPARENT))),
-         hname(GetParent(child)), hname(GetAncestor(child, GA_ROOTOWNER)));
+  auto report = [](const char* what, HWND h) {
+    printf("%s: GWL_HWNDPARENT %s, GetParent %s, GA_ROOTOWNER %s\n", what,
+           hname(reinterpret_cast<HWND>(GetWindowLongPtrA(h, GWLP_HWNDPARENT))),
+           hname(GetParent(h)), hname(GetAncestor(h, GA_ROOTOWNER)));
+  };
+  report("child", child);
   SetWindowLongA(child, GWL_STYLE, WS_POPUP | WS_CHILD);
-  printf("child as WS_POPUP|WS_CHILD: GWL_HWNDPARENT %s, GetParent %s, GA_ROOTOWNER %s\n",
-         hname(reinterpret_cast<HWND>(GetWindowLongPtrA(child, GWLP_HWNDPARENT))),
-         hname(GetParent(child)), hname(GetAncestor(child, GA_ROOTOWNER)));
-  HWND owned = popup("owned", WS_POPUP, owner);
-  printf("owned: GWL_HWNDPARENT %s, GetParent %s, GA_ROOTOWNER %s\n",
-         hname(reinterpret_cast<HWND>(GetWindowLongPtrA(owned, GWLP_HWNDPARENT))),
-         hname(GetParent(owned)), hname(GetAncestor(owned, GA_ROOTOWNER)));
+  report("child as WS_POPUP|WS_CHILD", child);
+  report("owned", popup("owned", WS_POPUP, owner));
   LONG desktopStyle = GetWindowLongA(GetDesktopWindow(), GWL_STYLE);
   LONG old = SetWindowLongA(GetDesktopWindow(), GWL_STYLE, 0);
   printf("SetWindowLongA(desktop, GWL_STYLE) changes it %d\n",
@@ -110,7 +107,9 @@ void parents() {
   DestroyWindow(owner);
 }
 
-bool topmost(HWND h) { return (GetWindowLongA(h, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0; }
+bool topmost(HWND h) {
+  return (GetWindowLongA(h, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
+}
 
 void zOrder() {
   HWND owner = popup("zowner", WS_POPUP | WS_VISIBLE, NULL);
@@ -213,21 +212,17 @@ void popupsOfMinimisedOwner() {
   HWND shown = createNamed("ProbeShowSpy", "p1", WS_POPUP | WS_VISIBLE, owner);
   HWND hidden = createNamed("ProbeShowSpy", "p2", WS_POPUP, owner);
   HWND grand = createNamed("ProbeShowSpy", "p3", WS_POPUP | WS_VISIBLE, shown);
-  auto report = [&](const char* what) {
+  auto report = [&](const char* what, LRESULT /* the action, done first */) {
     printf("%s:%s; visible p1 %d p2 %d p3 %d\n", what, g_shown, IsWindowVisible(shown),
            IsWindowVisible(hidden), IsWindowVisible(grand));
     g_shown[0] = 0;
   };
   SetActiveWindow(owner);
   g_shown[0] = 0;
-  SendMessageA(owner, WM_SYSCOMMAND, SC_MINIMIZE, 0);
-  report("SC_MINIMIZE");
-  SendMessageA(owner, WM_SYSCOMMAND, SC_RESTORE, 0);
-  report("SC_RESTORE");
-  ShowWindow(owner, SW_MINIMIZE);
-  report("ShowWindow(SW_MINIMIZE)");
-  ShowWindow(owner, SW_RESTORE);
-  report("ShowWindow(SW_RESTORE)");
+  report("SC_MINIMIZE", SendMessageA(owner, WM_SYSCOMMAND, SC_MINIMIZE, 0));
+  report("SC_RESTORE", SendMessageA(owner, WM_SYSCOMMAND, SC_RESTORE, 0));
+  report("ShowWindow(SW_MINIMIZE)", ShowWindow(owner, SW_MINIMIZE));
+  report("ShowWindow(SW_RESTORE)", ShowWindow(owner, SW_RESTORE));
   DestroyWindow(owner);
 }
 

@@ -18,9 +18,8 @@ LRESULT CALLBACK paintProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
     PAINTSTRUCT ps;
     HDC dc = BeginPaint(hwnd, &ps);
     if (g_paintReport)
-      printf("  BeginPaint %s: dc %d fErase %d rcPaint (%ld,%ld)-(%ld,%ld)\n", hname(hwnd),
-             dc != NULL, ps.fErase, (long)ps.rcPaint.left, (long)ps.rcPaint.top,
-             (long)ps.rcPaint.right, (long)ps.rcPaint.bottom);
+      printf("  BeginPaint %s: dc %d fErase %d rcPaint %s\n", hname(hwnd), dc != NULL, ps.fErase,
+             rectText(ps.rcPaint));
     BOOL ended = EndPaint(hwnd, &ps);
     if (g_paintReport) printf("  EndPaint %d\n", ended);
     return 0;
@@ -30,18 +29,13 @@ LRESULT CALLBACK paintProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 
 HWND create(const char* name, const char* cls, DWORD style, int x, int y, int w, int h,
             HWND parent, const char* text = NULL) {
-  expect(name);
-  HWND hwnd = CreateWindowExA(0, cls, text ? text : name, style, x, y, w, h, parent, NULL,
-                              GetModuleHandleA(NULL), NULL);
-  if (hwnd) nameWindow(hwnd, name);
-  return hwnd;
+  return createAt(cls, name, style, x, y, w, h, parent, 0, 0, text);
 }
 
 void printUpdate(const char* label, HWND hwnd) {
   RECT r;
   BOOL any = GetUpdateRect(hwnd, &r, FALSE);
-  printf("%s: update %d (%ld,%ld)-(%ld,%ld)\n", label, any, (long)r.left, (long)r.top,
-         (long)r.right, (long)r.bottom);
+  printf("%s: update %d %s\n", label, any, rectText(r));
 }
 
 void updateRegions() {
@@ -51,23 +45,18 @@ void updateRegions() {
   g_paintReport = true;
   printUpdate("after show", p);
   RECT a = {10, 20, 30, 40}, b = {50, 5, 60, 25};
-  BOOL r1 = InvalidateRect(p, &a, FALSE);
-  BOOL r2 = InvalidateRect(p, &b, FALSE);
+  BOOL r1 = InvalidateRect(p, &a, FALSE), r2 = InvalidateRect(p, &b, FALSE);
   printf("InvalidateRect returns %d %d\n", r1, r2);
   printUpdate("two rects", p);
-  UpdateWindow(p);
-  printLog("UpdateWindow without erase");
+  logged("UpdateWindow without erase", UpdateWindow(p));
   printUpdate("after UpdateWindow", p);
-  UpdateWindow(p);
-  printLog("UpdateWindow with nothing to do");
+  logged("UpdateWindow with nothing to do", UpdateWindow(p));
   InvalidateRect(p, &a, TRUE);
   InvalidateRect(p, &b, FALSE);
-  UpdateWindow(p);
-  printLog("erase is sticky");
+  logged("erase is sticky", UpdateWindow(p));
   g_eraseResult = 0;
   InvalidateRect(p, NULL, TRUE);
-  UpdateWindow(p);
-  printLog("erase handler returns 0");
+  logged("erase handler returns 0", UpdateWindow(p));
   g_eraseResult = -1;
   InvalidateRgn(p, NULL, TRUE);
   printUpdate("InvalidateRgn NULL", p);
@@ -86,8 +75,7 @@ void updateRegions() {
   pump();
   clearLog();
   InvalidateRect(n, NULL, TRUE);
-  UpdateWindow(n);
-  printLog("class without brush");
+  logged("class without brush", UpdateWindow(n));
   DestroyWindow(n);
   g_paintReport = false;
   DestroyWindow(p);
@@ -101,8 +89,7 @@ void children() {
   clearLog();
   InvalidateRect(p, NULL, FALSE);
   printUpdate("child after parent invalidated", c);
-  UpdateWindow(p);
-  printLog("UpdateWindow parent");
+  logged("UpdateWindow parent", UpdateWindow(p));
   HWND k = create("K", "ProbePaint", WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, 10, 10, 200,
                   150, NULL);
   HWND kc = create("kc", "ProbePaint", WS_CHILD | WS_VISIBLE, 10, 10, 50, 50, k);
@@ -243,8 +230,7 @@ void parentDcClipping() {
     RECT box;
     GetClipBox(dc, &box);
     ReleaseDC(c, dc);
-    printf("CS_PARENTDC child, %s: clip box (%ld,%ld)-(%ld,%ld)\n", k.what, (long)box.left,
-           (long)box.top, (long)box.right, (long)box.bottom);
+    printf("CS_PARENTDC child, %s: clip box %s\n", k.what, rectText(box));
     DestroyWindow(p);
     clearLog();
   }
@@ -253,9 +239,7 @@ void parentDcClipping() {
 void gdiObjects() {
   HBRUSH brush = CreateSolidBrush(RGB(1, 2, 3));
   printf("brush created %d type %lu\n", brush != NULL, (unsigned long)GetObjectType(brush));
-  BOOL d1 = DeleteObject(brush);
-  BOOL d2 = DeleteObject(brush);
-  BOOL d3 = DeleteObject(NULL);
+  BOOL d1 = DeleteObject(brush), d2 = DeleteObject(brush), d3 = DeleteObject(NULL);
   printf("DeleteObject brush %d again %d NULL %d\n", d1, d2, d3);
   HGDIOBJ white = GetStockObject(WHITE_BRUSH);
   BOOL d4 = DeleteObject(white);
@@ -271,15 +255,12 @@ void gdiObjects() {
   HWND p = create("P", "ProbePaint", WS_POPUP | WS_VISIBLE, 10, 10, 200, 150, NULL);
   HDC dc = GetDC(p);
   printf("GetDC %d map mode %d\n", dc != NULL, GetMapMode(dc));
-  int prev = SetMapMode(dc, MM_LOMETRIC);
-  int prev2 = SetMapMode(dc, MM_TEXT);
-  int bad = SetMapMode(dc, 99);
+  int prev = SetMapMode(dc, MM_LOMETRIC), prev2 = SetMapMode(dc, MM_TEXT), bad = SetMapMode(dc, 99);
   printf("SetMapMode returns %d %d, invalid %d, now %d\n", prev, prev2, bad, GetMapMode(dc));
   HBRUSH red = CreateSolidBrush(RGB(255, 0, 0));
   HGDIOBJ old = SelectObject(dc, red);
   printf("SelectObject returns the stock white brush: %d\n", old == GetStockObject(WHITE_BRUSH));
-  BOOL selectedDelete = DeleteObject(red);
-  printf("DeleteObject of selected brush %d\n", selectedDelete);
+  printf("DeleteObject of selected brush %d\n", DeleteObject(red));
   SelectObject(dc, old);
   HPEN pen = CreatePen(PS_SOLID, 1, RGB(0, 0, 255));
   HGDIOBJ oldPen = SelectObject(dc, pen);
@@ -292,8 +273,7 @@ void gdiObjects() {
   printf("LineTo %d Rectangle %d\n", LineTo(dc, 20, 8), Rectangle(dc, 30, 30, 40, 40));
   SelectObject(dc, oldPen);
   DeleteObject(pen);
-  COLORREF oldText = SetTextColor(dc, RGB(9, 8, 7));
-  COLORREF oldBk = SetBkColor(dc, RGB(1, 1, 1));
+  COLORREF oldText = SetTextColor(dc, RGB(9, 8, 7)), oldBk = SetBkColor(dc, RGB(1, 1, 1));
   printf("default text colour %#lx background %#lx\n", (unsigned long)oldText,
          (unsigned long)oldBk);
   printf("TextOut %d\n", TextOutA(dc, 0, 0, "Hi", 2));

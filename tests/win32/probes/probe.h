@@ -9,6 +9,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <initializer_list>
+
 namespace probe {
 
 struct MsgName {
@@ -102,6 +104,18 @@ inline HWND createNamed(const char* cls, const char* name, DWORD style, HWND par
                            GetModuleHandleA(NULL), NULL);
   nameWindow(h, name);
   return h;
+}
+
+// Creates a window at a place and size, named for the log; its text is its
+// name unless text is given.
+inline HWND createAt(const char* cls, const char* name, DWORD style, int x, int y, int w, int h,
+                     HWND parent, DWORD ex = 0, int id = 0, const char* text = NULL,
+                     void* params = NULL) {
+  expect(name);
+  HWND hwnd = CreateWindowExA(ex, cls, text ? text : name, style, x, y, w, h, parent,
+                              (HMENU)(INT_PTR)id, GetModuleHandleA(NULL), params);
+  if (hwnd) nameWindow(hwnd, name);
+  return hwnd;
 }
 
 inline void adopt(HWND hwnd) {
@@ -211,6 +225,22 @@ inline void printLog(const char* label) {
 
 inline void clearLog() { g_logCount = 0; }
 
+// Prints the record under label once the action given (a call's result) is
+// done: logged("minimize", ShowWindow(h, SW_MINIMIZE)).
+template <typename T>
+inline void logged(const char* label, const T&) {
+  printLog(label);
+}
+
+// "label: v1 v2 ...". Braced lists are evaluated left to right, unlike a
+// call's arguments, so the values are the results of the calls in the order
+// written.
+inline void printValues(const char* label, std::initializer_list<LRESULT> values) {
+  printf("%s:", label);
+  for (LRESULT v : values) printf(" %ld", (long)v);
+  printf("\n");
+}
+
 // The recording procedure most probes use for their windows.
 inline LRESULT CALLBACK loggingProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   record(hwnd, msg, wp, lp);
@@ -236,6 +266,35 @@ inline void printRect(const char* label, const RECT& r) {
   printf("%s: (%ld,%ld)-(%ld,%ld) %ldx%ld\n", label, (long)r.left, (long)r.top,
          (long)r.right, (long)r.bottom, (long)(r.right - r.left),
          (long)(r.bottom - r.top));
+}
+
+// "label: value err=E": the call's result and the error it left, cleared
+// before the call.
+inline void printWithError(const char* label, long value) {
+  printf("%s: %ld err=%lu\n", label, value, (unsigned long)GetLastError());
+}
+#define PRINT_ERR(label, call) (SetLastError(0), probe::printWithError(label, (long)(call)))
+
+// "(left,top)-(right,bottom)", in one of four buffers used in turn, so that
+// one printf can show several rectangles.
+inline const char* rectText(const RECT& r) {
+  static char bufs[4][64];
+  static int next;
+  char* b = bufs[next++ % 4];
+  snprintf(b, sizeof bufs[0], "(%ld,%ld)-(%ld,%ld)", (long)r.left, (long)r.top, (long)r.right,
+           (long)r.bottom);
+  return b;
+}
+
+// The metrics of the font a control draws with (its WM_GETFONT).
+inline TEXTMETRICA fontMetricsOf(HWND hwnd) {
+  HDC dc = GetDC(hwnd);
+  HGDIOBJ old = SelectObject(dc, (HGDIOBJ)SendMessageA(hwnd, WM_GETFONT, 0, 0));
+  TEXTMETRICA tm;
+  GetTextMetricsA(dc, &tm);
+  SelectObject(dc, old);
+  ReleaseDC(hwnd, dc);
+  return tm;
 }
 
 inline void printWindowRects(const char* label, HWND hwnd) {

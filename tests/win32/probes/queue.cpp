@@ -8,11 +8,7 @@ using namespace probe;
 namespace {
 
 HWND create(const char* name, DWORD style, HWND parent) {
-  expect(name);
-  HWND hwnd = CreateWindowExA(0, "ProbeQueue", name, style, 10, 10, 200, 150, parent, NULL,
-                              GetModuleHandleA(NULL), NULL);
-  if (hwnd) nameWindow(hwnd, name);
-  return hwnd;
+  return createAt("ProbeQueue", name, style, 10, 10, 200, 150, parent);
 }
 
 int g_depth;
@@ -93,10 +89,7 @@ void order() {
   PostQuitMessage(4);
   got = GetMessageA(&msg, NULL, 0, 0);
   printf("GetMessage quit: %d message %#x wParam %d\n", got, msg.message, (int)msg.wParam);
-  SetLastError(0);
-  HWND bogus = (HWND)(INT_PTR)0x7ffe;
-  got = GetMessageA(&msg, bogus, 0, 0);
-  printf("GetMessage bad window: %d err=%lu\n", got, GetLastError());
+  PRINT_ERR("GetMessage bad window", GetMessageA(&msg, (HWND)(INT_PTR)0x7ffe, 0, 0));
   DestroyWindow(p);
   clearLog();
 }
@@ -104,8 +97,7 @@ void order() {
 void sending() {
   HWND p = create("P", WS_OVERLAPPEDWINDOW, NULL);
   clearLog();
-  LRESULT r = SendMessageA(p, WM_USER, 0, 0);
-  printf("nested send result %ld\n", (long)r);
+  printf("nested send result %ld\n", (long)SendMessageA(p, WM_USER, 0, 0));
   printLog("nested send");
   printf("SetWindowText: %d\n", SetWindowTextA(p, "New title"));
   char buf[32];
@@ -114,13 +106,20 @@ void sending() {
   n = GetWindowTextA(p, buf, sizeof buf);
   printf("GetWindowText: %d '%s' length %d\n", n, buf, GetWindowTextLengthA(p));
   printLog("text messages");
-  LRESULT zero = SendMessageA(p, WM_GETTEXT, 0, (LPARAM)buf);
-  printf("WM_GETTEXT 0 chars: %ld\n", (long)zero);
+  printf("WM_GETTEXT 0 chars: %ld\n", (long)SendMessageA(p, WM_GETTEXT, 0, (LPARAM)buf));
   SendMessageA(p, WM_SETTEXT, 0, 0);
   printf("after WM_SETTEXT NULL: length %d\n", GetWindowTextLengthA(p));
   clearLog();
   DestroyWindow(p);
   clearLog();
+}
+
+// The keyboard state with only vk down (none for 0).
+void holdOnly(int vk) {
+  BYTE keys[256];
+  memset(keys, 0, sizeof keys);
+  if (vk) keys[vk] = 0x80;
+  SetKeyboardState(keys);
 }
 
 void translating() {
@@ -129,23 +128,16 @@ void translating() {
     UINT msg;
     WPARAM vk;
   } const cases[] = {
-      {WM_KEYDOWN, 'A'},       {WM_KEYDOWN, VK_RETURN}, {WM_KEYDOWN, VK_F5},
-      {WM_KEYDOWN, VK_ESCAPE}, {WM_KEYDOWN, VK_BACK},   {WM_KEYDOWN, '5'},
-      {WM_KEYUP, 'A'},         {WM_SYSKEYDOWN, 'F'},    {WM_CHAR, 'a'},
-      {WM_USER, 0},
+      {WM_KEYDOWN, 'A'},     {WM_KEYDOWN, VK_RETURN},
+      {WM_KEYDOWN, VK_F5},   {WM_KEYDOWN, VK_ESCAPE},
+      {WM_KEYDOWN, VK_BACK}, {WM_KEYDOWN, '5'},
+      {WM_KEYUP, 'A'},       {WM_SYSKEYDOWN, 'F'},
+      {WM_CHAR, 'a'},        {WM_USER, 0},
   };
-  BYTE keys[256];
   for (int shift = 0; shift < 2; ++shift) {
-    memset(keys, 0, sizeof keys);
-    if (shift) keys[VK_SHIFT] = 0x80;
-    SetKeyboardState(keys);
+    holdOnly(shift ? VK_SHIFT : 0);
     for (const Case& c : cases) {
-      MSG msg;
-      memset(&msg, 0, sizeof msg);
-      msg.hwnd = p;
-      msg.message = c.msg;
-      msg.wParam = c.vk;
-      msg.lParam = 1;
+      MSG msg = {p, c.msg, c.vk, 1, 0, {0, 0}};
       BOOL t = TranslateMessage(&msg);
       printf("translate %s %#x shift %d: %d ->", msgName(c.msg), (unsigned)c.vk, shift, t);
       MSG out;
@@ -155,22 +147,15 @@ void translating() {
       printf("\n");
     }
   }
-  memset(keys, 0, sizeof keys);
-  keys[VK_CONTROL] = 0x80;
-  SetKeyboardState(keys);
-  MSG msg;
-  memset(&msg, 0, sizeof msg);
-  msg.hwnd = p;
-  msg.message = WM_KEYDOWN;
-  msg.wParam = 'C';
+  holdOnly(VK_CONTROL);
+  MSG msg = {p, WM_KEYDOWN, 'C', 0, 0, {0, 0}};
   TranslateMessage(&msg);
   MSG out;
   while (PeekMessageA(&out, NULL, 0, 0, PM_REMOVE))
     if (out.message == WM_CHAR) printf("ctrl+C gives WM_CHAR %#x\n", (unsigned)out.wParam);
   printf("GetKeyState control %#x shift %#x\n", (unsigned)(GetKeyState(VK_CONTROL) & 0xffff),
          (unsigned)(GetKeyState(VK_SHIFT) & 0xffff));
-  memset(keys, 0, sizeof keys);
-  SetKeyboardState(keys);
+  holdOnly(0);
   DestroyWindow(p);
   clearLog();
 }

@@ -8,28 +8,26 @@ using namespace probe;
 namespace {
 
 HWND create(const char* name, DWORD style, int x, int y, int w, int h, HWND parent) {
-  expect(name);
-  HWND hwnd = CreateWindowExA(0, "ProbeScroll", name, style, x, y, w, h, parent, NULL,
-                              GetModuleHandleA(NULL), NULL);
-  if (hwnd) nameWindow(hwnd, name);
-  return hwnd;
+  return createAt("ProbeScroll", name, style, x, y, w, h, parent);
 }
 
-void printInfo(const char* label, HWND hwnd, int bar) {
+SCROLLINFO scrollInfo(UINT mask) {
   SCROLLINFO si;
   memset(&si, 0, sizeof si);
   si.cbSize = sizeof si;
-  si.fMask = SIF_ALL;
+  si.fMask = mask;
+  return si;
+}
+
+void printInfo(const char* label, HWND hwnd, int bar) {
+  SCROLLINFO si = scrollInfo(SIF_ALL);
   BOOL ok = GetScrollInfo(hwnd, bar, &si);
   printf("%s: %d range %d..%d page %u pos %d track %d\n", label, ok, si.nMin, si.nMax,
          si.nPage, si.nPos, si.nTrackPos);
 }
 
 int set(HWND hwnd, int bar, UINT mask, int min, int max, UINT page, int pos) {
-  SCROLLINFO si;
-  memset(&si, 0, sizeof si);
-  si.cbSize = sizeof si;
-  si.fMask = mask;
+  SCROLLINFO si = scrollInfo(mask);
   si.nMin = min;
   si.nMax = max;
   si.nPage = page;
@@ -78,18 +76,13 @@ void clamping() {
   };
   for (const Case& c : cases) {
     int ret = set(h, SB_VERT, c.mask, c.min, c.max, c.page, c.pos);
-    SCROLLINFO si;
-    memset(&si, 0, sizeof si);
-    si.cbSize = sizeof si;
-    si.fMask = SIF_ALL;
+    SCROLLINFO si = scrollInfo(SIF_ALL);
     GetScrollInfo(h, SB_VERT, &si);
     printf("%s: returns %d -> %d..%d page %u pos %d, WS_VSCROLL %d\n", c.label, ret, si.nMin,
            si.nMax, si.nPage, si.nPos, (GetWindowLongA(h, GWL_STYLE) & WS_VSCROLL) != 0);
   }
-  SCROLLINFO si;
-  memset(&si, 0, sizeof si);
+  SCROLLINFO si = scrollInfo(SIF_ALL);
   si.cbSize = sizeof si + 4;
-  si.fMask = SIF_ALL;
   printf("GetScrollInfo bad cbSize: %d\n", GetScrollInfo(h, SB_VERT, &si));
   si.cbSize = sizeof si;
   si.fMask = 0;
@@ -113,24 +106,20 @@ void clamping() {
 void showing() {
   HWND h = create("h", WS_POPUP | WS_VISIBLE, 0, 0, 100, 100, NULL);
   clearLog();
-  BOOL r = ShowScrollBar(h, SB_HORZ, TRUE);
-  printf("ShowScrollBar horizontal: %d\n", r);
+  printf("ShowScrollBar horizontal: %d\n", ShowScrollBar(h, SB_HORZ, TRUE));
   printLog("show horizontal bar");
   printWindowRects("h", h);
-  r = ShowScrollBar(h, SB_HORZ, TRUE);
-  printf("again: %d\n", r);
+  printf("again: %d\n", ShowScrollBar(h, SB_HORZ, TRUE));
   printLog("show again");
   ShowScrollBar(h, SB_BOTH, TRUE);
   printWindowRects("both", h);
   clearLog();
-  ShowScrollBar(h, SB_BOTH, FALSE);
-  printLog("hide both");
+  logged("hide both", ShowScrollBar(h, SB_BOTH, FALSE));
   printWindowRects("none", h);
-  set(h, SB_VERT, SIF_RANGE | SIF_PAGE, 0, 99, 20, 0);
-  printLog("range bigger than page shows the bar");
+  logged("range bigger than page shows the bar",
+         set(h, SB_VERT, SIF_RANGE | SIF_PAGE, 0, 99, 20, 0));
   printWindowRects("after SetScrollInfo", h);
-  set(h, SB_VERT, SIF_PAGE, 0, 0, 100, 0);
-  printLog("page covering the range hides it");
+  logged("page covering the range hides it", set(h, SB_VERT, SIF_PAGE, 0, 0, 100, 0));
   DestroyWindow(h);
   clearLog();
 }
@@ -148,12 +137,10 @@ void scrolling() {
   printRect("uncovered", upd);
   printLog("scroll children");
   RECT r;
-  GetWindowRect(a, &r);
-  printf("a now at %ld,%ld\n", (long)r.left, (long)r.top);
-  GetWindowRect(b, &r);
-  printf("b now at %ld,%ld\n", (long)r.left, (long)r.top);
-  GetWindowRect(g, &r);
-  printf("g now at %ld,%ld\n", (long)r.left, (long)r.top);
+  for (HWND w : {a, b, g}) {
+    GetWindowRect(w, &r);
+    printf("%s now at %ld,%ld\n", hname(w), (long)r.left, (long)r.top);
+  }
   GetUpdateRect(p, &r, FALSE);
   printRect("update without SW_INVALIDATE", r);
   ret = ScrollWindowEx(p, -5, 0, NULL, NULL, NULL, &upd, SW_INVALIDATE | SW_ERASE);
@@ -162,10 +149,9 @@ void scrolling() {
   GetUpdateRect(p, &r, FALSE);
   printRect("update with SW_INVALIDATE", r);
   printLog("scroll without children");
-  UpdateWindow(p);
-  printLog("paint after scroll");
+  logged("paint after scroll", UpdateWindow(p));
   RECT part = {0, 0, 100, 100};
-  ret = ScrollWindowEx(p, 0, 10, &part, NULL, NULL, &upd, SW_SCROLLCHILDREN);
+  ScrollWindowEx(p, 0, 10, &part, NULL, NULL, &upd, SW_SCROLLCHILDREN);
   printRect("uncovered in part", upd);
   printLog("scroll part with children");
   ret = ScrollWindowEx(p, 0, 0, NULL, NULL, NULL, &upd, SW_INVALIDATE);

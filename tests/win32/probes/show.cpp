@@ -6,25 +6,14 @@ using namespace probe;
 
 namespace {
 
-HWND create(const char* name, DWORD style, int x, int y, int w, int h, HWND parent,
-            const char* cls = "ProbeShow") {
-  expect(name);
-  HWND hwnd = CreateWindowExA(0, cls, name, style, x, y, w, h, parent, NULL,
-                              GetModuleHandleA(NULL), NULL);
-  if (hwnd) nameWindow(hwnd, name);
-  return hwnd;
-}
-
 void printPlacement(const char* label, HWND hwnd) {
   WINDOWPLACEMENT wp;
   memset(&wp, 0, sizeof wp);
   wp.length = sizeof wp;
   BOOL ok = GetWindowPlacement(hwnd, &wp);
-  printf("%s: placement %d flags %u show %u min (%ld,%ld) max (%ld,%ld) normal (%ld,%ld)-(%ld,%ld)\n",
-         label, ok, wp.flags, wp.showCmd, (long)wp.ptMinPosition.x, (long)wp.ptMinPosition.y,
-         (long)wp.ptMaxPosition.x, (long)wp.ptMaxPosition.y, (long)wp.rcNormalPosition.left,
-         (long)wp.rcNormalPosition.top, (long)wp.rcNormalPosition.right,
-         (long)wp.rcNormalPosition.bottom);
+  printf("%s: placement %d flags %u show %u min (%ld,%ld) max (%ld,%ld) normal %s\n", label, ok,
+         wp.flags, wp.showCmd, (long)wp.ptMinPosition.x, (long)wp.ptMinPosition.y,
+         (long)wp.ptMaxPosition.x, (long)wp.ptMaxPosition.y, rectText(wp.rcNormalPosition));
 }
 
 void printState(const char* label, HWND hwnd) {
@@ -36,43 +25,40 @@ void printState(const char* label, HWND hwnd) {
 }
 
 void returnValues() {
-  const int cmds[] = {SW_HIDE, SW_SHOWNORMAL, SW_SHOWMINIMIZED, SW_SHOWMAXIMIZED,
-                      SW_SHOWNOACTIVATE, SW_SHOW, SW_MINIMIZE, SW_SHOWMINNOACTIVE,
-                      SW_SHOWNA, SW_RESTORE, SW_SHOWDEFAULT, SW_FORCEMINIMIZE};
+  const int cmds[] = {SW_HIDE,           SW_SHOWNORMAL, SW_SHOWMINIMIZED, SW_SHOWMAXIMIZED,
+                      SW_SHOWNOACTIVATE, SW_SHOW,       SW_MINIMIZE,      SW_SHOWMINNOACTIVE,
+                      SW_SHOWNA,         SW_RESTORE,    SW_SHOWDEFAULT,   SW_FORCEMINIMIZE};
   for (int cmd : cmds) {
-    HWND h = create("r", WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL);
-    BOOL first = ShowWindow(h, cmd);
-    BOOL second = ShowWindow(h, cmd);
-    printf("cmd %2d: returns %d then %d, visible %d iconic %d zoomed %d\n", cmd, first,
-           second, IsWindowVisible(h), IsIconic(h), IsZoomed(h));
+    HWND h = createAt("ProbeShow", "r", WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL);
+    BOOL first = ShowWindow(h, cmd), second = ShowWindow(h, cmd);
+    printf("cmd %2d: returns %d then %d, visible %d iconic %d zoomed %d\n", cmd, first, second,
+           IsWindowVisible(h), IsIconic(h), IsZoomed(h));
     DestroyWindow(h);
   }
   clearLog();
 }
 
 void topLevel() {
-  HWND h = create("P", WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL);
+  HWND h = createAt("ProbeShow", "P", WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL);
   printPlacement("new hidden", h);
   ShowWindow(h, SW_SHOWNORMAL);
   clearLog();
-  ShowWindow(h, SW_MINIMIZE);
-  printLog("minimize");
-  printState("minimized", h);
-  printPlacement("minimized", h);
-  ShowWindow(h, SW_RESTORE);
-  printLog("restore from minimized");
-  printState("restored", h);
-  ShowWindow(h, SW_MAXIMIZE);
-  printLog("maximize");
-  printState("maximized", h);
-  printPlacement("maximized", h);
-  ShowWindow(h, SW_HIDE);
-  printLog("hide maximized");
-  printState("hidden maximized", h);
-  printPlacement("hidden maximized", h);
-  ShowWindow(h, SW_RESTORE);
-  printLog("restore hidden maximized");
-  printState("restored", h);
+  // Each command's messages, then the state it left (and the placement).
+  const struct {
+    int cmd;
+    const char *logged, *state, *placement;
+  } steps[] = {
+      {SW_MINIMIZE, "minimize", "minimized", "minimized"},
+      {SW_RESTORE, "restore from minimized", "restored", NULL},
+      {SW_MAXIMIZE, "maximize", "maximized", "maximized"},
+      {SW_HIDE, "hide maximized", "hidden maximized", "hidden maximized"},
+      {SW_RESTORE, "restore hidden maximized", "restored", NULL},
+  };
+  for (const auto& step : steps) {
+    logged(step.logged, ShowWindow(h, step.cmd));
+    printState(step.state, h);
+    if (step.placement) printPlacement(step.placement, h);
+  }
   MoveWindow(h, 40, 50, 200, 100, FALSE);
   ShowWindow(h, SW_SHOWMINIMIZED);
   clearLog();
@@ -82,24 +68,19 @@ void topLevel() {
   ShowWindow(h, SW_SHOWNORMAL);
   printState("shown normal", h);
   clearLog();
-  ShowWindow(h, SW_HIDE);
-  printLog("hide");
+  logged("hide", ShowWindow(h, SW_HIDE));
   WINDOWPLACEMENT wp;
   memset(&wp, 0, sizeof wp);
-  wp.length = 0;
-  SetLastError(0);
-  BOOL ok = GetWindowPlacement(h, &wp);
-  printf("placement with length 0: %d err=%lu\n", ok, GetLastError());
+  PRINT_ERR("placement with length 0", GetWindowPlacement(h, &wp));
   DestroyWindow(h);
   clearLog();
 }
 
 void createdMaximized() {
-  HWND h = create("M", WS_OVERLAPPEDWINDOW | WS_MAXIMIZE, 10, 20, 300, 200, NULL);
+  HWND h = createAt("ProbeShow", "M", WS_OVERLAPPEDWINDOW | WS_MAXIMIZE, 10, 20, 300, 200, NULL);
   printLog("created maximized, hidden");
   printState("created maximized", h);
-  ShowWindow(h, SW_SHOW);
-  printLog("first show of a maximized window");
+  logged("first show of a maximized window", ShowWindow(h, SW_SHOW));
   DestroyWindow(h);
   clearLog();
 }
@@ -107,23 +88,18 @@ void createdMaximized() {
 void children() {
   // The parent does not record: how it repaints around its child is not the
   // point here.
-  HWND p = create("P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 20, 300, 200, NULL,
-                  "ProbeShowQuiet");
-  HWND c = create("c", WS_CHILD | WS_CAPTION | WS_THICKFRAME, 10, 10, 150, 80, p);
+  HWND p =
+      createAt("ProbeShowQuiet", "P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 20, 300, 200, NULL);
+  HWND c = createAt("ProbeShow", "c", WS_CHILD | WS_CAPTION | WS_THICKFRAME, 10, 10, 150, 80, p);
   clearLog();
-  BOOL was = ShowWindow(c, SW_SHOW);
-  printf("child show returns %d\n", was);
+  printf("child show returns %d\n", ShowWindow(c, SW_SHOW));
   printLog("show child");
-  ShowWindow(c, SW_MINIMIZE);
-  printLog("minimize child");
+  logged("minimize child", ShowWindow(c, SW_MINIMIZE));
   printState("minimized child", c);
-  ShowWindow(c, SW_MAXIMIZE);
-  printLog("maximize child");
+  logged("maximize child", ShowWindow(c, SW_MAXIMIZE));
   printState("maximized child", c);
-  ShowWindow(c, SW_RESTORE);
-  printLog("restore child");
-  was = ShowWindow(c, SW_HIDE);
-  printf("child hide returns %d\n", was);
+  logged("restore child", ShowWindow(c, SW_RESTORE));
+  printf("child hide returns %d\n", ShowWindow(c, SW_HIDE));
   printLog("hide child");
   DestroyWindow(p);
   clearLog();
@@ -132,15 +108,19 @@ void children() {
 // The restore-to-maximised mark and the maximised place through a run of
 // commands, each step with the flags and position it must leave.
 void placementMarks() {
-  HWND h = create("M", WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL, "ProbeShowQuiet");
+  HWND h = createAt("ProbeShowQuiet", "M", WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL);
   const struct {
     const char* label;
     int cmd;
   } steps[] = {
-      {"minimized from normal", SW_SHOWMINIMIZED}, {"maximized from minimized", SW_SHOWMAXIMIZED},
-      {"shown without activation", SW_SHOWNOACTIVATE}, {"maximized from normal", SW_MAXIMIZE},
-      {"minimized from maximized", SW_MINIMIZE}, {"restored to maximized", SW_RESTORE},
-      {"restored to normal", SW_RESTORE}, {"minimized again", SW_MINIMIZE},
+      {"minimized from normal", SW_SHOWMINIMIZED},
+      {"maximized from minimized", SW_SHOWMAXIMIZED},
+      {"shown without activation", SW_SHOWNOACTIVATE},
+      {"maximized from normal", SW_MAXIMIZE},
+      {"minimized from maximized", SW_MINIMIZE},
+      {"restored to maximized", SW_RESTORE},
+      {"restored to normal", SW_RESTORE},
+      {"minimized again", SW_MINIMIZE},
   };
   for (const auto& step : steps) {
     ShowWindow(h, step.cmd);
@@ -156,10 +136,10 @@ void placementMarks() {
 // Minimised children stack from the parent's bottom-left corner, a row each
 // when two do not fit side by side, and keep their size.
 void minimizedChildren() {
-  HWND p = create("P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 20, 300, 200, NULL,
-                  "ProbeShowQuiet");
-  HWND a = create("a", WS_CHILD | WS_VISIBLE | WS_CAPTION, 10, 10, 100, 80, p, "ProbeShowQuiet");
-  HWND b = create("b", WS_CHILD | WS_VISIBLE | WS_CAPTION, 20, 20, 100, 80, p, "ProbeShowQuiet");
+  HWND p =
+      createAt("ProbeShowQuiet", "P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 20, 300, 200, NULL);
+  HWND a = createAt("ProbeShowQuiet", "a", WS_CHILD | WS_VISIBLE | WS_CAPTION, 10, 10, 100, 80, p);
+  HWND b = createAt("ProbeShowQuiet", "b", WS_CHILD | WS_VISIBLE | WS_CAPTION, 20, 20, 100, 80, p);
   ShowWindow(a, SW_MINIMIZE);
   ShowWindow(b, SW_MINIMIZE);
   printWindowRects("first minimized child", a);

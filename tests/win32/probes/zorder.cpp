@@ -22,6 +22,20 @@ void printOrder(const char* what) {
 
 const UINT kKeep = SWP_NOMOVE | SWP_NOSIZE;
 
+// Moves in turn, each followed by the order it left.
+struct Move {
+  HWND window;
+  HWND after;
+  const char* what;
+};
+
+void moveAll(std::initializer_list<Move> moves) {
+  for (const Move& m : moves) {
+    SetWindowPos(m.window, m.after, 0, 0, 0, 0, kKeep);
+    printOrder(m.what);
+  }
+}
+
 // Owned pop-ups ride above their owners, each in its band.
 void ownedPopups() {
   HWND d = make("D", WS_POPUP | WS_VISIBLE, NULL);
@@ -47,12 +61,7 @@ void topmostBand() {
   HWND h = make("H", WS_POPUP | WS_VISIBLE, o);
   HWND h2 = make("H2", WS_POPUP | WS_VISIBLE, o);
   printOrder("O owns H, H2");
-  struct Move {
-    HWND window;
-    HWND after;
-    const char* what;
-  };
-  const Move moves[] = {
+  moveAll({
       {h, HWND_TOPMOST, "H HWND_TOPMOST"},
       {h2, h, "H2 after H (activates H2)"},
       {h, h2, "H after H2 (activates H: to the top)"},
@@ -61,27 +70,19 @@ void topmostBand() {
       {h, HWND_NOTOPMOST, "H HWND_NOTOPMOST"},
       {h2, HWND_NOTOPMOST, "H2 HWND_NOTOPMOST, not topmost"},
       {h, HWND_BOTTOM, "H HWND_BOTTOM"},
-  };
-  for (const Move& m : moves) {
-    SetWindowPos(m.window, m.after, 0, 0, 0, 0, kKeep);
-    printOrder(m.what);
-  }
+  });
   HWND c2 = make("c2", WS_POPUP | WS_VISIBLE, h);
   HWND c = make("c", WS_POPUP | WS_VISIBLE, h);
   HWND g = make("g", WS_POPUP | WS_VISIBLE, c);
   printOrder("H owns c2, c; c owns g");
-  const Move more[] = {
+  moveAll({
       {g, HWND_TOPMOST, "g HWND_TOPMOST"},
       {c2, HWND_NOTOPMOST, "c2 HWND_NOTOPMOST, not topmost"},
       {c, HWND_TOPMOST, "c HWND_TOPMOST"},
       {h, HWND_NOTOPMOST, "H HWND_NOTOPMOST, not topmost"},
       {c, HWND_TOPMOST, "c HWND_TOPMOST again"},
       {c, HWND_BOTTOM, "c HWND_BOTTOM"},
-  };
-  for (const Move& m : more) {
-    SetWindowPos(m.window, m.after, 0, 0, 0, 0, kKeep);
-    printOrder(m.what);
-  }
+  });
   printf("GetLastActivePopup(O) %s, (H2) %s\n", hname(GetLastActivePopup(o)),
          hname(GetLastActivePopup(h2)));
   DestroyWindow(o);
@@ -120,8 +121,7 @@ void activation() {
   ShowWindow(child, SW_SHOW);
   SetFocus(main);
   SetParent(child, GetDesktopWindow());
-  HWND toChild = SetFocus(child);
-  HWND toInner = SetFocus(inner);
+  HWND toChild = SetFocus(child), toInner = SetFocus(inner);
   printf("SetFocus(child of the desktop) %s, (its child) %s; focus %s\n", hname(toChild),
          hname(toInner), hname(GetFocus()));
   DestroyWindow(child);
