@@ -46,7 +46,8 @@ extern "C" {
 
 HGLOBAL WINAPI GlobalAlloc(UINT uFlags, SIZE_T dwBytes) {
   // A zero-byte block still gets an address, so the handle locks.
-  void* data = (uFlags & GMEM_ZEROINIT) ? calloc(1, dwBytes ? dwBytes : 1) : malloc(dwBytes ? dwBytes : 1);
+  void* data =
+      (uFlags & GMEM_ZEROINIT) ? calloc(1, dwBytes ? dwBytes : 1) : malloc(dwBytes ? dwBytes : 1);
   if (!data) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return NULL;

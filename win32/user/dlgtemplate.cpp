@@ -27,13 +27,20 @@ constexpr WORD kMessageBoxFontSize = 0x7FFF;
 // The predefined classes a template names by atom.
 const char *atomClassName(WORD atom) {
   switch (atom) {
-  case 0x0080: return "Button";
-  case 0x0081: return "Edit";
-  case 0x0082: return "Static";
-  case 0x0083: return "ListBox";
-  case 0x0084: return "ScrollBar";
-  case 0x0085: return "ComboBox";
-  default: return nullptr;
+    case 0x0080:
+      return "Button";
+    case 0x0081:
+      return "Edit";
+    case 0x0082:
+      return "Static";
+    case 0x0083:
+      return "ListBox";
+    case 0x0084:
+      return "ScrollBar";
+    case 0x0085:
+      return "ComboBox";
+    default:
+      return nullptr;
   }
 }
 
@@ -272,11 +279,11 @@ bool createControls(HWND dlg, TemplateReader &r, const DialogHeader &h, HINSTANC
       exStyle |= WS_EX_CLIENTEDGE;
     }
     const std::string name = itemName(item);
-    HWND ctl = CreateWindowExA(
-        exStyle, cls ? cls : "", name.c_str(), style, MulDiv(item.x, st->xBase, 4),
-        MulDiv(item.y, st->yBase, 8), MulDiv(item.cx, st->xBase, 4), MulDiv(item.cy, st->yBase, 8),
-        dlg, reinterpret_cast<HMENU>(static_cast<UINT_PTR>(item.id)), instance,
-        const_cast<void *>(item.data));
+    HWND ctl = CreateWindowExA(exStyle, cls ? cls : "", name.c_str(), style,
+                               MulDiv(item.x, st->xBase, 4), MulDiv(item.y, st->yBase, 8),
+                               MulDiv(item.cx, st->xBase, 4), MulDiv(item.cy, st->yBase, 8), dlg,
+                               reinterpret_cast<HMENU>(static_cast<UINT_PTR>(item.id)), instance,
+                               const_cast<void *>(item.data));
     if (!findWindow(dlg)) return false;
     if (!ctl) {
       if (h.style & DS_NOFAILCREATE) continue;
@@ -560,8 +567,7 @@ UINT WINAPI IsDlgButtonChecked(HWND hDlg, int nIDButton) {
 }
 
 // Checks one button of the id range and clears the others of the range.
-BOOL WINAPI CheckRadioButton(HWND hDlg, int nIDFirstButton, int nIDLastButton,
-                             int nIDCheckButton) {
+BOOL WINAPI CheckRadioButton(HWND hDlg, int nIDFirstButton, int nIDLastButton, int nIDCheckButton) {
   Window *d = checkWindow(hDlg);
   if (!d) return FALSE;
   const std::vector<HWND> children = d->children;

@@ -19,8 +19,8 @@ struct EditState {
   RECT format{};          // where the text is laid out, client coordinates (EM_GETRECT)
   int leftMargin = 0;
   int rightMargin = 0;
-  int xOffset = 0;    // pixels the text is scrolled to the left
-  int firstLine = 0;  // the top visible line of a multi-line control
+  int xOffset = 0;          // pixels the text is scrolled to the left
+  int firstLine = 0;        // the top visible line of a multi-line control
   bool border = false;      // WS_BORDER, which the control draws itself
   bool modified = false;    // EM_GETMODIFY
   bool dialogMode = false;  // a dialog asked WM_GETDLGCODE with its message
@@ -42,9 +42,7 @@ bool singleLine(const Window& w) { return !(w.style & ES_MULTILINE); }
 
 // A multi-line control wraps its lines at the format rectangle's width
 // unless it scrolls sideways.
-bool wraps(const Window& w) {
-  return !singleLine(w) && !(w.style & (ES_AUTOHSCROLL | WS_HSCROLL));
-}
+bool wraps(const Window& w) { return !singleLine(w) && !(w.style & (ES_AUTOHSCROLL | WS_HSCROLL)); }
 
 struct Metrics {
   int advance;
@@ -68,7 +66,8 @@ struct EditLine {
 
 // One hard line [from, to) cut where it is wider than the format rectangle:
 // after the last space that fits, else after as many characters as fit.
-void wrapLine(const std::string& t, DWORD from, DWORD to, DWORD perLine, std::vector<EditLine>* out) {
+void wrapLine(const std::string& t, DWORD from, DWORD to, DWORD perLine,
+              std::vector<EditLine>* out) {
   while (to - from > perLine) {
     DWORD cut = from + perLine;
     DWORD space = cut;
@@ -142,10 +141,12 @@ POINT charPos(const Window& w, const EditState& s, const std::vector<EditLine>& 
 // The character index nearest to a client point: the line under it (the
 // first or last beyond the text), and on it the nearer edge of the
 // character under the point (the line's end beyond its last character).
-DWORD charFromPoint(const Window& w, const EditState& s, const std::vector<EditLine>& lines, LONG x, LONG y) {
+DWORD charFromPoint(const Window& w, const EditState& s, const std::vector<EditLine>& lines, LONG x,
+                    LONG y) {
   Metrics m = metricsOf(w);
   LONG row = y < s.format.top ? -1 : (y - s.format.top) / m.height;
-  LONG line = std::max<LONG>(0, std::min<LONG>(s.firstLine + row, static_cast<LONG>(lines.size()) - 1));
+  LONG line =
+      std::max<LONG>(0, std::min<LONG>(s.firstLine + row, static_cast<LONG>(lines.size()) - 1));
   const EditLine& l = lines[static_cast<size_t>(line)];
   LONG column = (x - lineX(w, s, l) + m.advance / 2) / m.advance;
   if (x < lineX(w, s, l)) column = 0;
@@ -211,7 +212,8 @@ bool editNotify(HWND hwnd, WORD code) {
   Window* w = findWindow(hwnd);
   if (!w || !w->edit) return false;
   if (w->edit->notify)
-    sendMessage(w->edit->notify, WM_COMMAND, MAKEWPARAM(w->id, code), reinterpret_cast<LPARAM>(hwnd));
+    sendMessage(w->edit->notify, WM_COMMAND, MAKEWPARAM(w->id, code),
+                reinterpret_cast<LPARAM>(hwnd));
   return findWindow(hwnd) != nullptr;
 }
 
@@ -401,7 +403,8 @@ void setText(HWND hwnd, LPCSTR text) {
   w->ctl.selStart = w->ctl.selEnd = 0;
   scrollCaret(*w, s);
   refresh(hwnd);
-  if (singleLine(*w) && !isComboEdit(hwnd) && editNotify(hwnd, EN_UPDATE)) editNotify(hwnd, EN_CHANGE);
+  if (singleLine(*w) && !isComboEdit(hwnd) && editNotify(hwnd, EN_UPDATE))
+    editNotify(hwnd, EN_CHANGE);
 }
 
 void clearSelection(HWND hwnd) {
@@ -497,38 +500,38 @@ void editChar(HWND hwnd, WPARAM ch) {
   bool password = (w->style & ES_PASSWORD) != 0;
   bool inDialog = w->edit->dialogMode;
   switch (ch) {
-  case '\r':
-    // A dialog's multi-line control gives Return to the dialog unless it wants it.
-    if (!singleLine(*w) && !(w->style & ES_WANTRETURN) && inDialog) return;
-    [[fallthrough]];
-  case '\n':
-    if (!singleLine(*w) && !readOnly) typed(hwnd, "\r\n");
-    return;
-  case '\t':
-    if (!singleLine(*w) && !readOnly && !inDialog) typed(hwnd, "\t");
-    return;
-  case '\b':
-    if (readOnly || (GetKeyState(VK_CONTROL) & 0x8000)) return;
-    if (w->ctl.selStart == w->ctl.selEnd) {
-      w->ctl.selStart = w->ctl.selEnd;
-      w->ctl.selEnd -= stepBack(*w, w->ctl.selEnd);
-    }
-    clearSelection(hwnd);
-    return;
-  case 0x03:
-    if (!password) sendMessage(hwnd, WM_COPY, 0, 0);
-    return;
-  case 0x16:
-    if (!readOnly) sendMessage(hwnd, WM_PASTE, 0, 0);
-    return;
-  case 0x18:
-    if (!readOnly && !password) sendMessage(hwnd, WM_CUT, 0, 0);
-    return;
-  case 0x1A:
-    if (!readOnly) sendMessage(hwnd, WM_UNDO, 0, 0);
-    return;
-  default:
-    break;
+    case '\r':
+      // A dialog's multi-line control gives Return to the dialog unless it wants it.
+      if (!singleLine(*w) && !(w->style & ES_WANTRETURN) && inDialog) return;
+      [[fallthrough]];
+    case '\n':
+      if (!singleLine(*w) && !readOnly) typed(hwnd, "\r\n");
+      return;
+    case '\t':
+      if (!singleLine(*w) && !readOnly && !inDialog) typed(hwnd, "\t");
+      return;
+    case '\b':
+      if (readOnly || (GetKeyState(VK_CONTROL) & 0x8000)) return;
+      if (w->ctl.selStart == w->ctl.selEnd) {
+        w->ctl.selStart = w->ctl.selEnd;
+        w->ctl.selEnd -= stepBack(*w, w->ctl.selEnd);
+      }
+      clearSelection(hwnd);
+      return;
+    case 0x03:
+      if (!password) sendMessage(hwnd, WM_COPY, 0, 0);
+      return;
+    case 0x16:
+      if (!readOnly) sendMessage(hwnd, WM_PASTE, 0, 0);
+      return;
+    case 0x18:
+      if (!readOnly && !password) sendMessage(hwnd, WM_CUT, 0, 0);
+      return;
+    case 0x1A:
+      if (!readOnly) sendMessage(hwnd, WM_UNDO, 0, 0);
+      return;
+    default:
+      break;
   }
   if (ch < ' ' || ch == 0x7F || ch > 0xFF || readOnly) return;
   if ((w->style & ES_NUMBER) && !isdigit(static_cast<int>(ch))) return;
@@ -570,46 +573,55 @@ void editKey(HWND hwnd, WPARAM vk) {
   bool shift = (GetKeyState(VK_SHIFT) & 0x8000) != 0;
   bool readOnly = (w->style & ES_READONLY) != 0;
   switch (vk) {
-  case VK_LEFT: moveCaret(*w, caret - stepBack(*w, caret), shift); break;
-  case VK_RIGHT: moveCaret(*w, caret + stepForward(*w, caret), shift); break;
-  case VK_HOME: moveCaret(*w, control ? 0 : line.start, shift); break;
-  case VK_END: moveCaret(*w, control ? len : line.start + line.length, shift); break;
-  case VK_UP:
-  case VK_DOWN: {
-    // The same column on the line above or below, or that line's end.
-    if (singleLine(*w) || (vk == VK_UP ? at == 0 : at + 1 == lines.size())) return;
-    const EditLine& next = lines[vk == VK_UP ? at - 1 : at + 1];
-    moveCaret(*w, next.start + std::min(caret - line.start, next.length), shift);
-    break;
-  }
-  case VK_DELETE:
-    // Shift+Delete cuts the selection (or deletes backwards without one).
-    if (readOnly || (shift && control)) return;
-    if (w->ctl.selStart != w->ctl.selEnd) {
-      sendMessage(hwnd, shift ? WM_CUT : WM_CLEAR, 0, 0);
-      return;
+    case VK_LEFT:
+      moveCaret(*w, caret - stepBack(*w, caret), shift);
+      break;
+    case VK_RIGHT:
+      moveCaret(*w, caret + stepForward(*w, caret), shift);
+      break;
+    case VK_HOME:
+      moveCaret(*w, control ? 0 : line.start, shift);
+      break;
+    case VK_END:
+      moveCaret(*w, control ? len : line.start + line.length, shift);
+      break;
+    case VK_UP:
+    case VK_DOWN: {
+      // The same column on the line above or below, or that line's end.
+      if (singleLine(*w) || (vk == VK_UP ? at == 0 : at + 1 == lines.size())) return;
+      const EditLine& next = lines[vk == VK_UP ? at - 1 : at + 1];
+      moveCaret(*w, next.start + std::min(caret - line.start, next.length), shift);
+      break;
     }
-    w->ctl.selStart = caret;
-    w->ctl.selEnd = shift ? caret - stepBack(*w, caret)
-                          : control ? line.start + line.length : caret + stepForward(*w, caret);
-    clearSelection(hwnd);
-    return;
-  case VK_INSERT:
-    if (shift && !readOnly) sendMessage(hwnd, WM_PASTE, 0, 0);
-    if (control) sendMessage(hwnd, WM_COPY, 0, 0);
-    return;
-  case 'A':
-    if (!control) return;
-    w->ctl.selStart = 0;
-    w->ctl.selEnd = len;
-    break;
-  case VK_RETURN:
-  case VK_ESCAPE:
-  case VK_TAB:
-    editDialogKey(hwnd, vk, shift, control);
-    return;
-  default:
-    return;
+    case VK_DELETE:
+      // Shift+Delete cuts the selection (or deletes backwards without one).
+      if (readOnly || (shift && control)) return;
+      if (w->ctl.selStart != w->ctl.selEnd) {
+        sendMessage(hwnd, shift ? WM_CUT : WM_CLEAR, 0, 0);
+        return;
+      }
+      w->ctl.selStart = caret;
+      w->ctl.selEnd = shift     ? caret - stepBack(*w, caret)
+                      : control ? line.start + line.length
+                                : caret + stepForward(*w, caret);
+      clearSelection(hwnd);
+      return;
+    case VK_INSERT:
+      if (shift && !readOnly) sendMessage(hwnd, WM_PASTE, 0, 0);
+      if (control) sendMessage(hwnd, WM_COPY, 0, 0);
+      return;
+    case 'A':
+      if (!control) return;
+      w->ctl.selStart = 0;
+      w->ctl.selEnd = len;
+      break;
+    case VK_RETURN:
+    case VK_ESCAPE:
+    case VK_TAB:
+      editDialogKey(hwnd, vk, shift, control);
+      return;
+    default:
+      return;
   }
   scrollCaret(*w, s);
   refresh(hwnd);
@@ -632,7 +644,8 @@ void editMouse(HWND hwnd, UINT msg, WPARAM keys, LPARAM lp) {
   if (!w || !w->edit) return;
   normaliseSelection(*w);
   std::vector<EditLine> lines = editLines(*w, *w->edit);
-  DWORD at = charFromPoint(*w, *w->edit, lines, static_cast<SHORT>(LOWORD(lp)), static_cast<SHORT>(HIWORD(lp)));
+  DWORD at = charFromPoint(*w, *w->edit, lines, static_cast<SHORT>(LOWORD(lp)),
+                           static_cast<SHORT>(HIWORD(lp)));
   if (msg == WM_LBUTTONDBLCLK) {
     editWordAt(w->text, lines[lineOf(lines, at)], at, &w->ctl.selStart, &w->ctl.selEnd);
   } else {
@@ -652,20 +665,26 @@ constexpr struct {
   UINT id;
   const char* text;
 } kContextItems[] = {
-    {EM_UNDO, "&Undo"}, {0, nullptr},          {WM_CUT, "Cu&t"},     {WM_COPY, "&Copy"},
-    {WM_PASTE, "&Paste"}, {WM_CLEAR, "&Delete"}, {0, nullptr}, {EM_SETSEL, "Select &All"},
+    {EM_UNDO, "&Undo"},   {0, nullptr},          {WM_CUT, "Cu&t"}, {WM_COPY, "&Copy"},
+    {WM_PASTE, "&Paste"}, {WM_CLEAR, "&Delete"}, {0, nullptr},     {EM_SETSEL, "Select &All"},
 };
 
 bool contextItemEnabled(const Window& w, const EditState& s, UINT id) {
   bool selected = w.ctl.selStart != w.ctl.selEnd;
   bool readOnly = (w.style & ES_READONLY) != 0, password = (w.style & ES_PASSWORD) != 0;
   switch (id) {
-  case EM_UNDO: return (s.undoInserted || !s.deleted.empty()) && !readOnly;
-  case WM_CUT: return selected && !password && !readOnly;
-  case WM_COPY: return selected && !password;
-  case WM_PASTE: return IsClipboardFormatAvailable(CF_TEXT) && !readOnly;
-  case WM_CLEAR: return selected && !readOnly;
-  default: return selFrom(w) != 0 || selTo(w) != w.text.size();
+    case EM_UNDO:
+      return (s.undoInserted || !s.deleted.empty()) && !readOnly;
+    case WM_CUT:
+      return selected && !password && !readOnly;
+    case WM_COPY:
+      return selected && !password;
+    case WM_PASTE:
+      return IsClipboardFormatAvailable(CF_TEXT) && !readOnly;
+    case WM_CLEAR:
+      return selected && !readOnly;
+    default:
+      return selFrom(w) != 0 || selTo(w) != w.text.size();
   }
 }
 
@@ -688,8 +707,9 @@ void contextMenu(HWND hwnd, LPARAM lp) {
     ClientToScreen(hwnd, &pt);
   }
   if (GetFocus() != hwnd) SetFocus(hwnd);
-  UINT cmd = static_cast<UINT>(TrackPopupMenu(
-      menu, TPM_LEFTALIGN | TPM_RIGHTBUTTON | TPM_RETURNCMD | TPM_NONOTIFY, pt.x, pt.y, 0, hwnd, nullptr));
+  UINT cmd = static_cast<UINT>(
+      TrackPopupMenu(menu, TPM_LEFTALIGN | TPM_RIGHTBUTTON | TPM_RETURNCMD | TPM_NONOTIFY, pt.x,
+                     pt.y, 0, hwnd, nullptr));
   DestroyMenu(menu);
   if (!findWindow(hwnd)) return;
   if (cmd == EM_SETSEL) {
@@ -703,8 +723,10 @@ void contextMenu(HWND hwnd, LPARAM lp) {
 
 void drawBorder(HDC dc, RECT r) {
   HBRUSH frame = systemColorBrush(COLOR_WINDOWFRAME);
-  RECT edges[4] = {makeRect(r.left, r.top, r.right, r.top + 1), makeRect(r.left, r.bottom - 1, r.right, r.bottom),
-                   makeRect(r.left, r.top, r.left + 1, r.bottom), makeRect(r.right - 1, r.top, r.right, r.bottom)};
+  RECT edges[4] = {makeRect(r.left, r.top, r.right, r.top + 1),
+                   makeRect(r.left, r.bottom - 1, r.right, r.bottom),
+                   makeRect(r.left, r.top, r.left + 1, r.bottom),
+                   makeRect(r.right - 1, r.top, r.right, r.bottom)};
   for (const RECT& e : edges) FillRect(dc, &e, frame);
 }
 
@@ -723,7 +745,8 @@ void paintEdit(HWND hwnd) {
     if (s.border && !(w->exStyle & WS_EX_CLIENTEDGE)) drawBorder(dc, r);
     selectControlFont(dc, *w);
     Metrics m = metricsOf(*w);
-    std::string shown = (w->style & ES_PASSWORD) ? std::string(w->text.size(), s.passwordChar) : w->text;
+    std::string shown =
+        (w->style & ES_PASSWORD) ? std::string(w->text.size(), s.passwordChar) : w->text;
     SetBkMode(dc, TRANSPARENT);
     std::vector<EditLine> lines = editLines(*w, s);
     normaliseSelection(*w);
@@ -732,7 +755,8 @@ void paintEdit(HWND hwnd) {
     for (size_t i = static_cast<size_t>(std::max(0, s.firstLine)); i < lines.size(); ++i) {
       POINT at = charPos(*w, s, lines, lines[i].start);
       if (at.y >= s.format.bottom) break;
-      RECT clip = makeRect(s.format.left, at.y, s.format.right, std::min(s.format.bottom, at.y + m.height));
+      RECT clip =
+          makeRect(s.format.left, at.y, s.format.right, std::min(s.format.bottom, at.y + m.height));
       ExtTextOutA(dc, at.x, at.y, ETO_CLIPPED, &clip, shown.c_str() + lines[i].start,
                   lines[i].length, nullptr);
       // The selected part of the line, in the highlight's colours, while
@@ -741,7 +765,8 @@ void paintEdit(HWND hwnd) {
       if (a >= b || !showSelection) continue;
       POINT left = charPos(*w, s, lines, a);
       RECT mark = makeRect(std::max(left.x, clip.left), clip.top,
-                           std::min(left.x + static_cast<LONG>(b - a) * m.advance, clip.right), clip.bottom);
+                           std::min(left.x + static_cast<LONG>(b - a) * m.advance, clip.right),
+                           clip.bottom);
       FillRect(dc, &mark, systemColorBrush(COLOR_HIGHLIGHT));
       COLORREF ink = SetTextColor(dc, sysColor(COLOR_HIGHLIGHTTEXT));
       ExtTextOutA(dc, left.x, at.y, ETO_CLIPPED, &mark, shown.c_str() + a, b - a, nullptr);
@@ -833,7 +858,11 @@ LRESULT charFromPos(Window& w, EditState& s, LPARAM lp) {
 LRESULT scrollBy(HWND hwnd, Window& w, EditState& s, WPARAM code) {
   if (singleLine(w)) return 0;
   int page = visibleLines(w, s);
-  int dy = code == SB_LINEUP ? -1 : code == SB_LINEDOWN ? 1 : code == SB_PAGEUP ? -page : code == SB_PAGEDOWN ? page : 0;
+  int dy = code == SB_LINEUP     ? -1
+           : code == SB_LINEDOWN ? 1
+           : code == SB_PAGEUP   ? -page
+           : code == SB_PAGEDOWN ? page
+                                 : 0;
   int last = std::max(0, static_cast<int>(editLines(w, s).size()) - page);
   int to = std::max(0, std::min(s.firstLine + dy, last));
   dy = to - s.firstLine;
@@ -846,7 +875,8 @@ LRESULT scrollBy(HWND hwnd, Window& w, EditState& s, WPARAM code) {
 LRESULT lineScroll(HWND hwnd, Window& w, EditState& s, WPARAM dx, LPARAM dy) {
   if (singleLine(w)) return FALSE;
   int lines = static_cast<int>(editLines(w, s).size());
-  s.firstLine = std::max(0, std::min(s.firstLine + static_cast<int>(dy), std::max(0, lines - visibleLines(w, s))));
+  s.firstLine = std::max(
+      0, std::min(s.firstLine + static_cast<int>(dy), std::max(0, lines - visibleLines(w, s))));
   if (!wraps(w)) s.xOffset = std::max(0, s.xOffset + static_cast<int>(dx) * metricsOf(w).advance);
   refresh(hwnd);
   return TRUE;
@@ -898,195 +928,198 @@ LRESULT CALLBACK editProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 
 LRESULT editMessage(HWND hwnd, Window& w, EditState& s, UINT msg, WPARAM wp, LPARAM lp) {
   switch (msg) {
-  case WM_CREATE: {
-    formatFromClient(w, s);
-    // The window's name is the text, inserted quietly with the caret at its start.
-    const auto* cs = reinterpret_cast<const CREATESTRUCTA*>(lp);
-    w.text.clear();
-    if (cs && cs->lpszName && !IS_INTRESOURCE(cs->lpszName)) w.text = cs->lpszName;
-    w.ctl.selStart = w.ctl.selEnd = 0;
-    return 0;
-  }
-  case WM_NCDESTROY:
-    // What WM_GETTEXT reads goes with the control.
-    w.text.clear();
-    w.edit.reset();
-    return DefWindowProcA(hwnd, msg, wp, lp);
-  case WM_SIZE:
-    // The new size's own client rectangle, whatever lParam says.
-    if (wp == SIZE_RESTORED || wp == SIZE_MAXIMIZED) {
+    case WM_CREATE: {
       formatFromClient(w, s);
-      refresh(hwnd);
+      // The window's name is the text, inserted quietly with the caret at its start.
+      const auto* cs = reinterpret_cast<const CREATESTRUCTA*>(lp);
+      w.text.clear();
+      if (cs && cs->lpszName && !IS_INTRESOURCE(cs->lpszName)) w.text = cs->lpszName;
+      w.ctl.selStart = w.ctl.selEnd = 0;
+      return 0;
     }
-    return 1;
-  case WM_PAINT:
-    paintEdit(hwnd);
-    return 0;
-  case WM_ERASEBKGND:
-    return 1;
-  case WM_SETTEXT:
-    setText(hwnd, reinterpret_cast<LPCSTR>(lp));
-    return TRUE;
-  case WM_GETDLGCODE: {
-    LRESULT code = DLGC_WANTCHARS | DLGC_HASSETSEL | DLGC_WANTARROWS | (singleLine(w) ? 0 : DLGC_WANTALLKEYS);
-    if (lp) s.dialogMode = true;
-    return code;
-  }
-  case EM_SETSEL: {
-    LRESULT r = editSetSel(w, wp, lp);
-    scrollCaret(w, s);
-    refresh(hwnd);
-    return r;
-  }
-  case EM_GETSEL: {
-    // In order, whichever end the caret is at.
-    normaliseSelection(w);
-    DWORD from = selFrom(w), to = selTo(w);
-    if (wp) *reinterpret_cast<DWORD*>(wp) = from;
-    if (lp) *reinterpret_cast<DWORD*>(lp) = to;
-    return MAKELONG(from, to);
-  }
-  case EM_POSFROMCHAR: {
-    // Past the last character there is no character to place: -1.
-    if (wp >= w.text.size()) return -1;
-    POINT at = charPos(w, s, editLines(w, s), static_cast<DWORD>(wp));
-    return MAKELONG(at.x, at.y);
-  }
-  case EM_CHARFROMPOS:
-    return charFromPos(w, s, lp);
-  case EM_GETLINECOUNT:
-    return static_cast<LRESULT>(editLines(w, s).size());
-  case EM_LINEFROMCHAR: {
-    // -1: the line of the selection's start.
-    normaliseSelection(w);
-    if (singleLine(w)) return 0;
-    DWORD pos = static_cast<int>(wp) < 0 ? selFrom(w) : static_cast<DWORD>(wp);
-    return static_cast<LRESULT>(lineOf(editLines(w, s), pos));
-  }
-  case EM_LINEINDEX:
-    return lineIndex(w, s, wp);
-  case EM_LINELENGTH:
-    return lineLength(w, s, wp);
-  case EM_GETLINE:
-    return getLine(w, s, wp, lp);
-  case EM_GETFIRSTVISIBLELINE:
-    return singleLine(w) ? s.xOffset / metricsOf(w).advance : s.firstLine;
-  case EM_REPLACESEL:
-    replaceSelection(hwnd, lp ? reinterpret_cast<const char*>(lp) : "", ReplaceHow{wp != 0, true, true});
-    return 1;
-  case EM_LIMITTEXT:
-    w.ctl.limit = wp ? static_cast<UINT>(wp) : (singleLine(w) ? kSingleLineMaxLimit : kMultiLineMaxLimit);
-    return 0;
-  case EM_GETLIMITTEXT:
-    return static_cast<LRESULT>(w.ctl.limit);
-  case EM_GETRECT:
-    if (lp) *reinterpret_cast<RECT*>(lp) = s.format;
-    return 0;
-  case EM_SETRECT:
-  case EM_SETRECTNP:
-    // Only a multi-line control takes a format rectangle of the caller's.
-    if (singleLine(w) || !lp) return 0;
-    setFormatRect(w, s, *reinterpret_cast<const RECT*>(lp));
-    if (msg == EM_SETRECT) refresh(hwnd);
-    return 0;
-  case EM_SETMARGINS:
-    setMargins(s, wp, lp);
-    refresh(hwnd);
-    return 0;
-  case EM_GETMARGINS:
-    return MAKELONG(s.leftMargin, s.rightMargin);
-  case EM_SCROLL:
-    return scrollBy(hwnd, w, s, wp);
-  case EM_LINESCROLL:
-    return lineScroll(hwnd, w, s, wp, lp);
-  case EM_SCROLLCARET:
-    scrollCaret(w, s);
-    refresh(hwnd);
-    return 1;
-  case EM_GETMODIFY:
-    return s.modified;
-  case EM_SETMODIFY:
-    s.modified = wp != 0;
-    return 0;
-  case EM_CANUNDO:
-    return s.undoInserted || !s.deleted.empty();
-  case EM_EMPTYUNDOBUFFER:
-    emptyUndo(s);
-    return 0;
-  case EM_UNDO:
-  case WM_UNDO:
-    undo(hwnd);
-    return TRUE;
-  case EM_SETREADONLY:
-    w.style = wp ? (w.style | ES_READONLY) : (w.style & ~static_cast<DWORD>(ES_READONLY));
-    InvalidateRect(hwnd, nullptr, TRUE);
-    return 1;
-  case EM_SETPASSWORDCHAR:
-    // A single-line control's: a character turns ES_PASSWORD on, 0 off.
-    if (!singleLine(w)) return 0;
-    if (wp) s.passwordChar = static_cast<char>(wp);
-    w.style = wp ? (w.style | ES_PASSWORD) : (w.style & ~static_cast<DWORD>(ES_PASSWORD));
-    InvalidateRect(hwnd, nullptr, TRUE);
-    return 0;
-  case EM_GETPASSWORDCHAR:
-    return (w.style & ES_PASSWORD) ? static_cast<unsigned char>(s.passwordChar) : 0;
-  case EM_SETWORDBREAKPROC:
-    s.wordBreak = reinterpret_cast<EDITWORDBREAKPROCA>(lp);
-    return 1;
-  case EM_GETWORDBREAKPROC:
-    return reinterpret_cast<LRESULT>(s.wordBreak);
-  case WM_CUT:
-    copySelection(hwnd);
-    clearSelection(hwnd);
-    return 0;
-  case WM_COPY:
-    copySelection(hwnd);
-    return 0;
-  case WM_PASTE:
-    paste(hwnd);
-    return 0;
-  case WM_CLEAR:
-    clearSelection(hwnd);
-    return 0;
-  case WM_CHAR:
-    editChar(hwnd, wp);
-    return 1;
-  case WM_KEYDOWN:
-    if (comboEditKey(hwnd, msg, wp, lp)) return 0;
-    editKey(hwnd, wp);
-    return 1;
-  case WM_SYSKEYDOWN:
-    if (comboEditKey(hwnd, msg, wp, lp)) return 0;
-    return DefWindowProcA(hwnd, msg, wp, lp);
-  case WM_LBUTTONDOWN:
-  case WM_LBUTTONDBLCLK:
-  case WM_MOUSEMOVE:
-  case WM_LBUTTONUP:
-    editMouse(hwnd, msg, wp, lp);
-    return 0;
-  case WM_CONTEXTMENU:
-    contextMenu(hwnd, lp);
-    return 0;
-  case WM_SETFONT:
-    setFont(hwnd, wp, lp);
-    return 0;
-  case WM_GETFONT:
-    return reinterpret_cast<LRESULT>(w.ctl.font);
-  case WM_SETFOCUS:
-    // The caret is the system's, one line high, while the control has the focus.
-    CreateCaret(hwnd, nullptr, 1, metricsOf(w).height);
-    placeCaret(hwnd);
-    ShowCaret(hwnd);
-    InvalidateRect(hwnd, nullptr, TRUE);
-    editNotify(hwnd, EN_SETFOCUS);
-    return 0;
-  case WM_KILLFOCUS:
-    DestroyCaret();
-    InvalidateRect(hwnd, nullptr, TRUE);
-    editNotify(hwnd, EN_KILLFOCUS);
-    return 0;
-  default:
-    return DefWindowProcA(hwnd, msg, wp, lp);
+    case WM_NCDESTROY:
+      // What WM_GETTEXT reads goes with the control.
+      w.text.clear();
+      w.edit.reset();
+      return DefWindowProcA(hwnd, msg, wp, lp);
+    case WM_SIZE:
+      // The new size's own client rectangle, whatever lParam says.
+      if (wp == SIZE_RESTORED || wp == SIZE_MAXIMIZED) {
+        formatFromClient(w, s);
+        refresh(hwnd);
+      }
+      return 1;
+    case WM_PAINT:
+      paintEdit(hwnd);
+      return 0;
+    case WM_ERASEBKGND:
+      return 1;
+    case WM_SETTEXT:
+      setText(hwnd, reinterpret_cast<LPCSTR>(lp));
+      return TRUE;
+    case WM_GETDLGCODE: {
+      LRESULT code = DLGC_WANTCHARS | DLGC_HASSETSEL | DLGC_WANTARROWS |
+                     (singleLine(w) ? 0 : DLGC_WANTALLKEYS);
+      if (lp) s.dialogMode = true;
+      return code;
+    }
+    case EM_SETSEL: {
+      LRESULT r = editSetSel(w, wp, lp);
+      scrollCaret(w, s);
+      refresh(hwnd);
+      return r;
+    }
+    case EM_GETSEL: {
+      // In order, whichever end the caret is at.
+      normaliseSelection(w);
+      DWORD from = selFrom(w), to = selTo(w);
+      if (wp) *reinterpret_cast<DWORD*>(wp) = from;
+      if (lp) *reinterpret_cast<DWORD*>(lp) = to;
+      return MAKELONG(from, to);
+    }
+    case EM_POSFROMCHAR: {
+      // Past the last character there is no character to place: -1.
+      if (wp >= w.text.size()) return -1;
+      POINT at = charPos(w, s, editLines(w, s), static_cast<DWORD>(wp));
+      return MAKELONG(at.x, at.y);
+    }
+    case EM_CHARFROMPOS:
+      return charFromPos(w, s, lp);
+    case EM_GETLINECOUNT:
+      return static_cast<LRESULT>(editLines(w, s).size());
+    case EM_LINEFROMCHAR: {
+      // -1: the line of the selection's start.
+      normaliseSelection(w);
+      if (singleLine(w)) return 0;
+      DWORD pos = static_cast<int>(wp) < 0 ? selFrom(w) : static_cast<DWORD>(wp);
+      return static_cast<LRESULT>(lineOf(editLines(w, s), pos));
+    }
+    case EM_LINEINDEX:
+      return lineIndex(w, s, wp);
+    case EM_LINELENGTH:
+      return lineLength(w, s, wp);
+    case EM_GETLINE:
+      return getLine(w, s, wp, lp);
+    case EM_GETFIRSTVISIBLELINE:
+      return singleLine(w) ? s.xOffset / metricsOf(w).advance : s.firstLine;
+    case EM_REPLACESEL:
+      replaceSelection(hwnd, lp ? reinterpret_cast<const char*>(lp) : "",
+                       ReplaceHow{wp != 0, true, true});
+      return 1;
+    case EM_LIMITTEXT:
+      w.ctl.limit =
+          wp ? static_cast<UINT>(wp) : (singleLine(w) ? kSingleLineMaxLimit : kMultiLineMaxLimit);
+      return 0;
+    case EM_GETLIMITTEXT:
+      return static_cast<LRESULT>(w.ctl.limit);
+    case EM_GETRECT:
+      if (lp) *reinterpret_cast<RECT*>(lp) = s.format;
+      return 0;
+    case EM_SETRECT:
+    case EM_SETRECTNP:
+      // Only a multi-line control takes a format rectangle of the caller's.
+      if (singleLine(w) || !lp) return 0;
+      setFormatRect(w, s, *reinterpret_cast<const RECT*>(lp));
+      if (msg == EM_SETRECT) refresh(hwnd);
+      return 0;
+    case EM_SETMARGINS:
+      setMargins(s, wp, lp);
+      refresh(hwnd);
+      return 0;
+    case EM_GETMARGINS:
+      return MAKELONG(s.leftMargin, s.rightMargin);
+    case EM_SCROLL:
+      return scrollBy(hwnd, w, s, wp);
+    case EM_LINESCROLL:
+      return lineScroll(hwnd, w, s, wp, lp);
+    case EM_SCROLLCARET:
+      scrollCaret(w, s);
+      refresh(hwnd);
+      return 1;
+    case EM_GETMODIFY:
+      return s.modified;
+    case EM_SETMODIFY:
+      s.modified = wp != 0;
+      return 0;
+    case EM_CANUNDO:
+      return s.undoInserted || !s.deleted.empty();
+    case EM_EMPTYUNDOBUFFER:
+      emptyUndo(s);
+      return 0;
+    case EM_UNDO:
+    case WM_UNDO:
+      undo(hwnd);
+      return TRUE;
+    case EM_SETREADONLY:
+      w.style = wp ? (w.style | ES_READONLY) : (w.style & ~static_cast<DWORD>(ES_READONLY));
+      InvalidateRect(hwnd, nullptr, TRUE);
+      return 1;
+    case EM_SETPASSWORDCHAR:
+      // A single-line control's: a character turns ES_PASSWORD on, 0 off.
+      if (!singleLine(w)) return 0;
+      if (wp) s.passwordChar = static_cast<char>(wp);
+      w.style = wp ? (w.style | ES_PASSWORD) : (w.style & ~static_cast<DWORD>(ES_PASSWORD));
+      InvalidateRect(hwnd, nullptr, TRUE);
+      return 0;
+    case EM_GETPASSWORDCHAR:
+      return (w.style & ES_PASSWORD) ? static_cast<unsigned char>(s.passwordChar) : 0;
+    case EM_SETWORDBREAKPROC:
+      s.wordBreak = reinterpret_cast<EDITWORDBREAKPROCA>(lp);
+      return 1;
+    case EM_GETWORDBREAKPROC:
+      return reinterpret_cast<LRESULT>(s.wordBreak);
+    case WM_CUT:
+      copySelection(hwnd);
+      clearSelection(hwnd);
+      return 0;
+    case WM_COPY:
+      copySelection(hwnd);
+      return 0;
+    case WM_PASTE:
+      paste(hwnd);
+      return 0;
+    case WM_CLEAR:
+      clearSelection(hwnd);
+      return 0;
+    case WM_CHAR:
+      editChar(hwnd, wp);
+      return 1;
+    case WM_KEYDOWN:
+      if (comboEditKey(hwnd, msg, wp, lp)) return 0;
+      editKey(hwnd, wp);
+      return 1;
+    case WM_SYSKEYDOWN:
+      if (comboEditKey(hwnd, msg, wp, lp)) return 0;
+      return DefWindowProcA(hwnd, msg, wp, lp);
+    case WM_LBUTTONDOWN:
+    case WM_LBUTTONDBLCLK:
+    case WM_MOUSEMOVE:
+    case WM_LBUTTONUP:
+      editMouse(hwnd, msg, wp, lp);
+      return 0;
+    case WM_CONTEXTMENU:
+      contextMenu(hwnd, lp);
+      return 0;
+    case WM_SETFONT:
+      setFont(hwnd, wp, lp);
+      return 0;
+    case WM_GETFONT:
+      return reinterpret_cast<LRESULT>(w.ctl.font);
+    case WM_SETFOCUS:
+      // The caret is the system's, one line high, while the control has the focus.
+      CreateCaret(hwnd, nullptr, 1, metricsOf(w).height);
+      placeCaret(hwnd);
+      ShowCaret(hwnd);
+      InvalidateRect(hwnd, nullptr, TRUE);
+      editNotify(hwnd, EN_SETFOCUS);
+      return 0;
+    case WM_KILLFOCUS:
+      DestroyCaret();
+      InvalidateRect(hwnd, nullptr, TRUE);
+      editNotify(hwnd, EN_KILLFOCUS);
+      return 0;
+    default:
+      return DefWindowProcA(hwnd, msg, wp, lp);
   }
 }
 

@@ -10,8 +10,9 @@ using namespace probe;
 
 namespace {
 
-const char* const kCodes[] = {"?",        "SELCHANGE", "DBLCLK",   "SETFOCUS",  "KILLFOCUS", "EDITCHANGE",
-                              "EDITUPDATE", "DROPDOWN", "CLOSEUP", "SELENDOK", "SELENDCANCEL"};
+const char* const kCodes[] = {"?",         "SELCHANGE",  "DBLCLK",      "SETFOCUS",
+                              "KILLFOCUS", "EDITCHANGE", "EDITUPDATE",  "DROPDOWN",
+                              "CLOSEUP",   "SELENDOK",   "SELENDCANCEL"};
 char g_notes[512];
 
 LRESULT CALLBACK parentProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
@@ -24,7 +25,9 @@ LRESULT CALLBACK parentProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 }
 
 LRESULT send(HWND h, UINT msg, WPARAM wp, LPARAM lp) { return SendMessageA(h, msg, wp, lp); }
-LRESULT sendText(HWND h, UINT msg, WPARAM wp, const char* s) { return SendMessageA(h, msg, wp, (LPARAM)s); }
+LRESULT sendText(HWND h, UINT msg, WPARAM wp, const char* s) {
+  return SendMessageA(h, msg, wp, (LPARAM)s);
+}
 
 // Short on purpose: under Wine with no window manager the probe's window
 // loses the focus some time after a pop-up list first shows, which a slower
@@ -65,8 +68,8 @@ void keys(std::initializer_list<WORD> vks) {
 const char* const kFruit[] = {"cherry", "apple", "date", "banana", "fig"};
 
 HWND makeCombo(HWND parent, DWORD style, int id) {
-  HWND combo = createAt("ComboBox", "", WS_CHILD | WS_VISIBLE | WS_VSCROLL | style, 10, 10 + 40 * (id - 1), 150,
-                        200, parent, 0, id);
+  HWND combo = createAt("ComboBox", "", WS_CHILD | WS_VISIBLE | WS_VSCROLL | style, 10,
+                        10 + 40 * (id - 1), 150, 200, parent, 0, id);
   for (const char* f : kFruit) sendText(combo, CB_ADDSTRING, 0, f);
   return combo;
 }
@@ -85,35 +88,43 @@ int clientHeight(HWND hwnd) {
 }
 
 void answers(HWND parent) {
-  HWND combo = createAt("ComboBox", "", WS_CHILD | CBS_DROPDOWNLIST | CBS_SORT, 10, 10, 150, 200, parent, 0, 9);
-  printValues("added", {sendText(combo, CB_ADDSTRING, 0, kFruit[0]), sendText(combo, CB_ADDSTRING, 0, kFruit[1]),
-                 sendText(combo, CB_ADDSTRING, 0, kFruit[2]), sendText(combo, CB_ADDSTRING, 0, kFruit[3]),
-                 sendText(combo, CB_ADDSTRING, 0, kFruit[4])});
+  HWND combo = createAt("ComboBox", "", WS_CHILD | CBS_DROPDOWNLIST | CBS_SORT, 10, 10, 150, 200,
+                        parent, 0, 9);
+  printValues(
+      "added",
+      {sendText(combo, CB_ADDSTRING, 0, kFruit[0]), sendText(combo, CB_ADDSTRING, 0, kFruit[1]),
+       sendText(combo, CB_ADDSTRING, 0, kFruit[2]), sendText(combo, CB_ADDSTRING, 0, kFruit[3]),
+       sendText(combo, CB_ADDSTRING, 0, kFruit[4])});
   char text[32] = "";
-  printValues("count, find B, exact fig, exact fi, text of 2",
-       {send(combo, CB_GETCOUNT, 0, 0), sendText(combo, CB_FINDSTRING, -1, "B"),
-        sendText(combo, CB_FINDSTRINGEXACT, -1, "fig"), sendText(combo, CB_FINDSTRINGEXACT, -1, "fi"),
-        send(combo, CB_GETLBTEXT, 2, (LPARAM)text)});
+  printValues(
+      "count, find B, exact fig, exact fi, text of 2",
+      {send(combo, CB_GETCOUNT, 0, 0), sendText(combo, CB_FINDSTRING, -1, "B"),
+       sendText(combo, CB_FINDSTRINGEXACT, -1, "fig"),
+       sendText(combo, CB_FINDSTRINGEXACT, -1, "fi"), send(combo, CB_GETLBTEXT, 2, (LPARAM)text)});
   printf("text of 2: %s\n", text);
   printValues("select d, cur, set 9, cur, bad text len, set data, data",
-       {sendText(combo, CB_SELECTSTRING, -1, "d"), send(combo, CB_GETCURSEL, 0, 0), send(combo, CB_SETCURSEL, 9, 0),
-        send(combo, CB_GETCURSEL, 0, 0), send(combo, CB_GETLBTEXTLEN, 7, 0), send(combo, CB_SETITEMDATA, 1, 42),
-        send(combo, CB_GETITEMDATA, 1, 0)});
+              {sendText(combo, CB_SELECTSTRING, -1, "d"), send(combo, CB_GETCURSEL, 0, 0),
+               send(combo, CB_SETCURSEL, 9, 0), send(combo, CB_GETCURSEL, 0, 0),
+               send(combo, CB_GETLBTEXTLEN, 7, 0), send(combo, CB_SETITEMDATA, 1, 42),
+               send(combo, CB_GETITEMDATA, 1, 0)});
   printValues("insert at 1, delete 0, cur, settext, edit sel, set and get extended ui",
-       {sendText(combo, CB_INSERTSTRING, 1, "kiwi"), send(combo, CB_DELETESTRING, 0, 0),
-        send(combo, CB_GETCURSEL, 0, 0), sendText(combo, WM_SETTEXT, 0, "x"), send(combo, CB_GETEDITSEL, 0, 0),
-        send(combo, CB_SETEXTENDEDUI, TRUE, 0), send(combo, CB_GETEXTENDEDUI, 0, 0)});
+              {sendText(combo, CB_INSERTSTRING, 1, "kiwi"), send(combo, CB_DELETESTRING, 0, 0),
+               send(combo, CB_GETCURSEL, 0, 0), sendText(combo, WM_SETTEXT, 0, "x"),
+               send(combo, CB_GETEDITSEL, 0, 0), send(combo, CB_SETEXTENDEDUI, TRUE, 0),
+               send(combo, CB_GETEXTENDEDUI, 0, 0)});
   int textHeight = (int)send(combo, CB_GETITEMHEIGHT, (WPARAM)-1, 0);
   printValues("height less item(-1), set item(-1) 20, height, item(-1)",
-       {clientHeight(combo) - textHeight, send(combo, CB_SETITEMHEIGHT, (WPARAM)-1, 20), clientHeight(combo),
-        send(combo, CB_GETITEMHEIGHT, (WPARAM)-1, 0)});
+              {clientHeight(combo) - textHeight, send(combo, CB_SETITEMHEIGHT, (WPARAM)-1, 20),
+               clientHeight(combo), send(combo, CB_GETITEMHEIGHT, (WPARAM)-1, 0)});
   COMBOBOXINFO info = infoOf(combo);
   char cls[32] = "";
   GetClassNameA(info.hwndList, cls, sizeof cls);
-  printf("info: item %d, list class %s id %d, list parent is the desktop %d\n", info.hwndItem != NULL, cls,
-         GetDlgCtrlID(info.hwndList), GetParent(info.hwndList) == GetDesktopWindow());
-  printValues("reset, count, cur", {send(combo, CB_RESETCONTENT, 0, 0), send(combo, CB_GETCOUNT, 0, 0),
-                             send(combo, CB_GETCURSEL, 0, 0)});
+  printf("info: item %d, list class %s id %d, list parent is the desktop %d\n",
+         info.hwndItem != NULL, cls, GetDlgCtrlID(info.hwndList),
+         GetParent(info.hwndList) == GetDesktopWindow());
+  printValues("reset, count, cur",
+              {send(combo, CB_RESETCONTENT, 0, 0), send(combo, CB_GETCOUNT, 0, 0),
+               send(combo, CB_GETCURSEL, 0, 0)});
   DestroyWindow(combo);
   g_notes[0] = 0;
 }
@@ -121,7 +132,8 @@ void answers(HWND parent) {
 // The button is at the right end of the box, as wide as a scroll bar.
 void clickButton(HWND combo) {
   COMBOBOXINFO info = infoOf(combo);
-  clickAt(combo, (info.rcButton.left + info.rcButton.right) / 2, (info.rcButton.top + info.rcButton.bottom) / 2);
+  clickAt(combo, (info.rcButton.left + info.rcButton.right) / 2,
+          (info.rcButton.top + info.rcButton.bottom) / 2);
 }
 
 void clickItem(HWND combo, int index) {
@@ -146,42 +158,46 @@ void dropDownList(HWND parent) {
   HWND combo = makeCombo(parent, CBS_DROPDOWNLIST, 1);
   report("made", combo);
   run(combo, {
-      {"button clicked", [&] { clickButton(combo); }},
-      {"item 2 clicked", [&] { clickItem(combo, 2); }},
-      {"box clicked", [&] { clickAt(combo, 10, 5); }},
-      {"parent clicked", [&] { clickAt(parent, 250, 250); }},
-      {"down", [] { keys({VK_DOWN}); }},
-      {"F4", [] { keys({VK_F4}); }},
-      {"down while dropped", [] { keys({VK_DOWN}); }},
-      {"return", [] { keys({VK_RETURN}); }},
-      {"alt+down", [] { keys({VK_MENU, VK_DOWN}); }},
-      {"up while dropped", [] { keys({VK_UP}); }},
-      {"escape", [] { keys({VK_ESCAPE}); }},
-      {"typed b", [] { keys({'B'}); }},
-      {"focus away", [&] { SetFocus(parent); }},
-  });
+                 {"button clicked", [&] { clickButton(combo); }},
+                 {"item 2 clicked", [&] { clickItem(combo, 2); }},
+                 {"box clicked", [&] { clickAt(combo, 10, 5); }},
+                 {"parent clicked", [&] { clickAt(parent, 250, 250); }},
+                 {"down", [] { keys({VK_DOWN}); }},
+                 {"F4", [] { keys({VK_F4}); }},
+                 {"down while dropped", [] { keys({VK_DOWN}); }},
+                 {"return", [] { keys({VK_RETURN}); }},
+                 {"alt+down",
+                  [] {
+                    keys({VK_MENU, VK_DOWN});
+                  }},
+                 {"up while dropped", [] { keys({VK_UP}); }},
+                 {"escape", [] { keys({VK_ESCAPE}); }},
+                 {"typed b", [] { keys({'B'}); }},
+                 {"focus away", [&] { SetFocus(parent); }},
+             });
   DestroyWindow(combo);
 }
 
 void dropDown(HWND parent) {
   HWND combo = makeCombo(parent, CBS_DROPDOWN | CBS_SORT, 2);
   run(combo, {
-      {"focused", [&] { SetFocus(combo); }},
-      {"typed ba", [] { keys({'B'}), keys({'A'}); }},
-      {"button clicked", [&] { clickButton(combo); }},
-      {"item 4 clicked", [&] { clickItem(combo, 4); }},
-  });
+                 {"focused", [&] { SetFocus(combo); }},
+                 {"typed ba", [] { keys({'B'}), keys({'A'}); }},
+                 {"button clicked", [&] { clickButton(combo); }},
+                 {"item 4 clicked", [&] { clickItem(combo, 4); }},
+             });
   DWORD start = 0, end = 0;
   send(combo, CB_GETEDITSEL, (WPARAM)&start, (LPARAM)&end);
   printf("edit selection %lu-%lu\n", (unsigned long)start, (unsigned long)end);
   run(combo, {
-      {"up", [] { keys({VK_UP}); }},
-      {"set text", [&] { sendText(combo, WM_SETTEXT, 0, "plum"); }},
-      {"set cursel 1", [&] { send(combo, CB_SETCURSEL, 1, 0); }},
-      // Away from where the list drops down: the item under the mouse follows it.
-      {"F4, escape", [&] { mouseAt(parent, 250, 250, false), keys({VK_F4}), keys({VK_ESCAPE}); }},
-      {"focus away", [&] { SetFocus(parent); }},
-  });
+                 {"up", [] { keys({VK_UP}); }},
+                 {"set text", [&] { sendText(combo, WM_SETTEXT, 0, "plum"); }},
+                 {"set cursel 1", [&] { send(combo, CB_SETCURSEL, 1, 0); }},
+                 // Away from where the list drops down: the item under the mouse follows it.
+                 {"F4, escape",
+                  [&] { mouseAt(parent, 250, 250, false), keys({VK_F4}), keys({VK_ESCAPE}); }},
+                 {"focus away", [&] { SetFocus(parent); }},
+             });
   DestroyWindow(combo);
 }
 
@@ -189,7 +205,8 @@ void dropDown(HWND parent) {
 
 int main() {
   registerClass("ProbeComboParent", parentProc, (HBRUSH)(COLOR_WINDOW + 1));
-  HWND parent = createAt("ProbeComboParent", "P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 50, 50, 400, 300, NULL);
+  HWND parent =
+      createAt("ProbeComboParent", "P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 50, 50, 400, 300, NULL);
   SetForegroundWindow(parent);
   settle();
   g_notes[0] = 0;

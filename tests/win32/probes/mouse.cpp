@@ -34,35 +34,51 @@ LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   char text[128] = "";
   short x = (short)LOWORD(lp), y = (short)HIWORD(lp);
   switch (msg) {
-  case WM_MOUSEACTIVATE: sprintf(text, "  %s MOUSEACTIVATE", nameOf(hwnd)); break;
-  case WM_SETCURSOR: sprintf(text, "  %s SETCURSOR for %s", nameOf(hwnd), nameOf((HWND)wp)); break;
-  case WM_MOUSEMOVE:
-    if (g_capture) sprintf(text, "  %s MOUSEMOVE %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
-    else sprintf(text, "  %s MOUSEMOVE", nameOf(hwnd));
-    break;
-  case WM_LBUTTONDOWN:
-    sprintf(text, "  %s LBUTTONDOWN %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
-    if (g_capture) SetCapture(hwnd);
-    break;
-  case WM_CAPTURECHANGED: sprintf(text, "  %s CAPTURECHANGED", nameOf(hwnd)); break;
-  case WM_LBUTTONUP:
-    sprintf(text, "  %s LBUTTONUP %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
-    if (g_capture) ReleaseCapture();
-    break;
-  case WM_LBUTTONDBLCLK: sprintf(text, "  %s LBUTTONDBLCLK %d,%d", nameOf(hwnd), x, y); break;
-  case WM_RBUTTONDOWN: sprintf(text, "  %s RBUTTONDOWN %d,%d keys %d", nameOf(hwnd), x, y, (int)wp); break;
-  case WM_RBUTTONUP: sprintf(text, "  %s RBUTTONUP %d,%d keys %d", nameOf(hwnd), x, y, (int)wp); break;
-  case WM_CONTEXTMENU:
-    sprintf(text, "  %s CONTEXTMENU from %s at %d,%d", nameOf(hwnd), nameOf((HWND)wp), x, y);
-    break;
-  case WM_PARENTNOTIFY:
-    if (LOWORD(wp) < WM_MOUSEFIRST) break;  // a child made or destroyed
-    sprintf(text, "  %s PARENTNOTIFY %#x at %d,%d", nameOf(hwnd), LOWORD(wp), x, y);
-    break;
-  case WM_COMMAND: sprintf(text, "  %s COMMAND id %d code %d", nameOf(hwnd), LOWORD(wp), HIWORD(wp)); break;
-  case WM_MOUSEWHEEL:
-    sprintf(text, "  %s MOUSEWHEEL delta %d at %d,%d", nameOf(hwnd), (short)HIWORD(wp), x, y);
-    break;
+    case WM_MOUSEACTIVATE:
+      sprintf(text, "  %s MOUSEACTIVATE", nameOf(hwnd));
+      break;
+    case WM_SETCURSOR:
+      sprintf(text, "  %s SETCURSOR for %s", nameOf(hwnd), nameOf((HWND)wp));
+      break;
+    case WM_MOUSEMOVE:
+      if (g_capture)
+        sprintf(text, "  %s MOUSEMOVE %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
+      else
+        sprintf(text, "  %s MOUSEMOVE", nameOf(hwnd));
+      break;
+    case WM_LBUTTONDOWN:
+      sprintf(text, "  %s LBUTTONDOWN %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
+      if (g_capture) SetCapture(hwnd);
+      break;
+    case WM_CAPTURECHANGED:
+      sprintf(text, "  %s CAPTURECHANGED", nameOf(hwnd));
+      break;
+    case WM_LBUTTONUP:
+      sprintf(text, "  %s LBUTTONUP %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
+      if (g_capture) ReleaseCapture();
+      break;
+    case WM_LBUTTONDBLCLK:
+      sprintf(text, "  %s LBUTTONDBLCLK %d,%d", nameOf(hwnd), x, y);
+      break;
+    case WM_RBUTTONDOWN:
+      sprintf(text, "  %s RBUTTONDOWN %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
+      break;
+    case WM_RBUTTONUP:
+      sprintf(text, "  %s RBUTTONUP %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
+      break;
+    case WM_CONTEXTMENU:
+      sprintf(text, "  %s CONTEXTMENU from %s at %d,%d", nameOf(hwnd), nameOf((HWND)wp), x, y);
+      break;
+    case WM_PARENTNOTIFY:
+      if (LOWORD(wp) < WM_MOUSEFIRST) break;  // a child made or destroyed
+      sprintf(text, "  %s PARENTNOTIFY %#x at %d,%d", nameOf(hwnd), LOWORD(wp), x, y);
+      break;
+    case WM_COMMAND:
+      sprintf(text, "  %s COMMAND id %d code %d", nameOf(hwnd), LOWORD(wp), HIWORD(wp));
+      break;
+    case WM_MOUSEWHEEL:
+      sprintf(text, "  %s MOUSEWHEEL delta %d at %d,%d", nameOf(hwnd), (short)HIWORD(wp), x, y);
+      break;
   }
   if (*text) line(text);
   return DefWindowProcA(hwnd, msg, wp, lp);
@@ -78,8 +94,8 @@ void gesture(const char* what, INPUT* in, int n) {
 
 // A click (or two) at a client point of hwnd, with the left button or,
 // given its flags, another.
-void click(const char* what, HWND hwnd, int x, int y, int clicks,
-           DWORD down = MOUSEEVENTF_LEFTDOWN, DWORD up = MOUSEEVENTF_LEFTUP) {
+void click(const char* what, HWND hwnd, int x, int y, int clicks, DWORD down = MOUSEEVENTF_LEFTDOWN,
+           DWORD up = MOUSEEVENTF_LEFTUP) {
   POINT p = {x, y};
   ClientToScreen(hwnd, &p);
   INPUT in[5];
@@ -99,9 +115,11 @@ void drag(const char* what, HWND hwnd, POINT from, POINT to) {
   ClientToScreen(hwnd, &a);
   ClientToScreen(hwnd, &m);
   ClientToScreen(hwnd, &b);
-  INPUT in[5] = {mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, a.x, a.y), mouseInput(MOUSEEVENTF_LEFTDOWN),
+  INPUT in[5] = {mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, a.x, a.y),
+                 mouseInput(MOUSEEVENTF_LEFTDOWN),
                  mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, m.x, m.y),
-                 mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, b.x, b.y), mouseInput(MOUSEEVENTF_LEFTUP)};
+                 mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, b.x, b.y),
+                 mouseInput(MOUSEEVENTF_LEFTUP)};
   gesture(what, in, 5);
 }
 
@@ -126,10 +144,13 @@ int main() {
   Sleep(GetDoubleClickTime() + 50);
   click("a click on the button", g_button, 10, 10, 1);
   g_capture = true;
-  drag("a drag across the main window, which takes the capture", g_main, POINT{20, 20}, POINT{120, 140});
+  drag("a drag across the main window, which takes the capture", g_main, POINT{20, 20},
+       POINT{120, 140});
   g_capture = false;
-  click("a right-click on the main window", g_main, 30, 40, 1, MOUSEEVENTF_RIGHTDOWN, MOUSEEVENTF_RIGHTUP);
-  click("a right-click on the button", g_button, 5, 5, 1, MOUSEEVENTF_RIGHTDOWN, MOUSEEVENTF_RIGHTUP);
+  click("a right-click on the main window", g_main, 30, 40, 1, MOUSEEVENTF_RIGHTDOWN,
+        MOUSEEVENTF_RIGHTUP);
+  click("a right-click on the button", g_button, 5, 5, 1, MOUSEEVENTF_RIGHTDOWN,
+        MOUSEEVENTF_RIGHTUP);
   SetFocus(g_main);
   INPUT wheel = mouseInput(MOUSEEVENTF_WHEEL, 0, 0, (DWORD)-WHEEL_DELTA);
   gesture("the wheel turned one notch towards the user", &wheel, 1);
