@@ -400,7 +400,10 @@ HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint) {
 BOOL WINAPI EndPaint(HWND hWnd, const PAINTSTRUCT* lpPaint) {
   if (!lpPaint) return FALSE;
   DeviceContext* dc = deviceContext(lpPaint->hdc);
-  if (dc && dc->paint) freeDC(lpPaint->hdc);
+  if (dc && dc->paint) {
+    freeDC(lpPaint->hdc);
+    return TRUE;
+  }
   // A kept DC stays, reaching its whole window again.
   if (dc && dc->kept && dc->painting) {
     dc->painting = false;
