@@ -46,11 +46,15 @@ struct ErrorCase {
   const char* message;
 };
 
-void expectSyntaxError(const ErrorCase& c) {
+bool parse(const std::string& src, SyntaxError& e) {
   Names names;
   Program p;
+  return parseProgram(src, p, names, e);
+}
+
+void expectSyntaxError(const ErrorCase& c) {
   SyntaxError e;
-  ASSERT_FALSE(parseProgram(c.src, p, names, e)) << c.src;
+  ASSERT_FALSE(parse(c.src, e)) << c.src;
   EXPECT_EQ(e.message, c.message) << c.src;
   EXPECT_EQ(e.line, c.line) << c.src;
   EXPECT_EQ(e.col, c.col) << c.src;
@@ -124,33 +128,29 @@ TEST(Parser, FileLevelVariablesAreGlobalsAndOthersTakeReusedSlots) {
   EXPECT_TRUE(fs.hoisted);
 }
 
+std::string repeat(const std::string& s, int n) {
+  std::string out;
+  while (n-- > 0) out += s;
+  return out;
+}
+
 TEST(Parser, NestingPastTheLimitFailsInsteadOfOverflowing) {
-  std::string deepParens = "x = " + std::string(5000, '(') + "1" + std::string(5000, ')') + ";";
-  std::string longChain = "x = 1";
-  for (int i = 0; i < 5000; ++i) longChain += " + 1";
-  longChain += ";";
-  std::string deepBlocks = std::string(5000, '{') + std::string(5000, '}');
-  std::string deepUnary = "x = " + std::string(5000, '-') + "1;";
-  std::string elseChain = "if (1) {}";
-  for (int i = 0; i < 3000; ++i) elseChain += " else if (1) {}";
-  std::string calls = "x = f";
-  for (int i = 0; i < 5000; ++i) calls += "()";
-  calls += ";";
-  for (const std::string* src : {&deepParens, &longChain, &deepBlocks, &deepUnary, &elseChain, &calls}) {
-    Names names;
-    Program p;
-    SyntaxError e;
-    EXPECT_FALSE(parseProgram(*src, p, names, e)) << src->substr(0, 40);
+  const std::string deep[] = {
+      "x = " + repeat("(", 5000) + "1" + repeat(")", 5000) + ";",
+      "x = 1" + repeat(" + 1", 5000) + ";",
+      repeat("{", 5000) + repeat("}", 5000),
+      "x = " + repeat("-", 5000) + "1;",
+      "if (1) {}" + repeat(" else if (1) {}", 3000),
+      "x = f" + repeat("()", 5000) + ";",
+  };
+  SyntaxError e;
+  for (const std::string& src : deep) {
+    EXPECT_FALSE(parse(src, e)) << src.substr(0, 40);
     EXPECT_TRUE(e.message == "nesting too deep" || e.message == "expression too deeply nested")
         << e.message;
   }
   // Just inside the limit still parses.
-  std::string chain = "x = 1";
-  for (int i = 0; i < kMaxNesting / 2; ++i) chain += " + 1";
-  Names names;
-  Program p;
-  SyntaxError e;
-  EXPECT_TRUE(parseProgram(chain + ";", p, names, e)) << e.message;
+  EXPECT_TRUE(parse("x = 1" + repeat(" + 1", kMaxNesting / 2) + ";", e)) << e.message;
 }
 
 }  // namespace
