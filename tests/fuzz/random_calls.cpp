@@ -127,7 +127,7 @@ class Fuzzer {
       return answer(argc, sp, TulValue(static_cast<int>(pick(3))));
     };
     TulClass* chatty = vm_->defineClass("Chatty", vm_->findClass("WinBase"));
-    tulrt::addScriptMethod(chatty, "handleMessage", [this, chatty, meddle, frameOf](
+    tulrt::addScriptMethod(chatty, "handleMessage", [this, chatty, meddle, frameOf, answer](
                                                         TulVirtualMachine* vm, int argc, ValPtr& sp) {
       if (chance(3)) return meddle(vm, argc, sp);
       ValPtr p = frameOf(argc, sp);
@@ -135,12 +135,9 @@ class Fuzzer {
       std::vector<TulValue> args;
       for (int i = 2; i <= argc; ++i) args.push_back(*ValPtr{p.vec, p.index + i});
       TulValue result;
-      bool ok = vm_->interp().call(result, tulrt::baseClass(chatty), "handleMessage", &self,
-                                   args.data(), static_cast<int>(args.size()));
-      if (!ok) return false;
-      *p = result;
-      sp = p;
-      return true;
+      return vm_->interp().call(result, tulrt::baseClass(chatty), "handleMessage", &self,
+                                args.data(), static_cast<int>(args.size())) &&
+             answer(argc, sp, result);
     });
     TulClass* fussy = vm_->defineClass("Fussy", vm_->findClass("WinMsgHandler"));
     tulrt::addScriptMethod(fussy, "handleMessage", meddle);
