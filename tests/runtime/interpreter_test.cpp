@@ -15,25 +15,6 @@ using rtest::returnValue;
 
 TulObject* self(const ValPtr& sp, int argc) { return static_cast<TulObject*>(frameSlot(sp, argc, 1)); }
 
-// BASE, a native class: its constructor stores its argument count in `tag`.
-bool base_new(TulVirtualMachine*, int argc, ValPtr& sp) {
-  (*self(sp, argc)->getMemberData())[0] = TulValue(argc - 1);
-  return true;
-}
-bool base_name(TulVirtualMachine*, int argc, ValPtr& sp) {
-  return returnValue(sp, argc, TulValue(1));
-}
-// Calls back into the interpreter, as library methods that defer to script
-// overrides do.
-bool base_describe(TulVirtualMachine* vm, int argc, ValPtr& sp) {
-  TulValue name;
-  if (!vm->interpreter()->invokeMember(name, self(sp, argc), "name", nullptr)) return false;
-  return returnValue(sp, argc, name);
-}
-bool base_make(TulVirtualMachine*, int argc, ValPtr& sp) {
-  return returnValue(sp, argc, TulValue(argc * 100));
-}
-
 class InterpreterTest : public rtest::MachineTest {
  protected:
   void SetUp() override {
@@ -41,10 +22,24 @@ class InterpreterTest : public rtest::MachineTest {
     base = new TulClass(vm());  // kept by the machine, as the library's classes are
     ASSERT_TRUE(vm().registerNativeClass("BASE", base));
     base->addDataMember("tag");
-    base->addMethod("BASE", base_new, 0);
-    base->addMethod("name", base_name, 0);
-    base->addMethod("describe", base_describe, 0);
-    base->addStaticMethod("make", base_make, 0);
+    // Its constructor stores its argument count in `tag`; describe calls
+    // back into the interpreter, as library methods deferring to script
+    // overrides do.
+    base->addMethod("BASE", [](TulVirtualMachine*, int argc, ValPtr& sp) {
+      (*self(sp, argc)->getMemberData())[0] = TulValue(argc - 1);
+      return true;
+    }, 0);
+    base->addMethod("name", [](TulVirtualMachine*, int argc, ValPtr& sp) {
+      return returnValue(sp, argc, TulValue(1));
+    }, 0);
+    base->addMethod("describe", [](TulVirtualMachine* vm, int argc, ValPtr& sp) {
+      TulValue name;
+      return vm->interpreter()->invokeMember(name, self(sp, argc), "name", nullptr) &&
+             returnValue(sp, argc, name);
+    }, 0);
+    base->addStaticMethod("make", [](TulVirtualMachine*, int argc, ValPtr& sp) {
+      return returnValue(sp, argc, TulValue(argc * 100));
+    }, 0);
     base->fixupDataDefs();
     derived = vm().defineClass("DERIVED", base, {"extra"});
     tulrt::addScriptMethod(derived, "name", [](TulVirtualMachine*, int argc, ValPtr& sp) {
