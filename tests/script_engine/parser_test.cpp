@@ -1,6 +1,7 @@
-// The lexer and parser on their own: token values at the edges of the
-// literal forms, the place and text of syntax errors, name resolution, and
-// the nesting limit that keeps the interpreter's recursion bounded.
+// The lexer and parser on their own: token positions, the place and text of
+// syntax errors, and the nesting limit that keeps the interpreter's
+// recursion bounded. Scoping and hoisting are checked by the scripts under
+// tests/script/language (scope.tul, functions.tul).
 #include <gtest/gtest.h>
 
 #include <string>
@@ -108,24 +109,6 @@ TEST(Parser, StatementsInTheWrongPlaceAreSyntaxErrors) {
       {"try {} x", 1, 8, "expected 'catch' after the 'try' block, found identifier 'x'"},
   };
   for (const ErrorCase& c : cases) expectSyntaxError(c);
-}
-
-TEST(Parser, FileLevelVariablesAreGlobalsAndOthersTakeReusedSlots) {
-  Names names;
-  Program p;
-  SyntaxError e;
-  ASSERT_TRUE(parseProgram("var g = 1; { var a; var b; } { var c; }"
-                           "function f(x) { var y; { var z; } { var w; } return g; }",
-                           p, names, e))
-      << e.message;
-  // Two blocks at the top level share their slots: a and c both take 0.
-  EXPECT_EQ(p.slotCount, 2);
-  ASSERT_EQ(p.functions.size(), 1u);
-  EXPECT_EQ(p.functions[0]->slotCount, 3);  // x, y, then z or w
-  EXPECT_EQ(names.names, (std::vector<std::string>{"g", "f"}));
-  // Top-level functions are defined before the file runs; nested ones not.
-  const auto& fs = static_cast<const FunctionStmt&>(*p.body.body.back());
-  EXPECT_TRUE(fs.hoisted);
 }
 
 std::string repeat(const std::string& s, int n) {
