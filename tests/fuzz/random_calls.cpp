@@ -127,8 +127,8 @@ class Fuzzer {
       return answer(argc, sp, TulValue(static_cast<int>(pick(3))));
     };
     TulClass* chatty = vm_->defineClass("Chatty", vm_->findClass("WinBase"));
-    tulrt::addScriptMethod(chatty, "handleMessage", [this, chatty, meddle, frameOf, answer](
-                                                        TulVirtualMachine* vm, int argc, ValPtr& sp) {
+    auto chattyHandler = [this, chatty, meddle, frameOf, answer](TulVirtualMachine* vm, int argc,
+                                                                 ValPtr& sp) {
       if (chance(3)) return meddle(vm, argc, sp);
       ValPtr p = frameOf(argc, sp);
       TulValue self = *ValPtr{p.vec, p.index + 1};
@@ -138,7 +138,8 @@ class Fuzzer {
       return vm_->interp().call(result, tulrt::baseClass(chatty), "handleMessage", &self,
                                 args.data(), static_cast<int>(args.size())) &&
              answer(argc, sp, result);
-    });
+    };
+    tulrt::addScriptMethod(chatty, "handleMessage", chattyHandler);
     TulClass* fussy = vm_->defineClass("Fussy", vm_->findClass("WinMsgHandler"));
     tulrt::addScriptMethod(fussy, "handleMessage", meddle);
     TulClass* liar = vm_->defineClass("Liar", vm_->findClass("RECT"));
@@ -270,7 +271,8 @@ class Fuzzer {
     TulValue result;
     vm_->interp().callMember(result, static_cast<TulObject*>(obj), "create",
                              {TulValue(new TulString(kClasses[pick(4)])), parent,
-                              TulValue(static_cast<int>(pick(300))), TulValue(static_cast<int>(pick(300))),
+                              TulValue(static_cast<int>(pick(300))),
+                              TulValue(static_cast<int>(pick(300))),
                               TulValue(50 + static_cast<int>(pick(400))),
                               TulValue(50 + static_cast<int>(pick(300))), TulValue(style)});
     vm_->interp().clearError();
