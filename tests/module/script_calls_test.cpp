@@ -33,25 +33,22 @@ TEST_F(CallArgsTest, NestedBorrowingsNeverShareAndTheKeptOnesComeBack) {
   for (int i = 0; i < 3; ++i) EXPECT_EQ(second[i], first[i]) << "depth " << i;
 }
 
-TEST_F(CallArgsTest, ValuesGoBackWhenTheBorrowingEnds) {
+// Values go back when a borrowing ends, and a kept vector the runtime
+// emptied (as a machine's teardown does to every live vector) gets its size
+// back at its depth.
+TEST_F(CallArgsTest, ValuesGoBackAndAKeptVectorGetsItsSizeBack) {
   const TulValue text(new TulString("held"));
-  const TulValue window = make("WinBase");
   {
     CallArgs args(5);
-    args[0] = window;
     args[4] = text;
     EXPECT_EQ(static_cast<TulString*>(text)->refCount(), 2);
   }
   EXPECT_EQ(static_cast<TulString*>(text)->refCount(), 1);
-  EXPECT_EQ(static_cast<TulObject*>(window)->refCount(), 1);
-}
-
-TEST_F(CallArgsTest, AKeptVectorGetsItsSizeBackAfterTheRuntimeEmptiedIt) {
   TulVector* kept = nullptr;
   {
     CallArgs args(5);
     kept = args.vector();
-    kept->clear();  // what a machine's teardown does to every live vector
+    kept->clear();
   }
   CallArgs one(1);
   EXPECT_EQ(one.vector(), kept);

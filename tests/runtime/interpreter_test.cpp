@@ -15,25 +15,6 @@ using rtest::returnValue;
 
 TulObject* self(const ValPtr& sp, int argc) { return static_cast<TulObject*>(frameSlot(sp, argc, 1)); }
 
-// BASE, a native class: its constructor stores its argument count in `tag`.
-bool base_new(TulVirtualMachine*, int argc, ValPtr& sp) {
-  (*self(sp, argc)->getMemberData())[0] = TulValue(argc - 1);
-  return true;
-}
-bool base_name(TulVirtualMachine*, int argc, ValPtr& sp) {
-  return returnValue(sp, argc, TulValue(1));
-}
-// Calls back into the interpreter, as library methods that defer to script
-// overrides do.
-bool base_describe(TulVirtualMachine* vm, int argc, ValPtr& sp) {
-  TulValue name;
-  if (!vm->interpreter()->invokeMember(name, self(sp, argc), "name", nullptr)) return false;
-  return returnValue(sp, argc, name);
-}
-bool base_make(TulVirtualMachine*, int argc, ValPtr& sp) {
-  return returnValue(sp, argc, TulValue(argc * 100));
-}
-
 class InterpreterTest : public rtest::MachineTest {
  protected:
   void SetUp() override {
@@ -41,10 +22,24 @@ class InterpreterTest : public rtest::MachineTest {
     base = new TulClass(vm());  // kept by the machine, as the library's classes are
     ASSERT_TRUE(vm().registerNativeClass("BASE", base));
     base->addDataMember("tag");
-    base->addMethod("BASE", base_new, 0);
-    base->addMethod("name", base_name, 0);
-    base->addMethod("describe", base_describe, 0);
-    base->addStaticMethod("make", base_make, 0);
+    // Its constructor stores its argument count in `tag`; describe calls
+    // back into the interpreter, as library methods deferring to script
+    // overrides do.
+    base->addMethod("BASE", [](TulVirtualMachine*, int argc, ValPtr& sp) {
+      (*self(sp, argc)->getMemberData())[0] = TulValue(argc - 1);
+      return true;
+    }, 0);
+    base->addMethod("name", [](TulVirtualMachine*, int argc, ValPtr& sp) {
+      return returnValue(sp, argc, TulValue(1));
+    }, 0);
+    base->addMethod("describe", [](TulVirtualMachine* vm, int argc, ValPtr& sp) {
+      TulValue name;
+      return vm->interpreter()->invokeMember(name, self(sp, argc), "name", nullptr) &&
+             returnValue(sp, argc, name);
+    }, 0);
+    base->addStaticMethod("make", [](TulVirtualMachine*, int argc, ValPtr& sp) {
+      return returnValue(sp, argc, TulValue(argc * 100));
+    }, 0);
     base->fixupDataDefs();
     derived = vm().defineClass("DERIVED", base, {"extra"});
     tulrt::addScriptMethod(derived, "name", [](TulVirtualMachine*, int argc, ValPtr& sp) {
@@ -67,6 +62,7 @@ class InterpreterTest : public rtest::MachineTest {
   TulClass* derived = nullptr;
 };
 
+// The type tags of a type error are checked with checkType below.
 TEST_F(InterpreterTest, ErrorRecordKeepsMessageDetailAndTypeTags) {
   TulInterpreter* interp = vm().interpreter();
   EXPECT_FALSE(interp->returnError("boom", nullptr));
@@ -74,17 +70,11 @@ TEST_F(InterpreterTest, ErrorRecordKeepsMessageDetailAndTypeTags) {
   EXPECT_FALSE(in().lastError().hasDetail);
   EXPECT_FALSE(interp->returnError("bad", "why"));
   EXPECT_EQ(in().lastError().detail, "why");
-  EXPECT_FALSE(interp->badType(TulValueType::String, TulValueType::Int));
-  const tulrt::ErrorRecord& e = in().lastError();
-  EXPECT_EQ(e.message, "Bad type: expected int, got string");
-  EXPECT_TRUE(e.typeError);
-  EXPECT_EQ(e.actual, TulValueType::String);
-  EXPECT_EQ(e.expected, TulValueType::Int);
-  interp->badType(static_cast<TulValueType>(99), TulValueType::CharBuffer);
+  EXPECT_FALSE(interp->badType(static_cast<TulValueType>(99), TulValueType::CharBuffer));
   EXPECT_EQ(lastMessage(), "Bad type: expected char buffer, got tag 99");
+  EXPECT_TRUE(in().lastError().typeError);
   in().clearError();
-  TulValue s(new TulString("hi"));
-  TulValue n(3);
+  TulValue s(new TulString("hi")), n(3);
   EXPECT_STREQ(interp->getStringFromValueExtern(s)->c_str(), "hi");
   EXPECT_EQ(interp->getStringFromValueExtern(n), nullptr);
   EXPECT_FALSE(in().lastError().set);
@@ -130,19 +120,6 @@ TEST_F(InterpreterTest, CheckTypeAcceptsByCode) {
   }
 }
 
-TEST_F(InterpreterTest, OverrideWinsThroughInvokeMemberAndNativeCallbacks) {
-  const TulValue b = make(base);
-  const TulValue d = make(derived);
-  auto* dobj = static_cast<TulObject*>(d);
-  EXPECT_EQ(callInt(static_cast<TulObject*>(b), "describe"), 1);
-  EXPECT_EQ(callInt(dobj, "describe"), 2);
-  TulValue r;
-  ASSERT_TRUE(vm().interpreter()->invokeMember(r, dobj, "name", nullptr));
-  EXPECT_EQ(static_cast<int>(r), 2);
-  ASSERT_TRUE(in().callInherited(r, derived, dobj, "name"));
-  EXPECT_EQ(static_cast<int>(r), 1);
-}
-
 // Lookups are remembered per class; each case changes what a remembered
 // lookup found and expects the call to see the change at once.
 TEST_F(InterpreterTest, LookupsFollowRebindingBaseChangesAndTheCallersText) {
@@ -158,6 +135,12 @@ TEST_F(InterpreterTest, LookupsFollowRebindingBaseChangesAndTheCallersText) {
   auto* lobj = static_cast<TulObject*>(l);
   EXPECT_EQ(callInt(dobj, "name"), 2);
   EXPECT_EQ(callInt(lobj, "name"), 1);  // found on BASE through LEAF
+  // A native method calling back through invokeMember reaches the override.
+  EXPECT_EQ(callInt(lobj, "describe"), 1);
+  EXPECT_EQ(callInt(dobj, "describe"), 2);
+  TulValue r;
+  ASSERT_TRUE(in().callInherited(r, derived, dobj, "name"));
+  EXPECT_EQ(static_cast<int>(r), 1);
 
   tulrt::addScriptMethod(derived, "name", answers(3));  // rebound after the lookup
   EXPECT_EQ(callInt(dobj, "name"), 3);
@@ -172,7 +155,6 @@ TEST_F(InterpreterTest, LookupsFollowRebindingBaseChangesAndTheCallersText) {
   EXPECT_EQ(callInt(static_cast<TulObject*>(m), "name"), 3);
 
   char text[] = "name";  // one buffer, two names: the text decides
-  TulValue r;
   ASSERT_TRUE(vm().interpreter()->invokeMember(r, dobj, text, nullptr));
   EXPECT_EQ(static_cast<int>(r), 3);
   text[0] = 'f';  // "fame"
@@ -190,7 +172,6 @@ TEST_F(InterpreterTest, CreateObjectRunsNearestConstructorOfTheChain) {
   ASSERT_NE(obj, nullptr);
   EXPECT_EQ(obj->getClass(), derived);
   EXPECT_EQ(static_cast<int>((*obj->getMemberData())[0]), 2);  // BASE's ctor saw both
-  EXPECT_EQ(derived->getMemberIndex(TulString("tag")), base->getMemberIndex(TulString("tag")));
 
   // A constructor of its own replaces the base's; it may still call it.
   tulrt::addScriptMethod(derived, "DERIVED", [this](TulVirtualMachine*, int argc, ValPtr& sp) {
@@ -224,36 +205,13 @@ TEST_F(InterpreterTest, LookupAndCreationFailuresAreReportedAndStaticsStaySepara
   EXPECT_EQ(static_cast<int>(r), 5);  // failures leave the result alone
   ASSERT_TRUE(in().callStatic(r, derived, "make", {TulValue(1), TulValue(2)}));
   EXPECT_EQ(static_cast<int>(r), 200);  // found on BASE, called without `this`
-}
 
-TEST_F(InterpreterTest, FrameHoldsResultThisAndArgumentsInOrder) {
-  const TulValue d = make(derived);
-  tulrt::addScriptMethod(derived, "probe", [&d](TulVirtualMachine*, int argc, ValPtr& sp) {
-    EXPECT_EQ(argc, 3);
-    EXPECT_EQ(frameSlot(sp, argc, 0).type(), TulValueType::Nil);
-    EXPECT_EQ(static_cast<TulObject*>(frameSlot(sp, argc, 1)), static_cast<TulObject*>(d));
-    const int sum = static_cast<int>(frameSlot(sp, argc, 2)) * 10 +
-                    static_cast<int>(frameSlot(sp, argc, 3));
-    sp -= argc;  // native methods hand the cursor back on the result slot
-    *sp = TulValue(sum);
-    return true;
-  });
-  TulValue r;
-  ASSERT_TRUE(in().callMember(r, static_cast<TulObject*>(d), "probe", {TulValue(4), TulValue(2)}));
-  EXPECT_EQ(static_cast<int>(r), 42);
-  EXPECT_EQ(in().stackUsed(), 0u);
-  EXPECT_EQ(in().callDepth(), 0);
-}
-
-TEST_F(InterpreterTest, FailingMethodKeepsResultAndItsError) {
   tulrt::addScriptMethod(derived, "fail", [](TulVirtualMachine* vm, int, ValPtr&) {
     return vm->interpreter()->returnError("failed on purpose", nullptr);
   });
-  const TulValue d = make(derived);
   const TulValue arg(new TulString("released after the call"));
-  TulValue r(42);
-  EXPECT_FALSE(in().callMember(r, static_cast<TulObject*>(d), "fail", {arg}));
-  EXPECT_EQ(static_cast<int>(r), 42);
+  EXPECT_FALSE(in().callMember(r, obj, "fail", {arg}));
+  EXPECT_EQ(static_cast<int>(r), 200);
   EXPECT_EQ(lastMessage(), "failed on purpose");
   EXPECT_EQ(in().stackUsed(), 0u);
   EXPECT_EQ(static_cast<TulString*>(arg)->refCount(), 1);  // no stack slot keeps it

@@ -10,20 +10,18 @@ namespace {
 
 std::string text(const TulString& s) { return std::string(s.c_str(), s.length()); }
 
-struct FindCase {
-  const char* needle;
-  int start;
-  int expected;
-};
-
 TEST(StringTest, FindAcceptsAnyStart) {
   const TulString s("abcabc");
-  const FindCase cases[] = {
+  const struct {
+    const char* needle;
+    int start;
+    int expected;
+  } cases[] = {
       {"bc", 0, 1},  {"bc", 2, 4},   {"bc", -9, 1}, {"bc", 5, -1},
       {"bc", 6, -1}, {"bc", 99, -1}, {"", 3, 3},    {"", 6, 6},
       {"", 7, -1},   {"zz", 0, -1},  {"abcabcx", 0, -1},
   };
-  for (const FindCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.needle) + " from " + std::to_string(c.start));
     EXPECT_EQ(s.find(c.needle, c.start), c.expected);
     EXPECT_EQ(s.find(TulString(c.needle), c.start), c.expected);
@@ -34,20 +32,18 @@ TEST(StringTest, FindAcceptsAnyStart) {
   EXPECT_EQ(s.find('\0', 0), -1);  // the terminator is not part of the string
 }
 
-struct EditCase {
-  int pos;
-  int count;
-  const char* substr;
-  const char* erased;
-};
-
 TEST(StringTest, SubstrAndEraseClampOrRefuseOutOfRangeArguments) {
-  const EditCase cases[] = {
+  const struct {
+    int pos;
+    int count;
+    const char* substr;
+    const char* erased;
+  } cases[] = {
       {0, -1, "hello", ""},   {1, 3, "ell", "ho"},    {3, 99, "lo", "hel"},
       {5, 1, "", "hello"},    {6, 1, "", "hello"},    {-1, 2, "", "hello"},
       {2, 0, "", "hello"},    {4, -7, "o", "hell"},
   };
-  for (const EditCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.pos) + "," + std::to_string(c.count));
     TulString s("hello");
     EXPECT_EQ(text(s.substr(c.pos, c.count)), c.substr);
@@ -57,7 +53,9 @@ TEST(StringTest, SubstrAndEraseClampOrRefuseOutOfRangeArguments) {
   }
 }
 
-TEST(StringTest, InsertClampsPositionsAndIgnoresNonPositiveCounts) {
+// Insert clamps positions and ignores non-positive counts; appending and
+// inserting a string's own characters is safe.
+TEST(StringTest, InsertClampsAndAppendingOrInsertingItselfIsSafe) {
   TulString s("ace");
   s.insert(1, TulString("b"));
   s.insert(-5, '<', 2);
@@ -65,10 +63,7 @@ TEST(StringTest, InsertClampsPositionsAndIgnoresNonPositiveCounts) {
   s.insert(2, 'x', 0);
   s.insert(2, 'x', -4);
   EXPECT_EQ(text(s), "<<abce>");
-}
-
-TEST(StringTest, AppendingAndInsertingItselfIsSafe) {
-  TulString s("ab");
+  s = "ab";
   s += s;
   s.insert(1, s);
   EXPECT_EQ(text(s), "aababbab");

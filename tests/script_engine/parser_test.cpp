@@ -1,6 +1,7 @@
-// The lexer and parser on their own: token values at the edges of the
-// literal forms, the place and text of syntax errors, name resolution, and
-// the nesting limit that keeps the interpreter's recursion bounded.
+// The lexer and parser on their own: token positions, the place and text of
+// syntax errors, and the nesting limit that keeps the interpreter's
+// recursion bounded. Scoping and hoisting are checked by the scripts under
+// tests/script/language (scope.tul, functions.tul).
 #include <gtest/gtest.h>
 
 #include <string>
@@ -46,11 +47,15 @@ struct ErrorCase {
   const char* message;
 };
 
-void expectSyntaxError(const ErrorCase& c) {
+bool parse(const std::string& src, SyntaxError& e) {
   Names names;
   Program p;
+  return parseProgram(src, p, names, e);
+}
+
+void expectSyntaxError(const ErrorCase& c) {
   SyntaxError e;
-  ASSERT_FALSE(parseProgram(c.src, p, names, e)) << c.src;
+  ASSERT_FALSE(parse(c.src, e)) << c.src;
   EXPECT_EQ(e.message, c.message) << c.src;
   EXPECT_EQ(e.line, c.line) << c.src;
   EXPECT_EQ(e.col, c.col) << c.src;
@@ -106,51 +111,29 @@ TEST(Parser, StatementsInTheWrongPlaceAreSyntaxErrors) {
   for (const ErrorCase& c : cases) expectSyntaxError(c);
 }
 
-TEST(Parser, FileLevelVariablesAreGlobalsAndOthersTakeReusedSlots) {
-  Names names;
-  Program p;
-  SyntaxError e;
-  ASSERT_TRUE(parseProgram("var g = 1; { var a; var b; } { var c; }"
-                           "function f(x) { var y; { var z; } { var w; } return g; }",
-                           p, names, e))
-      << e.message;
-  // Two blocks at the top level share their slots: a and c both take 0.
-  EXPECT_EQ(p.slotCount, 2);
-  ASSERT_EQ(p.functions.size(), 1u);
-  EXPECT_EQ(p.functions[0]->slotCount, 3);  // x, y, then z or w
-  EXPECT_EQ(names.names, (std::vector<std::string>{"g", "f"}));
-  // Top-level functions are defined before the file runs; nested ones not.
-  const auto& fs = static_cast<const FunctionStmt&>(*p.body.body.back());
-  EXPECT_TRUE(fs.hoisted);
+std::string repeat(const std::string& s, int n) {
+  std::string out;
+  while (n-- > 0) out += s;
+  return out;
 }
 
 TEST(Parser, NestingPastTheLimitFailsInsteadOfOverflowing) {
-  std::string deepParens = "x = " + std::string(5000, '(') + "1" + std::string(5000, ')') + ";";
-  std::string longChain = "x = 1";
-  for (int i = 0; i < 5000; ++i) longChain += " + 1";
-  longChain += ";";
-  std::string deepBlocks = std::string(5000, '{') + std::string(5000, '}');
-  std::string deepUnary = "x = " + std::string(5000, '-') + "1;";
-  std::string elseChain = "if (1) {}";
-  for (int i = 0; i < 3000; ++i) elseChain += " else if (1) {}";
-  std::string calls = "x = f";
-  for (int i = 0; i < 5000; ++i) calls += "()";
-  calls += ";";
-  for (const std::string* src : {&deepParens, &longChain, &deepBlocks, &deepUnary, &elseChain, &calls}) {
-    Names names;
-    Program p;
-    SyntaxError e;
-    EXPECT_FALSE(parseProgram(*src, p, names, e)) << src->substr(0, 40);
+  const std::string deep[] = {
+      "x = " + repeat("(", 5000) + "1" + repeat(")", 5000) + ";",
+      "x = 1" + repeat(" + 1", 5000) + ";",
+      repeat("{", 5000) + repeat("}", 5000),
+      "x = " + repeat("-", 5000) + "1;",
+      "if (1) {}" + repeat(" else if (1) {}", 3000),
+      "x = f" + repeat("()", 5000) + ";",
+  };
+  SyntaxError e;
+  for (const std::string& src : deep) {
+    EXPECT_FALSE(parse(src, e)) << src.substr(0, 40);
     EXPECT_TRUE(e.message == "nesting too deep" || e.message == "expression too deeply nested")
         << e.message;
   }
   // Just inside the limit still parses.
-  std::string chain = "x = 1";
-  for (int i = 0; i < kMaxNesting / 2; ++i) chain += " + 1";
-  Names names;
-  Program p;
-  SyntaxError e;
-  EXPECT_TRUE(parseProgram(chain + ";", p, names, e)) << e.message;
+  EXPECT_TRUE(parse("x = 1" + repeat(" + 1", kMaxNesting / 2) + ";", e)) << e.message;
 }
 
 }  // namespace

@@ -12,14 +12,6 @@ namespace {
 
 class TortureTest : public WindowTest {
  protected:
-  TulValue window(TulClass* c, HWND parent = nullptr) {
-    TulValue w = object(c);
-    const int style = parent ? int(WS_CHILD | WS_VISIBLE) : int(WS_POPUP);
-    create(w, {str("Tul2Window"), handleValue(parent), TulValue(0), TulValue(0), TulValue(40),
-               TulValue(40), TulValue(style)});
-    return w;
-  }
-
   // Every entry can be found by its object's own handle (so the order the
   // lookups bisect holds), and that handle is a live window.
   static void expectRegistryConsistent() {

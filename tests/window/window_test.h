@@ -16,12 +16,11 @@
 
 // One call of a method written in C++ for a test class.
 struct ScriptCall {
-  TulObject* self = nullptr;  // null for a static method
+  TulObject* self = nullptr;
   std::vector<TulValue> args;
   TulValue result;  // what the method answers; nil unless set
   int arg(std::size_t i) const { return static_cast<int>(args.at(i)); }
 };
-using ScriptBody = std::function<bool(ScriptCall&)>;
 
 class WindowTest : public HostTest {
  protected:
@@ -32,89 +31,77 @@ class WindowTest : public HostTest {
   }
 
   void TearDown() override {
-    drainQueue();
-    win32sim::setIdleHook(nullptr);
+    for (MSG msg; PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE);) {
+    }
     HostTest::TearDown();
     // The machine is gone, and with it every window object: nothing of
     // theirs may stay registered.
     EXPECT_EQ(registryCount(), registryBefore_) << "registry entries left";
-    win32sim::Counts now = win32sim::counts();
+    const win32sim::Counts now = win32sim::counts();
     EXPECT_EQ(now.windows, before_.windows) << "windows left";
     EXPECT_EQ(now.acceleratorTables, before_.acceleratorTables) << "accelerator tables left";
     EXPECT_EQ(now.brushes, before_.brushes) << "brushes left";
     EXPECT_EQ(now.dcs, before_.dcs) << "device contexts left";
   }
 
-  // A class deriving from base (a library class by default WinBase).
-  TulClass* subclassOf(const char* name, const char* base = "WinBase") {
-    return vm_->defineClass(name, cls(base));
-  }
+  TulClass* subclassOf(const char* name) { return vm_->defineClass(name, cls("WinBase")); }
 
-  // Binds method `name` of cls to body, as a script class would define it.
-  void define(TulClass* c, const char* name, ScriptBody body, bool isStatic = false) {
-    tulrt::ScriptMethod method = [body, isStatic](TulVirtualMachine*, int argc, ValPtr& sp) {
+  // Binds method `name` of c to body, as a script class would define it.
+  void define(TulClass* c, const char* name, std::function<bool(ScriptCall&)> body) {
+    tulrt::addScriptMethod(c, name, [body](TulVirtualMachine*, int argc, ValPtr& sp) {
       ValPtr p = sp;
       p -= argc;
       ScriptCall call;
-      int first = p.index + 1;
-      if (!isStatic) call.self = static_cast<TulObject*>(*ValPtr{p.vec, first++});
-      for (int i = first; i <= p.index + argc; ++i) call.args.push_back(*ValPtr{p.vec, i});
+      call.self = static_cast<TulObject*>(*ValPtr{p.vec, p.index + 1});
+      for (int i = p.index + 2; i <= p.index + argc; ++i) call.args.push_back(*ValPtr{p.vec, i});
       if (!body(call)) return false;
       *p = call.result;
       sp = p;
       return true;
-    };
-    if (isStatic)
-      tulrt::addStaticScriptMethod(c, name, method);
-    else
-      tulrt::addScriptMethod(c, name, method);
+    });
   }
 
-  // base.name(args) from inside a method of cls, with the call's arguments.
+  // base.name(args) from inside a method of c, with the call's arguments.
   bool inherited(TulClass* c, ScriptCall& call, const char* name) {
     const TulValue self(call.self);
     return interp().call(call.result, tulrt::baseClass(c), name, &self, call.args.data(),
                          static_cast<int>(call.args.size()));
   }
 
-  // A new object of cls, its constructor run as a script would run it.
-  TulValue object(TulClass* c, std::initializer_list<TulValue> args = {}) {
+  // A new object of c, its constructor run as a script would run it.
+  TulValue object(TulClass* c) {
     TulValue out;
-    EXPECT_TRUE(interp().construct(out, c, args)) << interp().lastError().message;
+    EXPECT_TRUE(interp().construct(out, c)) << interp().lastError().message;
     return out;
   }
 
-  // obj.create(args...), which must succeed.
-  void create(const TulValue& obj, std::initializer_list<TulValue> args) {
-    EXPECT_EQ(static_cast<int>(call(obj, "create", args)), 1);
+  // A window of class c made by its create method: by default a popup, or
+  // a visible child of parent.
+  TulValue window(TulClass* c, HWND parent = nullptr, int style = 0) {
+    TulValue w = object(c);
+    if (!style) style = parent ? int(WS_CHILD | WS_VISIBLE) : int(WS_POPUP);
+    EXPECT_EQ(callInt(w, "create", {str("Tul2Window"), handleValue(parent), TulValue(0),
+                                    TulValue(0), TulValue(40), TulValue(40), TulValue(style)}),
+              1);
+    return w;
   }
 
   static HWND hwndOf(const TulValue& window) {
-    TulObject* obj = static_cast<TulObject*>(window);
-    int index = obj->getClass()->getMemberIndex(TulString("_hwnd"));
+    auto* obj = static_cast<TulObject*>(window);
+    const int index = obj->getClass()->getMemberIndex(TulString("_hwnd"));
     return reinterpret_cast<HWND>(static_cast<std::uintptr_t>(
-        static_cast<unsigned>(static_cast<int>((*obj->getMemberData())[static_cast<unsigned>(index)]))));
+        static_cast<unsigned>((*obj->getMemberData())[static_cast<unsigned>(index)])));
   }
-
   static TulValue str(const char* s) { return TulValue(new TulString(s)); }
   static TulValue handleValue(HWND h) {
     return TulValue(static_cast<int>(reinterpret_cast<std::uintptr_t>(h)));
   }
 
-  // WinBase.name(args...), a static method.
-  bool callStatic(const char* name, std::initializer_list<TulValue> args = {},
-                  TulValue* out = nullptr) {
+  // WinBase.name(), a static method.
+  bool callStatic(const char* name) {
     TulValue result;
     interp().clearError();
-    bool ok = interp().callStatic(result, cls("WinBase"), name, args);
-    if (out) *out = result;
-    return ok;
-  }
-
-  static void drainQueue() {
-    MSG msg;
-    while (PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE)) {
-    }
+    return interp().callStatic(result, cls("WinBase"), name);
   }
 
  private:

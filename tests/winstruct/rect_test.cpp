@@ -10,7 +10,9 @@ class RectTest : public HostTest {};
 
 TEST_F(RectTest, MissingPointClassIsReportedBeforeTheBuffer) {
   TulValue r = make("RECT", {TulValue(1), TulValue(2), TulValue(3), TulValue(4)});
-  setMember(r, "_rect", TulValue(3));
+  auto* obj = static_cast<TulObject*>(r);
+  (*obj->getMemberData())[static_cast<unsigned>(
+      obj->getClass()->getMemberIndex(TulString("_rect")))] = TulValue(3);
   ASSERT_TRUE(vm_->classes().erase(TulString("POINT")));
   EXPECT_EQ(errorOf(r, "getPos"), err::kPointClassNotFound);
   ASSERT_TRUE(vm_->classes().erase(TulString("SIZE")));
