@@ -14,21 +14,6 @@ bool allZero(const unsigned char* p, unsigned from, unsigned to) {
   return true;
 }
 
-TEST(BufferTest, SetSizeZeroFillsEveryUncoveredByte) {
-  TulBuffer b;
-  ASSERT_TRUE(b.setSize(8));
-  std::memset(b.data(), 0xAB, 8);
-  ASSERT_TRUE(b.setSize(2));
-  ASSERT_TRUE(b.setSize(64));  // regrows over bytes written before
-  EXPECT_EQ(b.data()[1], 0xAB);
-  EXPECT_TRUE(allZero(b.data(), 2, 64));
-  EXPECT_EQ(b.push_back(7), 65u);
-  EXPECT_EQ(b.data()[64], 7);
-  const TulBuffer copy(b);
-  EXPECT_EQ(copy.size(), 65u);
-  EXPECT_EQ(std::memcmp(copy.data(), b.data(), 65), 0);
-}
-
 TEST(CharBufferTest, GrowthKeepsZeroTailAndAdjustSizeReadsInPlaceWrites) {
   TulCharBuffer b(2);
   for (char c : std::string("hello world")) b.push_back(c);
@@ -43,29 +28,6 @@ TEST(CharBufferTest, GrowthKeepsZeroTailAndAdjustSizeReadsInPlaceWrites) {
   EXPECT_EQ(b.data()[b.size()], '\0');
   b.clear();
   EXPECT_STREQ(b.data(), "");
-}
-
-TEST(VectorTest, PushingOwnElementSurvivesReallocation) {
-  TulVector v;
-  v.push_back(TulValue(new TulString("first")));
-  for (int i = 0; i < 100; ++i) {
-    v.push_back(v[0]);
-    EXPECT_STREQ(static_cast<TulString*>(v[v.size() - 1])->c_str(), "first");
-  }
-  EXPECT_EQ(static_cast<TulString*>(v[0])->refCount(), 101);
-}
-
-TEST(VectorTest, EdgesOfEmptyVectorsAndCapacity) {
-  TulVector v(10, false);
-  v.pop_back();
-  EXPECT_EQ(v.last().index, -1);
-  EXPECT_EQ(TulVector(3, true)[2].type(), TulValueType::Nil);
-  v.push_back(TulValue(1));
-  v.push_back(TulValue(2));
-  EXPECT_EQ(v.setCapacity(1), 2u);
-  EXPECT_EQ(v.setCapacity(50), 50u);
-  EXPECT_EQ(v.shrink(), 2u);
-  EXPECT_EQ(static_cast<int>(*v.last()), 2);
 }
 
 }  // namespace

@@ -217,31 +217,4 @@ TEST_F(InterpreterTest, LookupAndCreationFailuresAreReportedAndStaticsStaySepara
   EXPECT_EQ(static_cast<TulString*>(arg)->refCount(), 1);  // no stack slot keeps it
 }
 
-TEST_F(InterpreterTest, UnboundedRecursionIsAStackOverflowNotACrash) {
-  int deepest = 0;
-  tulrt::addScriptMethod(derived, "recurse", [&](TulVirtualMachine*, int argc, ValPtr& sp) {
-    deepest = std::max(deepest, in().callDepth());
-    TulValue r;
-    return in().callMember(r, self(sp, argc), "recurse", {TulValue(1), TulValue(2)});
-  });
-  const TulValue d = make(derived);
-  TulValue r;
-  EXPECT_FALSE(in().callMember(r, static_cast<TulObject*>(d), "recurse"));
-  EXPECT_EQ(lastMessage(), "stack overflow");
-  EXPECT_EQ(deepest, tulrt::kMaxCallDepth);
-  EXPECT_EQ(in().callDepth(), 0);
-  EXPECT_EQ(in().stackUsed(), 0u);
-}
-
-TEST(SmallStackTest, CallNeedingMoreSlotsThanTheStackHasOverflows) {
-  tulrt::Machine small(4);
-  TulClass* cls = small.defineClass("C", nullptr);
-  tulrt::addStaticScriptMethod(cls, "f", [](TulVirtualMachine*, int, ValPtr&) { return true; });
-  TulValue r;
-  EXPECT_TRUE(small.interp().callStatic(r, cls, "f", {TulValue(1), TulValue(2), TulValue(3)}));
-  EXPECT_FALSE(small.interp().callStatic(r, cls, "f", {TulValue(1), TulValue(2), TulValue(3),
-                                                        TulValue(4)}));
-  EXPECT_EQ(small.interp().lastError().message, "stack overflow");
-}
-
 }  // namespace

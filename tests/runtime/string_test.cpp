@@ -86,16 +86,6 @@ TEST(StringTest, CompareOrdersBytesAndIcompareFoldsOnlyAscii) {
   EXPECT_NE(TulString("\xC4").icompare("\xE4"), 0);
 }
 
-TEST(StringTest, ReplaceIsLeftToRightAndAcceptsItself) {
-  TulString s("a-b--c");
-  s.replace(TulString("--"), TulString("+"));
-  s.replace('-', '_');
-  s.replace(TulString(""), TulString("x"));
-  EXPECT_EQ(text(s), "a_b+c");
-  s.replace(TulString("a"), s);
-  EXPECT_EQ(text(s), "a_b+c_b+c");
-}
-
 TEST(StringTest, WideFormMapsWindows1252AndFollowsChanges) {
   TulString s("A\x80\x81\x9F\xE9");
   const std::vector<std::uint16_t> expected = {0x41, 0x20AC, 0x81, 0x178, 0xE9, 0};

@@ -20,28 +20,6 @@ TEST(ValueTest, LayoutPutsTagFirstAndPayloadAtAddr) {
   EXPECT_FALSE(TulValue(5).isAddress());
 }
 
-TEST(ValueTest, CopiesRetainMovesTransferDisposeReleases) {
-  const long before = tulrt::liveObjects();
-  auto* s = new TulString("x");
-  {
-    TulValue a(s);
-    EXPECT_EQ(s->refCount(), 1);
-    TulValue b(a);
-    TulValue c;
-    c = b;
-    EXPECT_EQ(s->refCount(), 3);
-    TulValue d(std::move(c));
-    EXPECT_EQ(s->refCount(), 3);
-    EXPECT_EQ(c.type(), TulValueType::Nil);
-    a = a;  // self-assignment keeps the reference
-    b.dispose();
-    EXPECT_EQ(b.type(), TulValueType::Empty);
-    EXPECT_EQ(s->refCount(), 2);
-    EXPECT_EQ(TulString(*s).refCount(), 0);  // a copied object starts unowned
-  }
-  EXPECT_EQ(tulrt::liveObjects(), before);
-}
-
 TEST(ValueTest, NumbersConvertTruncatingAndSaturating) {
   const double inf = std::numeric_limits<double>::infinity();
   const struct {

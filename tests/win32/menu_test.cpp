@@ -86,31 +86,4 @@ TEST_F(Menus, TheArrowsWalkTheBarAndEscapeClosesOnlyTheInnermostPopup) {
                                             "exit"}));
 }
 
-TEST_F(Menus, AMenuLeftAloneIsDismissedOnceNothingCanArrive) {
-  int idles = 0;
-  win32sim::setIdleHook([&] { ++idles; });
-  win32sim::setNothingCanArriveHook([] {});
-  HMENU context = CreatePopupMenu();
-  AppendMenuA(context, MF_STRING, 1, "One");
-  EXPECT_EQ(TrackPopupMenu(context, TPM_RETURNCMD, 50, 50, 0, main_, NULL), 0);
-  EXPECT_GE(idles, 1);
-  EXPECT_EQ(log_, (std::vector<std::string>{"popup:0", "idle", "unpopup:other", "exit"}));
-  EXPECT_EQ(FindWindowA("#32768", NULL), nullptr);
-  DestroyMenu(context);
-}
-
-TEST_F(Menus, AMenuWhoseOwnerIsDestroyedCanBeTrackedAgain) {
-  HMENU context = CreatePopupMenu();
-  AppendMenuA(context, MF_STRING, 1, "One");
-  win32sim::setIdleHook([&] { DestroyWindow(main_); });
-  EXPECT_EQ(TrackPopupMenu(context, TPM_RETURNCMD, 50, 50, 0, main_, NULL), 0);
-  EXPECT_FALSE(IsWindow(main_));
-  main_ = layertest::createMain();
-  win32sim::setIdleHook([] { EndMenu(); });
-  SetLastError(0xdeadbeef);
-  EXPECT_EQ(TrackPopupMenu(context, TPM_RETURNCMD, 50, 50, 0, main_, NULL), 0);
-  EXPECT_EQ(GetLastError(), 0u) << "the first menu no longer counts as shown";
-  DestroyMenu(context);
-}
-
 }  // namespace

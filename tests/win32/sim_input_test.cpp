@@ -13,46 +13,6 @@ using layertest::LayerTest;
 
 class SimInput : public LayerTest {};
 
-// A message loop as programs write it.
-void runLoop() {
-  MSG m;
-  while (GetMessageA(&m, NULL, 0, 0) > 0) {
-    TranslateMessage(&m);
-    DispatchMessageA(&m);
-  }
-}
-
-TEST_F(SimInput, KeyStateFollowsRetrievalNotTheKeyboard) {
-  HWND h = layertest::createMain();
-  layertest::pumpAll();
-  win32sim::keyDown(VK_CONTROL);
-  EXPECT_EQ(GetKeyState(VK_CONTROL) & 0x8000, 0) << "not yet retrieved";
-  EXPECT_NE(GetAsyncKeyState(VK_CONTROL) & 0x8000, 0) << "the keyboard itself";
-  MSG m;
-  ASSERT_TRUE(PeekMessageA(&m, NULL, 0, 0, PM_REMOVE));
-  EXPECT_EQ(m.message, static_cast<UINT>(WM_KEYDOWN));
-  EXPECT_EQ(m.hwnd, h) << "keys go to the focus";
-  EXPECT_NE(GetKeyState(VK_CONTROL) & 0x8000, 0);
-  win32sim::keyUp(VK_CONTROL);
-  layertest::pumpAll();
-  EXPECT_EQ(GetKeyState(VK_CONTROL) & 0x8000, 0);
-  DestroyWindow(h);
-}
-
-TEST_F(SimInput, AltF4ClosesTheTopLevelWindow) {
-  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW | WS_VISIBLE, true);
-  layertest::pumpAll();
-  layertest::recorded().clear();
-  win32sim::pressKey(VK_F4, win32sim::kAlt);
-  runLoop();
-  EXPECT_FALSE(IsWindow(h));
-  bool sawClose = false;
-  for (const layertest::Recorded& r : layertest::recorded())
-    sawClose = sawClose || (r.msg == WM_SYSCOMMAND && r.wp == SC_CLOSE);
-  EXPECT_TRUE(sawClose);
-  layertest::recorded().clear();
-}
-
 TEST_F(SimInput, ControlsReportTheUsersGesturesToTheirParent) {
   HWND h = layertest::createMain();
   HWND b = CreateWindowExA(0, "BUTTON", "Go", WS_CHILD | WS_VISIBLE | BS_PUSHBUTTON, 30, 10, 80, 24,
