@@ -1,5 +1,5 @@
 // The frame rules, checked for every method of every class straight from the
-// registrars' own binding tables, and the registration contract.
+// registrars' own binding tables.
 #include <set>
 #include <string>
 

@@ -1,6 +1,6 @@
-// Object lifetime: dtors on the last release, failing dtors, long chains
-// freed without deep native recursion, and machine teardown releasing
-// everything, reference cycles included.
+// Object lifetime: a native dtor after a script override, the order of a
+// chain's dtors, and machine teardown releasing everything, reference cycles
+// included.
 #include <functional>
 #include <string>
 #include <utility>
@@ -39,23 +39,6 @@ class DtorTest : public rtest::MachineTest {
   std::vector<std::string> ran;
   std::vector<std::string> reported;
 };
-
-TEST_F(DtorTest, FailingDtorIsReportedAndLeavesTheErrorRecord) {
-  tulrt::addScriptMethod(derived, "dtor", [](TulVirtualMachine* vm, int, ValPtr&) {
-    return vm->interpreter()->returnError("cannot close", nullptr);
-  });
-  vm().interpreter()->returnError("earlier", nullptr);
-  TulValue v = make(derived, "x");
-  v = TulValue();
-  EXPECT_EQ(reported, (std::vector<std::string>{"cannot close"}));
-  EXPECT_EQ(lastMessage(), "earlier");
-
-  in().setDtorErrorHandler(nullptr);  // back to the default: stderr
-  v = make(derived, "y");
-  testing::internal::CaptureStderr();
-  v = TulValue();
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "error in dtor: cannot close\n");
-}
 
 // A native class's dtor releases what lives outside the host, so it runs
 // after a script override whether or not the override called it.

@@ -1,6 +1,5 @@
-// The lexer and parser on their own: token positions, the place and text of
-// syntax errors, and the nesting limit that keeps the interpreter's
-// recursion bounded. Scoping and hoisting are checked by the scripts under
+// The lexer and parser on their own: the place and text of syntax errors.
+// Scoping and hoisting are checked by the scripts under
 // tests/script/language (scope.tul, functions.tul).
 #include <gtest/gtest.h>
 

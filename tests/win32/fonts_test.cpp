@@ -1,7 +1,6 @@
-// Fonts: the mapper's choice of size and weight, and that what a DC reports
-// about its font (metrics, extents, widths) is what it draws -- the opaque
-// box of drawn text is its extent, bold is the glyph overstruck one pixel to
-// the right -- and that controls draw with the font they are given.
+// Fonts: what a DC reports about its font is what it draws -- the opaque box
+// of drawn text is its extent, bold is the glyph overstruck one pixel to the
+// right, a prefix is an underline.
 #include "tests/win32/layer_test.h"
 
 #include <algorithm>

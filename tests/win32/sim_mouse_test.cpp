@@ -1,6 +1,6 @@
 // The simulated mouse where the script tests (tests/script/desktop/mouse_*)
-// and the mouse probe cannot reach: the limits of a double-click, the frame's
-// hit codes, scroll-bar tracking and the chain of WM_PARENTNOTIFY. What a
+// and the mouse probe cannot reach: the sizing border and scroll-bar
+// tracking. What a
 // click, the wheel and the buttons do is pinned there, and agrees with Wine.
 #include "tests/win32/layer_test.h"
 
@@ -143,36 +143,6 @@ TEST_F(SimMouse, APressOnAScrollBarIsTrackedUntilTheRelease) {
     }
     DestroyWindow(h);
   }
-}
-
-TEST_F(SimMouse, APressTellsEachParentUpTheChainWithThePointInItsOwnCoordinates) {
-  HWND h = createWindow(false);
-  HWND middle = CreateWindowExA(0, "MouseTestPlain", "", WS_CHILD | WS_VISIBLE, 20, 30, 150, 100, h,
-                                NULL, NULL, NULL);
-  HWND inner = CreateWindowExA(0, "Static", "", WS_CHILD | WS_VISIBLE, 5, 7, 50, 40, middle, NULL,
-                               NULL, NULL);
-  seen().clear();
-  win32sim::click(inner, 3, 4);
-  win32sim::doubleClick(inner, 3, 4, VK_MBUTTON);  // Static has CS_DBLCLKS: no notice for the second
-  layertest::pumpAll();
-  std::vector<Seen> notes;
-  for (const Seen& s : seen())
-    if (s.msg == WM_PARENTNOTIFY) notes.push_back(s);
-  seen().clear();
-  ASSERT_EQ(notes.size(), 4u);
-  EXPECT_EQ(notes[0].hwnd, middle);
-  EXPECT_EQ(notes[0].wp, static_cast<WPARAM>(WM_LBUTTONDOWN));
-  EXPECT_EQ(notes[0].lp, MAKELPARAM(8, 11));
-  EXPECT_EQ(notes[1].hwnd, h);
-  EXPECT_EQ(notes[1].lp, MAKELPARAM(28, 41));
-  EXPECT_EQ(notes[2].wp, static_cast<WPARAM>(WM_MBUTTONDOWN));
-  SetWindowLongA(inner, GWL_EXSTYLE, WS_EX_NOPARENTNOTIFY);
-  win32sim::advanceClock(GetDoubleClickTime());
-  win32sim::click(inner, 3, 4);
-  layertest::pumpAll();
-  for (const Seen& s : seen()) EXPECT_NE(s.msg, static_cast<UINT>(WM_PARENTNOTIFY));
-  seen().clear();
-  DestroyWindow(h);
 }
 
 }  // namespace
