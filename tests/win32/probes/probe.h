@@ -20,48 +20,18 @@ struct MsgName {
 
 // Only these messages are recorded; activation, IME and icon traffic differs
 // between systems and is left out on purpose.
+// clang-format off
+#define W(m) {WM_##m, #m}
 const MsgName kWatched[] = {
-    {WM_CREATE, "CREATE"},
-    {WM_DESTROY, "DESTROY"},
-    {WM_MOVE, "MOVE"},
-    {WM_SIZE, "SIZE"},
-    {WM_ACTIVATE, "ACTIVATE"},
-    {WM_SETFOCUS, "SETFOCUS"},
-    {WM_KILLFOCUS, "KILLFOCUS"},
-    {WM_SETTEXT, "SETTEXT"},
-    {WM_GETTEXT, "GETTEXT"},
-    {WM_GETTEXTLENGTH, "GETTEXTLENGTH"},
-    {WM_PAINT, "PAINT"},
-    {WM_CLOSE, "CLOSE"},
-    {WM_QUERYOPEN, "QUERYOPEN"},
-    {WM_ERASEBKGND, "ERASEBKGND"},
-    {WM_SHOWWINDOW, "SHOWWINDOW"},
-    {WM_GETMINMAXINFO, "GETMINMAXINFO"},
-    {WM_CHILDACTIVATE, "CHILDACTIVATE"},
-    {WM_WINDOWPOSCHANGING, "WINDOWPOSCHANGING"},
-    {WM_WINDOWPOSCHANGED, "WINDOWPOSCHANGED"},
-    {WM_STYLECHANGING, "STYLECHANGING"},
-    {WM_STYLECHANGED, "STYLECHANGED"},
-    {WM_NCCREATE, "NCCREATE"},
-    {WM_NCDESTROY, "NCDESTROY"},
-    {WM_NCCALCSIZE, "NCCALCSIZE"},
-    {WM_NCPAINT, "NCPAINT"},
-    {WM_KEYDOWN, "KEYDOWN"},
-    {WM_KEYUP, "KEYUP"},
-    {WM_CHAR, "CHAR"},
-    {WM_SYSKEYDOWN, "SYSKEYDOWN"},
-    {WM_SYSCHAR, "SYSCHAR"},
-    {WM_COMMAND, "COMMAND"},
-    {WM_SYSCOMMAND, "SYSCOMMAND"},
-    {WM_TIMER, "TIMER"},
-    {WM_HSCROLL, "HSCROLL"},
-    {WM_VSCROLL, "VSCROLL"},
-    {WM_PARENTNOTIFY, "PARENTNOTIFY"},
-    {WM_USER, "USER"},
-    {WM_USER + 1, "USER+1"},
-    {WM_USER + 2, "USER+2"},
-    {WM_APP, "APP"},
+    W(CREATE), W(DESTROY), W(MOVE), W(SIZE), W(ACTIVATE), W(SETFOCUS), W(KILLFOCUS), W(SETTEXT),
+    W(GETTEXT), W(GETTEXTLENGTH), W(PAINT), W(CLOSE), W(QUERYOPEN), W(ERASEBKGND), W(SHOWWINDOW),
+    W(GETMINMAXINFO), W(CHILDACTIVATE), W(WINDOWPOSCHANGING), W(WINDOWPOSCHANGED), W(STYLECHANGING),
+    W(STYLECHANGED), W(NCCREATE), W(NCDESTROY), W(NCCALCSIZE), W(NCPAINT), W(KEYDOWN), W(KEYUP),
+    W(CHAR), W(SYSKEYDOWN), W(SYSCHAR), W(COMMAND), W(SYSCOMMAND), W(TIMER), W(HSCROLL), W(VSCROLL),
+    W(PARENTNOTIFY), W(USER), {WM_USER + 1, "USER+1"}, {WM_USER + 2, "USER+2"}, W(APP),
 };
+// clang-format on
+#undef W
 
 inline const char* msgName(UINT msg) {
   for (const MsgName& m : kWatched)
@@ -83,9 +53,8 @@ inline void expect(const char* name) { g_pending = name; }
 
 inline void nameWindow(HWND hwnd, const char* name) {
   if (g_namedCount == 128) return;
-  g_named[g_namedCount].hwnd = hwnd;
-  snprintf(g_named[g_namedCount].name, sizeof g_named[0].name, "%s", name);
-  ++g_namedCount;
+  g_named[g_namedCount] = Named{hwnd, ""};
+  snprintf(g_named[g_namedCount++].name, sizeof g_named[0].name, "%s", name);
 }
 
 inline const char* hname(HWND hwnd) {
@@ -118,18 +87,12 @@ inline HWND createAt(const char* cls, const char* name, DWORD style, int x, int 
   return hwnd;
 }
 
-inline void adopt(HWND hwnd) {
-  if (strcmp(hname(hwnd), "?") != 0) return;
-  nameWindow(hwnd, g_pending);
-}
-
 struct Logged {
   HWND hwnd;
   UINT msg;
   WPARAM wp;
   LPARAM lp;
   UINT swpFlags;  // WM_WINDOWPOS*: the flags, read while the pointer is valid
-  int extra[4];   // message-specific values read at the time
 };
 inline Logged g_log[1024];
 inline int g_logCount;
@@ -138,29 +101,12 @@ inline int g_logCount;
 // between systems; probes about geometry switch it off.
 inline bool g_ignoreFocus;
 
-inline bool isFocusMessage(UINT msg) {
-  return msg == WM_ACTIVATE || msg == WM_SETFOCUS || msg == WM_KILLFOCUS;
-}
-
 inline void record(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
-  adopt(hwnd);
+  if (strcmp(hname(hwnd), "?") == 0) nameWindow(hwnd, g_pending);
   if (!msgName(msg) || g_logCount == 1024) return;
-  if (g_ignoreFocus && isFocusMessage(msg)) return;
-  Logged& e = g_log[g_logCount++];
-  e.hwnd = hwnd;
-  e.msg = msg;
-  e.wp = wp;
-  e.lp = lp;
-  e.swpFlags = 0;
-  memset(e.extra, 0, sizeof e.extra);
-  if (msg == WM_WINDOWPOSCHANGING || msg == WM_WINDOWPOSCHANGED) {
-    const WINDOWPOS* wp2 = reinterpret_cast<const WINDOWPOS*>(lp);
-    e.swpFlags = wp2->flags;
-    e.extra[0] = wp2->x;
-    e.extra[1] = wp2->y;
-    e.extra[2] = wp2->cx;
-    e.extra[3] = wp2->cy;
-  }
+  if (g_ignoreFocus && (msg == WM_ACTIVATE || msg == WM_SETFOCUS || msg == WM_KILLFOCUS)) return;
+  bool pos = msg == WM_WINDOWPOSCHANGING || msg == WM_WINDOWPOSCHANGED;
+  g_log[g_logCount++] = Logged{hwnd, msg, wp, lp, pos ? ((const WINDOWPOS*)lp)->flags : 0};
 }
 
 // Flags worth comparing; the others are internal bookkeeping of a system.
@@ -249,8 +195,7 @@ inline LRESULT CALLBACK loggingProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 
 inline ATOM registerClass(const char* name, WNDPROC proc, HBRUSH background = NULL,
                           UINT style = 0, int wndExtra = 0) {
-  WNDCLASSEXA wc;
-  memset(&wc, 0, sizeof wc);
+  WNDCLASSEXA wc = {};
   wc.cbSize = sizeof wc;
   wc.style = style;
   wc.lpfnWndProc = proc;
@@ -327,8 +272,7 @@ inline void pumpFor(int rounds) {
 // The probes' hand, through SendInput: a key going down or up, and a mouse
 // event (with MOUSEEVENTF_ABSOLUTE, x and y are screen pixels).
 inline INPUT keyInput(WORD vk, bool up) {
-  INPUT in;
-  memset(&in, 0, sizeof in);
+  INPUT in = {};
   in.type = INPUT_KEYBOARD;
   in.ki.wVk = vk;
   in.ki.dwFlags = up ? KEYEVENTF_KEYUP : 0;
@@ -336,8 +280,7 @@ inline INPUT keyInput(WORD vk, bool up) {
 }
 
 inline INPUT mouseInput(DWORD flags, int x = 0, int y = 0, DWORD data = 0) {
-  INPUT in;
-  memset(&in, 0, sizeof in);
+  INPUT in = {};
   in.type = INPUT_MOUSE;
   in.mi.dwFlags = flags;
   in.mi.mouseData = data;
