@@ -38,8 +38,7 @@ void classes() {
   const char* names[] = {"#32770", "#32768", "#32769", "#32771", "#32772"};
   bool dialogExtra = false;
   for (const char* n : names) {
-    WNDCLASSEXA wc;
-    memset(&wc, 0, sizeof wc);
+    WNDCLASSEXA wc = {};
     wc.cbSize = sizeof wc;
     BOOL ok = GetClassInfoExA(NULL, n, &wc);
     printf("class %s: %d style %#x instance null %d\n", n, ok, (unsigned)wc.style,
@@ -81,6 +80,8 @@ void dialogCodes() {
 // A button's kind: BS_PUSHBUTTON or BS_DEFPUSHBUTTON for these.
 long kind(HWND button) { return GetWindowLongA(button, GWL_STYLE) & 0xF; }
 
+unsigned long defId(HWND dialog) { return (unsigned long)SendMessageA(dialog, DM_GETDEFID, 0, 0); }
+
 HWND makeDialog(const char* name) {
   return createAt("ProbeDialog", name, WS_POPUP | WS_CAPTION, 100, 100, 240, 200, NULL);
 }
@@ -88,21 +89,19 @@ HWND makeDialog(const char* name) {
 void defaultButtons() {
   HWND d = g_dlg;
   HWND ok = GetDlgItem(d, IDOK), no = GetDlgItem(d, 5);
-  printf("default id at first: %#lx\n", (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0));
+  printf("default id at first: %#lx\n", defId(d));
   LRESULT r = SendMessageA(d, DM_SETDEFID, 5, 0);
-  printf("set default 5: %ld, now %#lx, styles ok %ld no %ld\n", (long)r,
-         (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0), kind(ok), kind(no));
+  printf("set default 5: %ld, now %#lx, styles ok %ld no %ld\n", (long)r, defId(d), kind(ok),
+         kind(no));
   r = SendMessageA(d, DM_SETDEFID, 99, 0);
-  printf("set default 99: %ld, now %#lx\n", (long)r,
-         (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0));
+  printf("set default 99: %ld, now %#lx\n", (long)r, defId(d));
   SendMessageA(d, DM_SETDEFID, IDOK, 0);
   printf("back to 1: styles ok %ld no %ld\n", kind(ok), kind(no));
 
   HWND empty = makeDialog("E");
-  printf("empty dialog default id: %#lx\n", (unsigned long)SendMessageA(empty, DM_GETDEFID, 0, 0));
+  printf("empty dialog default id: %#lx\n", defId(empty));
   HWND b = control("lone", "Button", BS_DEFPUSHBUTTON, empty, 9);
-  printf("with a default push button: %#lx\n",
-         (unsigned long)SendMessageA(empty, DM_GETDEFID, 0, 0));
+  printf("with a default push button: %#lx\n", defId(empty));
   DestroyWindow(b);
   DestroyWindow(empty);
 }
@@ -182,21 +181,16 @@ void keyboard() {
       {"tab", WM_KEYDOWN, VK_TAB},       {"return", WM_KEYDOWN, VK_RETURN},
   };
   MSG m;
-  memset(&m, 0, sizeof m);
   for (auto& k : keys) {
     clearLog();
-    m.hwnd = GetFocus();
-    m.message = k.msg;
-    m.wParam = k.key;
+    m = MSG{GetFocus(), k.msg, k.key, 0, 0, {0, 0}};
     BOOL r = IsDialogMessageA(d, &m);
     pump();
     printf("%s from %s: %d, focus %s, styles ok %ld no %ld;", k.name, hname(m.hwnd), r,
            hname(GetFocus()), kind(ok), kind(no));
     printLog("");
   }
-  m.hwnd = GetFocus();
-  m.message = WM_KEYDOWN;
-  m.wParam = VK_TAB;
+  m = MSG{GetFocus(), WM_KEYDOWN, VK_TAB, 0, 0, {0, 0}};
   HWND other = createNamed("ProbeDialogPlain", "O", WS_OVERLAPPEDWINDOW, NULL);
   printf("for another window's dialog: %d\n", IsDialogMessageA(other, &m));
   DestroyWindow(other);
@@ -211,7 +205,7 @@ void closing() {
   SetLastError(0);
   BOOL r = EndDialog(d, 5);
   printf("end: %d err=%lu visible %d window %d default id %#lx\n", r, GetLastError(),
-         IsWindowVisible(d), IsWindow(d), (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0));
+         IsWindowVisible(d), IsWindow(d), defId(d));
   printf("after the end: set default %ld\n", (long)SendMessageA(d, DM_SETDEFID, 2, 0));
   HWND plain = createNamed("ProbeDialogPlain", "Q", WS_OVERLAPPEDWINDOW, NULL);
   PRINT_ERR("end a plain window", EndDialog(plain, 1));
@@ -313,8 +307,7 @@ void templates() {
   printf("template styles: dialog %#lx %#lx, control %#lx %#lx\n",
          GetWindowLongA(d, GWL_STYLE) & 0xFFFF0FFF, GetWindowLongA(d, GWL_EXSTYLE),
          GetWindowLongA(data, GWL_STYLE), GetWindowLongA(data, GWL_EXSTYLE));
-  printf("template focus %d, default %#lx, font kept %d\n", GetDlgCtrlID(GetFocus()),
-         (unsigned long)SendMessageA(d, DM_GETDEFID, 0, 0),
+  printf("template focus %d, default %#lx, font kept %d\n", GetDlgCtrlID(GetFocus()), defId(d),
          SendMessageA(d, WM_GETFONT, 0, 0) == SendMessageA(edit, WM_GETFONT, 0, 0));
   const char* numbers[] = {"12 ", " -7", "4x", "", "99999999999"};
   for (const char* n : numbers) {
@@ -335,8 +328,7 @@ void templates() {
 
 int main() {
   registerClass("ProbeDialogPlain", loggingProc);
-  WNDCLASSEXA wc;
-  memset(&wc, 0, sizeof wc);
+  WNDCLASSEXA wc = {};
   wc.cbSize = sizeof wc;
   GetClassInfoExA(NULL, "#32770", &wc);
   wc.lpfnWndProc = dlgLogProc;
