@@ -34,8 +34,7 @@ Measured measure(HDC dc, HFONT font) {
 }
 
 void logFonts() {
-  LOGFONTA given;
-  memset(&given, 0, sizeof given);
+  LOGFONTA given = {};
   given.lfHeight = -13;
   given.lfWidth = 5;
   given.lfWeight = FW_BOLD;
@@ -203,16 +202,12 @@ void controls(HWND parent) {
 
   HWND e = createAt("Edit", "e", WS_CHILD | WS_VISIBLE | ES_MULTILINE, 0, 0, 200, 200, parent, 0, 0,
                     "ab\r\ncd");
-  LRESULT first = SendMessageA(e, EM_POSFROMCHAR, 0, 0),
-          second = SendMessageA(e, EM_POSFROMCHAR, 4, 0);
-  int systemLine = HIWORD(second) - HIWORD(first);
+  auto place = [e](int i) { return SendMessageA(e, EM_POSFROMCHAR, i, 0); };
+  int systemLine = HIWORD(place(4)) - HIWORD(place(0));  // from "ab" down to "cd"
   SendMessageA(e, WM_SETFONT, (WPARAM)large, FALSE);
-  first = SendMessageA(e, EM_POSFROMCHAR, 0, 0);
-  second = SendMessageA(e, EM_POSFROMCHAR, 4, 0);
-  LRESULT b = SendMessageA(e, EM_POSFROMCHAR, 1, 0);
   printf("Edit line height is the font's tmHeight: system %d, large %d; 'a' wider %d\n",
-         systemLine == sys.tm.tmHeight, HIWORD(second) - HIWORD(first) == big.tm.tmHeight,
-         LOWORD(b) - LOWORD(first) > sys.tm.tmAveCharWidth);
+         systemLine == sys.tm.tmHeight, HIWORD(place(4)) - HIWORD(place(0)) == big.tm.tmHeight,
+         LOWORD(place(1)) - LOWORD(place(0)) > sys.tm.tmAveCharWidth);
   DestroyWindow(e);
   DeleteObject(large);
 }
