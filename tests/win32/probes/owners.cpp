@@ -45,15 +45,11 @@ void scrollControls() {
   SetScrollPos(bar, SB_CTL, 50, FALSE);
   printf("SetScrollPos sends SBM_SETSCROLLINFO %d time(s), fMask %#x\n", g_setInfoCount,
          g_lastMask);
-  SCROLLINFO si;
-  memset(&si, 0, sizeof si);
-  si.cbSize = sizeof si;
-  si.fMask = SIF_POS | 0x1000;
-  si.nPos = 60;
-  printf("SetScrollInfo(SIF_POS|0x1000) returns %d\n", SetScrollInfo(bar, SB_CTL, &si, FALSE));
-  si.fMask = SIF_POS | 0x20;
-  si.nPos = 70;
-  printf("SetScrollInfo(SIF_POS|0x20) returns %d\n", SetScrollInfo(bar, SB_CTL, &si, FALSE));
+  // SIF_POS with a bit no flag uses.
+  for (SCROLLINFO si : {SCROLLINFO{sizeof(SCROLLINFO), SIF_POS | 0x1000, 0, 0, 0, 60, 0},
+                        SCROLLINFO{sizeof(SCROLLINFO), SIF_POS | 0x20, 0, 0, 0, 70, 0}})
+    printf("SetScrollInfo(SIF_POS|%#x) returns %d\n", si.fMask & ~SIF_POS,
+           SetScrollInfo(bar, SB_CTL, &si, FALSE));
 
   const struct {
     const char* name;
@@ -115,20 +111,22 @@ void zOrder() {
   HWND owner = popup("zowner", WS_POPUP | WS_VISIBLE, NULL);
   HWND a = popup("za", WS_POPUP | WS_VISIBLE, owner);
   HWND b = popup("zb", WS_POPUP | WS_VISIBLE, NULL);
-  const UINT keep = SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE;
-  SetWindowPos(b, HWND_TOPMOST, 0, 0, 0, 0, keep);
+  auto place = [](HWND h, HWND after) {
+    SetWindowPos(h, after, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+  };
+  place(b, HWND_TOPMOST);
   printf("zb HWND_TOPMOST: topmost %d, first window %s\n", topmost(b), hname(GetTopWindow(NULL)));
-  SetWindowPos(owner, HWND_TOP, 0, 0, 0, 0, keep);
+  place(owner, HWND_TOP);
   printf("zowner HWND_TOP: first window %s, above zowner %s\n", hname(GetTopWindow(NULL)),
          hname(GetWindow(owner, GW_HWNDPREV)));
-  SetWindowPos(a, HWND_TOPMOST, 0, 0, 0, 0, keep);
-  SetWindowPos(owner, HWND_TOPMOST, 0, 0, 0, 0, keep);
+  place(a, HWND_TOPMOST);
+  place(owner, HWND_TOPMOST);
   printf("za, then zowner HWND_TOPMOST: zowner %d za %d\n", topmost(owner), topmost(a));
-  SetWindowPos(b, HWND_NOTOPMOST, 0, 0, 0, 0, keep);
+  place(b, HWND_NOTOPMOST);
   printf("zb HWND_NOTOPMOST: topmost %d, below zowner %s\n", topmost(b),
          hname(GetWindow(owner, GW_HWNDNEXT)));
-  SetWindowPos(b, HWND_TOPMOST, 0, 0, 0, 0, keep);
-  SetWindowPos(b, HWND_BOTTOM, 0, 0, 0, 0, keep);
+  place(b, HWND_TOPMOST);
+  place(b, HWND_BOTTOM);
   printf("zb HWND_BOTTOM: topmost %d\n", topmost(b));
   DestroyWindow(b);
   DestroyWindow(owner);
