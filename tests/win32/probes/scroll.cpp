@@ -11,12 +11,8 @@ HWND create(const char* name, DWORD style, int x, int y, int w, int h, HWND pare
   return createAt("ProbeScroll", name, style, x, y, w, h, parent);
 }
 
-SCROLLINFO scrollInfo(UINT mask) {
-  SCROLLINFO si;
-  memset(&si, 0, sizeof si);
-  si.cbSize = sizeof si;
-  si.fMask = mask;
-  return si;
+SCROLLINFO scrollInfo(UINT mask, int min = 0, int max = 0, UINT page = 0, int pos = 0) {
+  return SCROLLINFO{sizeof(SCROLLINFO), mask, min, max, page, pos, 0};
 }
 
 void printInfo(const char* label, HWND hwnd, int bar) {
@@ -27,11 +23,7 @@ void printInfo(const char* label, HWND hwnd, int bar) {
 }
 
 int set(HWND hwnd, int bar, UINT mask, int min, int max, UINT page, int pos) {
-  SCROLLINFO si = scrollInfo(mask);
-  si.nMin = min;
-  si.nMax = max;
-  si.nPage = page;
-  si.nPos = pos;
+  SCROLLINFO si = scrollInfo(mask, min, max, page, pos);
   return SetScrollInfo(hwnd, bar, &si, FALSE);
 }
 
@@ -89,8 +81,7 @@ void clamping() {
   printf("GetScrollInfo no mask: %d\n", GetScrollInfo(h, SB_VERT, &si));
   si.fMask = 0x100;
   printf("GetScrollInfo unknown mask: %d\n", GetScrollInfo(h, SB_VERT, &si));
-  si.fMask = SIF_POS;
-  si.nPos = 10;
+  si = scrollInfo(SIF_POS, 0, 0, 0, 10);
   si.cbSize = 12;
   printf("SetScrollInfo bad cbSize returns %d\n", SetScrollInfo(h, SB_VERT, &si, FALSE));
   printInfo("unchanged", h, SB_VERT);
