@@ -37,15 +37,13 @@ void registration() {
          registerClass("ProbeCreate", creatingProc) >= 0xC000);
   PRINT_ERR("register again", registerClass("ProbeCreate", creatingProc));
   PRINT_ERR("register other case", registerClass("PROBECREATE", creatingProc));
-  WNDCLASSEXA wc;
-  memset(&wc, 0, sizeof wc);
+  WNDCLASSEXA wc = {};
   wc.cbSize = sizeof wc - 4;
   wc.lpfnWndProc = creatingProc;
   wc.lpszClassName = "ProbeBadSize";
   PRINT_ERR("register bad cbSize", RegisterClassExA(&wc));
   PRINT_ERR("unregister unknown", UnregisterClassA("ProbeNoSuchClass", GetModuleHandleA(NULL)));
-  WNDCLASSEXA info;
-  memset(&info, 0, sizeof info);
+  WNDCLASSEXA info = {};
   info.cbSize = sizeof info;
   printf("class info by other case: %d\n",
          GetClassInfoExA(GetModuleHandleA(NULL), "probecreate", &info) != 0);
@@ -155,28 +153,27 @@ void createParams() {
 void failures() {
   HWND p = create("P", 0, WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL);
   clearLog();
+  // "label: hwnd H err=E", the error cleared before the creation.
+  auto tried = [](const char* label, HWND made) {
+    printf("%s: hwnd %d err=%lu\n", label, made != NULL, GetLastError());
+  };
   g_ncCreateResult = 0;
   SetLastError(0);
-  HWND h = create("f1", 0, WS_CHILD | WS_VISIBLE, 0, 0, 10, 10, p);
-  printf("NCCREATE 0: hwnd %d err=%lu\n", h != NULL, GetLastError());
+  tried("NCCREATE 0", create("f1", 0, WS_CHILD | WS_VISIBLE, 0, 0, 10, 10, p));
   printLog("NCCREATE 0");
   g_ncCreateResult = 1;
   g_createResult = -1;
   SetLastError(0);
-  h = create("f2", 0, WS_CHILD | WS_VISIBLE, 0, 0, 10, 10, p);
-  printf("CREATE -1: hwnd %d err=%lu\n", h != NULL, GetLastError());
+  tried("CREATE -1", create("f2", 0, WS_CHILD | WS_VISIBLE, 0, 0, 10, 10, p));
   printLog("CREATE -1");
   g_createResult = -2;
-  h = create("f3", 0, WS_CHILD, 0, 0, 10, 10, p);
-  printf("CREATE -2: hwnd %d\n", h != NULL);
+  printf("CREATE -2: hwnd %d\n", create("f3", 0, WS_CHILD, 0, 0, 10, 10, p) != NULL);
   g_createResult = 0;
   clearLog();
   SetLastError(0);
-  h = create("f4", 0, WS_CHILD, 0, 0, 10, 10, NULL);
-  printf("child without parent: hwnd %d err=%lu\n", h != NULL, GetLastError());
+  tried("child without parent", create("f4", 0, WS_CHILD, 0, 0, 10, 10, NULL));
   SetLastError(0);
-  h = createAt("ProbeNoSuchClass", "", WS_POPUP, 0, 0, 10, 10, NULL);
-  printf("unknown class: hwnd %d err=%lu\n", h != NULL, GetLastError());
+  tried("unknown class", createAt("ProbeNoSuchClass", "", WS_POPUP, 0, 0, 10, 10, NULL));
   HWND d = create("d", 0, WS_CHILD, 1, 2, 10, 10, GetDesktopWindow());
   printf("child of desktop: parent=%s\n", hname(GetParent(d)));
   DestroyWindow(d);
