@@ -5,11 +5,6 @@
 // about to wait (WM_ENTERIDLE), as a person acts once the menu is shown.
 #include "probe.h"
 
-#include <stdio.h>
-#include <string.h>
-
-#include <initializer_list>
-
 namespace {
 
 using probe::keyInput;
@@ -163,8 +158,7 @@ void answers() {
   BOOL radio = CheckMenuRadioItem(g_edit, 0, 1, 1, MF_BYPOSITION);
   UINT copy = GetMenuState(g_edit, 1, MF_BYPOSITION);
   printf("CheckMenuRadioItem %d, state of Copy %#x\n", radio, copy);
-  MENUITEMINFOA mii;
-  memset(&mii, 0, sizeof mii);
+  MENUITEMINFOA mii = {};
   mii.cbSize = sizeof mii;
   mii.fMask = MIIM_STRING | MIIM_ID | MIIM_SUBMENU;
   mii.dwTypeData = text;
@@ -182,14 +176,7 @@ void answers() {
 }  // namespace
 
 int main() {
-  WNDCLASSA wc;
-  memset(&wc, 0, sizeof wc);
-  wc.lpfnWndProc = proc;
-  wc.hInstance = GetModuleHandleA(NULL);
-  wc.hCursor = LoadCursorA(NULL, IDC_ARROW);
-  wc.hbrBackground = (HBRUSH)(COLOR_WINDOW + 1);
-  wc.lpszClassName = "ProbeMenu";
-  RegisterClassA(&wc);
+  probe::registerClass("ProbeMenu", proc, (HBRUSH)(COLOR_WINDOW + 1));
   g_bar = CreateMenu();
   g_file = CreatePopupMenu();
   g_edit = CreatePopupMenu();
@@ -208,7 +195,7 @@ int main() {
   AppendMenuA(g_context, MF_STRING, 301, "&Cut");
   AppendMenuA(g_context, MF_STRING, 302, "&Delete");
   g_main = CreateWindowExA(0, "ProbeMenu", "main", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100, 100, 300,
-                           200, NULL, g_bar, wc.hInstance, NULL);
+                           200, NULL, g_bar, GetModuleHandleA(NULL), NULL);
   SetForegroundWindow(g_main);
   SetFocus(g_main);
   pumpFor(5);
