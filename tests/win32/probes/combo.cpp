@@ -90,11 +90,9 @@ int clientHeight(HWND hwnd) {
 void answers(HWND parent) {
   HWND combo = createAt("ComboBox", "", WS_CHILD | CBS_DROPDOWNLIST | CBS_SORT, 10, 10, 150, 200,
                         parent, 0, 9);
-  printValues(
-      "added",
-      {sendText(combo, CB_ADDSTRING, 0, kFruit[0]), sendText(combo, CB_ADDSTRING, 0, kFruit[1]),
-       sendText(combo, CB_ADDSTRING, 0, kFruit[2]), sendText(combo, CB_ADDSTRING, 0, kFruit[3]),
-       sendText(combo, CB_ADDSTRING, 0, kFruit[4])});
+  printf("added:");
+  for (const char* f : kFruit) printf(" %ld", (long)sendText(combo, CB_ADDSTRING, 0, f));
+  printf("\n");
   char text[32] = "";
   printValues(
       "count, find B, exact fig, exact fi, text of 2",
