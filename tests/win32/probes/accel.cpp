@@ -76,8 +76,7 @@ void translation() {
   printf("NULL table: %d\n", TranslateAcceleratorA(w, NULL, &msg));
   DestroyAcceleratorTable(t);
   DestroyWindow(w);
-  DestroyWindow(other);
-  clearLog();
+  discard(other);
 }
 
 }  // namespace

@@ -74,8 +74,7 @@ void sequences() {
   DestroyWindow(w);  // the others go with P
   clearLog();
   PRINT_ERR("unregister with windows", UnregisterClassA("ProbeCreate", GetModuleHandleA(NULL)));
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 void styleFixups() {
@@ -102,8 +101,7 @@ void styleFixups() {
   HWND c = create("c", 0, WS_CHILD | WS_DLGFRAME, 0, 0, 10, 10, p);
   printf("style child dlgframe: %#lx ex %#lx\n", (unsigned long)GetWindowLongA(c, GWL_STYLE),
          (unsigned long)GetWindowLongA(c, GWL_EXSTYLE));
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 void defaults() {
@@ -126,8 +124,7 @@ void defaults() {
   printWindowRects("default child", c);
   DestroyWindow(a);
   DestroyWindow(b);
-  DestroyWindow(pop);
-  clearLog();
+  discard(pop);
 }
 
 void trackingLimits() {
@@ -137,8 +134,7 @@ void trackingLimits() {
   printf("overlapped 10 high: %ld high (minimum tracking height)\n", (long)(r.bottom - r.top));
   MoveWindow(o, 10, 10, 2000, 100, FALSE);
   printWindowRects("moved 2000 wide", o);
-  DestroyWindow(o);
-  clearLog();
+  discard(o);
 }
 
 void createParams() {
@@ -146,8 +142,7 @@ void createParams() {
   int value = 42;
   create("k", WS_EX_CLIENTEDGE, WS_CHILD | WS_VISIBLE, 3, 4, 30, 40, p, 5, &value);
   printf("same CREATESTRUCT in WM_CREATE: %d\n", g_sameStructInCreate);
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 void failures() {
@@ -181,8 +176,7 @@ void failures() {
   printf("popup with desktop parent: parent=%s owner=%s\n", hname(GetParent(t)),
          hname(GetWindow(t, GW_OWNER)));
   DestroyWindow(t);
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 }  // namespace

@@ -63,8 +63,7 @@ void afterwards() {
   PostMessageA(p, WM_USER, 1, 2);
   PostMessageA(q, WM_USER + 1, 3, 4);
   PostMessageA(p, WM_USER + 2, 5, 6);
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
   pump();
   printLog("posted messages after destroy");
   printf("destroy again: %d\n", DestroyWindow(p));
@@ -76,8 +75,7 @@ void afterwards() {
   printf("closed window gone: %d\n", !IsWindow(q));
   HWND r = create("R", 0, WS_OVERLAPPEDWINDOW, NULL);
   printf("new handle differs from destroyed ones: %d\n", r != p && r != q);
-  DestroyWindow(r);
-  clearLog();
+  discard(r);
 }
 
 }  // namespace

@@ -72,8 +72,7 @@ void frames() {
          GetSystemMetrics(SM_CXDLGFRAME), GetSystemMetrics(SM_CXBORDER),
          GetSystemMetrics(SM_CXEDGE), GetSystemMetrics(SM_CXVSCROLL),
          GetSystemMetrics(SM_CYHSCROLL));
-  DestroyWindow(o);
-  clearLog();
+  discard(o);
 }
 
 LRESULT CALLBACK minMaxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
@@ -137,8 +136,7 @@ void moving() {
   PRINT_ERR("bad index", SetWindowLongA(o, 12345, 1));
   PRINT_ERR("bad window", GetWindowLongA(NULL, GWL_STYLE));
   printf("id %ld\n", (long)GetWindowLongA(c, GWL_ID));
-  DestroyWindow(o);
-  clearLog();
+  discard(o);
 }
 
 void parents() {
@@ -168,8 +166,7 @@ void parents() {
   printf("IsChild(A,c)=%d IsChild(B,c)=%d\n", IsChild(a, c), IsChild(b, c));
   DestroyWindow(pop);
   DestroyWindow(a);
-  DestroyWindow(b);
-  clearLog();
+  discard(b);
 }
 
 char g_order[256];
@@ -196,8 +193,7 @@ void enumeration() {
   printf("GW_CHILD %s, next %s, last %s\n", hname(GetWindow(p, GW_CHILD)),
          hname(GetWindow(GetWindow(p, GW_CHILD), GW_HWNDNEXT)),
          hname(GetWindow(GetWindow(p, GW_CHILD), GW_HWNDLAST)));
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 // Coordinates far out: SetWindowPos holds positions to 16 bits and sizes to
@@ -215,8 +211,7 @@ void farOut() {
   report("sized huge",
          SetWindowPos(p, NULL, 10, 5, 0x7FFFFFFF, 0x7FFFFFFF, SWP_NOZORDER | SWP_NOACTIVATE));
   report("moved far left", MoveWindow(p, -0x7FFFFFFF - 1, -5, -300, 50, FALSE));
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 }  // namespace

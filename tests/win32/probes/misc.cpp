@@ -56,8 +56,7 @@ void windowData() {
   SCROLLINFO si = {sizeof si, SIF_ALL, 0, 0, 0, 0, 0};
   printf("NCCREATE skipped: text length %d, scroll info %d\n", GetWindowTextLengthA(s),
          GetScrollInfo(s, SB_VERT, &si));
-  DestroyWindow(s);
-  clearLog();
+  discard(s);
 }
 
 void defaultProcedure() {
@@ -120,8 +119,7 @@ void controls() {
   SendMessageA(b, BM_CLICK, 0, 0);
   printf("subclassed button answers %ld, calls %d\n", (long)r, g_subclassCalls > 1);
   printLog("subclassed BM_CLICK");
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 void services() {

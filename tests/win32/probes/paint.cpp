@@ -78,8 +78,7 @@ void updateRegions() {
   logged("class without brush", UpdateWindow(n));
   DestroyWindow(n);
   g_paintReport = false;
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 void children() {
@@ -97,8 +96,7 @@ void children() {
   InvalidateRect(k, NULL, FALSE);
   printUpdate("child of clipchildren parent", kc);
   DestroyWindow(k);
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 // A visible child still to paint is erased at once with its top-level
@@ -128,8 +126,7 @@ void childErasedWithParent() {
     for (int i = 0; i < g_logCount; ++i)
       if (g_log[i].hwnd == c) printOne(g_log[i]);
     printf("\n");
-    DestroyWindow(p);
-    clearLog();
+    discard(p);
   }
 }
 
@@ -199,8 +196,7 @@ void childrenOfClippingParents() {
     pump();
     COLORREF painted = k.buttonFace ? GetSysColor(COLOR_BTNFACE) : kCtlColor;
     printChildPixel(k.what, child, painted);
-    DestroyWindow(top);
-    clearLog();
+    discard(top);
   }
 }
 
@@ -231,8 +227,7 @@ void parentDcClipping() {
     GetClipBox(dc, &box);
     ReleaseDC(c, dc);
     printf("CS_PARENTDC child, %s: clip box %s\n", k.what, rectText(box));
-    DestroyWindow(p);
-    clearLog();
+    discard(p);
   }
 }
 
@@ -281,8 +276,7 @@ void gdiObjects() {
   printf("FillRect %d, with system colour %d\n", FillRect(dc, &r, (HBRUSH)GetStockObject(GRAY_BRUSH)),
          FillRect(dc, &r, (HBRUSH)(COLOR_WINDOW + 1)));
   printf("ReleaseDC %d\n", ReleaseDC(p, dc));
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 }  // namespace

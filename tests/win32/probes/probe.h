@@ -171,6 +171,12 @@ inline void printLog(const char* label) {
 
 inline void clearLog() { g_logCount = 0; }
 
+// Destroys a window and drops the record of what that sent.
+inline void discard(HWND hwnd) {
+  DestroyWindow(hwnd);
+  clearLog();
+}
+
 // Prints the record under label once the action given (a call's result) is
 // done: logged("minimize", ShowWindow(h, SW_MINIMIZE)).
 template <typename T>

@@ -90,8 +90,7 @@ void order() {
   got = GetMessageA(&msg, NULL, 0, 0);
   printf("GetMessage quit: %d message %#x wParam %d\n", got, msg.message, (int)msg.wParam);
   PRINT_ERR("GetMessage bad window", GetMessageA(&msg, (HWND)(INT_PTR)0x7ffe, 0, 0));
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 void sending() {
@@ -110,8 +109,7 @@ void sending() {
   SendMessageA(p, WM_SETTEXT, 0, 0);
   printf("after WM_SETTEXT NULL: length %d\n", GetWindowTextLengthA(p));
   clearLog();
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 // The keyboard state with only vk down (none for 0).
@@ -156,8 +154,7 @@ void translating() {
   printf("GetKeyState control %#x shift %#x\n", (unsigned)(GetKeyState(VK_CONTROL) & 0xffff),
          (unsigned)(GetKeyState(VK_SHIFT) & 0xffff));
   holdOnly(0);
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 }  // namespace

@@ -42,8 +42,7 @@ void existence() {
   set(without, SB_HORZ, SIF_POS, 0, 0, 0, 3);
   printInfo("after SetScrollInfo, other bar", without, SB_VERT);
   DestroyWindow(with);
-  DestroyWindow(without);
-  clearLog();
+  discard(without);
 }
 
 void clamping() {
@@ -90,8 +89,7 @@ void clamping() {
   printf("SetScrollPos returns old %d\n", SetScrollPos(h, SB_HORZ, 7, FALSE));
   int old = SetScrollPos(h, SB_HORZ, 9, FALSE);
   printf("SetScrollPos again returns %d, GetScrollPos %d\n", old, GetScrollPos(h, SB_HORZ));
-  DestroyWindow(h);
-  clearLog();
+  discard(h);
 }
 
 void showing() {
@@ -111,8 +109,7 @@ void showing() {
          set(h, SB_VERT, SIF_RANGE | SIF_PAGE, 0, 99, 20, 0));
   printWindowRects("after SetScrollInfo", h);
   logged("page covering the range hides it", set(h, SB_VERT, SIF_PAGE, 0, 0, 100, 0));
-  DestroyWindow(h);
-  clearLog();
+  discard(h);
 }
 
 void scrolling() {
@@ -147,8 +144,7 @@ void scrolling() {
   printLog("scroll part with children");
   ret = ScrollWindowEx(p, 0, 0, NULL, NULL, NULL, &upd, SW_INVALIDATE);
   printf("ScrollWindowEx by nothing returns %d\n", ret);
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 }  // namespace

@@ -72,8 +72,7 @@ void topLevel() {
   WINDOWPLACEMENT wp;
   memset(&wp, 0, sizeof wp);
   PRINT_ERR("placement with length 0", GetWindowPlacement(h, &wp));
-  DestroyWindow(h);
-  clearLog();
+  discard(h);
 }
 
 void createdMaximized() {
@@ -81,8 +80,7 @@ void createdMaximized() {
   printLog("created maximized, hidden");
   printState("created maximized", h);
   logged("first show of a maximized window", ShowWindow(h, SW_SHOW));
-  DestroyWindow(h);
-  clearLog();
+  discard(h);
 }
 
 void children() {
@@ -101,8 +99,7 @@ void children() {
   logged("restore child", ShowWindow(c, SW_RESTORE));
   printf("child hide returns %d\n", ShowWindow(c, SW_HIDE));
   printLog("hide child");
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 // The restore-to-maximised mark and the maximised place through a run of
@@ -129,8 +126,7 @@ void placementMarks() {
   ShowWindow(h, SW_MAXIMIZE);
   SetWindowPos(h, NULL, 100, 100, 100, 100, SWP_NOZORDER | SWP_NOACTIVATE);
   printPlacement("maximized, then moved", h);
-  DestroyWindow(h);
-  clearLog();
+  discard(h);
 }
 
 // Minimised children stack from the parent's bottom-left corner, a row each
@@ -146,8 +142,7 @@ void minimizedChildren() {
   printWindowRects("second minimized child", b);
   SetWindowPos(a, NULL, 0, 0, 200, 200, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
   printWindowRects("minimized child after resizing", a);
-  DestroyWindow(p);
-  clearLog();
+  discard(p);
 }
 
 }  // namespace
