@@ -13,7 +13,6 @@ using probe::pumpFor;
 
 HWND g_main;
 HMENU g_bar, g_file, g_edit, g_recent, g_context;
-char g_last[160];
 typedef void (*Step)();
 Step g_steps[8];
 int g_next, g_count;
@@ -23,18 +22,12 @@ const char* menuName(HMENU m) {
        : m == g_context ? "context" : m ? "other" : "none";
 }
 
-void line(const char* text) {
-  if (strcmp(text, g_last) == 0) return;
-  strcpy(g_last, text);
-  puts(text);
-}
-
 void runNextStep() {
   if (g_next < g_count) {
     g_steps[g_next++]();
     return;
   }
-  line("  (no step left: EndMenu)");
+  probe::printOnce("  (no step left: EndMenu)");
   EndMenu();
 }
 
@@ -59,7 +52,7 @@ LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case WM_SYSCOMMAND: sprintf(text, "  SYSCOMMAND %#x", (unsigned)(wp & 0xFFF0)); break;
   case WM_ENTERIDLE: sprintf(text, "  ENTERIDLE %d %s", (int)wp, lp ? "popup" : "bar"); break;
   }
-  if (*text) line(text);
+  if (*text) probe::printOnce(text);
   if (msg == WM_ENTERIDLE) runNextStep();
   if (msg == WM_SYSCOMMAND && (wp & 0xFFF0) == SC_CLOSE) return 0;  // the probe keeps its window
   return DefWindowProcA(hwnd, msg, wp, lp);
@@ -82,7 +75,7 @@ void clickItem(HMENU menu, int pos) {
   // NULL finds a pop-up's own window; the owner would place the item in
   // the owner's client area on Wine.
   if (!GetMenuItemRect(menu == g_bar ? g_main : NULL, menu, pos, &r)) {
-    line("  (item not shown)");
+    probe::printOnce("  (item not shown)");
     return;
   }
   INPUT in[3] = {mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, (r.left + r.right) / 2,
@@ -103,7 +96,7 @@ void oneItem() { clickItem(g_recent, 0); }
 // opens the menu.
 void run(const char* what, std::initializer_list<Step> steps, void (*open)()) {
   printf("-- %s\n", what);
-  g_last[0] = 0;
+  probe::g_lastLine[0] = 0;
   g_next = 0;
   g_count = 0;
   for (Step step : steps) g_steps[g_count++] = step;
@@ -202,5 +195,4 @@ int main() {
   runs();
   answers();
   DestroyWindow(g_main);
-  return 0;
 }

@@ -7,9 +7,6 @@
 // system may set the cursor or report a move more than once).
 #include "probe.h"
 
-#include <stdio.h>
-#include <string.h>
-
 namespace {
 
 using probe::createAt;
@@ -18,16 +15,9 @@ using probe::pumpFor;
 
 HWND g_main, g_other, g_button;
 bool g_capture;  // the main window takes the capture while a button is down
-char g_last[128];
 
 const char* nameOf(HWND hwnd) {
   return hwnd == g_main ? "main" : hwnd == g_button ? "button" : hwnd == g_other ? "other" : "?";
-}
-
-void line(const char* text) {
-  if (strcmp(text, g_last) == 0) return;
-  strcpy(g_last, text);
-  puts(text);
 }
 
 LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
@@ -80,14 +70,14 @@ LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
       sprintf(text, "  %s MOUSEWHEEL delta %d at %d,%d", nameOf(hwnd), (short)HIWORD(wp), x, y);
       break;
   }
-  if (*text) line(text);
+  if (*text) probe::printOnce(text);
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 
 // Sends a gesture's input and prints what the windows heard of it.
 void gesture(const char* what, INPUT* in, int n) {
   printf("-- %s\n", what);
-  g_last[0] = 0;
+  probe::g_lastLine[0] = 0;
   SendInput(n, in, sizeof(INPUT));
   pumpFor(5);
 }
@@ -156,5 +146,4 @@ int main() {
   gesture("the wheel turned one notch towards the user", &wheel, 1);
   DestroyWindow(g_other);
   DestroyWindow(g_main);
-  return 0;
 }

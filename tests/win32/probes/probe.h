@@ -257,6 +257,15 @@ inline void printWindowRects(const char* label, HWND hwnd) {
          (long)c.right, (long)c.bottom);
 }
 
+// Prints a line of text unless it repeats the line printed before it;
+// a new section empties g_lastLine first.
+inline char g_lastLine[160];
+inline void printOnce(const char* text) {
+  if (strcmp(text, g_lastLine) == 0) return;
+  snprintf(g_lastLine, sizeof g_lastLine, "%s", text);
+  puts(text);
+}
+
 // Drains posted messages without waiting, dispatching them.
 inline void pump() {
   MSG msg;
