@@ -62,13 +62,12 @@ void flush() {
 
 void cursor() {
   puts("-- cursor");
-  SetCursorPos(120, 140);
-  POINT p;
-  GetCursorPos(&p);
-  printf("after SetCursorPos(120,140): (%ld,%ld)\n", p.x, p.y);
-  SetCursorPos(-50, 30);
-  GetCursorPos(&p);
-  printf("after SetCursorPos(-50,30): (%ld,%ld)\n", p.x, p.y);
+  for (POINT to : {POINT{120, 140}, POINT{-50, 30}}) {
+    POINT p;
+    SetCursorPos(to.x, to.y);
+    GetCursorPos(&p);
+    printf("after SetCursorPos(%ld,%ld): (%ld,%ld)\n", to.x, to.y, p.x, p.y);
+  }
   flush();
   SetCursorPos(340, 320);
   PostMessageA(NULL, WM_APP, 0, 0);
@@ -118,8 +117,7 @@ void classes() {
   puts("-- class lookup");
   HINSTANCE self = GetModuleHandleA(NULL);
   HINSTANCE user32 = GetModuleHandleA("user32.dll");
-  WNDCLASSA wc;
-  memset(&wc, 0, sizeof wc);
+  WNDCLASSA wc = {};
   wc.lpfnWndProc = DefWindowProcA;
   wc.hInstance = self;
   wc.lpszClassName = "BUTTON";
@@ -168,5 +166,4 @@ int main() {
   classes();
   DestroyWindow(other);
   DestroyWindow(main);
-  return 0;
 }
