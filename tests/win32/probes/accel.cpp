@@ -7,8 +7,7 @@ using namespace probe;
 namespace {
 
 void setModifiers(bool ctrl, bool alt, bool shift) {
-  BYTE keys[256];
-  memset(keys, 0, sizeof keys);
+  BYTE keys[256] = {};
   if (ctrl) keys[VK_CONTROL] = 0x80;
   if (alt) keys[VK_MENU] = 0x80;
   if (shift) keys[VK_SHIFT] = 0x80;
@@ -85,5 +84,4 @@ int main() {
   registerClass("ProbeAccel", loggingProc);
   tables();
   translation();
-  return 0;
 }

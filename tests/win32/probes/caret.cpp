@@ -254,5 +254,4 @@ int main() {
   api();
   multiLineEdit();
   mouseEdit();
-  return 0;
 }

@@ -85,5 +85,4 @@ int main() {
   registerClass("ProbeClip", clipProc);
   memory();
   clipboard();
-  return 0;
 }

@@ -212,5 +212,4 @@ int main() {
   dropDownList(parent);
   dropDown(parent);
   DestroyWindow(parent);
-  return 0;
 }

@@ -190,5 +190,4 @@ int main() {
   createParams();
   failures();
   printf("unregister: %d\n", UnregisterClassA("ProbeCreate", GetModuleHandleA(NULL)));
-  return 0;
 }

@@ -86,5 +86,4 @@ int main() {
   child();
   owned();
   afterwards();
-  return 0;
 }

@@ -352,5 +352,4 @@ int main() {
   closing();
   menus();
   templates();
-  return 0;
 }

@@ -352,5 +352,4 @@ int main() {
   DeleteFileA(DIR "a.txt");
   DeleteFileA(DIR "data.bin");
   SHOW_BOOL("remove the probe's folder", RemoveDirectoryA(kRoot));
-  return 0;
 }

@@ -223,5 +223,4 @@ int main() {
   pixelsMatchExtents(w);
   controls(w);
   DestroyWindow(w);
-  return 0;
 }

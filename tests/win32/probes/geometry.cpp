@@ -224,5 +224,4 @@ int main() {
   parents();
   enumeration();
   farOut();
-  return 0;
 }

@@ -337,5 +337,4 @@ int main() {
   standardStyle(parent);
   integralHeight(parent);
   DestroyWindow(parent);
-  return 0;
 }

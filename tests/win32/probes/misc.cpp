@@ -131,9 +131,8 @@ void services() {
   printf("arrow cursor %d shared %d\n", c1 != NULL, c1 == c2);
   printf("module handle %d\n", GetModuleHandleA(NULL) != NULL);
 
-  OPENFILENAMEA ofn;
+  OPENFILENAMEA ofn = {};
   char file[260] = "";
-  memset(&ofn, 0, sizeof ofn);
   ofn.lStructSize = sizeof ofn - 4;
   ofn.lpstrFile = file;
   ofn.nMaxFile = sizeof file;
@@ -153,5 +152,4 @@ int main() {
   defaultProcedure();
   controls();
   services();
-  return 0;
 }

@@ -236,5 +236,4 @@ int main() {
   hidingKeepsActivation();
   registerClass("ProbeShowSpy", showSpy);
   popupsOfMinimisedOwner();
-  return 0;
 }

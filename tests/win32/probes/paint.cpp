@@ -295,5 +295,4 @@ int main() {
   childrenOfClippingParents();
   parentDcClipping();
   gdiObjects();
-  return 0;
 }

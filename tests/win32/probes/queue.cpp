@@ -114,8 +114,7 @@ void sending() {
 
 // The keyboard state with only vk down (none for 0).
 void holdOnly(int vk) {
-  BYTE keys[256];
-  memset(keys, 0, sizeof keys);
+  BYTE keys[256] = {};
   if (vk) keys[vk] = 0x80;
   SetKeyboardState(keys);
 }
@@ -164,5 +163,4 @@ int main() {
   order();
   sending();
   translating();
-  return 0;
 }

@@ -156,5 +156,4 @@ int main() {
   clamping();
   showing();
   scrolling();
-  return 0;
 }

@@ -7,8 +7,7 @@ using namespace probe;
 namespace {
 
 void printPlacement(const char* label, HWND hwnd) {
-  WINDOWPLACEMENT wp;
-  memset(&wp, 0, sizeof wp);
+  WINDOWPLACEMENT wp = {};
   wp.length = sizeof wp;
   BOOL ok = GetWindowPlacement(hwnd, &wp);
   printf("%s: placement %d flags %u show %u min (%ld,%ld) max (%ld,%ld) normal %s\n", label, ok,
@@ -69,8 +68,7 @@ void topLevel() {
   printState("shown normal", h);
   clearLog();
   logged("hide", ShowWindow(h, SW_HIDE));
-  WINDOWPLACEMENT wp;
-  memset(&wp, 0, sizeof wp);
+  WINDOWPLACEMENT wp = {};
   PRINT_ERR("placement with length 0", GetWindowPlacement(h, &wp));
   discard(h);
 }
@@ -157,5 +155,4 @@ int main() {
   children();
   placementMarks();
   minimizedChildren();
-  return 0;
 }

@@ -50,8 +50,7 @@ void ownedPopups() {
   DestroyWindow(c);
   c = make("C", WS_POPUP, a);
   printOrder("C owned by topmost A");
-  const HWND all[] = {a, b, c, f, d};
-  for (HWND h : all) DestroyWindow(h);
+  for (HWND h : {a, b, c, f, d}) DestroyWindow(h);
 }
 
 // The owner tree of the system's test: O owns H and H2, H owns c and c2, c
@@ -161,5 +160,4 @@ int main() {
   topmostBand();
   activation();
   owners();
-  return 0;
 }
