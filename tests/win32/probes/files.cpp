@@ -313,24 +313,19 @@ void searching() {
       {DIR "list\\B2.txt", ""},       {DIR "list\\b~1.txt", ""},   {DIR "list\\noext", ""},
       {DIR "list\\x.txt.bak", "bak"}, {DIR "list\\TEMP.TXT", ""},  {DIR "list\\TEMPTEMP.TXT", ""}};
   for (const auto& f : files) put(f[0], f[1], (DWORD)strlen(f[1]));
-  const char* patterns[] = {DIR "list\\*",
-                            DIR "list\\*.txt",
-                            DIR "list\\*.TXT",
-                            DIR "list/b*",
-                            DIR "list\\?b.*",
-                            DIR "list\\TEM?????.???",
-                            DIR "list\\Dir\\*",
-                            DIR "list\\AB.TXT",
-                            DIR "list",
-                            DIR "list\\.",
-                            DIR "list\\none*",
-                            DIR "list\\",
-                            DIR "nodir\\*",
-                            DIR "nodir\\",
-                            DIR "list\\9.txt\\*",
-                            DIR "l*\\*",
-                            ""};
-  for (const char* p : patterns) list(p);
+  // Each in the probe's folder, and then an empty pattern.
+  const char* patterns[] = {"list\\*",      "list\\*.txt",  "list\\*.TXT",
+                            "list/b*",      "list\\?b.*",   "list\\TEM?????.???",
+                            "list\\Dir\\*", "list\\AB.TXT", "list",
+                            "list\\.",      "list\\none*",  "list\\",
+                            "nodir\\*",     "nodir\\",      "list\\9.txt\\*",
+                            "l*\\*"};
+  for (const char* p : patterns) {
+    char pattern[64];
+    snprintf(pattern, sizeof pattern, DIR "%s", p);
+    list(pattern);
+  }
+  list("");
   for (const auto& f : files) DeleteFileA(f[0]);
   RemoveDirectoryA(DIR "list\\Dir");
   RemoveDirectoryA(DIR "list");
