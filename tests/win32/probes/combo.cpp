@@ -13,20 +13,10 @@ namespace {
 const char* const kCodes[] = {"?",         "SELCHANGE",  "DBLCLK",      "SETFOCUS",
                               "KILLFOCUS", "EDITCHANGE", "EDITUPDATE",  "DROPDOWN",
                               "CLOSEUP",   "SELENDOK",   "SELENDCANCEL"};
-char g_notes[512];
 
 LRESULT CALLBACK parentProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
-  if (msg == WM_COMMAND && lp) {
-    UINT code = HIWORD(wp);
-    size_t n = strlen(g_notes);
-    snprintf(g_notes + n, sizeof g_notes - n, " %s", code < 11 ? kCodes[code] : "other");
-  }
+  if (msg == WM_COMMAND && lp) note(HIWORD(wp) < 11 ? kCodes[HIWORD(wp)] : "other");
   return DefWindowProcA(hwnd, msg, wp, lp);
-}
-
-LRESULT send(HWND h, UINT msg, WPARAM wp, LPARAM lp) { return SendMessageA(h, msg, wp, lp); }
-LRESULT sendText(HWND h, UINT msg, WPARAM wp, const char* s) {
-  return SendMessageA(h, msg, wp, (LPARAM)s);
 }
 
 // Short on purpose: under Wine with no window manager the probe's window

@@ -9,19 +9,10 @@ using namespace probe;
 namespace {
 
 const char* const kCodes[] = {"?", "SELCHANGE", "DBLCLK", "SELCANCEL", "SETFOCUS", "KILLFOCUS"};
-char g_notes[512];
 int g_colorAsks;
 
-void note(const char* s) {
-  size_t n = strlen(g_notes);
-  snprintf(g_notes + n, sizeof g_notes - n, " %s", s);
-}
-
 LRESULT CALLBACK parentProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
-  if (msg == WM_COMMAND && lp) {
-    UINT code = HIWORD(wp);
-    note(code < 6 ? kCodes[code] : "other");
-  }
+  if (msg == WM_COMMAND && lp) note(HIWORD(wp) < 6 ? kCodes[HIWORD(wp)] : "other");
   if (msg == WM_CTLCOLORLISTBOX) ++g_colorAsks;
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
@@ -29,11 +20,6 @@ LRESULT CALLBACK parentProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 void printNotes(const char* label) {
   printf("%s:%s\n", label, g_notes[0] ? g_notes : " (none)");
   g_notes[0] = 0;
-}
-
-LRESULT send(HWND h, UINT msg, WPARAM wp, LPARAM lp) { return SendMessageA(h, msg, wp, lp); }
-LRESULT sendText(HWND h, UINT msg, WPARAM wp, const char* s) {
-  return SendMessageA(h, msg, wp, (LPARAM)s);
 }
 
 // A list box exactly `rows` items tall inside its border.
@@ -128,11 +114,7 @@ void geometry(HWND parent) {
   HWND lb =
       makeList(parent, WS_VSCROLL, 4, {"a0", "a1", "a2", "a3", "a4", "a5", "a6", "a7", "a8", "a9"});
   int h = (int)send(lb, LB_GETITEMHEIGHT, 0, 0);
-  HDC dc = GetDC(lb);
-  TEXTMETRICA tm;
-  GetTextMetricsA(dc, &tm);
-  ReleaseDC(lb, dc);
-  printf("item height is the font's: %d\n", h == tm.tmHeight);
+  printf("item height is the font's: %d\n", h == fontMetricsOf(lb).tmHeight);
   RECT client, r;
   GetClientRect(lb, &client);
   printf("rows shown %ld\n", (long)(client.bottom / h));

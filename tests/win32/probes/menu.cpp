@@ -5,11 +5,9 @@
 // about to wait (WM_ENTERIDLE), as a person acts once the menu is shown.
 #include "probe.h"
 
-namespace {
+using namespace probe;
 
-using probe::keyInput;
-using probe::mouseInput;
-using probe::pumpFor;
+namespace {
 
 HWND g_main;
 HMENU g_bar, g_file, g_edit, g_recent, g_context;
@@ -27,7 +25,7 @@ void runNextStep() {
     g_steps[g_next++]();
     return;
   }
-  probe::printOnce("  (no step left: EndMenu)");
+  printOnce("  (no step left: EndMenu)");
   EndMenu();
 }
 
@@ -52,7 +50,7 @@ LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case WM_SYSCOMMAND: sprintf(text, "  SYSCOMMAND %#x", (unsigned)(wp & 0xFFF0)); break;
   case WM_ENTERIDLE: sprintf(text, "  ENTERIDLE %d %s", (int)wp, lp ? "popup" : "bar"); break;
   }
-  if (*text) probe::printOnce(text);
+  if (*text) printOnce(text);
   if (msg == WM_ENTERIDLE) runNextStep();
   if (msg == WM_SYSCOMMAND && (wp & 0xFFF0) == SC_CLOSE) return 0;  // the probe keeps its window
   return DefWindowProcA(hwnd, msg, wp, lp);
@@ -75,7 +73,7 @@ void clickItem(HMENU menu, int pos) {
   // NULL finds a pop-up's own window; the owner would place the item in
   // the owner's client area on Wine.
   if (!GetMenuItemRect(menu == g_bar ? g_main : NULL, menu, pos, &r)) {
-    probe::printOnce("  (item not shown)");
+    printOnce("  (item not shown)");
     return;
   }
   INPUT in[3] = {mouseInput(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE, (r.left + r.right) / 2,
@@ -96,7 +94,7 @@ void oneItem() { clickItem(g_recent, 0); }
 // opens the menu.
 void run(const char* what, std::initializer_list<Step> steps, void (*open)()) {
   printf("-- %s\n", what);
-  probe::g_lastLine[0] = 0;
+  g_lastLine[0] = 0;
   g_next = 0;
   g_count = 0;
   for (Step step : steps) g_steps[g_count++] = step;
@@ -169,7 +167,7 @@ void answers() {
 }  // namespace
 
 int main() {
-  probe::registerClass("ProbeMenu", proc, (HBRUSH)(COLOR_WINDOW + 1));
+  registerClass("ProbeMenu", proc, (HBRUSH)(COLOR_WINDOW + 1));
   g_bar = CreateMenu();
   g_file = CreatePopupMenu();
   g_edit = CreatePopupMenu();

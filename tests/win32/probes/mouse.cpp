@@ -7,11 +7,9 @@
 // system may set the cursor or report a move more than once).
 #include "probe.h"
 
-namespace {
+using namespace probe;
 
-using probe::createAt;
-using probe::mouseInput;
-using probe::pumpFor;
+namespace {
 
 HWND g_main, g_other, g_button;
 bool g_capture;  // the main window takes the capture while a button is down
@@ -70,14 +68,14 @@ LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
       sprintf(text, "  %s MOUSEWHEEL delta %d at %d,%d", nameOf(hwnd), (short)HIWORD(wp), x, y);
       break;
   }
-  if (*text) probe::printOnce(text);
+  if (*text) printOnce(text);
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 
 // Sends a gesture's input and prints what the windows heard of it.
 void gesture(const char* what, INPUT* in, int n) {
   printf("-- %s\n", what);
-  probe::g_lastLine[0] = 0;
+  g_lastLine[0] = 0;
   SendInput(n, in, sizeof(INPUT));
   pumpFor(5);
 }
@@ -116,7 +114,7 @@ void drag(const char* what, HWND hwnd, POINT from, POINT to) {
 }  // namespace
 
 int main() {
-  probe::registerClass("ProbeMouse", proc, (HBRUSH)(COLOR_WINDOW + 1), CS_DBLCLKS);
+  registerClass("ProbeMouse", proc, (HBRUSH)(COLOR_WINDOW + 1), CS_DBLCLKS);
   g_main =
       createAt("ProbeMouse", "main", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100, 100, 300, 200, NULL);
   g_button = createAt("BUTTON", "button", WS_CHILD | WS_VISIBLE | BS_PUSHBUTTON, 150, 20, 80, 24,

@@ -193,6 +193,20 @@ inline void printValues(const char* label, std::initializer_list<LRESULT> values
   printf("\n");
 }
 
+// Messages to controls, their results as the controls give them.
+inline LRESULT send(HWND h, UINT msg, WPARAM wp, LPARAM lp) { return SendMessageA(h, msg, wp, lp); }
+inline LRESULT sendText(HWND h, UINT msg, WPARAM wp, const char* s) {
+  return SendMessageA(h, msg, wp, (LPARAM)s);
+}
+
+// What a parent heard from its controls, kept as " NAME NAME ..." until a
+// probe prints and empties it.
+inline char g_notes[512];
+inline void note(const char* s) {
+  size_t n = strlen(g_notes);
+  snprintf(g_notes + n, sizeof g_notes - n, " %s", s);
+}
+
 // The recording procedure most probes use for their windows.
 inline LRESULT CALLBACK loggingProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   record(hwnd, msg, wp, lp);
