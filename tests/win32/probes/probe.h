@@ -113,51 +113,34 @@ inline void record(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 const UINT kSwpShown = SWP_NOSIZE | SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE |
                        SWP_FRAMECHANGED | SWP_SHOWWINDOW | SWP_HIDEWINDOW;
 
+inline bool isOneOf(UINT msg, std::initializer_list<UINT> msgs) {
+  for (UINT m : msgs)
+    if (m == msg) return true;
+  return false;
+}
+
 inline void printOne(const Logged& e) {
   printf(" %s:%s", hname(e.hwnd), msgName(e.msg));
-  switch (e.msg) {
-  case WM_SIZE:
-    printf("(%d,%dx%d)", (int)e.wp, (int)(short)LOWORD(e.lp), (int)(short)HIWORD(e.lp));
-    break;
-  case WM_MOVE:
-    printf("(%d,%d)", (int)(short)LOWORD(e.lp), (int)(short)HIWORD(e.lp));
-    break;
-  case WM_SHOWWINDOW:
-  case WM_NCCALCSIZE:
-  case WM_ACTIVATE:
+  int x = (short)LOWORD(e.lp), y = (short)HIWORD(e.lp);
+  if (e.msg == WM_SIZE)
+    printf("(%d,%dx%d)", (int)e.wp, x, y);
+  else if (e.msg == WM_MOVE)
+    printf("(%d,%d)", x, y);
+  else if (isOneOf(e.msg, {WM_SHOWWINDOW, WM_NCCALCSIZE, WM_ACTIVATE}))
     printf("(%d)", (int)LOWORD(e.wp));
-    break;
-  case WM_WINDOWPOSCHANGING:
-  case WM_WINDOWPOSCHANGED:
+  else if (isOneOf(e.msg, {WM_WINDOWPOSCHANGING, WM_WINDOWPOSCHANGED}))
     printf("(%#x)", (unsigned)(e.swpFlags & kSwpShown));
-    break;
-  case WM_PARENTNOTIFY:
-    printf("(%s,%s)", msgName(LOWORD(e.wp)) ? msgName(LOWORD(e.wp)) : "?",
-           hname((HWND)e.lp));
-    break;
-  case WM_COMMAND:
+  else if (e.msg == WM_PARENTNOTIFY)
+    printf("(%s,%s)", msgName(LOWORD(e.wp)) ? msgName(LOWORD(e.wp)) : "?", hname((HWND)e.lp));
+  else if (e.msg == WM_COMMAND)
     printf("(%#x,%s)", (unsigned)e.wp, hname((HWND)e.lp));
-    break;
-  case WM_SYSCOMMAND:
+  else if (e.msg == WM_SYSCOMMAND)
     printf("(%#x,%#x)", (unsigned)e.wp, (unsigned)e.lp);
-    break;
-  case WM_KEYDOWN:
-  case WM_KEYUP:
-  case WM_CHAR:
-  case WM_SYSKEYDOWN:
-  case WM_SYSCHAR:
-  case WM_TIMER:
-  case WM_STYLECHANGING:
-  case WM_STYLECHANGED:
+  else if (isOneOf(e.msg, {WM_KEYDOWN, WM_KEYUP, WM_CHAR, WM_SYSKEYDOWN, WM_SYSCHAR, WM_TIMER,
+                           WM_STYLECHANGING, WM_STYLECHANGED}))
     printf("(%d)", (int)e.wp);
-    break;
-  case WM_HSCROLL:
-  case WM_VSCROLL:
+  else if (isOneOf(e.msg, {WM_HSCROLL, WM_VSCROLL}))
     printf("(%d,%d)", (int)LOWORD(e.wp), (int)(short)HIWORD(e.wp));
-    break;
-  default:
-    break;
-  }
 }
 
 // Prints and clears the record: "label: P:NCCREATE P:NCCALCSIZE(0) ...".
