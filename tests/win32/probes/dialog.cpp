@@ -9,8 +9,6 @@ using namespace probe;
 
 namespace {
 
-HWND g_dlg;
-
 LRESULT CALLBACK dlgLogProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   record(hwnd, msg, wp, lp);
   if (msg == WM_GETDLGCODE || msg == WM_CTLCOLORDLG)
@@ -86,8 +84,7 @@ HWND makeDialog(const char* name) {
   return createAt("ProbeDialog", name, WS_POPUP | WS_CAPTION, 100, 100, 240, 200, NULL);
 }
 
-void defaultButtons() {
-  HWND d = g_dlg;
+void defaultButtons(HWND d) {
   HWND ok = GetDlgItem(d, IDOK), no = GetDlgItem(d, 5);
   printf("default id at first: %#lx\n", defId(d));
   LRESULT r = SendMessageA(d, DM_SETDEFID, 5, 0);
@@ -106,8 +103,7 @@ void defaultButtons() {
   DestroyWindow(empty);
 }
 
-void tabOrder() {
-  HWND d = g_dlg;
+void tabOrder(HWND d) {
   HWND first = GetNextDlgTabItem(d, NULL, FALSE);
   printf("first tab item %s\n", hname(first));
   printf("after it %s\n", hname(GetNextDlgTabItem(d, first, FALSE)));
@@ -125,8 +121,7 @@ void tabOrder() {
   DestroyWindow(empty);
 }
 
-void focus() {
-  HWND d = g_dlg;
+void focus(HWND d) {
   HWND other = createNamed("ProbeDialogPlain", "O", WS_OVERLAPPEDWINDOW | WS_VISIBLE, NULL);
   clearLog();
   ShowWindow(d, SW_SHOW);
@@ -153,8 +148,7 @@ void focus() {
   SetActiveWindow(d);
 }
 
-void results() {
-  HWND d = g_dlg;
+void results(HWND d) {
   SetWindowLongPtrA(d, DWLP_USER, 7);
   printf("user slot %ld\n", (long)GetWindowLongPtrA(d, DWLP_USER));
   SetWindowLongPtrA(d, DWLP_DLGPROC, (LONG_PTR)answeringDlgProc);
@@ -165,8 +159,7 @@ void results() {
   SetWindowLongPtrA(d, DWLP_DLGPROC, 0);
 }
 
-void keyboard() {
-  HWND d = g_dlg;
+void keyboard(HWND d) {
   HWND ok = GetDlgItem(d, IDOK), no = GetDlgItem(d, 5);
   SetFocus(ok);
   UpdateWindow(d);
@@ -196,8 +189,7 @@ void keyboard() {
   DestroyWindow(other);
 }
 
-void closing() {
-  HWND d = g_dlg;
+void closing(HWND d) {
   clearLog();
   SendMessageA(d, WM_CLOSE, 0, 0);
   pump();
@@ -339,17 +331,17 @@ int main() {
   classes();
   dialogCodes();
 
-  g_dlg = makeDialog("D");
-  control("ok", "Button", BS_DEFPUSHBUTTON | WS_TABSTOP | WS_GROUP, g_dlg, IDOK, "OK");
-  control("no", "Button", BS_PUSHBUTTON | WS_TABSTOP, g_dlg, 5, "No");
-  control("edit", "Edit", WS_TABSTOP | WS_GROUP, g_dlg, 3, "hello");
-  control("label", "Static", SS_LEFT, g_dlg, 4, "label");
-  defaultButtons();
-  tabOrder();
-  focus();
-  results();
-  keyboard();
-  closing();
+  HWND d = makeDialog("D");
+  control("ok", "Button", BS_DEFPUSHBUTTON | WS_TABSTOP | WS_GROUP, d, IDOK, "OK");
+  control("no", "Button", BS_PUSHBUTTON | WS_TABSTOP, d, 5, "No");
+  control("edit", "Edit", WS_TABSTOP | WS_GROUP, d, 3, "hello");
+  control("label", "Static", SS_LEFT, d, 4, "label");
+  defaultButtons(d);
+  tabOrder(d);
+  focus(d);
+  results(d);
+  keyboard(d);
+  closing(d);
   menus();
   templates();
 }
