@@ -55,8 +55,7 @@ void frames() {
   LONG_PTR delta = MapWindowPoints(c, o, &m, 1);
   printf("map child->parent: %ld,%ld delta %d,%d\n", (long)m.x, (long)m.y,
          (int)(short)LOWORD(delta), (int)(short)HIWORD(delta));
-  pt.x = 7;
-  pt.y = 8;
+  pt = {7, 8};
   BOOL ok = ClientToScreen(GetDesktopWindow(), &pt);
   printf("desktop ClientToScreen: %d %ld,%ld\n", ok, (long)pt.x, (long)pt.y);
   SetLastError(0);
