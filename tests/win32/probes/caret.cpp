@@ -97,11 +97,10 @@ void printCaretPlace(HWND edit) {
   HGDIOBJ old = SelectObject(dc, (HGDIOBJ)SendMessageA(edit, WM_GETFONT, 0, 0));
   TEXTMETRICA tm;
   GetTextMetricsA(dc, &tm);
-  int left = 0, top = 0;
-  posFromChar(edit, 0, &left, &top);
+  int left = 0, lineTop = 0;  // where the first line starts, then each next one
+  posFromChar(edit, 0, &left, &lineTop);
   POINT caret;
   GetCaretPos(&caret);
-  int lineTop = top;
   for (size_t l = 0; l < lines.size(); ++l) {
     const Line& line = lines[l];
     int x = left, y = lineTop;
