@@ -17,8 +17,7 @@ LRESULT CALLBACK clipProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 
 HGLOBAL textBlock(const char* s) {
   HGLOBAL h = GlobalAlloc(GMEM_MOVEABLE, strlen(s) + 1);
-  char* p = static_cast<char*>(GlobalLock(h));
-  strcpy(p, s);
+  strcpy(static_cast<char*>(GlobalLock(h)), s);
   GlobalUnlock(h);
   return h;
 }
