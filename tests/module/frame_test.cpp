@@ -67,6 +67,5 @@ TEST_F(FrameRules, AFailedCallLeavesTheStackAsItWas) {
   EXPECT_EQ(interp().stackUsed(), used);
 }
 
-using Registration = HostTest;
 
 }  // namespace

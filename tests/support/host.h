@@ -29,7 +29,6 @@ class HostTest : public ::testing::Test {
   }
 
   tulrt::Interpreter& interp() { return vm_->interp(); }
-  TulClass* cls(const char* name) { return vm_->findClass(name); }
 
   // name(args...) through the interpreter's createObject, as a script
   // creates objects; a failure fails the test.
@@ -43,17 +42,6 @@ class HostTest : public ::testing::Test {
   }
 
   // obj.name(args...); a failure fails the test.
-  TulValue call(const TulValue& obj, const char* name, std::initializer_list<TulValue> args = {}) {
-    TulValue out;
-    EXPECT_TRUE(interp().callMember(out, static_cast<TulObject*>(obj), name, args))
-        << name << ": " << interp().lastError().message;
-    return out;
-  }
-  int callInt(const TulValue& obj, const char* name, std::initializer_list<TulValue> args = {}) {
-    return static_cast<int>(call(obj, name, args));
-  }
-
-  // The error text of obj.name(args...) ("" when it succeeded).
   std::string errorOf(const TulValue& obj, const char* name,
                       std::initializer_list<TulValue> args = {}) {
     TulValue out;
@@ -69,7 +57,7 @@ class HostTest : public ::testing::Test {
     std::vector<TulValue> args(static_cast<size_t>(nargs), TulValue(0));
     TulValue out;
     interp().clearError();
-    if (interp().call(out, cls(className), name, self, args.data(), nargs)) return "";
+    if (interp().call(out, vm_->findClass(className), name, self, args.data(), nargs)) return "";
     return interp().lastError().message;
   }
 

@@ -12,27 +12,6 @@ using layertest::LayerTest;
 
 class SimInput : public LayerTest {};
 
-TEST_F(SimInput, ControlsReportTheUsersGesturesToTheirParent) {
-  HWND h = layertest::createMain();
-  HWND b = CreateWindowExA(0, "BUTTON", "Go", WS_CHILD | WS_VISIBLE | BS_PUSHBUTTON, 30, 10, 80, 24,
-                           h, reinterpret_cast<HMENU>(42), NULL, NULL);
-  HWND bar = CreateWindowExA(0, "SCROLLBAR", "", WS_CHILD | WS_VISIBLE | SBS_VERT, 0, 0, 17, 100,
-                             h, NULL, NULL, NULL);
-  layertest::pumpAll();
-  layertest::recorded().clear();
-  win32sim::click(b, 5, 5);
-  layertest::pumpAll();
-  const Expect want[] = {{WM_COMMAND, MAKEWPARAM(42, BN_CLICKED), false}};
-  EXPECT_SEQUENCE(want);
-  EXPECT_EQ(GetFocus(), b);
-  win32sim::clickScrollArrow(bar, SB_CTL, false);
-  ASSERT_EQ(layertest::recorded().size(), 2u);
-  EXPECT_EQ(layertest::recorded()[0].hwnd, h);
-  EXPECT_EQ(layertest::recorded()[0].lp, reinterpret_cast<LPARAM>(bar));
-  layertest::recorded().clear();
-  DestroyWindow(h);
-}
-
 TEST_F(SimInput, ScrollGesturesSendTheTrackingLoopsMessages) {
   HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_VSCROLL);
   SCROLLINFO si = {sizeof si, SIF_RANGE | SIF_PAGE, 0, 100, 10, 0, 0};
