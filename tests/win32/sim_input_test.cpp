@@ -1,6 +1,7 @@
 // The simulated user's gestures reach programs as the system's input would:
-// to controls, as the scroll-bar tracking loop's messages, and as key names. Typed keys, accelerators,
-// resizing and single scroll messages are pinned by tests/script/desktop.
+// as the scroll-bar tracking loop's messages, and as key names. Clicks on
+// controls, typed keys, accelerators, resizing and single scroll messages are
+// pinned by tests/script/desktop.
 #include "tests/win32/layer_test.h"
 
 #include <cstring>
