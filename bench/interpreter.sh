@@ -18,7 +18,8 @@
 set -u
 run=$1 tul=$2 cxx=$3 lua=$4 lua_why=$5
 here=$(cd "$(dirname "$0")" && pwd)
-programs=(calls loops bitloop methods strings dicts vectors)
+# BENCH_PROGRAMS picks some of them (names separated by spaces).
+programs=(${BENCH_PROGRAMS:-calls loops bitloop methods strings dicts vectors})
 lua_target=3.000
 declare -A dominant=(
   [calls]="a script call: the callee's frame taken from the slot stack and cleared when it ends, the arguments moved in, and a nested run() of the VM for the body"

@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -295,18 +296,16 @@ class Interp : public GlobalNames {
   }
 
   // Operand x of the frame's instruction (bytecode.h): where its value
-  // is. A global read undefined gives the class of that name in `scratch`,
-  // or fails with the line of the operand's read (`which`: lines::B, C or
-  // D).
-  TUL_ALWAYS_INLINE const TulValue* read(std::int32_t x, Frame& f, int which,
-                                         TulValue& scratch) {
+  // is. A global read undefined gives the class of that name, or fails
+  // with the line of the operand's read (`which`: lines::B, C or D).
+  TUL_ALWAYS_INLINE const TulValue* read(std::int32_t x, Frame& f, int which) {
     const int i = operand::index(x);
     // Locals first: they are what most operands are.
     if (operand::space(x) == operand::Local) return f.slots + i;
     if (operand::space(x) == operand::Const) return f.code->consts.data() + i;
     if (operand::space(x) == operand::This) return &f.thisValue();
     if (defined_[static_cast<std::size_t>(i)]) return &globals_[static_cast<std::size_t>(i)];
-    return readGlobal(i, f, which, scratch);
+    return readGlobal(i, f, which);
   }
   // Where a variable operand (a local or a defined global) is; null for any
   // other operand.
@@ -380,7 +379,7 @@ class Interp : public GlobalNames {
   // vm.cpp: the instructions' slow paths, kept out of run() so that a
   // script call costs the C++ stack only run()'s own small frame. Each
   // takes the frame, whose ip is the instruction's.
-  TUL_NOINLINE const TulValue* readGlobal(int index, Frame& f, int which, TulValue& scratch);
+  TUL_NOINLINE const TulValue* readGlobal(int index, Frame& f, int which);
   TUL_NOINLINE bool storeSlow(std::int32_t x, Frame& f, TulValue&& v);
   TUL_NOINLINE bool storeIntSlow(std::int32_t x, Frame& f, std::int32_t r);
   TUL_NOINLINE bool countStep(Frame& f, int line);
@@ -451,6 +450,13 @@ class Interp : public GlobalNames {
 
   std::vector<TulValue> globals_;
   std::vector<char> defined_;
+  // The class each global read undefined found, by global index: where an
+  // operand points while its instruction runs (a deque, so that it stays
+  // put while nested code reads further globals).
+  std::deque<TulValue> classReads_;
+  // The `try` handlers of every run under way, innermost last; each run
+  // owns those above the size it found.
+  std::vector<TryHandler> tries_;
   std::vector<std::string> globalNames_;  // by index
   std::unordered_map<std::string, int> globalIndex_;
 

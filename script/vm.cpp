@@ -81,9 +81,11 @@ bool joinable(const TulValue& v, char (&buf)[32], std::string& longer, const cha
 
 // --- operands ---------------------------------------------------------------------
 
-const TulValue* Interp::readGlobal(int index, Frame& f, int which, TulValue& scratch) {
-  if (!readUndefined(index, f, which, scratch)) return nullptr;
-  return &scratch;
+const TulValue* Interp::readGlobal(int index, Frame& f, int which) {
+  const std::size_t i = static_cast<std::size_t>(index);
+  if (classReads_.size() <= i) classReads_.resize(i + 1);
+  if (!readUndefined(index, f, which, classReads_[i])) return nullptr;
+  return &classReads_[i];
 }
 
 bool Interp::storeSlow(std::int32_t x, Frame& f, TulValue&& v) {
@@ -170,8 +172,7 @@ int Interp::jumpSlow(Frame& f, const TulValue& x,
 // Variable b stepped by d (prefix when kPrefix), its value unused.
 bool Interp::incVarSlow(Frame& f) {
   const Ins* ip = f.ip;
-  TulValue scratch;
-  const TulValue* old = read(ip->b, f, lines::B, scratch);
+  const TulValue* old = read(ip->b, f, lines::B);
   if (!old) return false;
   TulValue held(*old), updated;
   if (!ops::stepped(*this, f, lines::Op, ip->d > 0, (ip->flags & kPrefix) != 0, held, updated))
@@ -185,10 +186,9 @@ int Interp::stepLessSlow(Frame& f) {
   const Ins* ip = f.ip;
   if (!incVarSlow(f)) return -1;
   if (!step(f, lines::Step)) return -1;
-  TulValue sb, sc;
-  const TulValue* x = read(ip->b, f, lines::B, sb);
+  const TulValue* x = read(ip->b, f, lines::B);
   if (!x) return -1;
-  const TulValue* y = read(ip->c, f, lines::C, sc);
+  const TulValue* y = read(ip->c, f, lines::C);
   if (!y) return -1;
   TulValue out;
   if (!ops::binary(*this, f, lines::Target, TokenKind::Less, *x, *y, out)) return -1;
@@ -206,8 +206,7 @@ bool Interp::unarySlow(Frame& f, const TulValue& x) {
 // The callee of pending call k: what variable b holds.
 bool Interp::callee(Frame& f, const void** pending) {
   const Ins* ip = f.ip;
-  TulValue scratch;
-  const TulValue* v = read(ip->b, f, lines::B, scratch);
+  const TulValue* v = read(ip->b, f, lines::B);
   if (!v) return false;
   const void*& held = pending[ip->spare];
   if (const FunctionObject* fn = functionOf(*v)) {
@@ -288,11 +287,10 @@ bool Interp::lenOrPush(Frame& f, const void* pending) {
       f.slots + (isPush ? f.code->calls[static_cast<std::size_t>(ip->d)].calleeSlot : ip->c);
   TulValue* args = callee + 1;
   const int n = isPush ? 2 : 1;
-  TulValue sb, sc;
-  const TulValue* v = read(ip->b, f, lines::B, sb);
+  const TulValue* v = read(ip->b, f, lines::B);
   if (!v) return false;
   const TulValue* x = nullptr;
-  if (isPush && !(x = read(ip->c, f, lines::C, sc))) return false;
+  if (isPush && !(x = read(ip->c, f, lines::C))) return false;
   const FunctionObject* b = builtinCallee(pending);
   TulVector* vec = static_cast<TulVector*>(*v);
   if (b && vec && (isPush ? isBuiltinPush(*b) : isBuiltinLen(*b))) {
@@ -313,8 +311,7 @@ bool Interp::lenOrPush(Frame& f, const void* pending) {
 bool Interp::method(Frame& f) {
   const Ins* ip = f.ip;
   CallSite& e = f.code->calls[static_cast<std::size_t>(ip->c)];
-  TulValue scratch;
-  const TulValue* obj = read(ip->b, f, lines::B, scratch);
+  const TulValue* obj = read(ip->b, f, lines::B);
   if (!obj) return false;
   const int n = e.argc;
   TulValue* args = f.slots + ip->d;
@@ -352,12 +349,11 @@ bool Interp::baseMethod(Frame& f) {
 bool Interp::member(Frame& f, bool write) {
   const Ins* ip = f.ip;
   MemberSite& m = f.code->members[static_cast<std::size_t>(write ? ip->d : ip->c)];
-  TulValue sb, sc;
-  const TulValue* obj = read(ip->b, f, lines::B, sb);
+  const TulValue* obj = read(ip->b, f, lines::B);
   if (!obj) return false;
   TulValue* slot = nullptr;
   if (write) {
-    const TulValue* v = read(ip->c, f, lines::C, sc);
+    const TulValue* v = read(ip->c, f, lines::C);
     if (!v || !ops::memberSlot(*this, f, lines::Op, *obj, m.name, m.cache, true, slot))
       return false;
     *slot = *v;
@@ -374,13 +370,12 @@ bool Interp::member(Frame& f, bool write) {
 
 bool Interp::index(Frame& f, bool write) {
   const Ins* ip = f.ip;
-  TulValue sb, sc, sd;
-  const TulValue* obj = read(ip->b, f, lines::B, sb);
+  const TulValue* obj = read(ip->b, f, lines::B);
   if (!obj) return false;
-  const TulValue* key = read(ip->c, f, lines::C, sc);
+  const TulValue* key = read(ip->c, f, lines::C);
   if (!key) return false;
   if (write) {
-    const TulValue* v = read(ip->d, f, lines::D, sd);
+    const TulValue* v = read(ip->d, f, lines::D);
     if (!v || !ops::writeIndex(*this, f, lines::Op, *obj, *key, *v)) return false;
     if (ip->flags & kFreeB) dropRef(f.slots[operand::index(ip->b)]);
     if (ip->flags & kFreeC) dropRef(f.slots[operand::index(ip->c)]);
@@ -398,10 +393,9 @@ bool Interp::index(Frame& f, bool write) {
 bool Interp::rare(Frame& f) {
   const Ins* ip = f.ip;
   TulValue* R = f.slots;
-  TulValue scratch;
   switch (ip->op) {
     case Op::DefGlobal: {
-      const TulValue* v = read(ip->b, f, lines::B, scratch);
+      const TulValue* v = read(ip->b, f, lines::B);
       if (!v) return false;
       const TulValue held(*v);
       if (ip->flags & kFreeB) dropRef(R[operand::index(ip->b)]);
@@ -428,7 +422,7 @@ bool Interp::rare(Frame& f) {
       return ops::dictionaryKey(*this, f, lines::Op, R[operand::index(ip->b)], k);
     }
     case Op::DictPut: {
-      const TulValue* v = read(ip->c, f, lines::C, scratch);
+      const TulValue* v = read(ip->c, f, lines::C);
       if (!v) return false;
       TulDictionary* d = static_cast<TulDictionary*>(R[operand::index(ip->a)]);
       *(*d)[*static_cast<TulString*>(R[operand::index(ip->b)])] = *v;
@@ -437,7 +431,7 @@ bool Interp::rare(Frame& f) {
       return true;
     }
     case Op::IncDec: {
-      const TulValue* old = read(ip->b, f, lines::B, scratch);
+      const TulValue* old = read(ip->b, f, lines::B);
       if (!old) return false;
       TulValue updated;
       if (!ops::stepped(*this, f, lines::Op, ip->d > 0, (ip->flags & kPrefix) != 0, *old,
@@ -453,7 +447,7 @@ bool Interp::rare(Frame& f) {
       return true;
     }
     case Op::Throw: {
-      const TulValue* v = read(ip->b, f, lines::B, scratch);
+      const TulValue* v = read(ip->b, f, lines::B);
       if (!v) return false;
       const TulValue held(*v);
       return ops::raise(*this, f, lines::Op, held);
@@ -465,7 +459,7 @@ bool Interp::rare(Frame& f) {
       return true;
     }
     case Op::Static: {
-      const TulValue* v = read(ip->b, f, lines::B, scratch);
+      const TulValue* v = read(ip->b, f, lines::B);
       if (!v) return false;
       const std::string& name = f.code->strings[static_cast<std::size_t>(ip->c)];
       static_cast<TulClass*>(R[operand::index(ip->a)])->addStaticDataMember(name.c_str(), *v);
@@ -534,14 +528,13 @@ Flow Interp::run(const Code& code, Frame& f) {
   static_assert(sizeof kLabels / sizeof kLabels[0] == kOpCount, "a label for every instruction");
 #endif
 
-  std::vector<TryHandler> handlers;
+  const std::size_t tryBase = tries_.size();  // the handlers of this run lie above
   const void* pending[kMaxPendingCalls];
   const Ins* const first = code.ins.data();
   const Ins* ip = first;
   f.code = &code;
   TulValue* const R = f.slots;
   const bool limited = opts_.maxSteps > 0;
-  TulValue sb, sc;  // class values read through undefined globals
   std::int32_t r;   // an integer result (one slot for all instructions)
 
 // The frame keeps the instruction under way, where an error finds it.
@@ -559,7 +552,7 @@ Flow Interp::run(const Code& code, Frame& f) {
     ++ip;      \
     DISPATCH();\
   } while (0)
-#define READ(x, which, scratch) read((x), f, (which), (scratch))
+#define READ(x, which) read((x), f, (which))
 #define FREE(flag, x) \
   if (ip->flags & (flag)) dropRef(R[operand::index(x)])
 #define FREE_BC()                                 \
@@ -593,7 +586,7 @@ Move:
   if (ip->flags & kFreeB) {
     CHECK(store(ip->a, f, std::move(R[operand::index(ip->b)])));
   } else {
-    const TulValue* x = READ(ip->b, lines::B, sb);
+    const TulValue* x = READ(ip->b, lines::B);
     CHECK(x);
     if (operand::space(ip->a) == operand::Local) {
       R[operand::index(ip->a)] = *x;  // copied before the old value goes
@@ -605,9 +598,9 @@ Move:
 
 #define BINARY(NAME)                                                         \
   NAME : {                                                                          \
-    const TulValue* x = READ(ip->b, lines::B, sb);                                \
+    const TulValue* x = READ(ip->b, lines::B);                                \
     CHECK(x);                                                                       \
-    const TulValue* y = READ(ip->c, lines::C, sc);                                \
+    const TulValue* y = READ(ip->c, lines::C);                                \
     CHECK(y);                                                                       \
     if (BOTH_INT(x, y) && intBinary(opToken(Op::NAME), x->i32(), y->i32(), r)) {                \
       CHECK(storeInt(ip->a, f, r));                                       \
@@ -637,7 +630,7 @@ Move:
 #undef BINARY
 
 Unary: {
-  const TulValue* x = READ(ip->b, lines::B, sb);
+  const TulValue* x = READ(ip->b, lines::B);
   CHECK(x);
   if (x->type() == TulValueType::I32 && ip->op != Op::Plus) {
     const std::uint32_t u = static_cast<std::uint32_t>(static_cast<int>(*x));
@@ -650,7 +643,7 @@ Unary: {
 }
 
 Not: {
-  const TulValue* x = READ(ip->b, lines::B, sb);
+  const TulValue* x = READ(ip->b, lines::B);
   CHECK(x);
   const bool truth = isTrue(*x);
   FREE(kFreeB, ip->b);
@@ -663,7 +656,7 @@ Jump:
   DISPATCH();
 
 JumpIf: {
-  const TulValue* x = READ(ip->b, lines::B, sb);
+  const TulValue* x = READ(ip->b, lines::B);
   CHECK(x);
   const bool taken = isTrue(*x) != ((ip->flags & kNegate) != 0);
   FREE(kFreeB, ip->b);
@@ -676,9 +669,9 @@ JumpIf: {
 
 #define COMPARE_JUMP(NAME)                                                   \
   NAME : {                                                                          \
-    const TulValue* x = READ(ip->b, lines::B, sb);                                \
+    const TulValue* x = READ(ip->b, lines::B);                                \
     CHECK(x);                                                                       \
-    const TulValue* y = READ(ip->c, lines::C, sc);                                \
+    const TulValue* y = READ(ip->c, lines::C);                                \
     CHECK(y);                                                                       \
     int taken;                                                                      \
     if (BOTH_INT(x, y) && intBinary(opToken(Op::NAME), x->i32(), y->i32(), r)) {                \
@@ -705,7 +698,7 @@ JumpIf: {
 StepLess: {
   TulValue* i = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
                                                          : globalSlot(ip->b);
-  const TulValue* n = READ(ip->c, lines::C, sc);
+  const TulValue* n = READ(ip->c, lines::C);
   int taken;
   if (i && n && BOTH_INT(i, n)) {
     const std::int32_t next = static_cast<std::int32_t>(static_cast<std::uint32_t>(i->i32()) + 1u);
@@ -807,7 +800,7 @@ GetIndex: {
   const TulValue* o = variableSlot(ip->b, R);
   bool done = false;
   if (o && (o->type() == TulValueType::Vector || o->type() == TulValueType::Dictionary)) {
-    const TulValue* k = READ(ip->c, lines::C, sc);
+    const TulValue* k = READ(ip->c, lines::C);
     CHECK(k);
     const TulValue* item = nullptr;
     if (o->type() == TulValueType::Vector) {
@@ -835,9 +828,9 @@ SetIndex: {
   const TulValue* o = variableSlot(ip->b, R);
   bool done = false;
   if (o && (o->type() == TulValueType::Vector || o->type() == TulValueType::Dictionary)) {
-    const TulValue* k = READ(ip->c, lines::C, sc);
+    const TulValue* k = READ(ip->c, lines::C);
     CHECK(k);
-    const TulValue* v = READ(ip->d, lines::D, sb);
+    const TulValue* v = READ(ip->d, lines::D);
     CHECK(v);
     TulValue* slot = nullptr;
     if (o->type() == TulValueType::Vector) {
@@ -862,18 +855,21 @@ SetIndex: {
 }
   NEXT();
 
+// A `return` inside a `try` leaves its handlers behind.
 Return: {
   if (ip->flags & kFreeB) {
     f.ret = std::move(R[operand::index(ip->b)]);
-    return Flow::Return;
+  } else {
+    const TulValue* x = READ(ip->b, lines::B);
+    CHECK(x);
+    f.ret = *x;
   }
-  const TulValue* x = READ(ip->b, lines::B, sb);
-  CHECK(x);
-  f.ret = *x;
+  if (tries_.size() != tryBase) tries_.resize(tryBase);
   return Flow::Return;
 }
 
 ReturnNil:
+  if (tries_.size() != tryBase) tries_.resize(tryBase);
   return Flow::Normal;
 
 ForInNext: {
@@ -887,11 +883,11 @@ ForInNext: {
 }
 
 TryBegin:
-  handlers.push_back({ip->a, ip->b, ip->c});
+  tries_.push_back({ip->a, ip->b, ip->c});
   NEXT();
 
 TryEnd:
-  handlers.resize(handlers.size() - static_cast<std::size_t>(ip->d));
+  tries_.resize(tries_.size() - static_cast<std::size_t>(ip->d));
   NEXT();
 
 Rare:
@@ -899,9 +895,12 @@ Rare:
   NEXT();
 
 failed:
-  if (handlers.empty() || !catchError(f, handlers.back())) return Flow::Fail;
-  ip = first + handlers.back().target;
-  handlers.pop_back();
+  if (tries_.size() == tryBase || !catchError(f, tries_.back())) {
+    tries_.resize(tryBase);
+    return Flow::Fail;
+  }
+  ip = first + tries_.back().target;
+  tries_.pop_back();
   DISPATCH();
 #undef DISPATCH
 #undef NEXT
