@@ -135,7 +135,7 @@ class CalleeFrame : public SlotFrame {
  public:
   CalleeFrame(SlotStack& stack, const FunctionDecl& fn, TulValue* args, int n)
       : SlotFrame(stack, frameSlots(fn, n)) {
-    for (int i = 0; i < n; ++i) slots()[i] = std::move(args[i]);
+    for (int i = 0; i < n; ++i) moveInto(slots()[i], std::move(args[i]));
   }
 };
 
@@ -322,7 +322,7 @@ class Interp : public GlobalNames {
   // fails at the instruction's target line).
   TUL_ALWAYS_INLINE bool store(std::int32_t x, Frame& f, TulValue&& v) {
     if (operand::space(x) == operand::Local) {
-      f.slots[operand::index(x)] = std::move(v);
+      moveInto(f.slots[operand::index(x)], std::move(v));
       return true;
     }
     if (operand::space(x) == operand::Global) {

@@ -9,11 +9,42 @@
 
 #include <cstddef>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "host/tul.h"
 
 namespace tulscript {
+
+#if defined(__GNUC__)
+#  define TUL_SLOTS_NOINLINE __attribute__((noinline))
+#else
+#  define TUL_SLOTS_NOINLINE
+#endif
+
+// Whether v holds a reference (to release when it goes).
+inline bool holdsReference(const TulValue& v) {
+  return static_cast<unsigned>(v.type()) >= static_cast<unsigned>(TulValueType::Object);
+}
+
+// dst = src moved, for the VM's commonest writes. Over a value that holds
+// no reference there is nothing to release, so the value is built in place
+// (the general assignment stays for the rest: releasing may run a dtor).
+inline void moveInto(TulValue& dst, TulValue&& src) {
+  if (holdsReference(dst)) {
+    dst = std::move(src);
+    return;
+  }
+  new (&dst) TulValue(std::move(src));
+}
+
+// v = nil.
+inline void clearValue(TulValue& v) {
+  if (holdsReference(v))
+    v = TulValue();
+  else
+    new (&v) TulValue();
+}
 
 class SlotStack {
  public:
@@ -40,12 +71,22 @@ class SlotStack {
   // its own; they lie above the slots being cleared, so the top moves down
   // only once the values are gone.
   void release(const Mark& m) {
+    if (block_ != m.block) return releaseBlocks(m);
+    // Frames within one block, the common case, inline.
+    TulValue* slots = blocks_[block_].slots.get();
+    for (std::size_t i = m.top; i < top_; ++i)
+      if (slots[i].type() != TulValueType::Nil) clearValue(slots[i]);
+    top_ = m.top;
+  }
+
+ private:
+  TUL_SLOTS_NOINLINE void releaseBlocks(const Mark& m) {
     while (block_ != m.block || top_ != m.top) {
       // The block's array stays put even if running a dtor adds blocks.
       TulValue* slots = blocks_[block_].slots.get();
       const std::size_t from = block_ == m.block ? m.top : 0;
       for (std::size_t i = from; i < top_; ++i)
-        if (slots[i].type() != TulValueType::Nil) slots[i] = TulValue();
+        if (slots[i].type() != TulValueType::Nil) clearValue(slots[i]);
       if (block_ == m.block) {
         top_ = m.top;
       } else {
@@ -55,7 +96,6 @@ class SlotStack {
     }
   }
 
- private:
   static constexpr std::size_t kBlockSlots = 4096;
 
   struct Block {
