@@ -19,7 +19,7 @@ set -u
 run=$1 tul=$2 cxx=$3 lua=$4 lua_why=$5
 here=$(cd "$(dirname "$0")" && pwd)
 # BENCH_PROGRAMS picks some of them (names separated by spaces).
-programs=(${BENCH_PROGRAMS:-calls loops bitloop methods strings dicts vectors})
+programs=(${BENCH_PROGRAMS:-calls loops bitloop methods strings dicts vectors texts callbacks})
 lua_target=3.000
 declare -A dominant=(
   [calls]="a script call: the callee's frame taken from the slot stack and cleared when it ends, the arguments moved in, and a nested run() of the VM for the body"
@@ -29,6 +29,8 @@ declare -A dominant=(
   [strings]="one new host string for each chain of + and one for each literal evaluated outside an operator"
   [dicts]="the key string built by + (one host string a key) and the host dictionary's hashing of it on every read and write"
   [vectors]="each element a 16-byte value copied in and out, and the instructions of the loops around them"
+  [texts]="the calls of the String class's native methods through the runtime, each with its frame and argument checks"
+  [callbacks]="a call through a value: the function read from a vector, a dictionary or a variable, and its frame"
 )
 declare -A next_step=(
   [calls]="run script functions without a nested run() of the VM, the caller's place kept with its frame in the slot stack (a first try that kept it in a separate stack cost more than the C++ call it saved)"
@@ -38,6 +40,8 @@ declare -A next_step=(
   [strings]="literals joined into the chain's string without a string of their own"
   [dicts]="keys hashed once per string"
   [vectors]="instructions specialised for operands in locals and constants"
+  [texts]="native method calls that reuse the call site's lookup of the method"
+  [callbacks]="script calls run in the caller's loop, without a nested run() of the VM"
 )
 check_rounds=7      # the run whose output all versions must agree on
 long_run=1.2        # seconds of work the long run is sized to

@@ -155,6 +155,7 @@ struct Code {
   std::vector<IncludeSite> includes;
   std::vector<LineRun> lineRuns;     // by pc
   std::vector<ExtraLine> extraLines; // by pc, then kind
+  int params = 0;                // the function's parameters
   int frameSize = 1;             // locals and temporaries
   int pendingCalls = 0;          // callees held at once (Callee ... Call)
 

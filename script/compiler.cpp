@@ -986,6 +986,7 @@ void compileProgram(Program& program, bool countSteps) {
   for (const std::unique_ptr<FunctionDecl>& fn : program.functions) {
     Compiler c(fn->code, fn->slotCount, nullptr, countSteps);
     c.body(fn->body.body);
+    fn->code.params = static_cast<int>(fn->params.size());
   }
   // Functions of a file are defined before its first statement runs.
   std::vector<char> known;

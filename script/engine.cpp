@@ -294,6 +294,8 @@ void Interp::reraiseFirstForwarded() {
 }
 
 Interp::Forwarded Interp::enterNativeCall() {
+  // The forwarded texts mean nothing while none is waiting: nothing to save.
+  if (!haveForwarded_) return Forwarded();
   Forwarded outer{haveForwarded_, std::move(forwarded_), std::move(forwardedRecord_)};
   haveForwarded_ = false;
   forwarded_ = ScriptError();

@@ -21,6 +21,7 @@
 #include "runtime/runtime.h"
 #include "script/ast.h"
 #include "script/bytecode.h"
+#include "script/compiler.h"
 #include "script/engine.h"
 #include "script/parser.h"
 #include "script/slot_stack.h"
@@ -409,6 +410,25 @@ class Interp : public GlobalNames {
     int temps;
   };
   TUL_NOINLINE bool catchError(Frame& f, const TryHandler& h);
+  // A script function called from script code runs as an activation of
+  // the caller's run() loop rather than in a run() of its own: its frame,
+  // where its slots begin on the slot stack, and what the caller resumes
+  // with when it ends.
+  struct Activation {
+    Frame frame;
+    SlotStack::Mark mark{};
+    Frame* caller = nullptr;
+    const void** callerPending = nullptr;
+    std::size_t callerTryBase = 0;
+    const void* pending[kMaxPendingCalls];
+  };
+  // Starts fn's activation, which takes over the n arguments at args.
+  Activation& pushActivation(const FunctionDecl& fn, TulValue* args, int n,
+                                          Frame& caller, const void** callerPending,
+                                          std::size_t callerTryBase);
+  // Ends the innermost activation (its result already taken), releasing its
+  // slots; the caller's frame, with its pending callees and first handler.
+  Frame* popActivation(const void**& pending, std::size_t& tryBase);
   bool methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, const ValPtr& p,
                        TulValue& self, const TulValue*& args, int& nargs);
   bool runGuarded(const FunctionDecl& fn, TulClass* cls, const TulValue& self,
@@ -492,6 +512,9 @@ class Interp : public GlobalNames {
 
   std::int64_t steps_ = 0;
   int callDepth_ = 0;
+  // Activations by depth, each allocated once so that it stays put.
+  std::vector<std::unique_ptr<Activation>> activations_;
+  std::size_t depth_ = 0;  // activations under way
   std::uintptr_t stackBase_ = 0;
   std::size_t stackBudget_ = 0;
   int activeRuns_ = 0;  // runs and method frames entered from outside

@@ -16,6 +16,13 @@
 
 namespace tulscript {
 
+// What every call does is kept inline (where the optimiser would leave it
+// out of line in the VM's big loop); the rare rest is kept out.
+#if defined(__GNUC__) && defined(__OPTIMIZE__)
+#  define TUL_SLOTS_INLINE __attribute__((always_inline)) inline
+#else
+#  define TUL_SLOTS_INLINE inline
+#endif
 #if defined(__GNUC__)
 #  define TUL_SLOTS_NOINLINE __attribute__((noinline))
 #else
@@ -23,14 +30,14 @@ namespace tulscript {
 #endif
 
 // Whether v holds a reference (to release when it goes).
-inline bool holdsReference(const TulValue& v) {
+TUL_SLOTS_INLINE bool holdsReference(const TulValue& v) {
   return static_cast<unsigned>(v.type()) >= static_cast<unsigned>(TulValueType::Object);
 }
 
 // dst = src moved, for the VM's commonest writes. Over a value that holds
 // no reference there is nothing to release, so the value is built in place
 // (the general assignment stays for the rest: releasing may run a dtor).
-inline void moveInto(TulValue& dst, TulValue&& src) {
+TUL_SLOTS_INLINE void moveInto(TulValue& dst, TulValue&& src) {
   if (holdsReference(dst)) {
     dst = std::move(src);
     return;
@@ -39,7 +46,7 @@ inline void moveInto(TulValue& dst, TulValue&& src) {
 }
 
 // v = nil.
-inline void clearValue(TulValue& v) {
+TUL_SLOTS_INLINE void clearValue(TulValue& v) {
   if (holdsReference(v))
     v = TulValue();
   else
@@ -57,7 +64,7 @@ class SlotStack {
   Mark mark() const { return {block_, top_}; }
 
   // n nil slots, contiguous, above everything taken so far.
-  TulValue* take(std::size_t n) {
+  TUL_SLOTS_INLINE TulValue* take(std::size_t n) {
     if (block_ < blocks_.size() && top_ + n <= blocks_[block_].size) {
       TulValue* p = blocks_[block_].slots.get() + top_;
       top_ += n;
@@ -70,7 +77,7 @@ class SlotStack {
   // slot order. Releasing may run script code (a dtor) that takes frames of
   // its own; they lie above the slots being cleared, so the top moves down
   // only once the values are gone.
-  void release(const Mark& m) {
+  TUL_SLOTS_INLINE void release(const Mark& m) {
     if (block_ != m.block) return releaseBlocks(m);
     // Frames within one block, the common case, inline.
     TulValue* slots = blocks_[block_].slots.get();
@@ -104,7 +111,7 @@ class SlotStack {
     std::size_t used = 0;  // where the top stood when the next block began
   };
 
-  TulValue* takeFromNextBlock(std::size_t n) {
+  TUL_SLOTS_NOINLINE TulValue* takeFromNextBlock(std::size_t n) {
     if (block_ < blocks_.size()) blocks_[block_].used = top_;
     std::size_t next = blocks_.empty() ? 0 : block_ + 1;
     // Blocks above the top hold nothing; one too small for n goes.

@@ -239,6 +239,42 @@ bool Interp::callFunctionAt(Frame& f, const FunctionDecl& fn,
   return store(ip->a, f, std::move(out));
 }
 
+TUL_ALWAYS_INLINE Interp::Activation& Interp::pushActivation(const FunctionDecl& fn, TulValue* args, int n,
+                                           Frame& caller, const void** callerPending,
+                                           std::size_t callerTryBase) {
+  if (depth_ == activations_.size()) activations_.emplace_back(new Activation());
+  Activation& a = *activations_[depth_++];
+  ++callDepth_;
+  a.mark = slotStack_.mark();
+  TulValue* slots = slotStack_.take(frameSlots(fn, n));
+  // Slots taken are nil: the arguments are moved in without a release.
+  for (int i = 0; i < n; ++i) new (&slots[i]) TulValue(std::move(args[i]));
+  if (fn.selfSlot >= 0) slots[fn.selfSlot] = functionValue(fn);
+  a.frame.program = fn.program;
+  a.frame.slots = slots;
+  a.frame.self = nullptr;
+  a.frame.cls = nullptr;
+  a.frame.code = &fn.code;
+  a.frame.ip = fn.code.ins.data();
+  a.caller = &caller;
+  a.callerPending = callerPending;
+  a.callerTryBase = callerTryBase;
+  return a;
+}
+
+TUL_ALWAYS_INLINE Frame* Interp::popActivation(const void**& pending, std::size_t& tryBase) {
+  Activation& a = *activations_[--depth_];
+  Frame* caller = a.caller;
+  pending = a.callerPending;
+  tryBase = a.callerTryBase;
+  const SlotStack::Mark mark = a.mark;
+  --callDepth_;
+  // A dtor run by the release may start activations of its own, at this
+  // depth: nothing of this one is read past here.
+  slotStack_.release(mark);
+  return caller;
+}
+
 bool Interp::callPending(Frame& f, const void* pending,
                          TulValue* args, int n) {
   const Ins* ip = f.ip;
@@ -519,7 +555,7 @@ bool Interp::storeCopy(Frame& f, const TulValue& v) {
 #else
 #  define TUL_COMPUTED_GOTO 0
 #endif
-Flow Interp::run(const Code& code, Frame& f) {
+Flow Interp::run(const Code& code, Frame& entry) {
 #if TUL_COMPUTED_GOTO
   static const void* const kLabels[] = {
 #  define TUL_OP(name, label, token) &&label,
@@ -528,12 +564,19 @@ Flow Interp::run(const Code& code, Frame& f) {
   static_assert(sizeof kLabels / sizeof kLabels[0] == kOpCount, "a label for every instruction");
 #endif
 
-  const std::size_t tryBase = tries_.size();  // the handlers of this run lie above
-  const void* pending[kMaxPendingCalls];
-  const Ins* const first = code.ins.data();
+  // The activation running: its frame, code, slots, pending callees and the
+  // first of the try handlers it owns. Script functions called by name or
+  // through a value run as activations of this same loop (see call()), so
+  // these change with each call and return.
+  const std::size_t depth0 = depth_;  // the activations this run started lie above
+  Frame* F = &entry;
+  std::size_t tryBase = tries_.size();
+  const void* entryPending[kMaxPendingCalls];
+  const void** pending = entryPending;
+  const Ins* first = code.ins.data();
   const Ins* ip = first;
-  f.code = &code;
-  TulValue* const R = f.slots;
+  TulValue* R = entry.slots;
+  entry.code = &code;
   const bool limited = opts_.maxSteps > 0;
   std::int32_t r;   // an integer result (one slot for all instructions)
 
@@ -541,7 +584,7 @@ Flow Interp::run(const Code& code, Frame& f) {
 #if TUL_COMPUTED_GOTO
 #  define DISPATCH()  \
     do {              \
-      f.ip = ip;      \
+      F->ip = ip;      \
       goto* kLabels[static_cast<int>(ip->op)]; \
     } while (0)
 #else
@@ -552,7 +595,26 @@ Flow Interp::run(const Code& code, Frame& f) {
     ++ip;      \
     DISPATCH();\
   } while (0)
-#define READ(x, which) read((x), f, (which))
+#define READ(x, which) read((x), *F, (which))
+// Runs activation a from its first instruction.
+#define ENTER(a)                      \
+  do {                                \
+    Activation& entered = (a);        \
+    F = &entered.frame;               \
+    pending = entered.pending;        \
+    tryBase = tries_.size();          \
+    first = F->code->ins.data();      \
+    ip = first;                       \
+    R = F->slots;                     \
+    DISPATCH();                       \
+  } while (0)
+// Goes on with frame F where it stood.
+#define RESUME()                      \
+  do {                                \
+    first = F->code->ins.data();      \
+    ip = F->ip;                       \
+    R = F->slots;                     \
+  } while (0)
 #define FREE(flag, x) \
   if (ip->flags & (flag)) dropRef(R[operand::index(x)])
 #define FREE_BC()                                 \
@@ -568,7 +630,7 @@ Flow Interp::run(const Code& code, Frame& f) {
 
 #if !TUL_COMPUTED_GOTO
 dispatch:
-  f.ip = ip;
+  F->ip = ip;
   switch (ip->op) {
 #  define TUL_OP(name, label, token) \
     case Op::name:                   \
@@ -579,19 +641,19 @@ dispatch:
   DISPATCH();
 
 Step:
-  CHECK(countStep(f, lines::Op));
+  CHECK(countStep(*F, lines::Op));
   NEXT();
 
 Move:
   if (ip->flags & kFreeB) {
-    CHECK(store(ip->a, f, std::move(R[operand::index(ip->b)])));
+    CHECK(store(ip->a, *F, std::move(R[operand::index(ip->b)])));
   } else {
     const TulValue* x = READ(ip->b, lines::B);
     CHECK(x);
     if (operand::space(ip->a) == operand::Local) {
       R[operand::index(ip->a)] = *x;  // copied before the old value goes
     } else {
-      CHECK(storeCopy(f, *x));
+      CHECK(storeCopy(*F, *x));
     }
   }
   NEXT();
@@ -603,9 +665,9 @@ Move:
     const TulValue* y = READ(ip->c, lines::C);                                \
     CHECK(y);                                                                       \
     if (BOTH_INT(x, y) && intBinary(opToken(Op::NAME), x->i32(), y->i32(), r)) {                \
-      CHECK(storeInt(ip->a, f, r));                                       \
+      CHECK(storeInt(ip->a, *F, r));                                       \
     } else {                                                                        \
-      CHECK(binarySlow(f, opToken(Op::NAME), *x, *y));                                \
+      CHECK(binarySlow(*F, opToken(Op::NAME), *x, *y));                                \
     }                                                                               \
     FREE_BC();                                                                      \
     NEXT();                                                                         \
@@ -634,9 +696,9 @@ Unary: {
   CHECK(x);
   if (x->type() == TulValueType::I32 && ip->op != Op::Plus) {
     const std::uint32_t u = static_cast<std::uint32_t>(static_cast<int>(*x));
-    CHECK(storeInt(ip->a, f, static_cast<std::int32_t>(ip->op == Op::Neg ? 0u - u : ~u)));
+    CHECK(storeInt(ip->a, *F, static_cast<std::int32_t>(ip->op == Op::Neg ? 0u - u : ~u)));
   } else {
-    CHECK(unarySlow(f, *x));
+    CHECK(unarySlow(*F, *x));
   }
   FREE(kFreeB, ip->b);
   NEXT();
@@ -647,7 +709,7 @@ Not: {
   CHECK(x);
   const bool truth = isTrue(*x);
   FREE(kFreeB, ip->b);
-  CHECK(storeInt(ip->a, f, truth ? 0 : 1));
+  CHECK(storeInt(ip->a, *F, truth ? 0 : 1));
   NEXT();
 }
 
@@ -677,7 +739,7 @@ JumpIf: {
     if (BOTH_INT(x, y) && intBinary(opToken(Op::NAME), x->i32(), y->i32(), r)) {                \
       taken = (r != 0) != ((ip->flags & kNegate) != 0);                             \
     } else {                                                                        \
-      taken = jumpSlow(f, *x, *y);                                        \
+      taken = jumpSlow(*F, *x, *y);                                        \
       CHECK(taken >= 0);                                                            \
     }                                                                               \
     FREE_BC();                                                                      \
@@ -703,10 +765,10 @@ StepLess: {
   if (i && n && BOTH_INT(i, n)) {
     const std::int32_t next = static_cast<std::int32_t>(static_cast<std::uint32_t>(i->i32()) + 1u);
     i->putInt(next);
-    if (limited && !countStep(f, lines::Step)) goto failed;
+    if (limited && !countStep(*F, lines::Step)) goto failed;
     taken = next < n->i32();
   } else {
-    taken = stepLessSlow(f);
+    taken = stepLessSlow(*F);
     CHECK(taken >= 0);
   }
   if (taken) {
@@ -723,7 +785,7 @@ IncVar: {
     v->putInt(static_cast<std::int32_t>(static_cast<std::uint32_t>(v->i32()) +
                                         static_cast<std::uint32_t>(ip->d)));
   } else {
-    CHECK(incVarSlow(f));
+    CHECK(incVarSlow(*F));
   }
   NEXT();
 }
@@ -739,59 +801,74 @@ Callee: {
   if (fn && fn->decl())
     pending[ip->spare] = fn->decl();
   else
-    CHECK(callee(f, pending));
+    CHECK(callee(*F, pending));
 }
   NEXT();
 
+// A script function called by name or through a value runs in this loop
+// (unless the call fails at once: too many arguments, calls too deep).
 Call:
   if (const FunctionDecl* fn = scriptCallee(pending[ip->spare])) {
-    CHECK(callFunctionAt(f, *fn, R + ip->b, ip->c));
+    if (ip->c <= fn->code.params && callDepth_ < kMaxScriptCallDepth)
+      ENTER(pushActivation(*fn, R + ip->b, ip->c, *F, pending, tryBase));
+    CHECK(callFunctionAt(*F, *fn, R + ip->b, ip->c));
   } else {
-    CHECK(callPending(f, pending[ip->spare], R + ip->b, ip->c));
+    CHECK(callPending(*F, pending[ip->spare], R + ip->b, ip->c));
   }
   NEXT();
 
-CallValue:
-  CHECK(callTemp(f));
+CallValue: {
+  TulValue* callee = R + ip->b;
+  const FunctionObject* fo = callee->type() == TulValueType::Function
+                                 ? static_cast<const FunctionObject*>(callee->refObject())
+                                 : nullptr;
+  const FunctionDecl* fn = fo ? fo->decl() : nullptr;
+  if (fn && ip->c <= fn->code.params && callDepth_ < kMaxScriptCallDepth) {
+    Activation& a = pushActivation(*fn, callee + 1, ip->c, *F, pending, tryBase);
+    dropRef(*callee);  // the declaration lives as long as its program
+    ENTER(a);
+  }
+  CHECK(callTemp(*F));
   NEXT();
+}
 
 LenOrPush:
-  CHECK(lenOrPush(f, pending[ip->spare]));
+  CHECK(lenOrPush(*F, pending[ip->spare]));
   NEXT();
 
 Method:
-  CHECK(method(f));
+  CHECK(method(*F));
   NEXT();
 
 BaseMethod:
-  CHECK(baseMethod(f));
+  CHECK(baseMethod(*F));
   NEXT();
 
 GetMember: {
   // A data member of an object in a local or `this`, at the index the site
   // remembers for its class.
   const TulValue* o = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
-                      : operand::space(ip->b) == operand::This ? f.self
+                      : operand::space(ip->b) == operand::This ? F->self
                                                                 : nullptr;
   bool done = false;
   if (o && o->type() == TulValueType::Object) {
     TulObject* obj = static_cast<TulObject*>(o->refObject());
-    const SiteCache& site = code.members[static_cast<std::size_t>(ip->c)].cache;
+    const SiteCache& site = F->code->members[static_cast<std::size_t>(ip->c)].cache;
     TulVector* data = obj->getMemberData();
     if (site.cls == obj->getClass() && site.epoch == classEpoch_ && site.index >= 0 && data &&
         static_cast<unsigned>(site.index) < data->size()) {
       // Copied before the temporary holding the object goes.
-      CHECK(storeCopy(f, (*data)[static_cast<unsigned>(site.index)]));
+      CHECK(storeCopy(*F, (*data)[static_cast<unsigned>(site.index)]));
       FREE(kFreeB, ip->b);
       done = true;
     }
   }
-  if (!done) CHECK(member(f, false));
+  if (!done) CHECK(member(*F, false));
 }
   NEXT();
 
 SetMember:
-  CHECK(member(f, true));
+  CHECK(member(*F, true));
   NEXT();
 
 GetIndex: {
@@ -813,12 +890,12 @@ GetIndex: {
       item = e ? &e->value : &kNil;
     }
     if (item) {
-      CHECK(storeCopy(f, *item));
+      CHECK(storeCopy(*F, *item));
       FREE_BC();
       done = true;
     }
   }
-  if (!done) CHECK(index(f, false));
+  if (!done) CHECK(index(*F, false));
 }
   NEXT();
 
@@ -851,29 +928,44 @@ SetIndex: {
       done = true;
     }
   }
-  if (!done) CHECK(index(f, true));
+  if (!done) CHECK(index(*F, true));
 }
   NEXT();
 
 // A `return` inside a `try` leaves its handlers behind.
 Return: {
   if (ip->flags & kFreeB) {
-    f.ret = std::move(R[operand::index(ip->b)]);
+    F->ret = std::move(R[operand::index(ip->b)]);
   } else {
     const TulValue* x = READ(ip->b, lines::B);
     CHECK(x);
-    f.ret = *x;
+    F->ret = *x;
   }
   if (tries_.size() != tryBase) tries_.resize(tryBase);
-  return Flow::Return;
+  if (depth_ == depth0) return Flow::Return;
+  goto returned;
 }
 
 ReturnNil:
   if (tries_.size() != tryBase) tries_.resize(tryBase);
-  return Flow::Normal;
+  if (depth_ == depth0) return Flow::Normal;
+  goto returned;
+
+// The activation has ended: its caller goes on with the result.
+returned: {
+  bool ok;
+  {
+    TulValue out(std::move(F->ret));
+    F = popActivation(pending, tryBase);
+    RESUME();
+    ok = store(ip->a, *F, std::move(out));
+  }
+  CHECK(ok);
+  NEXT();
+}
 
 ForInNext: {
-  const int more = forInNext(f);
+  const int more = forInNext(*F);
   CHECK(more >= 0);
   if (!more) {
     ip = first + ip->a;
@@ -891,20 +983,30 @@ TryEnd:
   NEXT();
 
 Rare:
-  CHECK(rare(f));
+  CHECK(rare(*F));
   NEXT();
 
+// The innermost handler of the activation catches the error; without one
+// the activation ends and its caller fails in turn. Exit and abort pass
+// every handler.
 failed:
-  if (tries_.size() == tryBase || !catchError(f, tries_.back())) {
+  if (tries_.size() > tryBase) {
+    if (catchError(*F, tries_.back())) {
+      ip = first + tries_.back().target;
+      tries_.pop_back();
+      DISPATCH();
+    }
     tries_.resize(tryBase);
-    return Flow::Fail;
   }
-  ip = first + tries_.back().target;
-  tries_.pop_back();
-  DISPATCH();
+  if (depth_ == depth0) return Flow::Fail;
+  F = popActivation(pending, tryBase);
+  RESUME();
+  goto failed;
 #undef DISPATCH
 #undef NEXT
 #undef READ
+#undef ENTER
+#undef RESUME
 #undef FREE
 #undef FREE_BC
 #undef BOTH_INT
