@@ -596,6 +596,19 @@ Flow Interp::run(const Code& code, Frame& entry) {
     DISPATCH();\
   } while (0)
 #define READ(x, which) read((x), *F, (which))
+// Destination a = a copy of v. Over a local that holds no reference the
+// copy is built in place; anywhere else it is made before the old value
+// goes, which may release what v lies in.
+#define COPY_TO_A(v)                                                              \
+  do {                                                                            \
+    const TulValue& copied = (v);                                                 \
+    if (operand::space(ip->a) == operand::Local &&                                \
+        !holdsReference(R[operand::index(ip->a)])) {                              \
+      new (&R[operand::index(ip->a)]) TulValue(copied);                           \
+    } else {                                                                      \
+      CHECK(storeCopy(*F, copied));                                               \
+    }                                                                             \
+  } while (0)
 // Runs activation a from its first instruction.
 #define ENTER(a)                      \
   do {                                \
@@ -650,11 +663,7 @@ Move:
   } else {
     const TulValue* x = READ(ip->b, lines::B);
     CHECK(x);
-    if (operand::space(ip->a) == operand::Local) {
-      R[operand::index(ip->a)] = *x;  // copied before the old value goes
-    } else {
-      CHECK(storeCopy(*F, *x));
-    }
+    COPY_TO_A(*x);
   }
   NEXT();
 
@@ -800,6 +809,9 @@ Callee: {
                                  : nullptr;
   if (fn && fn->decl())
     pending[ip->spare] = fn->decl();
+  else if (fn)  // a built-in, marked by the low bit
+    pending[ip->spare] =
+        reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(fn) | 1);
   else
     CHECK(callee(*F, pending));
 }
@@ -858,7 +870,7 @@ GetMember: {
     if (site.cls == obj->getClass() && site.epoch == classEpoch_ && site.index >= 0 && data &&
         static_cast<unsigned>(site.index) < data->size()) {
       // Copied before the temporary holding the object goes.
-      CHECK(storeCopy(*F, (*data)[static_cast<unsigned>(site.index)]));
+      COPY_TO_A((*data)[static_cast<unsigned>(site.index)]);
       FREE(kFreeB, ip->b);
       done = true;
     }
@@ -890,7 +902,7 @@ GetIndex: {
       item = e ? &e->value : &kNil;
     }
     if (item) {
-      CHECK(storeCopy(*F, *item));
+      COPY_TO_A(*item);
       FREE_BC();
       done = true;
     }
@@ -1006,6 +1018,7 @@ failed:
 #undef NEXT
 #undef READ
 #undef ENTER
+#undef COPY_TO_A
 #undef RESUME
 #undef FREE
 #undef FREE_BC
