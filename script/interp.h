@@ -308,6 +308,19 @@ class Interp : public GlobalNames {
     if (defined_[static_cast<std::size_t>(i)]) return &globals_[static_cast<std::size_t>(i)];
     return readGlobal(i, f, which);
   }
+  // The same for the VM's loop, which saves the frame's instruction only
+  // where an error can be reported.
+  // (consts: the code's constants, where the loop keeps them).
+  TUL_ALWAYS_INLINE const TulValue* read(std::int32_t x, Frame& f, int which, const Ins* ip,
+                                         const TulValue* consts) {
+    const int i = operand::index(x);
+    if (operand::space(x) == operand::Local) return f.slots + i;
+    if (operand::space(x) == operand::Const) return consts + i;
+    if (operand::space(x) == operand::This) return &f.thisValue();
+    if (defined_[static_cast<std::size_t>(i)]) return &globals_[static_cast<std::size_t>(i)];
+    f.ip = ip;
+    return readGlobal(i, f, which);
+  }
   // Where a variable operand (a local or a defined global) is; null for any
   // other operand.
   TUL_ALWAYS_INLINE TulValue* variableSlot(std::int32_t x, TulValue* locals) {
@@ -321,6 +334,14 @@ class Interp : public GlobalNames {
   }
   // Writes the frame's instruction's destination x (an undeclared global
   // fails at the instruction's target line).
+  TUL_ALWAYS_INLINE bool store(std::int32_t x, Frame& f, TulValue&& v, const Ins* ip) {
+    if (operand::space(x) == operand::Local) {
+      moveInto(f.slots[operand::index(x)], std::move(v));
+      return true;
+    }
+    f.ip = ip;
+    return store(x, f, std::move(v));
+  }
   TUL_ALWAYS_INLINE bool store(std::int32_t x, Frame& f, TulValue&& v) {
     if (operand::space(x) == operand::Local) {
       moveInto(f.slots[operand::index(x)], std::move(v));
@@ -334,13 +355,14 @@ class Interp : public GlobalNames {
     }
     return storeSlow(x, f, std::move(v));
   }
-  TUL_ALWAYS_INLINE bool storeInt(std::int32_t x, Frame& f, std::int32_t r) {
+  TUL_ALWAYS_INLINE bool storeInt(std::int32_t x, Frame& f, std::int32_t r, const Ins* ip) {
     if (operand::space(x) == operand::Local) {
       if (f.slots[operand::index(x)].putInt(r)) return true;
     } else if (operand::space(x) == operand::Global) {
       TulValue* g = globalSlot(x);
       if (g && g->putInt(r)) return true;
     }
+    f.ip = ip;
     return storeIntSlow(x, f, r);
   }
   // Around every call from script code into the runtime. An error that a

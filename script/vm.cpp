@@ -576,17 +576,14 @@ Flow Interp::run(const Code& code, Frame& entry) {
   const Ins* first = code.ins.data();
   const Ins* ip = first;
   TulValue* R = entry.slots;
+  const TulValue* K = code.consts.data();
   entry.code = &code;
   const bool limited = opts_.maxSteps > 0;
   std::int32_t r;   // an integer result (one slot for all instructions)
 
 // The frame keeps the instruction under way, where an error finds it.
 #if TUL_COMPUTED_GOTO
-#  define DISPATCH()  \
-    do {              \
-      F->ip = ip;      \
-      goto* kLabels[static_cast<int>(ip->op)]; \
-    } while (0)
+#  define DISPATCH() goto* kLabels[static_cast<int>(ip->op)]
 #else
 #  define DISPATCH() goto dispatch
 #endif
@@ -595,7 +592,7 @@ Flow Interp::run(const Code& code, Frame& entry) {
     ++ip;      \
     DISPATCH();\
   } while (0)
-#define READ(x, which) read((x), *F, (which))
+#define READ(x, which) read((x), *F, (which), ip, K)
 // Destination a = a copy of v. Over a local that holds no reference the
 // copy is built in place; anywhere else it is made before the old value
 // goes, which may release what v lies in.
@@ -619,6 +616,7 @@ Flow Interp::run(const Code& code, Frame& entry) {
     first = F->code->ins.data();      \
     ip = first;                       \
     R = F->slots;                     \
+    K = F->code->consts.data();       \
     DISPATCH();                       \
   } while (0)
 // Goes on with frame F where it stood.
@@ -627,6 +625,7 @@ Flow Interp::run(const Code& code, Frame& entry) {
     first = F->code->ins.data();      \
     ip = F->ip;                       \
     R = F->slots;                     \
+    K = F->code->consts.data();       \
   } while (0)
 #define FREE(flag, x) \
   if (ip->flags & (flag)) dropRef(R[operand::index(x)])
@@ -638,12 +637,19 @@ Flow Interp::run(const Code& code, Frame& entry) {
 // Both operands 32-bit integers.
 #define BOTH_INT(x, y) \
   ((static_cast<unsigned>((x)->type()) ^ 64u) | (static_cast<unsigned>((y)->type()) ^ 64u)) == 0
-#define CHECK(ok) \
-  if (!(ok)) goto failed
+// A slow path that may fail: the frame's instruction is saved first, where
+// its error finds its line.
+#define CHECK(ok)    \
+  do {               \
+    F->ip = ip;      \
+    if (!(ok)) goto failed; \
+  } while (0)
+// A read or a write that saved the instruction itself where it may fail.
+#define ENSURE(x) \
+  if (!(x)) goto failed
 
 #if !TUL_COMPUTED_GOTO
 dispatch:
-  F->ip = ip;
   switch (ip->op) {
 #  define TUL_OP(name, label, token) \
     case Op::name:                   \
@@ -659,10 +665,10 @@ Step:
 
 Move:
   if (ip->flags & kFreeB) {
-    CHECK(store(ip->a, *F, std::move(R[operand::index(ip->b)])));
+    ENSURE(store(ip->a, *F, std::move(R[operand::index(ip->b)]), ip));
   } else {
     const TulValue* x = READ(ip->b, lines::B);
-    CHECK(x);
+    ENSURE(x);
     COPY_TO_A(*x);
   }
   NEXT();
@@ -670,11 +676,11 @@ Move:
 #define BINARY(NAME)                                                         \
   NAME : {                                                                          \
     const TulValue* x = READ(ip->b, lines::B);                                \
-    CHECK(x);                                                                       \
+    ENSURE(x);                                                                       \
     const TulValue* y = READ(ip->c, lines::C);                                \
-    CHECK(y);                                                                       \
+    ENSURE(y);                                                                       \
     if (BOTH_INT(x, y) && intBinary(opToken(Op::NAME), x->i32(), y->i32(), r)) {                \
-      CHECK(storeInt(ip->a, *F, r));                                       \
+      ENSURE(storeInt(ip->a, *F, r, ip));                                       \
     } else {                                                                        \
       CHECK(binarySlow(*F, opToken(Op::NAME), *x, *y));                                \
     }                                                                               \
@@ -702,10 +708,10 @@ Move:
 
 Unary: {
   const TulValue* x = READ(ip->b, lines::B);
-  CHECK(x);
+  ENSURE(x);
   if (x->type() == TulValueType::I32 && ip->op != Op::Plus) {
     const std::uint32_t u = static_cast<std::uint32_t>(static_cast<int>(*x));
-    CHECK(storeInt(ip->a, *F, static_cast<std::int32_t>(ip->op == Op::Neg ? 0u - u : ~u)));
+    ENSURE(storeInt(ip->a, *F, static_cast<std::int32_t>(ip->op == Op::Neg ? 0u - u : ~u), ip));
   } else {
     CHECK(unarySlow(*F, *x));
   }
@@ -715,10 +721,10 @@ Unary: {
 
 Not: {
   const TulValue* x = READ(ip->b, lines::B);
-  CHECK(x);
+  ENSURE(x);
   const bool truth = isTrue(*x);
   FREE(kFreeB, ip->b);
-  CHECK(storeInt(ip->a, *F, truth ? 0 : 1));
+  ENSURE(storeInt(ip->a, *F, truth ? 0 : 1, ip));
   NEXT();
 }
 
@@ -728,7 +734,7 @@ Jump:
 
 JumpIf: {
   const TulValue* x = READ(ip->b, lines::B);
-  CHECK(x);
+  ENSURE(x);
   const bool taken = isTrue(*x) != ((ip->flags & kNegate) != 0);
   FREE(kFreeB, ip->b);
   if (taken) {
@@ -741,13 +747,14 @@ JumpIf: {
 #define COMPARE_JUMP(NAME)                                                   \
   NAME : {                                                                          \
     const TulValue* x = READ(ip->b, lines::B);                                \
-    CHECK(x);                                                                       \
+    ENSURE(x);                                                                       \
     const TulValue* y = READ(ip->c, lines::C);                                \
-    CHECK(y);                                                                       \
+    ENSURE(y);                                                                       \
     int taken;                                                                      \
     if (BOTH_INT(x, y) && intBinary(opToken(Op::NAME), x->i32(), y->i32(), r)) {                \
       taken = (r != 0) != ((ip->flags & kNegate) != 0);                             \
     } else {                                                                        \
+      F->ip = ip;                                                                  \
       taken = jumpSlow(*F, *x, *y);                                        \
       CHECK(taken >= 0);                                                            \
     }                                                                               \
@@ -774,9 +781,10 @@ StepLess: {
   if (i && n && BOTH_INT(i, n)) {
     const std::int32_t next = static_cast<std::int32_t>(static_cast<std::uint32_t>(i->i32()) + 1u);
     i->putInt(next);
-    if (limited && !countStep(*F, lines::Step)) goto failed;
+    if (limited) CHECK(countStep(*F, lines::Step));
     taken = next < n->i32();
   } else {
+    F->ip = ip;
     taken = stepLessSlow(*F);
     CHECK(taken >= 0);
   }
@@ -822,7 +830,10 @@ Callee: {
 Call:
   if (const FunctionDecl* fn = scriptCallee(pending[ip->spare])) {
     if (ip->c <= fn->code.params && callDepth_ < kMaxScriptCallDepth)
+    {
+      F->ip = ip;
       ENTER(pushActivation(*fn, R + ip->b, ip->c, *F, pending, tryBase));
+    }
     CHECK(callFunctionAt(*F, *fn, R + ip->b, ip->c));
   } else {
     CHECK(callPending(*F, pending[ip->spare], R + ip->b, ip->c));
@@ -836,6 +847,7 @@ CallValue: {
                                  : nullptr;
   const FunctionDecl* fn = fo ? fo->decl() : nullptr;
   if (fn && ip->c <= fn->code.params && callDepth_ < kMaxScriptCallDepth) {
+    F->ip = ip;
     Activation& a = pushActivation(*fn, callee + 1, ip->c, *F, pending, tryBase);
     dropRef(*callee);  // the declaration lives as long as its program
     ENTER(a);
@@ -890,7 +902,7 @@ GetIndex: {
   bool done = false;
   if (o && (o->type() == TulValueType::Vector || o->type() == TulValueType::Dictionary)) {
     const TulValue* k = READ(ip->c, lines::C);
-    CHECK(k);
+    ENSURE(k);
     const TulValue* item = nullptr;
     if (o->type() == TulValueType::Vector) {
       const TulVector* vec = static_cast<TulVector*>(o->refObject());
@@ -918,9 +930,9 @@ SetIndex: {
   bool done = false;
   if (o && (o->type() == TulValueType::Vector || o->type() == TulValueType::Dictionary)) {
     const TulValue* k = READ(ip->c, lines::C);
-    CHECK(k);
+    ENSURE(k);
     const TulValue* v = READ(ip->d, lines::D);
-    CHECK(v);
+    ENSURE(v);
     TulValue* slot = nullptr;
     if (o->type() == TulValueType::Vector) {
       TulVector* vec = static_cast<TulVector*>(o->refObject());
@@ -950,7 +962,7 @@ Return: {
     F->ret = std::move(R[operand::index(ip->b)]);
   } else {
     const TulValue* x = READ(ip->b, lines::B);
-    CHECK(x);
+    ENSURE(x);
     F->ret = *x;
   }
   if (tries_.size() != tryBase) tries_.resize(tryBase);
@@ -970,13 +982,14 @@ returned: {
     TulValue out(std::move(F->ret));
     F = popActivation(pending, tryBase);
     RESUME();
-    ok = store(ip->a, *F, std::move(out));
+    ok = store(ip->a, *F, std::move(out), ip);
   }
-  CHECK(ok);
+  ENSURE(ok);
   NEXT();
 }
 
 ForInNext: {
+  F->ip = ip;
   const int more = forInNext(*F);
   CHECK(more >= 0);
   if (!more) {
@@ -1024,6 +1037,7 @@ failed:
 #undef FREE_BC
 #undef BOTH_INT
 #undef CHECK
+#undef ENSURE
 }
 #if TUL_COMPUTED_GOTO
 #  pragma GCC diagnostic pop
