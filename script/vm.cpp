@@ -9,6 +9,8 @@
 // only the frame and an error looks its line up from there. A call of
 // script code runs in a nested run() on the callee's frame.
 #include <algorithm>
+#include <cstring>
+#include <string>
 
 #include "script/compiler.h"
 #include "script/interp.h"
@@ -133,8 +135,17 @@ bool Interp::joinStrings(Frame& f, const TulValue& x,
     TulValue v(std::move(f.slots[operand::index(ip->b)]));
     return store(ip->a, f, std::move(v));
   }
-  TulValue out(new TulString(xp, xn));
-  static_cast<TulString*>(out)->append(yp, yn);
+  // Joined first, so that the new string is allocated once at its size.
+  char small[128];
+  std::string large;
+  char* joined = small;
+  if (xn + yn > sizeof small) {
+    large.resize(std::size_t(xn) + yn);
+    joined = &large[0];
+  }
+  std::memcpy(joined, xp, xn);
+  std::memcpy(joined + xn, yp, yn);
+  TulValue out(new TulString(joined, xn + yn));
   return store(ip->a, f, std::move(out));
 }
 
@@ -634,6 +645,9 @@ Flow Interp::run(const Code& code, Frame& entry) {
     FREE(kFreeB, ip->b);                          \
     FREE(kFreeC, ip->c);                          \
   }
+// == and != never run script code (no hook compares): done here for any
+// operands.
+#define IS_EQUALITY(op) (opToken(op) == TokenKind::EqEq || opToken(op) == TokenKind::BangEq)
 // Both operands 32-bit integers.
 #define BOTH_INT(x, y) \
   ((static_cast<unsigned>((x)->type()) ^ 64u) | (static_cast<unsigned>((y)->type()) ^ 64u)) == 0
@@ -681,6 +695,9 @@ Move:
     ENSURE(y);                                                                       \
     if (BOTH_INT(x, y) && intBinary(opToken(Op::NAME), x->i32(), y->i32(), r)) {                \
       ENSURE(storeInt(ip->a, *F, r, ip));                                       \
+    } else if (IS_EQUALITY(Op::NAME)) {                                             \
+      r = valuesEqual(*x, *y) == (opToken(Op::NAME) == TokenKind::EqEq);            \
+      ENSURE(storeInt(ip->a, *F, r, ip));                                           \
     } else {                                                                        \
       CHECK(binarySlow(*F, opToken(Op::NAME), *x, *y));                                \
     }                                                                               \
@@ -753,6 +770,9 @@ JumpIf: {
     int taken;                                                                      \
     if (BOTH_INT(x, y) && intBinary(opToken(Op::NAME), x->i32(), y->i32(), r)) {                \
       taken = (r != 0) != ((ip->flags & kNegate) != 0);                             \
+    } else if (IS_EQUALITY(Op::NAME)) {                                             \
+      taken = (valuesEqual(*x, *y) == (opToken(Op::NAME) == TokenKind::EqEq)) !=    \
+              ((ip->flags & kNegate) != 0);                                         \
     } else {                                                                        \
       F->ip = ip;                                                                  \
       taken = jumpSlow(*F, *x, *y);                                        \
@@ -1036,6 +1056,7 @@ failed:
 #undef FREE
 #undef FREE_BC
 #undef BOTH_INT
+#undef IS_EQUALITY
 #undef CHECK
 #undef ENSURE
 }
