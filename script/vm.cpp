@@ -5,9 +5,11 @@
 // interpreter.cpp, which report errors with the instruction's lines.
 //
 // Dispatch is threaded (each instruction jumps straight to the next one's
-// code). The frame holds the instruction under way, so a slow path takes
-// only the frame and an error looks its line up from there. A call of
-// script code runs in a nested run() on the callee's frame.
+// code). The frame is given the instruction under way before anything that
+// can fail, so a slow path takes only the frame and an error looks its line
+// up from there. A script function called by name or through a value runs
+// as a new activation of the same loop; a method, and script code entered
+// from native code (a hook, a callback), runs in a nested run().
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -575,10 +577,10 @@ Flow Interp::run(const Code& code, Frame& entry) {
   static_assert(sizeof kLabels / sizeof kLabels[0] == kOpCount, "a label for every instruction");
 #endif
 
-  // The activation running: its frame, code, slots, pending callees and the
-  // first of the try handlers it owns. Script functions called by name or
-  // through a value run as activations of this same loop (see call()), so
-  // these change with each call and return.
+  // The activation running: its frame, code, slots, constants, pending
+  // callees and the first of the try handlers it owns. Script functions
+  // called by name or through a value run as activations of this same loop
+  // (Call, CallValue), so these change with each call and return.
   const std::size_t depth0 = depth_;  // the activations this run started lie above
   Frame* F = &entry;
   std::size_t tryBase = tries_.size();
@@ -592,7 +594,8 @@ Flow Interp::run(const Code& code, Frame& entry) {
   const bool limited = opts_.maxSteps > 0;
   std::int32_t r;   // an integer result (one slot for all instructions)
 
-// The frame keeps the instruction under way, where an error finds it.
+// The instruction under way lives in `ip`; the frame gets it (F->ip) only
+// before something that can fail or call out, where an error finds it.
 #if TUL_COMPUTED_GOTO
 #  define DISPATCH() goto* kLabels[static_cast<int>(ip->op)]
 #else
