@@ -20,7 +20,7 @@ run=$1 tul=$2 cxx=$3 lua=$4 lua_why=$5
 here=$(cd "$(dirname "$0")" && pwd)
 # BENCH_PROGRAMS picks some of them (names separated by spaces).
 programs=(${BENCH_PROGRAMS:-calls loops bitloop methods strings dicts vectors texts callbacks})
-lua_target=3.000
+lua_target=1.500
 declare -A dominant=(
   [calls]="a script call: the callee's activation and frame set up, the arguments moved in, and every slot of the frame checked and cleared when it ends"
   [loops]="the VM's dispatch and operand decoding for each instruction of the loop body"
