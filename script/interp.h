@@ -442,6 +442,8 @@ class Interp : public GlobalNames {
     Frame* caller = nullptr;
     const void** callerPending = nullptr;
     std::size_t callerTryBase = 0;
+    bool method = false;       // a script method (counted in methodDepth_)
+    bool constructor = false;  // ... that gives its object
     const void* pending[kMaxPendingCalls];
   };
   // Starts fn's activation, which takes over the n arguments at args.

@@ -272,6 +272,8 @@ TUL_ALWAYS_INLINE Interp::Activation& Interp::pushActivation(const FunctionDecl&
   a.caller = &caller;
   a.callerPending = callerPending;
   a.callerTryBase = callerTryBase;
+  a.method = false;
+  a.constructor = false;
   return a;
 }
 
@@ -282,6 +284,7 @@ TUL_ALWAYS_INLINE Frame* Interp::popActivation(const void**& pending, std::size_
   tryBase = a.callerTryBase;
   const SlotStack::Mark mark = a.mark;
   --callDepth_;
+  if (a.method) --methodDepth_;
   // A dtor run by the release may start activations of its own, at this
   // depth: nothing of this one is read past here.
   slotStack_.release(mark);
@@ -883,9 +886,32 @@ LenOrPush:
   CHECK(lenOrPush(*F, pending[ip->spare]));
   NEXT();
 
-Method:
+// A script method that the site has found for the object's class runs in
+// this loop too, `this` held where the caller keeps the object (a local or
+// its own `this`) until it returns.
+Method: {
+  const TulValue* obj = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
+                        : operand::space(ip->b) == operand::This ? F->self
+                                                                 : nullptr;
+  if (obj && obj->type() == TulValueType::Object) {
+    CallSite& site = F->code->calls[static_cast<std::size_t>(ip->c)];
+    resolveMethod(site.cache, static_cast<TulObject*>(obj->refObject())->getClass(), site.name);
+    const FunctionDecl* fn = site.cache.fn;
+    if (fn && site.argc <= fn->code.params && callDepth_ < kMaxScriptCallDepth &&
+        methodDepth_ + vm_->interp().callDepth() < tulrt::kMaxCallDepth) {
+      F->ip = ip;
+      Activation& a = pushActivation(*fn, R + ip->d, site.argc, *F, pending, tryBase);
+      a.method = true;
+      a.constructor = fn->isConstructor;
+      a.frame.self = obj;
+      a.frame.cls = site.cache.owner;
+      ++methodDepth_;
+      ENTER(a);
+    }
+  }
   CHECK(method(*F));
   NEXT();
+}
 
 BaseMethod:
   CHECK(baseMethod(*F));
@@ -1003,8 +1029,16 @@ returned: {
   bool ok;
   {
     TulValue out(std::move(F->ret));
+    const Activation& ended = *activations_[depth_ - 1];
+    const bool method = ended.method, constructor = ended.constructor;
     F = popActivation(pending, tryBase);
     RESUME();
+    if (method) {
+      // A constructor gives its object; the object's temporary goes now.
+      if (constructor)
+        out = operand::space(ip->b) == operand::Local ? R[operand::index(ip->b)] : *F->self;
+      FREE(kFreeB, ip->b);
+    }
     ok = store(ip->a, *F, std::move(out), ip);
   }
   ENSURE(ok);
