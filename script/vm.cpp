@@ -882,9 +882,19 @@ CallValue: {
   NEXT();
 }
 
-LenOrPush:
+// len(v) of a vector in a variable, the callee still the built-in len.
+LenOrPush: {
+  const FunctionObject* b = builtinCallee(pending[ip->spare]);
+  const TulValue* v = ip->op == Op::Len && b && isBuiltinLen(*b) ? variableSlot(ip->b, R) : nullptr;
+  if (v && v->type() == TulValueType::Vector) {
+    const int n = static_cast<int>(static_cast<TulVector*>(v->refObject())->size());
+    dropRef(R[ip->c + 1]);  // the argument's temporary, when it took one
+    ENSURE(storeInt(ip->a, *F, n, ip));
+    NEXT();
+  }
   CHECK(lenOrPush(*F, pending[ip->spare]));
   NEXT();
+}
 
 // A script method that the site has found for the object's class runs in
 // this loop too, `this` held where the caller keeps the object (a local or
