@@ -169,6 +169,9 @@ bool winbase_create(TulVirtualMachine* vm, int argc, ValPtr& sp) {
                               static_cast<DWORD>(a.style), a.x, a.y, a.width, a.height, a.parent,
                               reinterpret_cast<HMENU>(static_cast<std::uintptr_t>(a.menu)),
                               moduleInstance(), self);
+  // A failed creation, or a class whose procedure is not the library's,
+  // never took the object: no later window may.
+  if (pendingCreateWindow() == self) setPendingCreateWindow(nullptr);
   if (!hwnd) return f.fail(err::kWindowCreationFailed);
 
   const std::int32_t oldHwnd = intMember(self, Member::WinHwnd);

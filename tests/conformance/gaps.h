@@ -308,7 +308,6 @@ HANDLE WINAPI CreateThread(LPVOID attributes, SIZE_T stackSize, LPTHREAD_START_R
                            LPVOID parameter, DWORD flags, LPDWORD threadId);
 DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 BOOL WINAPI GetExitCodeThread(HANDLE thread, LPDWORD exitCode);
-BOOL WINAPI CloseHandle(HANDLE handle);
 BOOL WINAPI GetClassInfoExW(HINSTANCE instance, LPCWSTR name, WNDCLASSEXW* info);
 LONG WINAPI GetWindowLongW(HWND hwnd, int index);
 LRESULT WINAPI SendMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
@@ -340,11 +339,6 @@ LONG WINAPI SetWindowLongW(HWND hwnd, int index, LONG value);
 #define ERROR_SETCOUNT_ON_BAD_LB 1433L
 
 /* combo.c: making fonts by their description. */
-#define FW_DONTCARE 0
 #define SYMBOL_CHARSET 2
-#define OUT_DEFAULT_PRECIS 0
-#define CLIP_DEFAULT_PRECIS 0
-#define DEFAULT_QUALITY 0
-#define DEFAULT_PITCH 0
 
 #endif

@@ -1,5 +1,5 @@
 // The frame rules, checked for every method of every class straight from the
-// registrars' own binding tables, and the registration contract.
+// registrars' own binding tables.
 #include <set>
 #include <string>
 
@@ -68,25 +68,5 @@ TEST_F(FrameRules, AFailedCallLeavesTheStackAsItWas) {
 }
 
 using Registration = HostTest;
-
-TEST_F(Registration, ASecondCallIsRefusedClassByClassWithoutHarm) {
-  RegisterNativeModule(vm_);
-  EXPECT_TRUE(interp().lastError().set);
-  EXPECT_EQ(vm_->classes().count(), 13u);
-  EXPECT_EQ(callInt(make("POINT", {TulValue(7)}), "getX"), 7);
-}
-
-// A machine where another class already holds the name RECT.
-TEST(RefusedRegistration, ARefusedClassDoesNotStopTheOthers) {
-  const long before = tulrt::liveObjects();
-  {
-    tulrt::Machine vm;
-    TulClass* squatter = vm.defineClass("RECT", nullptr);
-    RegisterNativeModule(&vm);
-    EXPECT_EQ(vm.findClass("RECT"), squatter);
-    EXPECT_NE(vm.findClass("MSG"), nullptr);
-  }
-  EXPECT_EQ(tulrt::liveObjects(), before);
-}
 
 }  // namespace

@@ -1,5 +1,4 @@
-// Classes: registration, member layout, base chains, method binding and
-// static members.
+// Classes: registration, method binding and static members.
 #include <string>
 #include <vector>
 
@@ -28,33 +27,6 @@ TEST_F(ClassTest, RegistrationNamesTheClassAndRefusesTakenNames) {
   EXPECT_EQ(vm().defineClass("POINT", nullptr), nullptr);
   EXPECT_EQ(vm().classes().count(), 1u);
   EXPECT_EQ(vm().allClasses().size(), 3u);
-}
-
-TEST_F(ClassTest, InheritedMembersKeepTheBaseIndicesAndChainsHaveNoCycles) {
-  TulClass* point = vm().defineClass("POINT", nullptr, {"x", "y"});
-  TulClass* size = vm().defineClass("SIZE", point, {"w"});
-  EXPECT_EQ(tulrt::dataMemberNames(size), (Names{"x", "y", "w"}));
-  EXPECT_EQ(size->getMemberIndex(TulString("y")), point->getMemberIndex(TulString("y")));
-  EXPECT_EQ(size->getMemberIndex(TulString("w")), 2);
-  EXPECT_EQ(point->getMemberIndex(TulString("w")), -1);
-  EXPECT_FALSE(size->addDataMember("x"));
-
-  point->addDataMember("z");  // a base growing later: fixup recomputes
-  size->fixupDataDefs();
-  EXPECT_EQ(tulrt::dataMemberNames(size), (Names{"x", "y", "z", "w"}));
-  TulObject obj(size);
-  EXPECT_EQ(obj.getMemberData()->size(), 4u);
-
-  // The base chain refuses null, itself and cycles.
-  TulClass* leaf = vm().defineClass("LEAF", size);
-  EXPECT_FALSE(point->setBaseClass(nullptr));
-  EXPECT_FALSE(point->setBaseClass(point));
-  EXPECT_FALSE(point->setBaseClass(leaf));
-  EXPECT_EQ(tulrt::baseClass(point), nullptr);
-  EXPECT_TRUE(leaf->isSubtypeOf(point));
-  EXPECT_TRUE(leaf->isSubtypeOf(TulString("POINT")));
-  EXPECT_FALSE(point->isSubtypeOf(leaf));
-  EXPECT_FALSE(size->isSubtypeOf(TulString("LEAF")));
 }
 
 TEST_F(ClassTest, RebindingKeepsTheMethodsPlaceAndStaticsAreFoundThroughTheChain) {

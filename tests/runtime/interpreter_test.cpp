@@ -1,6 +1,6 @@
-// The interpreter: the error record, checkType, method dispatch through the
-// class chain (overrides, constructors, inherited and static calls) and the
-// value stack's frames and overflow.
+// The interpreter: method dispatch through the class chain (overrides,
+// constructors, inherited and static calls) and what a failed lookup or
+// creation reports.
 #include <algorithm>
 #include <limits>
 #include <string>
@@ -61,64 +61,6 @@ class InterpreterTest : public rtest::MachineTest {
   TulClass* base = nullptr;
   TulClass* derived = nullptr;
 };
-
-// The type tags of a type error are checked with checkType below.
-TEST_F(InterpreterTest, ErrorRecordKeepsMessageDetailAndTypeTags) {
-  TulInterpreter* interp = vm().interpreter();
-  EXPECT_FALSE(interp->returnError("boom", nullptr));
-  EXPECT_EQ(lastMessage(), "boom");
-  EXPECT_FALSE(in().lastError().hasDetail);
-  EXPECT_FALSE(interp->returnError("bad", "why"));
-  EXPECT_EQ(in().lastError().detail, "why");
-  EXPECT_FALSE(interp->badType(static_cast<TulValueType>(99), TulValueType::CharBuffer));
-  EXPECT_EQ(lastMessage(), "Bad type: expected char buffer, got tag 99");
-  EXPECT_TRUE(in().lastError().typeError);
-  in().clearError();
-  TulValue s(new TulString("hi")), n(3);
-  EXPECT_STREQ(interp->getStringFromValueExtern(s)->c_str(), "hi");
-  EXPECT_EQ(interp->getStringFromValueExtern(n), nullptr);
-  EXPECT_FALSE(in().lastError().set);
-}
-
-TEST_F(InterpreterTest, CheckTypeAcceptsByCode) {
-  const TulValue obj = make(base);
-  TulValue dead;
-  {
-    const TulValue gone = make(base);
-    dead = TulValue(static_cast<TulObject*>(gone), true);
-  }
-  const TulValueType codes[] = {TulValueType::Number, TulValueType::Int,    TulValueType::UInt,
-                                TulValueType::Handle, TulValueType::Object, TulValueType::String};
-  struct Row {
-    const char* name;
-    TulValue value;
-    const char* accepted;  // one mark per code: Number Int UInt Handle Object String
-  };
-  const Row rows[] = {
-      {"int 5", TulValue(5), "yyyy.."},
-      {"int -1", TulValue(-1), "yy.y.."},
-      {"double 2.0", TulValue(2.0), "yyyy.."},
-      {"double 2.5", TulValue(2.5), "y....."},
-      {"double nan", TulValue(std::numeric_limits<double>::quiet_NaN()), "y....."},
-      {"nil", TulValue(), "...y.."},
-      {"string", TulValue(new TulString("5")), ".....y"},
-      {"object", obj, "....y."},
-      {"live weak", TulValue(static_cast<TulObject*>(obj), true), "....y."},
-      {"dead weak", dead, "......"},
-  };
-  for (const Row& row : rows) {
-    for (int i = 0; i < 6; ++i) {
-      SCOPED_TRACE(std::string(row.name) + " as " + tulrt::typeName(codes[i]));
-      in().clearError();
-      const bool ok = vm().interpreter()->checkType(row.value, codes[i]);
-      EXPECT_EQ(ok, row.accepted[i] == 'y');
-      EXPECT_EQ(in().lastError().set, !ok);
-      if (ok) continue;
-      EXPECT_EQ(in().lastError().actual, row.value.type());
-      EXPECT_EQ(in().lastError().expected, codes[i]);
-    }
-  }
-}
 
 // Lookups are remembered per class; each case changes what a remembered
 // lookup found and expects the call to see the change at once.
@@ -215,33 +157,6 @@ TEST_F(InterpreterTest, LookupAndCreationFailuresAreReportedAndStaticsStaySepara
   EXPECT_EQ(lastMessage(), "failed on purpose");
   EXPECT_EQ(in().stackUsed(), 0u);
   EXPECT_EQ(static_cast<TulString*>(arg)->refCount(), 1);  // no stack slot keeps it
-}
-
-TEST_F(InterpreterTest, UnboundedRecursionIsAStackOverflowNotACrash) {
-  int deepest = 0;
-  tulrt::addScriptMethod(derived, "recurse", [&](TulVirtualMachine*, int argc, ValPtr& sp) {
-    deepest = std::max(deepest, in().callDepth());
-    TulValue r;
-    return in().callMember(r, self(sp, argc), "recurse", {TulValue(1), TulValue(2)});
-  });
-  const TulValue d = make(derived);
-  TulValue r;
-  EXPECT_FALSE(in().callMember(r, static_cast<TulObject*>(d), "recurse"));
-  EXPECT_EQ(lastMessage(), "stack overflow");
-  EXPECT_EQ(deepest, tulrt::kMaxCallDepth);
-  EXPECT_EQ(in().callDepth(), 0);
-  EXPECT_EQ(in().stackUsed(), 0u);
-}
-
-TEST(SmallStackTest, CallNeedingMoreSlotsThanTheStackHasOverflows) {
-  tulrt::Machine small(4);
-  TulClass* cls = small.defineClass("C", nullptr);
-  tulrt::addStaticScriptMethod(cls, "f", [](TulVirtualMachine*, int, ValPtr&) { return true; });
-  TulValue r;
-  EXPECT_TRUE(small.interp().callStatic(r, cls, "f", {TulValue(1), TulValue(2), TulValue(3)}));
-  EXPECT_FALSE(small.interp().callStatic(r, cls, "f", {TulValue(1), TulValue(2), TulValue(3),
-                                                        TulValue(4)}));
-  EXPECT_EQ(small.interp().lastError().message, "stack overflow");
 }
 
 }  // namespace

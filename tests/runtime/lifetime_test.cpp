@@ -1,6 +1,6 @@
-// Object lifetime: dtors on the last release, failing dtors, long chains
-// freed without deep native recursion, and machine teardown releasing
-// everything, reference cycles included.
+// Object lifetime: a native dtor after a script override, the order of a
+// chain's dtors, and machine teardown releasing everything, reference cycles
+// included.
 #include <functional>
 #include <string>
 #include <utility>
@@ -39,42 +39,6 @@ class DtorTest : public rtest::MachineTest {
   std::vector<std::string> ran;
   std::vector<std::string> reported;
 };
-
-// An object whose constructor failed is released without its dtor.
-TEST_F(DtorTest, RunsOnceWhenTheLastReferenceGoesAndNotAfterAFailedConstructor) {
-  const long before = tulrt::liveObjects();
-  TulValue a = make(derived, "a");  // the dtor is inherited
-  TulValue copy = a;
-  a = TulValue();
-  EXPECT_TRUE(ran.empty());
-  copy = TulValue();
-  EXPECT_EQ(ran, (std::vector<std::string>{"a"}));
-  EXPECT_EQ(tulrt::liveObjects(), before);
-  tulrt::addScriptMethod(base, "RES", [](TulVirtualMachine* vm, int, ValPtr&) {
-    return vm->interpreter()->returnError("no", nullptr);
-  });
-  TulValue out(5);
-  EXPECT_FALSE(in().construct(out, base));
-  EXPECT_EQ(static_cast<int>(out), 5);
-  EXPECT_EQ(ran.size(), 1u);
-}
-
-TEST_F(DtorTest, FailingDtorIsReportedAndLeavesTheErrorRecord) {
-  tulrt::addScriptMethod(derived, "dtor", [](TulVirtualMachine* vm, int, ValPtr&) {
-    return vm->interpreter()->returnError("cannot close", nullptr);
-  });
-  vm().interpreter()->returnError("earlier", nullptr);
-  TulValue v = make(derived, "x");
-  v = TulValue();
-  EXPECT_EQ(reported, (std::vector<std::string>{"cannot close"}));
-  EXPECT_EQ(lastMessage(), "earlier");
-
-  in().setDtorErrorHandler(nullptr);  // back to the default: stderr
-  v = make(derived, "y");
-  testing::internal::CaptureStderr();
-  v = TulValue();
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "error in dtor: cannot close\n");
-}
 
 // A native class's dtor releases what lives outside the host, so it runs
 // after a script override whether or not the override called it.
@@ -148,34 +112,6 @@ TEST(TeardownTest, ReleasesEverythingIncludingCycles) {
 constexpr int kChain = 200000;
 
 using ReleaseChainTest = rtest::MachineTest;
-
-TEST_F(ReleaseChainTest, LongChainsOfObjectsAndContainersAreFreed) {
-  TulClass* node = vm().defineClass("NODE", nullptr, {"next"});
-  const long base = tulrt::liveObjects();
-  const std::function<TulValue(TulValue)> wrappers[] = {
-      [node](TulValue inner) {
-        TulValue n(new TulObject(node));
-        (*static_cast<TulObject*>(n)->getMemberData())[0] = std::move(inner);
-        return n;
-      },
-      [](TulValue inner) {
-        TulValue v(new TulVector);
-        static_cast<TulVector*>(v)->push_back(inner);
-        return v;
-      },
-      [](TulValue inner) {
-        auto* d = new TulDictionary;
-        *(*d)["in"] = inner;
-        return TulValue(d);
-      },
-  };
-  for (const auto& wrap : wrappers) {
-    TulValue head;
-    for (int i = 0; i < kChain; ++i) head = wrap(std::move(head));
-    head = TulValue();
-    EXPECT_EQ(tulrt::liveObjects(), base);
-  }
-}
 
 // Link i holds link i+1; link 1 also holds an extra one (id -7), which its
 // dtor drops; the middle link keeps itself, and with it the rest of the chain.

@@ -6,6 +6,8 @@
 #include <sstream>
 #include <string>
 
+#include <windows.h>
+
 #include "module/frame.h"
 #include "module/tul2class.h"
 #include "runtime/runtime.h"
@@ -46,12 +48,21 @@ bool caller_make(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   return f.ret(made);
 }
 
+// `debugger(on)` stops the machine as its debugger would, or lets it go on.
+bool caller_debugger(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  Frame f(vm, argc, sp);
+  if (!f.enterStatic(1, 1)) return false;
+  static_cast<tulrt::Machine*>(vm)->setInDbg(static_cast<int>(f.arg(0)) != 0);
+  return f.retNothing();
+}
+
 void registerCaller(TulVirtualMachine& vm) {
   TulClass* cls = new TulClass(vm);  // the machine keeps it
   ASSERT_TRUE(vm.registerNativeClass("Caller", cls));
   cls->addMethod("hook", caller_hook, 0);
   cls->addMethod("callHook", caller_callHook, 0);
   cls->addStaticMethod("make", caller_make, 0);
+  cls->addStaticMethod("debugger", caller_debugger, 0);
   cls->fixupDataDefs();
 }
 
@@ -185,6 +196,25 @@ TEST_F(EngineTest, GlobalsOutliveOneRunOfTheSameEngine) {
   EXPECT_EQ(engine.runSource("d", "print(total);"), 0);
   EXPECT_EQ(out.str(), "3\n3\n");
   EXPECT_EQ(err.str(), "c:1: error: undefined variable 'undefinedName'\n");
+}
+
+// Stopped in its debugger, the machine runs no window's script code, except
+// the first message of the window being created, which gives it its object.
+TEST_F(EngineTest, TheDebuggerSilencesWindowScriptsButCreationGoesOn) {
+  Outcome r = run(
+      "var seen = 0;\n"
+      "class W : WinBase { handleMessage(h, m, wp, lp) { seen++; return base.handleMessage(h, m, wp, lp); } }\n"
+      "var w = W();\n"
+      "Caller.debugger(1);\n"
+      "w.create(\"Tul2Window\", 0, 0, 0, 10, 10, WS_POPUP);\n"
+      "w.setPosition(5, 5);\n"
+      "var stopped = seen;\n"
+      "Caller.debugger(0);\n"
+      "w.setPosition(9, 9);\n"
+      "print(stopped, seen > stopped, w.getHandle());\n");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out.substr(0, 4), "1 1 ");
+  DestroyWindow(reinterpret_cast<HWND>(std::stoul(r.out.substr(4))));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
-// The lexer and parser on their own: token positions, the place and text of
-// syntax errors, and the nesting limit that keeps the interpreter's
-// recursion bounded. Scoping and hoisting are checked by the scripts under
+// The lexer and parser on their own: the place and text of syntax errors.
+// Scoping and hoisting are checked by the scripts under
 // tests/script/language (scope.tul, functions.tul).
 #include <gtest/gtest.h>
 
@@ -23,22 +22,6 @@ class Names : public GlobalNames {
   }
   std::vector<std::string> names;
 };
-
-std::vector<Token> lex(const std::string& src) {
-  std::vector<Token> tokens;
-  SyntaxError error;
-  EXPECT_TRUE(tokenize(src, tokens, error)) << src << ": " << error.message;
-  return tokens;
-}
-
-TEST(Lexer, PositionsCountLinesAndColumnsFromOne) {
-  std::vector<Token> t = lex("a\n  /* x\n y */ b // c\n\tc");
-  ASSERT_EQ(t.size(), 4u);
-  EXPECT_EQ(std::make_pair(t[0].line, t[0].col), std::make_pair(1, 1));
-  EXPECT_EQ(std::make_pair(t[1].line, t[1].col), std::make_pair(3, 7));
-  EXPECT_EQ(std::make_pair(t[2].line, t[2].col), std::make_pair(4, 2));
-  EXPECT_EQ(std::make_pair(t[3].line, t[3].col), std::make_pair(4, 3));  // End
-}
 
 struct ErrorCase {
   const char* src;
@@ -109,31 +92,6 @@ TEST(Parser, StatementsInTheWrongPlaceAreSyntaxErrors) {
       {"try {} x", 1, 8, "expected 'catch' after the 'try' block, found identifier 'x'"},
   };
   for (const ErrorCase& c : cases) expectSyntaxError(c);
-}
-
-std::string repeat(const std::string& s, int n) {
-  std::string out;
-  while (n-- > 0) out += s;
-  return out;
-}
-
-TEST(Parser, NestingPastTheLimitFailsInsteadOfOverflowing) {
-  const std::string deep[] = {
-      "x = " + repeat("(", 5000) + "1" + repeat(")", 5000) + ";",
-      "x = 1" + repeat(" + 1", 5000) + ";",
-      repeat("{", 5000) + repeat("}", 5000),
-      "x = " + repeat("-", 5000) + "1;",
-      "if (1) {}" + repeat(" else if (1) {}", 3000),
-      "x = f" + repeat("()", 5000) + ";",
-  };
-  SyntaxError e;
-  for (const std::string& src : deep) {
-    EXPECT_FALSE(parse(src, e)) << src.substr(0, 40);
-    EXPECT_TRUE(e.message == "nesting too deep" || e.message == "expression too deeply nested")
-        << e.message;
-  }
-  // Just inside the limit still parses.
-  EXPECT_TRUE(parse("x = 1" + repeat(" + 1", kMaxNesting / 2) + ";", e)) << e.message;
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
-// Fonts: the mapper's choice of size and weight, and that what a DC reports
-// about its font (metrics, extents, widths) is what it draws -- the opaque
-// box of drawn text is its extent, bold is the glyph overstruck one pixel to
-// the right -- and that controls draw with the font they are given.
+// Fonts: what a DC reports about its font is what it draws -- the opaque box
+// of drawn text is its extent, bold is the glyph overstruck one pixel to the
+// right, a prefix is an underline.
 #include "tests/win32/layer_test.h"
 
 #include <algorithm>
@@ -41,52 +40,6 @@ void clear(HWND h) {
   GetClientRect(h, &r);
   FillRect(dc, &r, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
   ReleaseDC(h, dc);
-}
-
-TEST_F(Fonts, RequestsMapToTheNearestSizeAndExtentsAreWhatIsDrawn) {
-  struct Case {
-    int height;
-    int weight;
-    LONG tmHeight;
-    LONG advance;
-  };
-  const Case cases[] = {
-      {0, FW_NORMAL, 10, 6},     {15, FW_DONTCARE, 10, 6}, {16, FW_NORMAL, 20, 12},
-      {-13, FW_NORMAL, 10, 6},   {-14, FW_NORMAL, 20, 12}, {-300, FW_NORMAL, 20, 12},
-      {-11, FW_MEDIUM, 10, 6},   {-11, FW_SEMIBOLD, 10, 7}, {40, FW_BOLD, 20, 13},
-  };
-  HWND h = layertest::createMain(WS_POPUP | WS_VISIBLE);
-  layertest::pumpAll();
-  for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << "height " << c.height << " weight " << c.weight);
-    clear(h);
-    HFONT f = makeFont(c.height, c.weight);
-    HDC dc = GetDC(h);
-    SelectObject(dc, f);
-    TEXTMETRICA tm;
-    SIZE ext;
-    INT widths[3];
-    ASSERT_TRUE(GetTextMetricsA(dc, &tm));
-    ASSERT_TRUE(GetTextExtentPoint32A(dc, "Hg~", 3, &ext));
-    ASSERT_TRUE(GetCharWidthA(dc, 'a', 'c', widths));
-    EXPECT_EQ(tm.tmHeight, c.tmHeight);
-    EXPECT_EQ(tm.tmAveCharWidth, c.advance);
-    EXPECT_EQ(tm.tmWeight, c.weight >= FW_SEMIBOLD ? FW_BOLD : FW_NORMAL);
-    EXPECT_EQ(ext.cx, 3 * c.advance);
-    EXPECT_EQ(ext.cy, c.tmHeight);
-    EXPECT_EQ(widths[2], c.advance);
-    SetBkColor(dc, kPaper);
-    SetTextColor(dc, kInk);
-    TextOutA(dc, 7, 5, "Hg~", 3);
-    ReleaseDC(h, dc);
-    DeleteObject(f);
-    RECT box = drawnBox(h);
-    EXPECT_EQ(box.left, 7);
-    EXPECT_EQ(box.top, 5);
-    EXPECT_EQ(box.right, 7 + ext.cx);
-    EXPECT_EQ(box.bottom, 5 + ext.cy);
-  }
-  DestroyWindow(h);
 }
 
 TEST_F(Fonts, BoldIsTheGlyphOverstruckOnePixelToTheRight) {
@@ -178,31 +131,6 @@ TEST_F(Fonts, DrawTextShowsPrefixesAsUnderlines) {
       if (win32sim::pixel(h, x, 9) != kWhite) inkAt = x / 6;
     EXPECT_EQ(inkAt, c.underlined);
   }
-  DestroyWindow(h);
-}
-
-TEST_F(Fonts, ControlsDrawWithTheFontTheyAreGiven) {
-  HWND h = layertest::createMain(WS_POPUP | WS_VISIBLE);
-  HWND label = CreateWindowExA(0, "Static", "Tall", WS_CHILD | WS_VISIBLE, 0, 0, 200, 60, h,
-                               NULL, NULL, NULL);
-  layertest::pumpAll();
-  // The label's text, black on the button face its parent gives it.
-  const COLORREF text = RGB(0, 0, 0);
-  RECT small = drawnBox(h, text);
-  HFONT big = makeFont(-20, FW_BOLD);
-  EXPECT_EQ(SendMessageA(label, WM_SETFONT, reinterpret_cast<WPARAM>(big), TRUE), 0);
-  layertest::pumpAll();
-  RECT large = drawnBox(h, text);
-  EXPECT_EQ(large.bottom, 2 * small.bottom) << "the glyphs twice as tall";
-  EXPECT_GT(large.right, 2 * small.right);
-
-  // A font deleted while the control keeps it draws as no font at all.
-  DeleteObject(big);
-  InvalidateRect(label, NULL, TRUE);
-  layertest::pumpAll();
-  RECT after = drawnBox(h, text);
-  EXPECT_TRUE(EqualRect(&after, &small));
-  EXPECT_EQ(SendMessageA(label, WM_GETFONT, 0, 0), reinterpret_cast<LRESULT>(big));
   DestroyWindow(h);
 }
 

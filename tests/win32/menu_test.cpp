@@ -1,7 +1,6 @@
 // Menus where the probe (tests/win32/probes/menu.cpp) and the script test
 // (tests/script/desktop/menus.tul) cannot reach: what the open menu looks
-// like, the system menu from the keyboard, walking the bar with the arrows,
-// and a menu the user leaves alone.
+// like and the system menu from the keyboard.
 #include "tests/win32/layer_test.h"
 
 #include <vector>
@@ -77,40 +76,6 @@ TEST_F(Menus, AltSpaceOpensTheSystemMenuWhoseLastItemCloses) {
   layertest::pumpAll();
   EXPECT_FALSE(IsWindow(main_));
   EXPECT_EQ(log_, (std::vector<std::string>{"popup:0", "unpopup:other", "exit", "close"}));
-}
-
-TEST_F(Menus, TheArrowsWalkTheBarAndEscapeClosesOnlyTheInnermostPopup) {
-  for (int vk : {VK_F10, VK_RIGHT, VK_DOWN, VK_LEFT, VK_ESCAPE, VK_ESCAPE}) win32sim::pressKey(vk);
-  layertest::pumpAll();
-  EXPECT_EQ(log_, (std::vector<std::string>{"popup:1", "unpopup:edit", "popup:0", "unpopup:file",
-                                            "exit"}));
-}
-
-TEST_F(Menus, AMenuLeftAloneIsDismissedOnceNothingCanArrive) {
-  int idles = 0;
-  win32sim::setIdleHook([&] { ++idles; });
-  win32sim::setNothingCanArriveHook([] {});
-  HMENU context = CreatePopupMenu();
-  AppendMenuA(context, MF_STRING, 1, "One");
-  EXPECT_EQ(TrackPopupMenu(context, TPM_RETURNCMD, 50, 50, 0, main_, NULL), 0);
-  EXPECT_GE(idles, 1);
-  EXPECT_EQ(log_, (std::vector<std::string>{"popup:0", "idle", "unpopup:other", "exit"}));
-  EXPECT_EQ(FindWindowA("#32768", NULL), nullptr);
-  DestroyMenu(context);
-}
-
-TEST_F(Menus, AMenuWhoseOwnerIsDestroyedCanBeTrackedAgain) {
-  HMENU context = CreatePopupMenu();
-  AppendMenuA(context, MF_STRING, 1, "One");
-  win32sim::setIdleHook([&] { DestroyWindow(main_); });
-  EXPECT_EQ(TrackPopupMenu(context, TPM_RETURNCMD, 50, 50, 0, main_, NULL), 0);
-  EXPECT_FALSE(IsWindow(main_));
-  main_ = layertest::createMain();
-  win32sim::setIdleHook([] { EndMenu(); });
-  SetLastError(0xdeadbeef);
-  EXPECT_EQ(TrackPopupMenu(context, TPM_RETURNCMD, 50, 50, 0, main_, NULL), 0);
-  EXPECT_EQ(GetLastError(), 0u) << "the first menu no longer counts as shown";
-  DestroyMenu(context);
 }
 
 }  // namespace

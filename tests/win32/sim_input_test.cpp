@@ -1,6 +1,5 @@
 // The simulated user's gestures reach programs as the system's input would:
-// through the queue, with the key state following retrieval, to controls,
-// and as the scroll-bar tracking loop's messages. Typed keys, accelerators,
+// to controls, as the scroll-bar tracking loop's messages, and as key names. Typed keys, accelerators,
 // resizing and single scroll messages are pinned by tests/script/desktop.
 #include "tests/win32/layer_test.h"
 
@@ -12,46 +11,6 @@ using layertest::Expect;
 using layertest::LayerTest;
 
 class SimInput : public LayerTest {};
-
-// A message loop as programs write it.
-void runLoop() {
-  MSG m;
-  while (GetMessageA(&m, NULL, 0, 0) > 0) {
-    TranslateMessage(&m);
-    DispatchMessageA(&m);
-  }
-}
-
-TEST_F(SimInput, KeyStateFollowsRetrievalNotTheKeyboard) {
-  HWND h = layertest::createMain();
-  layertest::pumpAll();
-  win32sim::keyDown(VK_CONTROL);
-  EXPECT_EQ(GetKeyState(VK_CONTROL) & 0x8000, 0) << "not yet retrieved";
-  EXPECT_NE(GetAsyncKeyState(VK_CONTROL) & 0x8000, 0) << "the keyboard itself";
-  MSG m;
-  ASSERT_TRUE(PeekMessageA(&m, NULL, 0, 0, PM_REMOVE));
-  EXPECT_EQ(m.message, static_cast<UINT>(WM_KEYDOWN));
-  EXPECT_EQ(m.hwnd, h) << "keys go to the focus";
-  EXPECT_NE(GetKeyState(VK_CONTROL) & 0x8000, 0);
-  win32sim::keyUp(VK_CONTROL);
-  layertest::pumpAll();
-  EXPECT_EQ(GetKeyState(VK_CONTROL) & 0x8000, 0);
-  DestroyWindow(h);
-}
-
-TEST_F(SimInput, AltF4ClosesTheTopLevelWindow) {
-  HWND h = layertest::createMain(WS_OVERLAPPEDWINDOW | WS_VISIBLE, true);
-  layertest::pumpAll();
-  layertest::recorded().clear();
-  win32sim::pressKey(VK_F4, win32sim::kAlt);
-  runLoop();
-  EXPECT_FALSE(IsWindow(h));
-  bool sawClose = false;
-  for (const layertest::Recorded& r : layertest::recorded())
-    sawClose = sawClose || (r.msg == WM_SYSCOMMAND && r.wp == SC_CLOSE);
-  EXPECT_TRUE(sawClose);
-  layertest::recorded().clear();
-}
 
 TEST_F(SimInput, ControlsReportTheUsersGesturesToTheirParent) {
   HWND h = layertest::createMain();
@@ -72,59 +31,6 @@ TEST_F(SimInput, ControlsReportTheUsersGesturesToTheirParent) {
   EXPECT_EQ(layertest::recorded()[0].lp, reinterpret_cast<LPARAM>(bar));
   layertest::recorded().clear();
   DestroyWindow(h);
-}
-
-std::string textOf(HWND h) {
-  char text[64] = "";
-  GetWindowTextA(h, text, sizeof text);
-  return text;
-}
-
-TEST_F(SimInput, FocusChangesTakeTheirPlaceAmongTheKeys) {
-  HWND h = layertest::createMain();
-  HWND edits[3];
-  for (int i = 0; i < 3; ++i)
-    edits[i] = CreateWindowExA(0, "EDIT", "", WS_CHILD | WS_VISIBLE, 10, 10 + 30 * i, 120, 20, h,
-                               reinterpret_cast<HMENU>(static_cast<INT_PTR>(i + 1)), NULL, NULL);
-  layertest::pumpAll();
-  HWND before = GetFocus();
-  win32sim::focusWindow(edits[0]);
-  win32sim::typeText("oe");  // then the editing keys make it "one"
-  win32sim::pressKey(VK_LEFT);
-  win32sim::typeText("n");
-  win32sim::pressKey(VK_END);
-  win32sim::typeText("!");
-  win32sim::pressKey(VK_BACK);
-  win32sim::focusWindow(edits[1]);
-  win32sim::typeText("two");
-  EXPECT_EQ(GetFocus(), before) << "nothing moves before retrieval reaches it";
-  layertest::pumpAll();
-  EXPECT_EQ(textOf(edits[0]), "one");
-  EXPECT_EQ(textOf(edits[1]), "two");
-  EXPECT_EQ(GetFocus(), edits[1]);
-
-  // A retrieval that passes over the keys ahead of a change leaves the
-  // change, and the keys behind it, where they are.
-  win32sim::pressKey('X');
-  win32sim::focusWindow(edits[0]);
-  win32sim::pressKey('Y');
-  MSG m;
-  EXPECT_FALSE(PeekMessageA(&m, NULL, WM_CHAR, WM_CHAR, PM_REMOVE));
-  EXPECT_EQ(GetFocus(), edits[1]);
-  layertest::pumpAll();
-  EXPECT_EQ(textOf(edits[1]), "twox");
-  EXPECT_EQ(textOf(edits[0]), "oney");
-
-  // A window destroyed before its change is reached takes nothing: the keys
-  // after it go where the focus is.
-  win32sim::focusWindow(edits[2]);
-  win32sim::typeText("z");
-  DestroyWindow(edits[2]);
-  layertest::pumpAll();
-  EXPECT_EQ(GetFocus(), edits[0]);
-  EXPECT_EQ(textOf(edits[0]), "oneyz");
-  DestroyWindow(h);
-  layertest::recorded().clear();
 }
 
 TEST_F(SimInput, ScrollGesturesSendTheTrackingLoopsMessages) {

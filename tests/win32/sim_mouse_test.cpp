@@ -1,6 +1,6 @@
 // The simulated mouse where the script tests (tests/script/desktop/mouse_*)
-// and the mouse probe cannot reach: the limits of a double-click, the frame's
-// hit codes, scroll-bar tracking and the chain of WM_PARENTNOTIFY. What a
+// and the mouse probe cannot reach: the sizing border and scroll-bar
+// tracking. What a
 // click, the wheel and the buttons do is pinned there, and agrees with Wine.
 #include "tests/win32/layer_test.h"
 
@@ -52,71 +52,6 @@ HWND createWindow(bool doubleClicks, int x = 40) {
   layertest::pumpAll();
   seen().clear();
   return h;
-}
-
-// The button messages hwnd got, in order.
-std::vector<UINT> messagesOf(HWND hwnd) {
-  std::vector<UINT> out;
-  for (const Seen& s : seen()) {
-    if (s.hwnd != hwnd || s.msg < WM_LBUTTONDOWN || s.msg > WM_MBUTTONDBLCLK) continue;
-    out.push_back(s.msg);
-  }
-  seen().clear();
-  return out;
-}
-
-TEST_F(SimMouse, DoubleClicksNeedTheClassStyleTheTimeAndTheDistance) {
-  const UINT kDown = WM_LBUTTONDOWN, kUp = WM_LBUTTONUP, kDbl = WM_LBUTTONDBLCLK;
-  struct Case {
-    const char* name;
-    bool classStyle;
-    DWORD pause;  // between the clicks
-    int dx;       // the second click's offset
-    std::vector<UINT> want;
-  } cases[] = {
-      {"double", true, 0, 0, {kDown, kUp, kDbl, kUp}},
-      {"no CS_DBLCLKS", false, 0, 0, {kDown, kUp, kDown, kUp}},
-      {"too slow", true, GetDoubleClickTime(), 0, {kDown, kUp, kDown, kUp}},
-      {"just in time", true, GetDoubleClickTime() - 1, 0, {kDown, kUp, kDbl, kUp}},
-      {"too far", true, 0, GetSystemMetrics(SM_CXDOUBLECLK) / 2 + 1, {kDown, kUp, kDown, kUp}},
-      {"near enough", true, 0, GetSystemMetrics(SM_CXDOUBLECLK) / 2, {kDown, kUp, kDbl, kUp}},
-  };
-  for (const Case& c : cases) {
-    HWND h = createWindow(c.classStyle);
-    win32sim::advanceClock(GetDoubleClickTime());  // no earlier press counts
-    win32sim::click(h, 50, 50);
-    layertest::pumpAll();
-    win32sim::advanceClock(c.pause);
-    win32sim::click(h, 50 + c.dx, 50);
-    layertest::pumpAll();
-    EXPECT_EQ(messagesOf(h), c.want) << c.name;
-    DestroyWindow(h);
-  }
-  HWND h = createWindow(true);
-  win32sim::doubleClick(h, 5, 5);
-  win32sim::click(h, 5, 5);
-  layertest::pumpAll();
-  EXPECT_EQ(messagesOf(h), (std::vector<UINT>{kDown, kUp, kDbl, kUp, kDown, kUp}))
-      << "the click after a double-click is a press again";
-  DestroyWindow(h);
-}
-
-TEST_F(SimMouse, OutsideTheClientAreaTheFrameGetsNonClientMessages) {
-  HWND h = createWindow(false);
-  RECT client;
-  GetClientRect(h, &client);
-  POINT onFrame{client.right / 2, -3};  // the caption
-  win32sim::mouseMove(h, onFrame.x, onFrame.y);
-  layertest::pumpAll();
-  ClientToScreen(h, &onFrame);
-  std::vector<Seen> moves;
-  for (const Seen& s : seen())
-    if (s.msg == WM_NCMOUSEMOVE) moves.push_back(s);
-  seen().clear();
-  ASSERT_EQ(moves.size(), 1u);
-  EXPECT_EQ(moves[0].wp, static_cast<WPARAM>(HTCAPTION));
-  EXPECT_EQ(moves[0].lp, MAKELPARAM(onFrame.x, onFrame.y)) << "screen coordinates";
-  DestroyWindow(h);
 }
 
 TEST_F(SimMouse, TheSizingBorderIsHitAndDraggedByItsEdgesAndCorners) {
@@ -208,36 +143,6 @@ TEST_F(SimMouse, APressOnAScrollBarIsTrackedUntilTheRelease) {
     }
     DestroyWindow(h);
   }
-}
-
-TEST_F(SimMouse, APressTellsEachParentUpTheChainWithThePointInItsOwnCoordinates) {
-  HWND h = createWindow(false);
-  HWND middle = CreateWindowExA(0, "MouseTestPlain", "", WS_CHILD | WS_VISIBLE, 20, 30, 150, 100, h,
-                                NULL, NULL, NULL);
-  HWND inner = CreateWindowExA(0, "Static", "", WS_CHILD | WS_VISIBLE, 5, 7, 50, 40, middle, NULL,
-                               NULL, NULL);
-  seen().clear();
-  win32sim::click(inner, 3, 4);
-  win32sim::doubleClick(inner, 3, 4, VK_MBUTTON);  // Static has CS_DBLCLKS: no notice for the second
-  layertest::pumpAll();
-  std::vector<Seen> notes;
-  for (const Seen& s : seen())
-    if (s.msg == WM_PARENTNOTIFY) notes.push_back(s);
-  seen().clear();
-  ASSERT_EQ(notes.size(), 4u);
-  EXPECT_EQ(notes[0].hwnd, middle);
-  EXPECT_EQ(notes[0].wp, static_cast<WPARAM>(WM_LBUTTONDOWN));
-  EXPECT_EQ(notes[0].lp, MAKELPARAM(8, 11));
-  EXPECT_EQ(notes[1].hwnd, h);
-  EXPECT_EQ(notes[1].lp, MAKELPARAM(28, 41));
-  EXPECT_EQ(notes[2].wp, static_cast<WPARAM>(WM_MBUTTONDOWN));
-  SetWindowLongA(inner, GWL_EXSTYLE, WS_EX_NOPARENTNOTIFY);
-  win32sim::advanceClock(GetDoubleClickTime());
-  win32sim::click(inner, 3, 4);
-  layertest::pumpAll();
-  for (const Seen& s : seen()) EXPECT_NE(s.msg, static_cast<UINT>(WM_PARENTNOTIFY));
-  seen().clear();
-  DestroyWindow(h);
 }
 
 }  // namespace

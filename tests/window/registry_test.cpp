@@ -1,6 +1,5 @@
 // The window registry on its own: sorted by unsigned handle, replacing,
-// growing and removing. tests/window/winbase_test.cpp checks it behind the
-// window procedure.
+// growing and removing.
 #include "window/registry.h"
 
 #include <gtest/gtest.h>
