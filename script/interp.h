@@ -450,6 +450,8 @@ class Interp : public GlobalNames {
   Activation& pushActivation(const FunctionDecl& fn, TulValue* args, int n,
                                           Frame& caller, const void** callerPending,
                                           std::size_t callerTryBase);
+  TUL_NOINLINE Activation* methodActivation(Frame& f, const void** pending,
+                                            std::size_t tryBase);
   // Ends the innermost activation (its result already taken), releasing its
   // slots; the caller's frame, with its pending callees and first handler.
   Frame* popActivation(const void**& pending, std::size_t& tryBase);

@@ -291,6 +291,32 @@ TUL_ALWAYS_INLINE Frame* Interp::popActivation(const void**& pending, std::size_
   return caller;
 }
 
+// The activation of the script method that instruction f.ip's site has
+// found for its object's class, started; null when the call must go the
+// general way (a native method, a weak reference, too many arguments, calls
+// too deep).
+Interp::Activation* Interp::methodActivation(Frame& f, const void** pending,
+                                             std::size_t tryBase) {
+  const Ins* ip = f.ip;
+  const TulValue* obj = operand::space(ip->b) == operand::Local ? &f.slots[operand::index(ip->b)]
+                        : operand::space(ip->b) == operand::This ? f.self
+                                                                 : nullptr;
+  if (!obj || obj->type() != TulValueType::Object) return nullptr;
+  CallSite& site = f.code->calls[static_cast<std::size_t>(ip->c)];
+  resolveMethod(site.cache, static_cast<TulObject*>(obj->refObject())->getClass(), site.name);
+  const FunctionDecl* fn = site.cache.fn;
+  if (!fn || site.argc > fn->code.params || callDepth_ >= kMaxScriptCallDepth ||
+      methodDepth_ + vm_->interp().callDepth() >= tulrt::kMaxCallDepth)
+    return nullptr;
+  Activation& a = pushActivation(*fn, f.slots + ip->d, site.argc, f, pending, tryBase);
+  a.method = true;
+  a.constructor = fn->isConstructor;
+  a.frame.self = obj;
+  a.frame.cls = site.cache.owner;
+  ++methodDepth_;
+  return &a;
+}
+
 bool Interp::callPending(Frame& f, const void* pending,
                          TulValue* args, int n) {
   const Ins* ip = f.ip;
@@ -900,25 +926,8 @@ LenOrPush: {
 // this loop too, `this` held where the caller keeps the object (a local or
 // its own `this`) until it returns.
 Method: {
-  const TulValue* obj = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
-                        : operand::space(ip->b) == operand::This ? F->self
-                                                                 : nullptr;
-  if (obj && obj->type() == TulValueType::Object) {
-    CallSite& site = F->code->calls[static_cast<std::size_t>(ip->c)];
-    resolveMethod(site.cache, static_cast<TulObject*>(obj->refObject())->getClass(), site.name);
-    const FunctionDecl* fn = site.cache.fn;
-    if (fn && site.argc <= fn->code.params && callDepth_ < kMaxScriptCallDepth &&
-        methodDepth_ + vm_->interp().callDepth() < tulrt::kMaxCallDepth) {
-      F->ip = ip;
-      Activation& a = pushActivation(*fn, R + ip->d, site.argc, *F, pending, tryBase);
-      a.method = true;
-      a.constructor = fn->isConstructor;
-      a.frame.self = obj;
-      a.frame.cls = site.cache.owner;
-      ++methodDepth_;
-      ENTER(a);
-    }
-  }
+  F->ip = ip;
+  if (Activation* a = methodActivation(*F, pending, tryBase)) ENTER(*a);
   CHECK(method(*F));
   NEXT();
 }
