@@ -18,25 +18,30 @@
 set -u
 run=$1 tul=$2 cxx=$3 lua=$4 lua_why=$5
 here=$(cd "$(dirname "$0")" && pwd)
-programs=(calls loops bitloop methods strings dicts vectors)
-lua_target=3.000
+# BENCH_PROGRAMS picks some of them (names separated by spaces).
+programs=(${BENCH_PROGRAMS:-calls loops bitloop methods strings dicts vectors texts callbacks})
+lua_target=1.500
 declare -A dominant=(
-  [calls]="a script call: the callee's frame taken from the slot stack and cleared when it ends, the arguments moved in, and a nested run() of the VM for the body"
+  [calls]="a script call: the callee's activation and frame set up, the arguments moved in, and every slot of the frame checked and cleared when it ends"
   [loops]="the VM's dispatch and operand decoding for each instruction of the loop body"
   [bitloop]="three instructions a turn, two of them on globals, each read and written through the table of globals with its defined check"
-  [methods]="the call site's class check, the object held for the call, the method's frame and a nested run() of the VM"
+  [methods]="the call site's class and depth checks, the method's activation and frame, and the member read through the site's cache"
   [strings]="one new host string for each chain of + and one for each literal evaluated outside an operator"
   [dicts]="the key string built by + (one host string a key) and the host dictionary's hashing of it on every read and write"
   [vectors]="each element a 16-byte value copied in and out, and the instructions of the loops around them"
+  [texts]="the calls of the String class's native methods through the runtime, each with its frame and argument checks"
+  [callbacks]="a call through a value: the function read from a vector, a dictionary or a variable, and its frame"
 )
 declare -A next_step=(
-  [calls]="run script functions without a nested run() of the VM, the caller's place kept with its frame in the slot stack (a first try that kept it in a separate stack cost more than the C++ call it saved)"
+  [calls]="clear on return only the slots that may hold a reference, and take the callee's frame and activation in one step"
   [loops]="instructions specialised for operands in locals and constants, read without decoding where an operand lives"
   [bitloop]="globals a file defines before a loop read without the defined check, and instructions specialised for their operands"
-  [methods]="the object borrowed from the caller's variable for a call that cannot release it"
+  [methods]="clear on return only the slots that may hold a reference; a method that only reads a member answered without a frame"
   [strings]="literals joined into the chain's string without a string of their own"
   [dicts]="keys hashed once per string"
   [vectors]="instructions specialised for operands in locals and constants"
+  [texts]="native method calls that reuse the call site's lookup of the method"
+  [callbacks]="the function value copied out of its container (a reference taken and dropped) before the call; read it in place"
 )
 check_rounds=7      # the run whose output all versions must agree on
 long_run=1.2        # seconds of work the long run is sized to

@@ -106,23 +106,11 @@ struct IncDecExpr : Expr {
   ExprPtr target;
 };
 
-// What a method call or member access site found for the class it met
-// last; trusted only for that class and while no class has been declared
-// since (`epoch`, the interpreter's count of declarations).
-struct SiteCache {
-  TulClass* cls = nullptr;
-  unsigned epoch = 0;
-  int index = -1;                    // member sites: the data member's index
-  const FunctionDecl* fn = nullptr;  // method sites: the script method, or
-  TulClass* owner = nullptr;         // null for one the runtime must call
-};
-
 struct CallExpr : Expr {  // Call, MethodCall, BaseCall
   using Expr::Expr;
   ExprPtr callee;  // Call: the function; MethodCall: the object
   std::string name;
   std::vector<ExprPtr> args;
-  mutable SiteCache cache;  // MethodCall
 };
 
 struct MemberExpr : Expr {  // Member (name) and Index (index)
@@ -130,7 +118,6 @@ struct MemberExpr : Expr {  // Member (name) and Index (index)
   ExprPtr object;
   std::string name;
   ExprPtr index;
-  mutable SiteCache cache;  // Member
 };
 
 enum class StmtKind : std::uint8_t {
@@ -206,8 +193,7 @@ struct ClassStmt : Stmt {
 
 struct IncludeStmt : Stmt {
   using Stmt::Stmt;
-  std::string path;                // as written
-  const Program* program = nullptr;  // null: included earlier, nothing to run
+  std::string path;  // as written
 };
 
 struct FunctionDecl {
@@ -241,8 +227,18 @@ struct ClassDecl {
   std::vector<FunctionDecl*> methods;  // owned by the Program
 };
 
+// A function of a file's top level, defined before its first statement
+// runs.
+struct HoistedFunction {
+  std::string name;  // the global's
+  const FunctionDecl* fn;
+};
+
 // One parsed source file. Its functions and classes live as long as it does;
-// function values hold the program through a shared pointer.
+// function values hold the program through a shared pointer. The
+// statements (`body`, each function's body, the statics' initializers) are
+// the syntax tree, dropped once compiled: from then on only the
+// declarations and their code remain.
 struct Program {
   std::string fileName;  // as errors show it
   int fileIndex = 0;
@@ -250,6 +246,7 @@ struct Program {
   int slotCount = 0;  // frame of the file's top level
   std::vector<std::unique_ptr<FunctionDecl>> functions;
   std::vector<std::unique_ptr<ClassDecl>> classes;
+  std::vector<HoistedFunction> hoisted;
   Code code;  // the top level compiled
 };
 

@@ -4,17 +4,25 @@
 // lays out temporaries above the locals and turns statements and
 // expressions into instructions; the VM (vm.cpp) runs them.
 //
-// Invariant: a Code never changes once compiled. Everything an instruction
-// needs for an error (its lines, the name it looks up) is in its InsInfo,
-// read only when something is reported or looked up.
+// Invariant: a Code never changes once compiled, but for its sites'
+// caches. What only an error needs (the lines) is looked up from the
+// instruction's index when one is reported, never while running.
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "host/tul.h"
+#include "script/lexer.h"
+
+class TulClass;
 
 namespace tulscript {
+
+struct FunctionDecl;
+struct ClassDecl;
+struct Program;
 
 // An operand: where an instruction reads a value, or writes one. The low
 // two bits say which space, the rest are the index in it.
@@ -30,65 +38,33 @@ constexpr Space space(std::int32_t x) { return static_cast<Space>(x & 3); }
 constexpr int index(std::int32_t x) { return x >> 2; }
 }  // namespace operand
 
-// a, b, c, d are operands, slot numbers, counts or jump targets as each
-// instruction says; "temps" are consecutive slots starting at a slot number.
 enum class Op : std::uint8_t {
-  Step,       // a step of the budget (only where the run has one)
-  Move,       // a = b
-  DefGlobal,  // global a defined as b (`var` at a file's top level)
-  LoadStr,    // a = a new string of the literal (ref)
-  LoadFn,     // a = a function value of the declaration (ref)
-  NewVec,     // a = an empty vector for d elements (its size checked first)
-  VecPush,    // vector a gets temp b (moved)
-  NewDict,    // a = an empty dictionary
-  DictKey,    // b must be a string (a key of a literal, at its line)
-  DictPut,    // dictionary a: key b = c
-
-  // a = b OP c; the order follows TokenKind's binary operators (kBinaryOps).
-  Add, Sub, Mul, Div, Mod, BitAnd, BitOr, BitXor, Shl, Shr, UShr,
-  Less, LessEq, Greater, GreaterEq, Equal, NotEqual,
-  // a = OP b
-  Neg, Plus, Not, BitNot,
-
-  Jump,       // to a
-  JumpIf,     // to a when b is true (flag kNegate: when false)
-  // to a when b OP c holds (kNegate: when it does not)
-  JumpLess, JumpLessEq, JumpGreater, JumpGreaterEq, JumpEqual, JumpNotEqual,
-  // The end of a counting loop's turn: variable b += 1, the loop's step
-  // (counted here, at stepLine), then to a while b < c (compared at
-  // targetLine, the condition's line).
-  StepLess,
-
-  IncDec,     // a = b stepped: d = 1 or -1, kPrefix; objects through hooks
-  IncVar,     // variable b stepped by d (1 or -1; kPrefix: ++b), its value unused
-
-  // Calls by a variable's name hold their callee while the arguments are
-  // evaluated: pending call k (in `spare`), or its value in the temp before
-  // the arguments when it is no function.
-  Callee,     // pending call k = the function variable b holds, else temp a = b
-  Call,       // a = pending call k (args: c temps from slot b)
-  CallValue,  // a = temp b called with the c temps after it
-  Len,        // a = len(b) when pending call k is the built-in len, else a call
-              // (callee temp: slot c)
-  Push,       // a = push(b, c) likewise (callee temp: slot d)
-  Method,     // a = b.name(c temps from d); ref: the CallExpr
-  BaseMethod, // a = base.name(c temps from d); ref: the CallExpr
-  GetMember,  // a = b.name; ref: the MemberExpr
-  SetMember,  // b.name = c; ref: the MemberExpr
-  GetIndex,   // a = b[c]
-  SetIndex,   // b[c] = d
-
-  Return,     // the frame returns b
-  ReturnNil,
-  ForInPrep,  // temps b, b+1, b+2: the sequence, its keys, the position
-  ForInNext,  // variable d = the next item of temps b.., else to a
-  TryBegin,   // a handler at a for the error into variable b; temps from c die
-  TryEnd,     // the innermost handler goes (d of them)
-  Throw,      // the error b
-  Class,      // a = the class the ClassStmt (ref) declares
-  Static,     // class a gets the static (ref: StaticVarDecl) = b
-  Include,    // runs the file the IncludeStmt (ref) names
+#define TUL_OP(name, label, token) name,
+#include "script/opcodes.def"
 };
+
+constexpr int kOpCount = 0
+#define TUL_OP(name, label, token) +1
+#include "script/opcodes.def"
+    ;
+
+// The operator an instruction applies (TokenKind::End for none).
+constexpr TokenKind kOpTokens[] = {
+#define TUL_OP(name, label, token) TokenKind::token,
+#include "script/opcodes.def"
+};
+constexpr TokenKind opToken(Op op) { return kOpTokens[static_cast<int>(op)]; }
+
+// The instruction of [first, last] that applies operator t (last when none
+// does: the rows' order puts the catch-all there).
+constexpr Op opFor(TokenKind t, Op first, Op last) {
+  for (int i = static_cast<int>(first); i < static_cast<int>(last); ++i)
+    if (kOpTokens[i] == t) return static_cast<Op>(i);
+  return last;
+}
+
+// An instruction's name, as a listing shows it.
+const char* opName(Op op);
 
 // Instruction flags.
 constexpr std::uint8_t kFreeB = 1;   // b is a temp this instruction used up
@@ -104,22 +80,87 @@ struct Ins {
   std::uint8_t unused = 0;
   std::int32_t a = 0, b = 0, c = 0, d = 0;
 };
+static_assert(sizeof(Ins) == 20, "an instruction is five words");
 
-// What only an error or a step report needs.
-struct InsInfo {
-  int line = 0;            // the operation's
-  int stepLine = 0;        // StepLess: the loop's, for its turn's step
-  int targetLine = 0;      // the variable's, for a write to a global
-  int lineB = 0, lineC = 0, lineD = 0;  // the reads of globals b, c and d
-  const void* ref = nullptr;
+// Where an error's line comes from: a line itself (0 or more), or one of
+// the lines the frame's current instruction records, looked up in its
+// code's tables only when an error is reported.
+namespace lines {
+constexpr int Op = -1;      // the operation's
+constexpr int Step = -2;    // StepLess: the loop's, for its turn's step
+constexpr int Target = -3;  // the variable's, for a write to an undeclared global
+constexpr int B = -4;       // the reads of globals b, c and d
+constexpr int C = -5;
+constexpr int D = -6;
+}  // namespace lines
+
+// What a method call or member access site found for the class it met
+// last; trusted only for that class and while no class has been declared
+// since (`epoch`, the interpreter's count of declarations).
+struct SiteCache {
+  TulClass* cls = nullptr;
+  unsigned epoch = 0;
+  int index = -1;                    // member sites: the data member's index
+  const FunctionDecl* fn = nullptr;  // method sites: the script method, or
+  TulClass* owner = nullptr;         // null for one the runtime must call
 };
 
+// A call: the method's name (Method, BaseMethod) or the callee variable's
+// (calls by name, for errors), and what the call site has found.
+struct CallSite {
+  std::string name;
+  int argc = 0;         // Method, BaseMethod
+  int calleeSlot = 0;   // Push: the temp before the arguments
+  SiteCache cache;      // Method
+};
+
+struct MemberSite {
+  std::string name;
+  SiteCache cache;
+};
+
+// An `include`, its file loaded once the including file has been compiled.
+struct IncludeSite {
+  std::string path;  // as written
+  int line = 0;
+  const Program* program = nullptr;  // null: included earlier, nothing to run
+};
+
+// A run of instructions from `pc` on that share a line.
+struct LineRun {
+  int pc;
+  int line;
+};
+// A line other than the operation's (lines::Step ... lines::D) of the
+// instruction at pc; absent means 0.
+struct ExtraLine {
+  int pc;
+  int kind;
+  int line;
+};
+
+// A compiled function body or top level. Besides the instructions it owns
+// every table they index: constants, literal strings, the declarations of
+// functions and classes it makes, its call, member and include sites and
+// its lines, so it needs nothing of the syntax tree it was compiled from.
+// The sites' caches are the only part a run writes.
 struct Code {
   std::vector<Ins> ins;
-  std::vector<InsInfo> info;
-  std::vector<TulValue> consts;  // numbers and nil
+  std::vector<TulValue> consts;  // numbers, nil and the strings operators read
+  std::vector<std::string> strings;
+  std::vector<const FunctionDecl*> functions;
+  std::vector<const ClassDecl*> classes;
+  mutable std::vector<CallSite> calls;
+  mutable std::vector<MemberSite> members;
+  std::vector<IncludeSite> includes;
+  std::vector<LineRun> lineRuns;     // by pc
+  std::vector<ExtraLine> extraLines; // by pc, then kind
+  int params = 0;                // the function's parameters
   int frameSize = 1;             // locals and temporaries
   int pendingCalls = 0;          // callees held at once (Callee ... Call)
+
+  // The line `which` (lines::Op ... lines::D) of the instruction at pc.
+  int lineAt(int pc, int which) const;
 };
 
 }  // namespace tulscript

@@ -19,8 +19,7 @@ TulClass* classOf(const TulValue& v) { return static_cast<TulClass*>(v); }
 
 }  // namespace
 
-bool Interp::declareClass(const ClassStmt& s, Frame& f, TulClass*& out) {
-  const ClassDecl& d = *s.cls;
+bool Interp::declareClass(const ClassDecl& d, Frame& f, TulClass*& out) {
   TulClass* base = nullptr;
   if (!d.baseName.empty()) {
     TulValue b;

@@ -39,47 +39,9 @@ bool isComparison(TokenKind op) {
   }
 }
 
-Op binaryOp(TokenKind op) {
-  switch (op) {
-    case TokenKind::Plus: return Op::Add;
-    case TokenKind::Minus: return Op::Sub;
-    case TokenKind::Star: return Op::Mul;
-    case TokenKind::Slash: return Op::Div;
-    case TokenKind::Percent: return Op::Mod;
-    case TokenKind::Amp: return Op::BitAnd;
-    case TokenKind::Pipe: return Op::BitOr;
-    case TokenKind::Caret: return Op::BitXor;
-    case TokenKind::Shl: return Op::Shl;
-    case TokenKind::Shr: return Op::Shr;
-    case TokenKind::UShr: return Op::UShr;
-    case TokenKind::Less: return Op::Less;
-    case TokenKind::LessEq: return Op::LessEq;
-    case TokenKind::Greater: return Op::Greater;
-    case TokenKind::GreaterEq: return Op::GreaterEq;
-    case TokenKind::EqEq: return Op::Equal;
-    default: return Op::NotEqual;
-  }
-}
-
-Op jumpOp(TokenKind op) {
-  switch (op) {
-    case TokenKind::Less: return Op::JumpLess;
-    case TokenKind::LessEq: return Op::JumpLessEq;
-    case TokenKind::Greater: return Op::JumpGreater;
-    case TokenKind::GreaterEq: return Op::JumpGreaterEq;
-    case TokenKind::EqEq: return Op::JumpEqual;
-    default: return Op::JumpNotEqual;
-  }
-}
-
-Op unaryOp(TokenKind op) {
-  switch (op) {
-    case TokenKind::Minus: return Op::Neg;
-    case TokenKind::Bang: return Op::Not;
-    case TokenKind::Tilde: return Op::BitNot;
-    default: return Op::Plus;
-  }
-}
+Op binaryOp(TokenKind op) { return opFor(op, Op::Add, Op::NotEqual); }
+Op jumpOp(TokenKind op) { return opFor(op, Op::JumpLess, Op::JumpNotEqual); }
+Op unaryOp(TokenKind op) { return opFor(op, Op::Neg, Op::BitNot); }
 
 TokenKind compoundBase(TokenKind op) {
   switch (op) {
@@ -99,6 +61,13 @@ TokenKind compoundBase(TokenKind op) {
 
 const VarRef* variableOf(const Expr& e) {
   return e.kind == ExprKind::Variable ? &static_cast<const VariableExpr&>(e).var : nullptr;
+}
+
+// The name of the variable a call's callee is, which errors about the
+// call show ("" for any other callee).
+std::string calleeName(const CallExpr& e) {
+  const VarRef* v = e.callee ? variableOf(*e.callee) : nullptr;
+  return v ? v->name : std::string();
 }
 
 // Evaluating e runs no script code and changes no variable: literals,
@@ -210,7 +179,7 @@ class Compiler {
   int here() const { return static_cast<int>(code_.ins.size()); }
 
   int emit(Op op, int line, std::int32_t a = 0, std::int32_t b = 0, std::int32_t c = 0,
-           std::int32_t d = 0, std::uint8_t flags = 0, const void* ref = nullptr) {
+           std::int32_t d = 0, std::uint8_t flags = 0) {
     Ins ins;
     ins.op = op;
     ins.flags = flags;
@@ -218,19 +187,49 @@ class Compiler {
     ins.b = b;
     ins.c = c;
     ins.d = d;
-    InsInfo info;
-    info.line = line;
-    info.targetLine = targetLine_;
-    info.lineB = lineOf(b);
-    info.lineC = lineOf(c);
-    info.lineD = lineOf(d);
-    info.ref = ref;
+    const int pc = here();
     code_.ins.push_back(ins);
-    code_.info.push_back(info);
-    return static_cast<int>(code_.ins.size()) - 1;
+    if (code_.lineRuns.empty() || code_.lineRuns.back().line != line)
+      code_.lineRuns.push_back({pc, line});
+    extraLine(pc, lines::Target, targetLine_);
+    extraLine(pc, lines::B, lineOf(b));
+    extraLine(pc, lines::C, lineOf(c));
+    extraLine(pc, lines::D, lineOf(d));
+    return pc;
+  }
+  // Records a line other than the operation's for the instruction at pc
+  // (kept in order of pc, then kind; none means 0).
+  void extraLine(int pc, int kind, int line) {
+    if (line == 0) return;
+    std::vector<ExtraLine>& x = code_.extraLines;
+    auto at = std::find_if(x.rbegin(), x.rend(), [&](const ExtraLine& e) {
+      return e.pc < pc || (e.pc == pc && e.kind > kind);
+    });
+    x.insert(at.base(), {pc, kind, line});
+  }
+  // A site of each table, by its index.
+  std::int32_t callSite(const std::string& name, int argc = 0) {
+    CallSite site;
+    site.name = name;
+    site.argc = argc;
+    code_.calls.push_back(std::move(site));
+    return static_cast<std::int32_t>(code_.calls.size()) - 1;
+  }
+  std::int32_t memberSite(const std::string& name) {
+    MemberSite site;
+    site.name = name;
+    code_.members.push_back(std::move(site));
+    return static_cast<std::int32_t>(code_.members.size()) - 1;
+  }
+  std::int32_t stringIndex(const std::string& text) {
+    code_.strings.push_back(text);
+    return static_cast<std::int32_t>(code_.strings.size()) - 1;
+  }
+  std::int32_t functionIndex(const FunctionDecl* fn) {
+    code_.functions.push_back(fn);
+    return static_cast<std::int32_t>(code_.functions.size()) - 1;
   }
   Ins& at(int pc) { return code_.ins[static_cast<std::size_t>(pc)]; }
-  InsInfo& infoAt(int pc) { return code_.info[static_cast<std::size_t>(pc)]; }
   void patch(int pc, int target) { at(pc).a = target; }
   void patchAll(const std::vector<int>& list, int target) {
     for (int pc : list) patch(pc, target);
@@ -393,10 +392,10 @@ class Compiler {
         move(dst, value(e), e.line);
         break;
       case ExprKind::String:
-        emit(Op::LoadStr, e.line, dst, 0, 0, 0, 0, &static_cast<const LiteralExpr&>(e).text);
+        emit(Op::LoadStr, e.line, dst, stringIndex(static_cast<const LiteralExpr&>(e).text));
         break;
       case ExprKind::FunctionLit:
-        emit(Op::LoadFn, e.line, dst, 0, 0, 0, 0, static_cast<const FunctionExpr&>(e).fn);
+        emit(Op::LoadFn, e.line, dst, functionIndex(static_cast<const FunctionExpr&>(e).fn));
         break;
       case ExprKind::VectorLit: case ExprKind::DictLit: case ExprKind::Logical:
       case ExprKind::IncDec:
@@ -443,14 +442,14 @@ class Compiler {
       case ExprKind::BaseCall: {
         const auto& c = static_cast<const CallExpr&>(e);
         const std::int32_t first = arguments(c.args);
-        emit(Op::BaseMethod, e.line, dst, 0, static_cast<std::int32_t>(c.args.size()),
-             operand::index(first), 0, &c);
+        emit(Op::BaseMethod, e.line, dst, 0, callSite(c.name, static_cast<int>(c.args.size())),
+             operand::index(first));
         break;
       }
       case ExprKind::Member: {
         const auto& m = static_cast<const MemberExpr&>(e);
         const std::int32_t o = value(*m.object);
-        emit(Op::GetMember, e.line, dst, o, 0, 0, frees(dst, o), &m);
+        emit(Op::GetMember, e.line, dst, o, memberSite(m.name), 0, frees(dst, o));
         break;
       }
       case ExprKind::Index: {
@@ -576,7 +575,8 @@ class Compiler {
     if (t.kind == ExprKind::Variable)
       emit(Op::Move, t.line, dst, p.object);
     else if (t.kind == ExprKind::Member)
-      emit(Op::GetMember, t.line, dst, p.object, 0, 0, 0, &t);
+      emit(Op::GetMember, t.line, dst, p.object,
+           memberSite(static_cast<const MemberExpr&>(t).name));
     else
       emit(Op::GetIndex, t.line, dst, p.object, p.key);
   }
@@ -590,7 +590,8 @@ class Compiler {
       Target line(*this, t.line);
       emit(Op::Move, t.line, p.object, x, 0, 0, frees(p.object, value));
     } else if (t.kind == ExprKind::Member) {
-      emit(Op::SetMember, t.line, 0, p.object, x, 0, frees(0, p.object, value), &t);
+      emit(Op::SetMember, t.line, 0, p.object, x, memberSite(static_cast<const MemberExpr&>(t).name),
+           frees(0, p.object, value));
     } else {
       emit(Op::SetIndex, t.line, 0, p.object, p.key, x, frees(0, p.object, p.key, value));
     }
@@ -702,7 +703,7 @@ class Compiler {
     if (!named || pending_ >= kMaxPendingCalls) {
       into(*e.callee, callee);
       arguments(e.args);
-      emit(Op::CallValue, e.line, dst, operand::index(callee), n, 0, 0, &e);
+      emit(Op::CallValue, e.line, dst, operand::index(callee), n, callSite(calleeName(e)));
       return;
     }
     // The callee is read before the arguments, as it is written; a script
@@ -716,16 +717,18 @@ class Compiler {
     int pc;
     if (n == 1 && named->name == "len") {
       const std::int32_t v = argumentAt(*e.args[0], temp(), {});
-      pc = emit(Op::Len, e.line, dst, v, operand::index(callee), 0, 0, &e);
+      pc = emit(Op::Len, e.line, dst, v, operand::index(callee), callSite(named->name));
     } else if (n == 2 && named->name == "push") {
       const std::int32_t a0 = temp();
       const std::int32_t a1 = temp();
       const std::int32_t v = argumentAt(*e.args[0], a0, {e.args[1].get()});
       const std::int32_t x = argumentAt(*e.args[1], a1, {});
-      pc = emit(Op::Push, e.line, dst, v, x, operand::index(callee), 0, &e);
+      const std::int32_t site = callSite(named->name);
+      code_.calls[static_cast<std::size_t>(site)].calleeSlot = operand::index(callee);
+      pc = emit(Op::Push, e.line, dst, v, x, site);
     } else {
       const std::int32_t first = arguments(e.args);
-      pc = emit(Op::Call, e.line, dst, operand::index(first), n, 0, 0, &e);
+      pc = emit(Op::Call, e.line, dst, operand::index(first), n, callSite(named->name));
     }
     at(pc).spare = static_cast<std::uint8_t>(k);
     --pending_;
@@ -740,8 +743,8 @@ class Compiler {
     if (operand::space(obj) == operand::Global || !stable(obj, later))
       obj = copied(obj, e.callee->line);
     const std::int32_t first = arguments(e.args);
-    emit(Op::Method, e.line, dst, obj, static_cast<std::int32_t>(e.args.size()),
-         operand::index(first), frees(dst, obj), &e);
+    emit(Op::Method, e.line, dst, obj, callSite(e.name, static_cast<int>(e.args.size())),
+         operand::index(first), frees(dst, obj));
   }
 
   // --- statements ----------------------------------------------------------------------
@@ -789,11 +792,15 @@ class Compiler {
       case StmtKind::Function: {
         const auto& f = static_cast<const FunctionStmt&>(s);
         if (f.hoisted) break;  // defined before the file's first statement
-        emit(Op::LoadFn, s.line, variable(f.var, s.line), 0, 0, 0, 0, f.fn);
+        emit(Op::LoadFn, s.line, variable(f.var, s.line), functionIndex(f.fn));
         break;
       }
       case StmtKind::Class: classStatement(static_cast<const ClassStmt&>(s)); break;
-      case StmtKind::Include: emit(Op::Include, s.line, 0, 0, 0, 0, 0, &s); break;
+      case StmtKind::Include: {
+        code_.includes.push_back({static_cast<const IncludeStmt&>(s).path, s.line, nullptr});
+        emit(Op::Include, s.line, 0, static_cast<std::int32_t>(code_.includes.size()) - 1);
+        break;
+      }
     }
     temps_ = mark;
   }
@@ -814,11 +821,12 @@ class Compiler {
 
   void classStatement(const ClassStmt& s) {
     const std::int32_t cls = temp();
-    emit(Op::Class, s.line, cls, 0, 0, 0, 0, &s);
+    code_.classes.push_back(s.cls);
+    emit(Op::Class, s.line, cls, static_cast<std::int32_t>(code_.classes.size()) - 1);
     for (const StaticVarDecl& sv : s.cls->statics) {
       const int mark = temps_;
       const std::int32_t x = sv.init ? value(*sv.init) : nilConstant();
-      emit(Op::Static, sv.line, cls, x, 0, 0, frees(cls, x), &sv);
+      emit(Op::Static, sv.line, cls, x, stringIndex(sv.name), 0, frees(cls, x));
       temps_ = mark;
     }
     release(cls, s.line);
@@ -901,7 +909,7 @@ class Compiler {
             variable(static_cast<const VariableExpr&>(*step->target).var, step->target->line);
         return emit(Op::StepLess, step->line, top, i, value(*cond.right), 1);
       }();
-      infoAt(pc).stepLine = s.line;  // the turn's step, counted after the ++
+      extraLine(pc, lines::Step, s.line);  // the turn's step, counted after the ++
       patchAll(skip, here());
       finishLoop(next);
       return;
@@ -978,6 +986,7 @@ void compileProgram(Program& program, bool countSteps) {
   for (const std::unique_ptr<FunctionDecl>& fn : program.functions) {
     Compiler c(fn->code, fn->slotCount, nullptr, countSteps);
     c.body(fn->body.body);
+    fn->code.params = static_cast<int>(fn->params.size());
   }
   // Functions of a file are defined before its first statement runs.
   std::vector<char> known;
@@ -986,11 +995,17 @@ void compileProgram(Program& program, bool countSteps) {
     if (s->kind != StmtKind::Function) continue;
     const auto& f = static_cast<const FunctionStmt&>(*s);
     if (!f.hoisted) continue;
+    program.hoisted.push_back({f.var.name, f.fn});
     const std::size_t i = static_cast<std::size_t>(f.var.index);
     if (known.size() <= i) known.resize(i + 1, 0);
     known[i] = 1;
   }
   top.body(program.body.body);
+  // The tree is done with: nothing compiled points into it.
+  program.body.body.clear();
+  for (const std::unique_ptr<FunctionDecl>& fn : program.functions) fn->body.body.clear();
+  for (const std::unique_ptr<ClassDecl>& cls : program.classes)
+    for (StaticVarDecl& sv : cls->statics) sv.init.reset();
 }
 
 }  // namespace tulscript

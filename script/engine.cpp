@@ -112,8 +112,13 @@ ScriptError fromRecord(const tulrt::ErrorRecord& r) {
 ScriptError placedAt(ScriptError e, const Frame& f, int line) {
   if (!e.file.empty() || !f.program) return e;
   e.file = f.program->fileName;
-  e.line = line;
+  e.line = lineIn(f, line);
   return e;
+}
+
+int lineIn(const Frame& f, int line) {
+  if (line >= 0 || !f.code || !f.ip) return line < 0 ? 0 : line;
+  return f.code->lineAt(static_cast<int>(f.ip - f.code->ins.data()), line);
 }
 
 std::string ScriptError::diagnostic() const {
@@ -192,7 +197,7 @@ void Interp::setArgs(const std::vector<std::string>& args) {
 bool Interp::fail(const Frame& f, int line, const std::string& message) {
   ScriptError e;
   e.file = f.program ? f.program->fileName : std::string();
-  e.line = line;
+  e.line = lineIn(f, line);
   e.message = message;
   return failWith(std::move(e));
 }
@@ -289,6 +294,8 @@ void Interp::reraiseFirstForwarded() {
 }
 
 Interp::Forwarded Interp::enterNativeCall() {
+  // The forwarded texts mean nothing while none is waiting: nothing to save.
+  if (!haveForwarded_) return Forwarded();
   Forwarded outer{haveForwarded_, std::move(forwarded_), std::move(forwardedRecord_)};
   haveForwarded_ = false;
   forwarded_ = ScriptError();
@@ -444,9 +451,7 @@ std::shared_ptr<Program> Interp::loadProgram(const std::string& path, const std:
 
 bool Interp::resolveIncludes(Program& p, int& status) {
   std::string shownDir = directoryOf(p.fileName);
-  for (StmtPtr& s : p.body.body) {
-    if (s->kind != StmtKind::Include) continue;
-    auto& inc = static_cast<IncludeStmt&>(*s);
+  for (IncludeSite& inc : p.code.includes) {
     std::string shown = isAbsolute(inc.path) ? inc.path : shownDir + inc.path;
     std::string key = canonicalPath(shown);
     if (!included_.insert(key).second) continue;

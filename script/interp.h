@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -20,6 +21,7 @@
 #include "runtime/runtime.h"
 #include "script/ast.h"
 #include "script/bytecode.h"
+#include "script/compiler.h"
 #include "script/engine.h"
 #include "script/parser.h"
 #include "script/slot_stack.h"
@@ -111,6 +113,10 @@ struct Frame {
   const TulValue* self = nullptr;
   TulClass* cls = nullptr;   // the class whose method runs (for `base`)
   TulValue ret;              // the value of `return`
+  // The code running and its current instruction, saved before anything
+  // that can fail, so that an error finds its line (lines::Op ...).
+  const Code* code = nullptr;
+  const Ins* ip = nullptr;
 
   const TulValue& thisValue() const {
     static const TulValue nil;
@@ -130,11 +136,15 @@ class CalleeFrame : public SlotFrame {
  public:
   CalleeFrame(SlotStack& stack, const FunctionDecl& fn, TulValue* args, int n)
       : SlotFrame(stack, frameSlots(fn, n)) {
-    for (int i = 0; i < n; ++i) slots()[i] = std::move(args[i]);
+    for (int i = 0; i < n; ++i) moveInto(slots()[i], std::move(args[i]));
   }
 };
 
 enum class Flow { Normal, Return, Fail };
+
+// The line `line` stands for in frame f: itself when it is one, else the
+// line of that kind (lines::Op ...) the frame's current instruction records.
+int lineIn(const Frame& f, int line);
 
 // e, placed at the frame's file and the line when it has no place yet.
 ScriptError placedAt(ScriptError e, const Frame& f, int line);
@@ -258,7 +268,7 @@ class Interp : public GlobalNames {
   // --- classes (classes.cpp) ----------------------------------------------
   // The class of a class statement, defined as its global; its statics
   // are the caller's to add.
-  bool declareClass(const ClassStmt& s, Frame& f, TulClass*& out);
+  bool declareClass(const ClassDecl& d, Frame& f, TulClass*& out);
   // The frame the runtime hands a script method (see classes.cpp).
   bool runMethod(const FunctionDecl& fn, TulClass* cls, int argc, ValPtr& sp);
 
@@ -286,18 +296,30 @@ class Interp : public GlobalNames {
     return true;
   }
 
-  // Operand x of instruction ip (bytecode.h): where its value is. A global
-  // read undefined gives the class of that name in `scratch`, or fails with
-  // the line of the operand's read (`which`: 1 for b, 2 for c, 3 for d).
-  TUL_ALWAYS_INLINE const TulValue* read(std::int32_t x, Frame& f, const Code& code,
-                                         const Ins* ip, int which, TulValue& scratch) {
+  // Operand x of the frame's instruction (bytecode.h): where its value
+  // is. A global read undefined gives the class of that name, or fails
+  // with the line of the operand's read (`which`: lines::B, C or D).
+  TUL_ALWAYS_INLINE const TulValue* read(std::int32_t x, Frame& f, int which) {
     const int i = operand::index(x);
     // Locals first: they are what most operands are.
     if (operand::space(x) == operand::Local) return f.slots + i;
-    if (operand::space(x) == operand::Const) return code.consts.data() + i;
+    if (operand::space(x) == operand::Const) return f.code->consts.data() + i;
     if (operand::space(x) == operand::This) return &f.thisValue();
     if (defined_[static_cast<std::size_t>(i)]) return &globals_[static_cast<std::size_t>(i)];
-    return readGlobal(i, f, code, ip, which, scratch);
+    return readGlobal(i, f, which);
+  }
+  // The same for the VM's loop, which saves the frame's instruction only
+  // where an error can be reported.
+  // (consts: the code's constants, where the loop keeps them).
+  TUL_ALWAYS_INLINE const TulValue* read(std::int32_t x, Frame& f, int which, const Ins* ip,
+                                         const TulValue* consts) {
+    const int i = operand::index(x);
+    if (operand::space(x) == operand::Local) return f.slots + i;
+    if (operand::space(x) == operand::Const) return consts + i;
+    if (operand::space(x) == operand::This) return &f.thisValue();
+    if (defined_[static_cast<std::size_t>(i)]) return &globals_[static_cast<std::size_t>(i)];
+    f.ip = ip;
+    return readGlobal(i, f, which);
   }
   // Where a variable operand (a local or a defined global) is; null for any
   // other operand.
@@ -310,12 +332,19 @@ class Interp : public GlobalNames {
     const std::size_t i = static_cast<std::size_t>(operand::index(x));
     return defined_[i] ? &globals_[i] : nullptr;
   }
-  // Writes instruction ip's destination x (an undeclared global fails at
-  // the instruction's target line).
-  TUL_ALWAYS_INLINE bool store(std::int32_t x, Frame& f, TulValue&& v, const Code& code,
-                               const Ins* ip) {
+  // Writes the frame's instruction's destination x (an undeclared global
+  // fails at the instruction's target line).
+  TUL_ALWAYS_INLINE bool store(std::int32_t x, Frame& f, TulValue&& v, const Ins* ip) {
     if (operand::space(x) == operand::Local) {
-      f.slots[operand::index(x)] = std::move(v);
+      moveInto(f.slots[operand::index(x)], std::move(v));
+      return true;
+    }
+    f.ip = ip;
+    return store(x, f, std::move(v));
+  }
+  TUL_ALWAYS_INLINE bool store(std::int32_t x, Frame& f, TulValue&& v) {
+    if (operand::space(x) == operand::Local) {
+      moveInto(f.slots[operand::index(x)], std::move(v));
       return true;
     }
     if (operand::space(x) == operand::Global) {
@@ -324,17 +353,17 @@ class Interp : public GlobalNames {
         return true;
       }
     }
-    return storeSlow(x, f, std::move(v), code, ip);
+    return storeSlow(x, f, std::move(v));
   }
-  TUL_ALWAYS_INLINE bool storeInt(std::int32_t x, Frame& f, std::int32_t r, const Code& code,
-                                  const Ins* ip) {
+  TUL_ALWAYS_INLINE bool storeInt(std::int32_t x, Frame& f, std::int32_t r, const Ins* ip) {
     if (operand::space(x) == operand::Local) {
       if (f.slots[operand::index(x)].putInt(r)) return true;
     } else if (operand::space(x) == operand::Global) {
       TulValue* g = globalSlot(x);
       if (g && g->putInt(r)) return true;
     }
-    return storeIntSlow(x, f, r, code, ip);
+    f.ip = ip;
+    return storeIntSlow(x, f, r);
   }
   // Around every call from script code into the runtime. An error that a
   // script method called further in raised and native code then answered
@@ -371,39 +400,30 @@ class Interp : public GlobalNames {
   bool writeUndeclared(const std::string& name, Frame& f, int line);
 
   // vm.cpp: the instructions' slow paths, kept out of run() so that a
-  // script call costs the C++ stack only run()'s own small frame.
-  TUL_NOINLINE const TulValue* readGlobal(int index, Frame& f, const Code& code, const Ins* ip,
-                                          int which, TulValue& scratch);
-  TUL_NOINLINE bool storeSlow(std::int32_t x, Frame& f, TulValue&& v, const Code& code,
-                              const Ins* ip);
-  TUL_NOINLINE bool storeIntSlow(std::int32_t x, Frame& f, std::int32_t r, const Code& code,
-                                 const Ins* ip);
-  TUL_NOINLINE bool countStep(const Code& code, const Ins* ip, Frame& f);
-  TUL_NOINLINE bool countLoopStep(const Code& code, const Ins* ip, Frame& f);
-  TUL_NOINLINE bool binarySlow(const Code& code, const Ins* ip, Frame& f, TokenKind op,
-                               const TulValue& x, const TulValue& y);
-  bool joinStrings(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
-                   const TulValue& y, bool& done);
-  TUL_NOINLINE int jumpSlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
-                            const TulValue& y);
-  TUL_NOINLINE bool incVarSlow(const Code& code, const Ins* ip, Frame& f);
-  TUL_NOINLINE int stepLessSlow(const Code& code, const Ins* ip, Frame& f);
-  TUL_NOINLINE bool unarySlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x);
-  TUL_NOINLINE bool callee(const Code& code, const Ins* ip, Frame& f, const void** pending);
-  TUL_NOINLINE bool callPending(const Code& code, const Ins* ip, Frame& f, const void* pending,
-                                TulValue* args, int n);
-  TUL_NOINLINE bool callTemp(const Code& code, const Ins* ip, Frame& f);
-  TUL_NOINLINE bool callFunctionAt(const Code& code, const Ins* ip, Frame& f,
-                                   const FunctionDecl& fn, TulValue* args, int n);
-  static int lineAt(const Code& code, const Ins* ip);
-  TUL_NOINLINE bool lenOrPush(const Code& code, const Ins* ip, Frame& f, const void* pending);
-  TUL_NOINLINE bool method(const Code& code, const Ins* ip, Frame& f);
-  TUL_NOINLINE bool baseMethod(const Code& code, const Ins* ip, Frame& f);
-  TUL_NOINLINE bool member(const Code& code, const Ins* ip, Frame& f, bool write);
-  TUL_NOINLINE bool index(const Code& code, const Ins* ip, Frame& f, bool write);
-  TUL_NOINLINE int forInNext(const Code& code, const Ins* ip, Frame& f);
-  TUL_NOINLINE bool storeCopy(const Code& code, const Ins* ip, Frame& f, const TulValue& v);
-  TUL_NOINLINE bool rare(const Code& code, const Ins* ip, Frame& f);
+  // script call costs the C++ stack only run()'s own small frame. Each
+  // takes the frame, whose ip is the instruction's.
+  TUL_NOINLINE const TulValue* readGlobal(int index, Frame& f, int which);
+  TUL_NOINLINE bool storeSlow(std::int32_t x, Frame& f, TulValue&& v);
+  TUL_NOINLINE bool storeIntSlow(std::int32_t x, Frame& f, std::int32_t r);
+  TUL_NOINLINE bool countStep(Frame& f, int line);
+  TUL_NOINLINE bool binarySlow(Frame& f, TokenKind op, const TulValue& x, const TulValue& y);
+  bool joinStrings(Frame& f, const TulValue& x, const TulValue& y, bool& done);
+  TUL_NOINLINE int jumpSlow(Frame& f, const TulValue& x, const TulValue& y);
+  TUL_NOINLINE bool incVarSlow(Frame& f);
+  TUL_NOINLINE int stepLessSlow(Frame& f);
+  TUL_NOINLINE bool unarySlow(Frame& f, const TulValue& x);
+  TUL_NOINLINE bool callee(Frame& f, const void** pending);
+  TUL_NOINLINE bool callPending(Frame& f, const void* pending, TulValue* args, int n);
+  TUL_NOINLINE bool callTemp(Frame& f);
+  TUL_NOINLINE bool callFunctionAt(Frame& f, const FunctionDecl& fn, TulValue* args, int n);
+  TUL_NOINLINE bool lenOrPush(Frame& f, const void* pending);
+  TUL_NOINLINE bool method(Frame& f);
+  TUL_NOINLINE bool baseMethod(Frame& f);
+  TUL_NOINLINE bool member(Frame& f, bool write);
+  TUL_NOINLINE bool index(Frame& f, bool write);
+  TUL_NOINLINE int forInNext(Frame& f);
+  TUL_NOINLINE bool storeCopy(Frame& f, const TulValue& v);
+  TUL_NOINLINE bool rare(Frame& f);
   // A `try` under way in a frame: where its handler starts, the variable
   // that takes the error and the first temporary the body may have used.
   struct TryHandler {
@@ -411,7 +431,30 @@ class Interp : public GlobalNames {
     std::int32_t caught;
     int temps;
   };
-  TUL_NOINLINE bool catchError(const Code& code, Frame& f, const TryHandler& h);
+  TUL_NOINLINE bool catchError(Frame& f, const TryHandler& h);
+  // A script function called from script code runs as an activation of
+  // the caller's run() loop rather than in a run() of its own: its frame,
+  // where its slots begin on the slot stack, and what the caller resumes
+  // with when it ends.
+  struct Activation {
+    Frame frame;
+    SlotStack::Mark mark{};
+    Frame* caller = nullptr;
+    const void** callerPending = nullptr;
+    std::size_t callerTryBase = 0;
+    bool method = false;       // a script method (counted in methodDepth_)
+    bool constructor = false;  // ... that gives its object
+    const void* pending[kMaxPendingCalls];
+  };
+  // Starts fn's activation, which takes over the n arguments at args.
+  Activation& pushActivation(const FunctionDecl& fn, TulValue* args, int n,
+                                          Frame& caller, const void** callerPending,
+                                          std::size_t callerTryBase);
+  TUL_NOINLINE Activation* methodActivation(Frame& f, const void** pending,
+                                            std::size_t tryBase);
+  // Ends the innermost activation (its result already taken), releasing its
+  // slots; the caller's frame, with its pending callees and first handler.
+  Frame* popActivation(const void**& pending, std::size_t& tryBase);
   bool methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, const ValPtr& p,
                        TulValue& self, const TulValue*& args, int& nargs);
   bool runGuarded(const FunctionDecl& fn, TulClass* cls, const TulValue& self,
@@ -453,6 +496,13 @@ class Interp : public GlobalNames {
 
   std::vector<TulValue> globals_;
   std::vector<char> defined_;
+  // The class each global read undefined found, by global index: where an
+  // operand points while its instruction runs (a deque, so that it stays
+  // put while nested code reads further globals).
+  std::deque<TulValue> classReads_;
+  // The `try` handlers of every run under way, innermost last; each run
+  // owns those above the size it found.
+  std::vector<TryHandler> tries_;
   std::vector<std::string> globalNames_;  // by index
   std::unordered_map<std::string, int> globalIndex_;
 
@@ -488,6 +538,9 @@ class Interp : public GlobalNames {
 
   std::int64_t steps_ = 0;
   int callDepth_ = 0;
+  // Activations by depth, each allocated once so that it stays put.
+  std::vector<std::unique_ptr<Activation>> activations_;
+  std::size_t depth_ = 0;  // activations under way
   std::uintptr_t stackBase_ = 0;
   std::size_t stackBudget_ = 0;
   int activeRuns_ = 0;  // runs and method frames entered from outside

@@ -28,11 +28,7 @@ bool Interp::runProgram(const Program& p) {
   f.slots = slots.data();
   // Functions of a file exist before its first statement runs, so they may
   // call each other whatever their order.
-  for (const StmtPtr& s : p.body.body) {
-    if (s->kind != StmtKind::Function) continue;
-    const auto& fs = static_cast<const FunctionStmt&>(*s);
-    if (fs.hoisted) defineGlobal(fs.var.name, functionValue(*fs.fn));
-  }
+  for (const HoistedFunction& h : p.hoisted) defineGlobal(h.name, functionValue(*h.fn));
   return run(p.code, f) != Flow::Fail;
 }
 

@@ -348,7 +348,7 @@ bool callBase(Interp& in, Frame& f, int line, const std::string& name, const Tul
 bool raise(Interp& in, Frame& f, int line, const TulValue& v) {
   ScriptError e;
   e.file = f.program->fileName;
-  e.line = line;
+  e.line = lineIn(f, line);
   // Throwing a caught error again keeps its texts.
   TulDictionary* d = static_cast<TulDictionary*>(v);
   TulDictionaryEntry* message = d ? d->find("message") : nullptr;

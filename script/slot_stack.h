@@ -9,11 +9,49 @@
 
 #include <cstddef>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "host/tul.h"
 
 namespace tulscript {
+
+// What every call does is kept inline (where the optimiser would leave it
+// out of line in the VM's big loop); the rare rest is kept out.
+#if defined(__GNUC__) && defined(__OPTIMIZE__)
+#  define TUL_SLOTS_INLINE __attribute__((always_inline)) inline
+#else
+#  define TUL_SLOTS_INLINE inline
+#endif
+#if defined(__GNUC__)
+#  define TUL_SLOTS_NOINLINE __attribute__((noinline))
+#else
+#  define TUL_SLOTS_NOINLINE
+#endif
+
+// Whether v holds a reference (to release when it goes).
+TUL_SLOTS_INLINE bool holdsReference(const TulValue& v) {
+  return static_cast<unsigned>(v.type()) >= static_cast<unsigned>(TulValueType::Object);
+}
+
+// dst = src moved, for the VM's commonest writes. Over a value that holds
+// no reference there is nothing to release, so the value is built in place
+// (the general assignment stays for the rest: releasing may run a dtor).
+TUL_SLOTS_INLINE void moveInto(TulValue& dst, TulValue&& src) {
+  if (holdsReference(dst)) {
+    dst = std::move(src);
+    return;
+  }
+  new (&dst) TulValue(std::move(src));
+}
+
+// v = nil.
+TUL_SLOTS_INLINE void clearValue(TulValue& v) {
+  if (holdsReference(v))
+    v = TulValue();
+  else
+    new (&v) TulValue();
+}
 
 class SlotStack {
  public:
@@ -26,7 +64,7 @@ class SlotStack {
   Mark mark() const { return {block_, top_}; }
 
   // n nil slots, contiguous, above everything taken so far.
-  TulValue* take(std::size_t n) {
+  TUL_SLOTS_INLINE TulValue* take(std::size_t n) {
     if (block_ < blocks_.size() && top_ + n <= blocks_[block_].size) {
       TulValue* p = blocks_[block_].slots.get() + top_;
       top_ += n;
@@ -39,13 +77,23 @@ class SlotStack {
   // slot order. Releasing may run script code (a dtor) that takes frames of
   // its own; they lie above the slots being cleared, so the top moves down
   // only once the values are gone.
-  void release(const Mark& m) {
+  TUL_SLOTS_INLINE void release(const Mark& m) {
+    if (block_ != m.block) return releaseBlocks(m);
+    // Frames within one block, the common case, inline.
+    TulValue* slots = blocks_[block_].slots.get();
+    for (std::size_t i = m.top; i < top_; ++i)
+      if (slots[i].type() != TulValueType::Nil) clearValue(slots[i]);
+    top_ = m.top;
+  }
+
+ private:
+  TUL_SLOTS_NOINLINE void releaseBlocks(const Mark& m) {
     while (block_ != m.block || top_ != m.top) {
       // The block's array stays put even if running a dtor adds blocks.
       TulValue* slots = blocks_[block_].slots.get();
       const std::size_t from = block_ == m.block ? m.top : 0;
       for (std::size_t i = from; i < top_; ++i)
-        if (slots[i].type() != TulValueType::Nil) slots[i] = TulValue();
+        if (slots[i].type() != TulValueType::Nil) clearValue(slots[i]);
       if (block_ == m.block) {
         top_ = m.top;
       } else {
@@ -55,7 +103,6 @@ class SlotStack {
     }
   }
 
- private:
   static constexpr std::size_t kBlockSlots = 4096;
 
   struct Block {
@@ -64,7 +111,7 @@ class SlotStack {
     std::size_t used = 0;  // where the top stood when the next block began
   };
 
-  TulValue* takeFromNextBlock(std::size_t n) {
+  TUL_SLOTS_NOINLINE TulValue* takeFromNextBlock(std::size_t n) {
     if (block_ < blocks_.size()) blocks_[block_].used = top_;
     std::size_t next = blocks_.empty() ? 0 : block_ + 1;
     // Blocks above the top hold nothing; one too small for n goes.

@@ -5,9 +5,14 @@
 // interpreter.cpp, which report errors with the instruction's lines.
 //
 // Dispatch is threaded (each instruction jumps straight to the next one's
-// code). A call of script code runs in a nested run() on the callee's
-// frame.
+// code). The frame is given the instruction under way before anything that
+// can fail, so a slow path takes only the frame and an error looks its line
+// up from there. A script function called by name or through a value runs
+// as a new activation of the same loop; a method, and script code entered
+// from native code (a hook, a callback), runs in a nested run().
 #include <algorithm>
+#include <cstring>
+#include <string>
 
 #include "script/compiler.h"
 #include "script/interp.h"
@@ -27,20 +32,6 @@ inline void dropRef(TulValue& v) {
     clearSlot(v);
 }
 
-// The operators of Add ... NotEqual, in that order.
-constexpr TokenKind kBinaryTokens[] = {
-    TokenKind::Plus,    TokenKind::Minus,     TokenKind::Star, TokenKind::Slash,
-    TokenKind::Percent, TokenKind::Amp,       TokenKind::Pipe, TokenKind::Caret,
-    TokenKind::Shl,     TokenKind::Shr,       TokenKind::UShr, TokenKind::Less,
-    TokenKind::LessEq,  TokenKind::Greater,   TokenKind::GreaterEq, TokenKind::EqEq,
-    TokenKind::BangEq,
-};
-// The comparison a compare-and-jump makes.
-TokenKind jumpToken(Op op) {
-  return kBinaryTokens[static_cast<int>(op) - static_cast<int>(Op::JumpLess) +
-                       static_cast<int>(Op::Less) - static_cast<int>(Op::Add)];
-}
-
 // A pending callee: a script function's declaration, or a built-in's
 // function object with the low bit set.
 const FunctionDecl* scriptCallee(const void* p) {
@@ -58,13 +49,6 @@ const TulValue kNil;
 TulValue fresh(const TulValue& v) {
   TulString* s = static_cast<TulString*>(v);
   return s ? makeString(s->c_str(), s->length()) : v;
-}
-
-const std::string& calleeName(const CallExpr& e) {
-  static const std::string none;
-  return e.callee && e.callee->kind == ExprKind::Variable
-             ? static_cast<const VariableExpr&>(*e.callee).var.name
-             : none;
 }
 
 // The characters + joins for a string or a number: a string's own, or the
@@ -101,51 +85,41 @@ bool joinable(const TulValue& v, char (&buf)[32], std::string& longer, const cha
 
 // --- operands ---------------------------------------------------------------------
 
-const TulValue* Interp::readGlobal(int index, Frame& f, const Code& code, const Ins* ip,
-                                   int which, TulValue& scratch) {
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
-  const int line = which == 1 ? info.lineB : which == 2 ? info.lineC : info.lineD;
-  if (!readUndefined(index, f, line, scratch)) return nullptr;
-  return &scratch;
+const TulValue* Interp::readGlobal(int index, Frame& f, int which) {
+  const std::size_t i = static_cast<std::size_t>(index);
+  if (classReads_.size() <= i) classReads_.resize(i + 1);
+  if (!readUndefined(index, f, which, classReads_[i])) return nullptr;
+  return &classReads_[i];
 }
 
-bool Interp::storeSlow(std::int32_t x, Frame& f, TulValue&& v, const Code& code,
-                       const Ins* ip) {
+bool Interp::storeSlow(std::int32_t x, Frame& f, TulValue&& v) {
   if (operand::space(x) == operand::This) return true;  // not wanted
   if (operand::space(x) == operand::Local) {
     f.slots[operand::index(x)] = std::move(v);
     return true;
   }
   const std::size_t i = static_cast<std::size_t>(operand::index(x));
-  if (!defined_[i]) {
-    const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
-    return writeUndeclared(globalNames_[i], f, info.targetLine);
-  }
+  if (!defined_[i]) return writeUndeclared(globalNames_[i], f, lines::Target);
   globals_[i] = std::move(v);
   return true;
 }
 
-bool Interp::storeIntSlow(std::int32_t x, Frame& f, std::int32_t r, const Code& code,
-                          const Ins* ip) {
-  return storeSlow(x, f, TulValue(r), code, ip);
+bool Interp::storeIntSlow(std::int32_t x, Frame& f, std::int32_t r) {
+  return storeSlow(x, f, TulValue(r));
 }
 
 // --- slow paths, out of line so that run() keeps a small frame ----------------------
 
-bool Interp::countStep(const Code& code, const Ins* ip, Frame& f) {
-  return step(f, code.info[static_cast<std::size_t>(ip - code.ins.data())].line);
-}
-
-// The step of a loop's turn that an instruction counts itself.
-bool Interp::countLoopStep(const Code& code, const Ins* ip, Frame& f) {
-  return step(f, code.info[static_cast<std::size_t>(ip - code.ins.data())].stepLine);
-}
+// A step of the budget at the instruction's line of that kind (lines::Op,
+// or lines::Step for a loop's turn that an instruction counts itself).
+bool Interp::countStep(Frame& f, int line) { return step(f, line); }
 
 // a = x + y for a string and a string or a number: appended in place to a
 // string x that only its consumed temporary holds (so a chain a + b + c
 // builds one string), else joined into a new string.
-bool Interp::joinStrings(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
+bool Interp::joinStrings(Frame& f, const TulValue& x,
                          const TulValue& y, bool& done) {
+  const Ins* ip = f.ip;
   char xb[32], yb[32];
   std::string xl, yl;
   const char *xp, *yp;
@@ -153,8 +127,7 @@ bool Interp::joinStrings(const Code& code, const Ins* ip, Frame& f, const TulVal
   done = (static_cast<TulString*>(x) || static_cast<TulString*>(y)) &&
          joinable(x, xb, xl, xp, xn) && joinable(y, yb, yl, yp, yn);
   if (!done) return true;
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
-  if (!checkSize(f, info.line, std::uint64_t(xn) + yn, "string")) return false;
+  if (!checkSize(f, lines::Op, std::uint64_t(xn) + yn, "string")) return false;
   TulString* s = static_cast<TulString*>(x);
   const bool consumed = ((ip->flags & kFreeB) || ip->a == ip->b) &&
                         operand::space(ip->b) == operand::Local;
@@ -162,86 +135,91 @@ bool Interp::joinStrings(const Code& code, const Ins* ip, Frame& f, const TulVal
     s->append(yp, yn);
     if (ip->a == ip->b) return true;
     TulValue v(std::move(f.slots[operand::index(ip->b)]));
-    return store(ip->a, f, std::move(v), code, ip);
+    return store(ip->a, f, std::move(v));
   }
-  TulValue out(new TulString(xp, xn));
-  static_cast<TulString*>(out)->append(yp, yn);
-  return store(ip->a, f, std::move(out), code, ip);
+  // Joined first, so that the new string is allocated once at its size.
+  char small[128];
+  std::string large;
+  char* joined = small;
+  if (xn + yn > sizeof small) {
+    large.resize(std::size_t(xn) + yn);
+    joined = &large[0];
+  }
+  std::memcpy(joined, xp, xn);
+  std::memcpy(joined + xn, yp, yn);
+  TulValue out(new TulString(joined, xn + yn));
+  return store(ip->a, f, std::move(out));
 }
 
 // a = b OP c by the general rules. A string constant met by an object's
 // hook is handed over as a string of its own, as a literal always is.
-bool Interp::binarySlow(const Code& code, const Ins* ip, Frame& f, TokenKind op,
+bool Interp::binarySlow(Frame& f, TokenKind op,
                         const TulValue& x, const TulValue& y) {
+  const Ins* ip = f.ip;
   if (op == TokenKind::Plus) {
     bool done = false;
-    if (!joinStrings(code, ip, f, x, y, done)) return false;
+    if (!joinStrings(f, x, y, done)) return false;
     if (done) return true;
   }
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
   TulValue out;
   if ((x.isObject() || y.isObject()) &&
       (operand::space(ip->b) == operand::Const || operand::space(ip->c) == operand::Const)) {
     const TulValue ownX = fresh(x), ownY = fresh(y);
-    if (!ops::binary(*this, f, info.line, op, ownX, ownY, out)) return false;
-  } else if (!ops::binary(*this, f, info.line, op, x, y, out)) {
+    if (!ops::binary(*this, f, lines::Op, op, ownX, ownY, out)) return false;
+  } else if (!ops::binary(*this, f, lines::Op, op, x, y, out)) {
     return false;
   }
-  return store(ip->a, f, std::move(out), code, ip);
+  return store(ip->a, f, std::move(out));
 }
 
 // Whether a compare-and-jump jumps (1) or not (0), by the general rules;
 // -1 after an error.
-int Interp::jumpSlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x,
+int Interp::jumpSlow(Frame& f, const TulValue& x,
                      const TulValue& y) {
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
+  const Ins* ip = f.ip;
   TulValue out;
-  if (!ops::binary(*this, f, info.line, jumpToken(ip->op), x, y, out)) return -1;
+  if (!ops::binary(*this, f, lines::Op, opToken(ip->op), x, y, out)) return -1;
   return isTrue(out) != ((ip->flags & kNegate) != 0) ? 1 : 0;
 }
 
 // Variable b stepped by d (prefix when kPrefix), its value unused.
-bool Interp::incVarSlow(const Code& code, const Ins* ip, Frame& f) {
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
-  TulValue scratch;
-  const TulValue* old = read(ip->b, f, code, ip, 1, scratch);
+bool Interp::incVarSlow(Frame& f) {
+  const Ins* ip = f.ip;
+  const TulValue* old = read(ip->b, f, lines::B);
   if (!old) return false;
   TulValue held(*old), updated;
-  if (!ops::stepped(*this, f, info.line, ip->d > 0, (ip->flags & kPrefix) != 0, held, updated))
+  if (!ops::stepped(*this, f, lines::Op, ip->d > 0, (ip->flags & kPrefix) != 0, held, updated))
     return false;
-  return store(ip->b, f, std::move(updated), code, ip);
+  return store(ip->b, f, std::move(updated));
 }
 
 // The end of a counting loop's turn for anything but integers: 1 when the
 // loop goes on, 0 when it ends, -1 after an error.
-int Interp::stepLessSlow(const Code& code, const Ins* ip, Frame& f) {
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
-  if (!incVarSlow(code, ip, f)) return -1;
-  if (!step(f, info.stepLine)) return -1;
-  TulValue sb, sc;
-  const TulValue* x = read(ip->b, f, code, ip, 1, sb);
+int Interp::stepLessSlow(Frame& f) {
+  const Ins* ip = f.ip;
+  if (!incVarSlow(f)) return -1;
+  if (!step(f, lines::Step)) return -1;
+  const TulValue* x = read(ip->b, f, lines::B);
   if (!x) return -1;
-  const TulValue* y = read(ip->c, f, code, ip, 2, sc);
+  const TulValue* y = read(ip->c, f, lines::C);
   if (!y) return -1;
   TulValue out;
-  if (!ops::binary(*this, f, info.targetLine, TokenKind::Less, *x, *y, out)) return -1;
+  if (!ops::binary(*this, f, lines::Target, TokenKind::Less, *x, *y, out)) return -1;
   return isTrue(out) ? 1 : 0;
 }
 
-bool Interp::unarySlow(const Code& code, const Ins* ip, Frame& f, const TulValue& x) {
-  static constexpr TokenKind kTokens[] = {TokenKind::Minus, TokenKind::Plus, TokenKind::Bang,
-                                          TokenKind::Tilde};
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
+bool Interp::unarySlow(Frame& f, const TulValue& x) {
+  const Ins* ip = f.ip;
   TulValue out;
-  const TokenKind op = kTokens[static_cast<int>(ip->op) - static_cast<int>(Op::Neg)];
-  if (!ops::unary(*this, f, info.line, op, x, out)) return false;
-  return store(ip->a, f, std::move(out), code, ip);
+  const TokenKind op = opToken(ip->op);
+  if (!ops::unary(*this, f, lines::Op, op, x, out)) return false;
+  return store(ip->a, f, std::move(out));
 }
 
 // The callee of pending call k: what variable b holds.
-bool Interp::callee(const Code& code, const Ins* ip, Frame& f, const void** pending) {
-  TulValue scratch;
-  const TulValue* v = read(ip->b, f, code, ip, 1, scratch);
+bool Interp::callee(Frame& f, const void** pending) {
+  const Ins* ip = f.ip;
+  const TulValue* v = read(ip->b, f, lines::B);
   if (!v) return false;
   const void*& held = pending[ip->spare];
   if (const FunctionObject* fn = functionOf(*v)) {
@@ -257,45 +235,107 @@ bool Interp::callee(const Code& code, const Ins* ip, Frame& f, const void** pend
 // a = pending call k with the n values at args; the arguments are used up.
 // a = script function fn called with the n arguments at args, which its
 // frame takes over; the lines only an error needs are looked up then.
-bool Interp::callFunctionAt(const Code& code, const Ins* ip, Frame& f, const FunctionDecl& fn,
+bool Interp::callFunctionAt(Frame& f, const FunctionDecl& fn,
                             TulValue* args, int n) {
-  if (n > static_cast<int>(fn.params.size())) return tooManyArguments(f, lineAt(code, ip), fn, n);
+  const Ins* ip = f.ip;
+  if (n > static_cast<int>(fn.params.size())) return tooManyArguments(f, lines::Op, fn, n);
   TulValue out;
   {
     CalleeFrame frame(slotStack_, fn, args, n);
     TulValue* slots = frame.slots();
-    if (!withinStack()) return stackOverflow(f, lineAt(code, ip));
+    if (!withinStack()) return stackOverflow(f, lines::Op);
     ++callDepth_;
     const bool ok = runFrame(fn, slots, nullptr, nullptr, out);
     leaveCall();
     if (!ok) return false;
   }
-  return store(ip->a, f, std::move(out), code, ip);
+  return store(ip->a, f, std::move(out));
 }
 
-int Interp::lineAt(const Code& code, const Ins* ip) {
-  return code.info[static_cast<std::size_t>(ip - code.ins.data())].line;
+TUL_ALWAYS_INLINE Interp::Activation& Interp::pushActivation(const FunctionDecl& fn, TulValue* args, int n,
+                                           Frame& caller, const void** callerPending,
+                                           std::size_t callerTryBase) {
+  if (depth_ == activations_.size()) activations_.emplace_back(new Activation());
+  Activation& a = *activations_[depth_++];
+  ++callDepth_;
+  a.mark = slotStack_.mark();
+  TulValue* slots = slotStack_.take(frameSlots(fn, n));
+  // Slots taken are nil: the arguments are moved in without a release.
+  for (int i = 0; i < n; ++i) new (&slots[i]) TulValue(std::move(args[i]));
+  if (fn.selfSlot >= 0) slots[fn.selfSlot] = functionValue(fn);
+  a.frame.program = fn.program;
+  a.frame.slots = slots;
+  a.frame.self = nullptr;
+  a.frame.cls = nullptr;
+  a.frame.code = &fn.code;
+  a.frame.ip = fn.code.ins.data();
+  a.caller = &caller;
+  a.callerPending = callerPending;
+  a.callerTryBase = callerTryBase;
+  a.method = false;
+  a.constructor = false;
+  return a;
 }
 
-bool Interp::callPending(const Code& code, const Ins* ip, Frame& f, const void* pending,
+TUL_ALWAYS_INLINE Frame* Interp::popActivation(const void**& pending, std::size_t& tryBase) {
+  Activation& a = *activations_[--depth_];
+  Frame* caller = a.caller;
+  pending = a.callerPending;
+  tryBase = a.callerTryBase;
+  const SlotStack::Mark mark = a.mark;
+  --callDepth_;
+  if (a.method) --methodDepth_;
+  // A dtor run by the release may start activations of its own, at this
+  // depth: nothing of this one is read past here.
+  slotStack_.release(mark);
+  return caller;
+}
+
+// The activation of the script method that instruction f.ip's site has
+// found for its object's class, started; null when the call must go the
+// general way (a native method, a weak reference, too many arguments, calls
+// too deep).
+Interp::Activation* Interp::methodActivation(Frame& f, const void** pending,
+                                             std::size_t tryBase) {
+  const Ins* ip = f.ip;
+  const TulValue* obj = operand::space(ip->b) == operand::Local ? &f.slots[operand::index(ip->b)]
+                        : operand::space(ip->b) == operand::This ? f.self
+                                                                 : nullptr;
+  if (!obj || obj->type() != TulValueType::Object) return nullptr;
+  CallSite& site = f.code->calls[static_cast<std::size_t>(ip->c)];
+  resolveMethod(site.cache, static_cast<TulObject*>(obj->refObject())->getClass(), site.name);
+  const FunctionDecl* fn = site.cache.fn;
+  if (!fn || site.argc > fn->code.params || callDepth_ >= kMaxScriptCallDepth ||
+      methodDepth_ + vm_->interp().callDepth() >= tulrt::kMaxCallDepth)
+    return nullptr;
+  Activation& a = pushActivation(*fn, f.slots + ip->d, site.argc, f, pending, tryBase);
+  a.method = true;
+  a.constructor = fn->isConstructor;
+  a.frame.self = obj;
+  a.frame.cls = site.cache.owner;
+  ++methodDepth_;
+  return &a;
+}
+
+bool Interp::callPending(Frame& f, const void* pending,
                          TulValue* args, int n) {
-  if (const FunctionDecl* fn = scriptCallee(pending)) return callFunctionAt(code, ip, f, *fn, args, n);
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
+  const Ins* ip = f.ip;
+  if (const FunctionDecl* fn = scriptCallee(pending)) return callFunctionAt(f, *fn, args, n);
   TulValue out;
   bool ok;
   {
     if (const FunctionObject* b = builtinCallee(pending))
-      ok = callBuiltin(f, info.line, *b, args, n, out);
+      ok = callBuiltin(f, lines::Op, *b, args, n, out);
     else
-      ok = callValue(f, info.line, args[-1], args, n, out,
-                     calleeName(*static_cast<const CallExpr*>(info.ref)));
+      ok = callValue(f, lines::Op, args[-1], args, n, out,
+                     f.code->calls[static_cast<std::size_t>(ip->d)].name);
     for (int i = -1; i < n; ++i) dropRef(args[i]);
   }
-  return ok && store(ip->a, f, std::move(out), code, ip);
+  return ok && store(ip->a, f, std::move(out));
 }
 
-bool Interp::callTemp(const Code& code, const Ins* ip, Frame& f) {
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
+bool Interp::callTemp(Frame& f) {
+  const Ins* ip = f.ip;
   TulValue* callee = f.slots + ip->b;
   TulValue* args = callee + 1;
   const int n = ip->c;
@@ -307,52 +347,51 @@ bool Interp::callTemp(const Code& code, const Ins* ip, Frame& f) {
     CalleeFrame frame(slotStack_, decl, args, n);
     TulValue* slots = frame.slots();
     dropRef(*callee);  // the declaration lives as long as its program
-    ok = callFunctionInPlace(f, info.line, decl, slots, n, out);
+    ok = callFunctionInPlace(f, lines::Op, decl, slots, n, out);
   } else {
-    ok = callValue(f, info.line, *callee, args, n, out,
-                   calleeName(*static_cast<const CallExpr*>(info.ref)));
+    ok = callValue(f, lines::Op, *callee, args, n, out,
+                   f.code->calls[static_cast<std::size_t>(ip->d)].name);
     for (int i = -1; i < n; ++i) dropRef(args[i]);
   }
-  return ok && store(ip->a, f, std::move(out), code, ip);
+  return ok && store(ip->a, f, std::move(out));
 }
 
 // len(v) and push(v, x) run on the vector where it is while the callee is
 // the built-in; anything else is an ordinary call of the callee.
-bool Interp::lenOrPush(const Code& code, const Ins* ip, Frame& f, const void* pending) {
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
+bool Interp::lenOrPush(Frame& f, const void* pending) {
+  const Ins* ip = f.ip;
   const bool isPush = ip->op == Op::Push;
-  TulValue* callee = f.slots + (isPush ? ip->d : ip->c);
+  TulValue* callee =
+      f.slots + (isPush ? f.code->calls[static_cast<std::size_t>(ip->d)].calleeSlot : ip->c);
   TulValue* args = callee + 1;
   const int n = isPush ? 2 : 1;
-  TulValue sb, sc;
-  const TulValue* v = read(ip->b, f, code, ip, 1, sb);
+  const TulValue* v = read(ip->b, f, lines::B);
   if (!v) return false;
   const TulValue* x = nullptr;
-  if (isPush && !(x = read(ip->c, f, code, ip, 2, sc))) return false;
+  if (isPush && !(x = read(ip->c, f, lines::C))) return false;
   const FunctionObject* b = builtinCallee(pending);
   TulVector* vec = static_cast<TulVector*>(*v);
   if (b && vec && (isPush ? isBuiltinPush(*b) : isBuiltinLen(*b))) {
     TulValue out;
     if (isPush) {
-      if (!checkSize(f, info.line, std::uint64_t(vec->size()) + 1, "vector")) return false;
+      if (!checkSize(f, lines::Op, std::uint64_t(vec->size()) + 1, "vector")) return false;
       vec->push_back(*x);
     }
     out = TulValue(static_cast<int>(vec->size()));
     for (int i = 0; i < n; ++i) dropRef(args[i]);
-    return store(ip->a, f, std::move(out), code, ip);
+    return store(ip->a, f, std::move(out));
   }
   if (v != &args[0]) args[0] = *v;
   if (isPush && x != &args[1]) args[1] = *x;
-  return callPending(code, ip, f, pending, args, n);
+  return callPending(f, pending, args, n);
 }
 
-bool Interp::method(const Code& code, const Ins* ip, Frame& f) {
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
-  const auto& e = *static_cast<const CallExpr*>(info.ref);
-  TulValue scratch;
-  const TulValue* obj = read(ip->b, f, code, ip, 1, scratch);
+bool Interp::method(Frame& f) {
+  const Ins* ip = f.ip;
+  CallSite& e = f.code->calls[static_cast<std::size_t>(ip->c)];
+  const TulValue* obj = read(ip->b, f, lines::B);
   if (!obj) return false;
-  const int n = ip->c;
+  const int n = e.argc;
   TulValue* args = f.slots + ip->d;
   const FunctionDecl* fn = nullptr;
   // The arguments may have ended an object held by a weak reference.
@@ -366,78 +405,75 @@ bool Interp::method(const Code& code, const Ins* ip, Frame& f) {
   if (fn) {
     CalleeFrame frame(slotStack_, *fn, args, n);
     TulValue* slots = frame.slots();
-    ok = callMethodInPlace(f, info.line, *fn, e.cache.owner, *obj, slots, out);
+    ok = callMethodInPlace(f, lines::Op, *fn, e.cache.owner, *obj, slots, out);
   } else {
-    ok = ops::callNamed(*this, f, info.line, *obj, e.name, args, n, out);
+    ok = ops::callNamed(*this, f, lines::Op, *obj, e.name, args, n, out);
     for (int i = 0; i < n; ++i) dropRef(args[i]);
   }
   if (ip->flags & kFreeB) dropRef(f.slots[operand::index(ip->b)]);
-  return ok && store(ip->a, f, std::move(out), code, ip);
+  return ok && store(ip->a, f, std::move(out));
 }
 
-bool Interp::baseMethod(const Code& code, const Ins* ip, Frame& f) {
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
-  const auto& e = *static_cast<const CallExpr*>(info.ref);
+bool Interp::baseMethod(Frame& f) {
+  const Ins* ip = f.ip;
+  const CallSite& e = f.code->calls[static_cast<std::size_t>(ip->c)];
   TulValue* args = f.slots + ip->d;
   TulValue out;
-  const bool ok = ops::callBase(*this, f, info.line, e.name, args, ip->c, out);
-  for (int i = 0; i < ip->c; ++i) dropRef(args[i]);
-  return ok && store(ip->a, f, std::move(out), code, ip);
+  const bool ok = ops::callBase(*this, f, lines::Op, e.name, args, e.argc, out);
+  for (int i = 0; i < e.argc; ++i) dropRef(args[i]);
+  return ok && store(ip->a, f, std::move(out));
 }
 
-bool Interp::member(const Code& code, const Ins* ip, Frame& f, bool write) {
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
-  const auto& m = *static_cast<const MemberExpr*>(info.ref);
-  TulValue sb, sc;
-  const TulValue* obj = read(ip->b, f, code, ip, 1, sb);
+bool Interp::member(Frame& f, bool write) {
+  const Ins* ip = f.ip;
+  MemberSite& m = f.code->members[static_cast<std::size_t>(write ? ip->d : ip->c)];
+  const TulValue* obj = read(ip->b, f, lines::B);
   if (!obj) return false;
   TulValue* slot = nullptr;
   if (write) {
-    const TulValue* v = read(ip->c, f, code, ip, 2, sc);
-    if (!v || !ops::memberSlot(*this, f, info.line, *obj, m.name, m.cache, true, slot))
+    const TulValue* v = read(ip->c, f, lines::C);
+    if (!v || !ops::memberSlot(*this, f, lines::Op, *obj, m.name, m.cache, true, slot))
       return false;
     *slot = *v;
     if (ip->flags & kFreeB) dropRef(f.slots[operand::index(ip->b)]);
     if (ip->flags & kFreeC) dropRef(f.slots[operand::index(ip->c)]);
     return true;
   }
-  if (!ops::memberSlot(*this, f, info.line, *obj, m.name, m.cache, false, slot)) return false;
+  if (!ops::memberSlot(*this, f, lines::Op, *obj, m.name, m.cache, false, slot)) return false;
   // A copy first: writing it may release the object the slot belongs to.
   TulValue v = slot ? *slot : TulValue();
   if (ip->flags & kFreeB) dropRef(f.slots[operand::index(ip->b)]);
-  return store(ip->a, f, std::move(v), code, ip);
+  return store(ip->a, f, std::move(v));
 }
 
-bool Interp::index(const Code& code, const Ins* ip, Frame& f, bool write) {
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
-  TulValue sb, sc, sd;
-  const TulValue* obj = read(ip->b, f, code, ip, 1, sb);
+bool Interp::index(Frame& f, bool write) {
+  const Ins* ip = f.ip;
+  const TulValue* obj = read(ip->b, f, lines::B);
   if (!obj) return false;
-  const TulValue* key = read(ip->c, f, code, ip, 2, sc);
+  const TulValue* key = read(ip->c, f, lines::C);
   if (!key) return false;
   if (write) {
-    const TulValue* v = read(ip->d, f, code, ip, 3, sd);
-    if (!v || !ops::writeIndex(*this, f, info.line, *obj, *key, *v)) return false;
+    const TulValue* v = read(ip->d, f, lines::D);
+    if (!v || !ops::writeIndex(*this, f, lines::Op, *obj, *key, *v)) return false;
     if (ip->flags & kFreeB) dropRef(f.slots[operand::index(ip->b)]);
     if (ip->flags & kFreeC) dropRef(f.slots[operand::index(ip->c)]);
     if (ip->flags & kFreeD) dropRef(f.slots[operand::index(ip->d)]);
     return true;
   }
   TulValue v;
-  if (!ops::readIndex(*this, f, info.line, *obj, *key, v)) return false;
+  if (!ops::readIndex(*this, f, lines::Op, *obj, *key, v)) return false;
   if (ip->flags & kFreeB) dropRef(f.slots[operand::index(ip->b)]);
   if (ip->flags & kFreeC) dropRef(f.slots[operand::index(ip->c)]);
-  return store(ip->a, f, std::move(v), code, ip);
+  return store(ip->a, f, std::move(v));
 }
 
 // Instructions that are never on a hot path.
-bool Interp::rare(const Code& code, const Ins* ip, Frame& f) {
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
+bool Interp::rare(Frame& f) {
+  const Ins* ip = f.ip;
   TulValue* R = f.slots;
-  TulValue scratch;
   switch (ip->op) {
     case Op::DefGlobal: {
-      const TulValue* v = read(ip->b, f, code, ip, 1, scratch);
+      const TulValue* v = read(ip->b, f, lines::B);
       if (!v) return false;
       const TulValue held(*v);
       if (ip->flags & kFreeB) dropRef(R[operand::index(ip->b)]);
@@ -447,24 +483,24 @@ bool Interp::rare(const Code& code, const Ins* ip, Frame& f) {
       return true;
     }
     case Op::LoadStr:
-      return store(ip->a, f, makeString(*static_cast<const std::string*>(info.ref)), code, ip);
+      return store(ip->a, f, makeString(f.code->strings[static_cast<std::size_t>(ip->b)]));
     case Op::LoadFn:
-      return store(ip->a, f, functionValue(*static_cast<const FunctionDecl*>(info.ref)), code, ip);
+      return store(ip->a, f, functionValue(*f.code->functions[static_cast<std::size_t>(ip->b)]));
     case Op::NewVec: {
-      if (!checkSize(f, info.line, static_cast<std::uint64_t>(ip->d), "vector")) return false;
-      return store(ip->a, f, TulValue(new TulVector(static_cast<unsigned>(ip->d), false)), code, ip);
+      if (!checkSize(f, lines::Op, static_cast<std::uint64_t>(ip->d), "vector")) return false;
+      return store(ip->a, f, TulValue(new TulVector(static_cast<unsigned>(ip->d), false)));
     }
     case Op::VecPush:
       static_cast<TulVector*>(R[operand::index(ip->a)])->push_back(R[operand::index(ip->b)]);
       dropRef(R[operand::index(ip->b)]);
       return true;
-    case Op::NewDict: return store(ip->a, f, TulValue(new TulDictionary()), code, ip);
+    case Op::NewDict: return store(ip->a, f, TulValue(new TulDictionary()));
     case Op::DictKey: {
       TulString* k = nullptr;
-      return ops::dictionaryKey(*this, f, info.line, R[operand::index(ip->b)], k);
+      return ops::dictionaryKey(*this, f, lines::Op, R[operand::index(ip->b)], k);
     }
     case Op::DictPut: {
-      const TulValue* v = read(ip->c, f, code, ip, 2, scratch);
+      const TulValue* v = read(ip->c, f, lines::C);
       if (!v) return false;
       TulDictionary* d = static_cast<TulDictionary*>(R[operand::index(ip->a)]);
       *(*d)[*static_cast<TulString*>(R[operand::index(ip->b)])] = *v;
@@ -473,123 +509,167 @@ bool Interp::rare(const Code& code, const Ins* ip, Frame& f) {
       return true;
     }
     case Op::IncDec: {
-      const TulValue* old = read(ip->b, f, code, ip, 1, scratch);
+      const TulValue* old = read(ip->b, f, lines::B);
       if (!old) return false;
       TulValue updated;
-      if (!ops::stepped(*this, f, info.line, ip->d > 0, (ip->flags & kPrefix) != 0, *old,
+      if (!ops::stepped(*this, f, lines::Op, ip->d > 0, (ip->flags & kPrefix) != 0, *old,
                         updated))
         return false;
       if (ip->flags & kFreeB) dropRef(R[operand::index(ip->b)]);
-      return store(ip->a, f, std::move(updated), code, ip);
+      return store(ip->a, f, std::move(updated));
     }
     case Op::ForInPrep: {
       TulValue* seq = R + ip->b;
-      if (!ops::forInStart(*this, f, info.line, seq[0], seq[1])) return false;
+      if (!ops::forInStart(*this, f, lines::Op, seq[0], seq[1])) return false;
       seq[2] = TulValue(0);
       return true;
     }
     case Op::Throw: {
-      const TulValue* v = read(ip->b, f, code, ip, 1, scratch);
+      const TulValue* v = read(ip->b, f, lines::B);
       if (!v) return false;
       const TulValue held(*v);
-      return ops::raise(*this, f, info.line, held);
+      return ops::raise(*this, f, lines::Op, held);
     }
     case Op::Class: {
       TulClass* cls = nullptr;
-      if (!declareClass(*static_cast<const ClassStmt*>(info.ref), f, cls)) return false;
+      if (!declareClass(*f.code->classes[static_cast<std::size_t>(ip->b)], f, cls)) return false;
       R[operand::index(ip->a)] = TulValue(cls);
       return true;
     }
     case Op::Static: {
-      const TulValue* v = read(ip->b, f, code, ip, 1, scratch);
+      const TulValue* v = read(ip->b, f, lines::B);
       if (!v) return false;
-      const auto& sv = *static_cast<const StaticVarDecl*>(info.ref);
-      static_cast<TulClass*>(R[operand::index(ip->a)])->addStaticDataMember(sv.name.c_str(), *v);
+      const std::string& name = f.code->strings[static_cast<std::size_t>(ip->c)];
+      static_cast<TulClass*>(R[operand::index(ip->a)])->addStaticDataMember(name.c_str(), *v);
       if (ip->flags & kFreeB) dropRef(R[operand::index(ip->b)]);
       return true;
     }
     case Op::Include: {
-      const Program* p = static_cast<const IncludeStmt*>(info.ref)->program;
+      const Program* p = f.code->includes[static_cast<std::size_t>(ip->b)].program;
       return !p || runProgram(*p);
     }
     default:
-      return fail(f, info.line, "internal error: unknown instruction");
+      return fail(f, lines::Op, "internal error: unknown instruction");
   }
 }
 
 // The error under way, caught by handler h: false for exit and abort,
 // which pass every catch.
-bool Interp::catchError(const Code& code, Frame& f, const TryHandler& h) {
+bool Interp::catchError(Frame& f, const TryHandler& h) {
   ScriptError caught;
   if (!takeError(caught)) return false;
   // What the failed statement left in temporaries goes now.
-  for (int s = h.temps; s < code.frameSize; ++s) dropRef(f.slots[s]);
+  for (int s = h.temps; s < f.code->frameSize; ++s) dropRef(f.slots[s]);
   f.slots[operand::index(h.caught)] = errorValue(caught);
   return true;
 }
 
 // 1 with the loop's variable set to the next item, 0 at the end, -1
 // after an error.
-int Interp::forInNext(const Code& code, const Ins* ip, Frame& f) {
-  const InsInfo& info = code.info[static_cast<std::size_t>(ip - code.ins.data())];
+int Interp::forInNext(Frame& f) {
+  const Ins* ip = f.ip;
   TulValue* seq = f.slots + ip->b;
   TulValue item;
   bool more = false;
-  if (!ops::forInNext(*this, f, info.line, seq[0], seq[1], seq[2], item, more)) return -1;
+  if (!ops::forInNext(*this, f, lines::Op, seq[0], seq[1], seq[2], item, more)) return -1;
   if (!more) return 0;
-  return store(ip->d, f, std::move(item), code, ip) ? 1 : -1;
+  return store(ip->d, f, std::move(item)) ? 1 : -1;
 }
 
 // The destination of instruction ip = a copy of v.
-bool Interp::storeCopy(const Code& code, const Ins* ip, Frame& f, const TulValue& v) {
+bool Interp::storeCopy(Frame& f, const TulValue& v) {
+  const Ins* ip = f.ip;
   TulValue copy(v);
-  return store(ip->a, f, std::move(copy), code, ip);
+  return store(ip->a, f, std::move(copy));
 }
 
 // --- the loop ----------------------------------------------------------------------------
 
 // Threaded dispatch takes the addresses of labels, which GCC and Clang
-// (also for MinGW) provide as an extension. A jump through a label's
-// address runs no destructors: no instruction keeps an object with one
-// alive where it dispatches the next.
-#if defined(__GNUC__)
+// (also for MinGW) provide as an extension; other compilers, and builds
+// configured with TUL_SWITCH_DISPATCH, dispatch through a switch that
+// jumps to the same labels. A jump to a label runs no destructors: no
+// instruction keeps an object with one alive where it dispatches the next.
+#if defined(__GNUC__) && !defined(TUL_SWITCH_DISPATCH)
+#  define TUL_COMPUTED_GOTO 1
 #  pragma GCC diagnostic push
 #  pragma GCC diagnostic ignored "-Wpedantic"
+#else
+#  define TUL_COMPUTED_GOTO 0
 #endif
-Flow Interp::run(const Code& code, Frame& f) {
-  // In the order of Op.
+Flow Interp::run(const Code& code, Frame& entry) {
+#if TUL_COMPUTED_GOTO
   static const void* const kLabels[] = {
-      &&Step, &&Move, &&Rare, &&Rare, &&Rare, &&Rare, &&Rare, &&Rare, &&Rare, &&Rare,
-      &&Add, &&Sub, &&Mul, &&Div, &&Mod, &&BitAnd, &&BitOr, &&BitXor, &&Shl, &&Shr, &&UShr,
-      &&Less, &&LessEq, &&Greater, &&GreaterEq, &&Equal, &&NotEqual,
-      &&Unary, &&Unary, &&Not, &&Unary,
-      &&Jump, &&JumpIf,
-      &&JumpLess, &&JumpLessEq, &&JumpGreater, &&JumpGreaterEq, &&JumpEqual, &&JumpNotEqual,
-      &&StepLess, &&Rare, &&IncVar,
-      &&Callee, &&Call, &&CallValue, &&LenOrPush, &&LenOrPush, &&Method, &&BaseMethod,
-      &&GetMember, &&SetMember, &&GetIndex, &&SetIndex,
-      &&Return, &&ReturnNil, &&Rare, &&ForInNext, &&TryBegin, &&TryEnd, &&Rare, &&Rare, &&Rare,
-      &&Rare,
+#  define TUL_OP(name, label, token) &&label,
+#  include "script/opcodes.def"
   };
-  static_assert(sizeof kLabels / sizeof kLabels[0] == static_cast<int>(Op::Include) + 1,
-                "a label for every instruction");
+  static_assert(sizeof kLabels / sizeof kLabels[0] == kOpCount, "a label for every instruction");
+#endif
 
-  std::vector<TryHandler> handlers;
-  const void* pending[kMaxPendingCalls];
-  const Ins* const first = code.ins.data();
+  // The activation running: its frame, code, slots, constants, pending
+  // callees and the first of the try handlers it owns. Script functions
+  // called by name or through a value run as activations of this same loop
+  // (Call, CallValue), so these change with each call and return.
+  const std::size_t depth0 = depth_;  // the activations this run started lie above
+  Frame* F = &entry;
+  std::size_t tryBase = tries_.size();
+  const void* entryPending[kMaxPendingCalls];
+  const void** pending = entryPending;
+  const Ins* first = code.ins.data();
   const Ins* ip = first;
-  TulValue* const R = f.slots;
+  TulValue* R = entry.slots;
+  const TulValue* K = code.consts.data();
+  entry.code = &code;
   const bool limited = opts_.maxSteps > 0;
-  TulValue sb, sc;  // class values read through undefined globals
   std::int32_t r;   // an integer result (one slot for all instructions)
 
-#define DISPATCH() goto *kLabels[static_cast<int>(ip->op)]
+// The instruction under way lives in `ip`; the frame gets it (F->ip) only
+// before something that can fail or call out, where an error finds it.
+#if TUL_COMPUTED_GOTO
+#  define DISPATCH() goto* kLabels[static_cast<int>(ip->op)]
+#else
+#  define DISPATCH() goto dispatch
+#endif
 #define NEXT() \
   do {         \
     ++ip;      \
     DISPATCH();\
   } while (0)
-#define READ(x, which, scratch) read((x), f, code, ip, (which), (scratch))
+#define READ(x, which) read((x), *F, (which), ip, K)
+// Destination a = a copy of v. Over a local that holds no reference the
+// copy is built in place; anywhere else it is made before the old value
+// goes, which may release what v lies in.
+#define COPY_TO_A(v)                                                              \
+  do {                                                                            \
+    const TulValue& copied = (v);                                                 \
+    if (operand::space(ip->a) == operand::Local &&                                \
+        !holdsReference(R[operand::index(ip->a)])) {                              \
+      new (&R[operand::index(ip->a)]) TulValue(copied);                           \
+    } else {                                                                      \
+      CHECK(storeCopy(*F, copied));                                               \
+    }                                                                             \
+  } while (0)
+// Runs activation a from its first instruction.
+#define ENTER(a)                      \
+  do {                                \
+    Activation& entered = (a);        \
+    F = &entered.frame;               \
+    pending = entered.pending;        \
+    tryBase = tries_.size();          \
+    first = F->code->ins.data();      \
+    ip = first;                       \
+    R = F->slots;                     \
+    K = F->code->consts.data();       \
+    DISPATCH();                       \
+  } while (0)
+// Goes on with frame F where it stood.
+#define RESUME()                      \
+  do {                                \
+    first = F->code->ins.data();      \
+    ip = F->ip;                       \
+    R = F->slots;                     \
+    K = F->code->consts.data();       \
+  } while (0)
 #define FREE(flag, x) \
   if (ip->flags & (flag)) dropRef(R[operand::index(x)])
 #define FREE_BC()                                 \
@@ -597,84 +677,103 @@ Flow Interp::run(const Code& code, Frame& f) {
     FREE(kFreeB, ip->b);                          \
     FREE(kFreeC, ip->c);                          \
   }
+// == and != never run script code (no hook compares): done here for any
+// operands.
+#define IS_EQUALITY(op) (opToken(op) == TokenKind::EqEq || opToken(op) == TokenKind::BangEq)
 // Both operands 32-bit integers.
 #define BOTH_INT(x, y) \
   ((static_cast<unsigned>((x)->type()) ^ 64u) | (static_cast<unsigned>((y)->type()) ^ 64u)) == 0
-#define CHECK(ok) \
-  if (!(ok)) goto failed
+// A slow path that may fail: the frame's instruction is saved first, where
+// its error finds its line.
+#define CHECK(ok)    \
+  do {               \
+    F->ip = ip;      \
+    if (!(ok)) goto failed; \
+  } while (0)
+// A read or a write that saved the instruction itself where it may fail.
+#define ENSURE(x) \
+  if (!(x)) goto failed
 
+#if !TUL_COMPUTED_GOTO
+dispatch:
+  switch (ip->op) {
+#  define TUL_OP(name, label, token) \
+    case Op::name:                   \
+      goto label;
+#  include "script/opcodes.def"
+  }
+#endif
   DISPATCH();
 
 Step:
-  CHECK(countStep(code, ip, f));
+  CHECK(countStep(*F, lines::Op));
   NEXT();
 
 Move:
   if (ip->flags & kFreeB) {
-    CHECK(store(ip->a, f, std::move(R[operand::index(ip->b)]), code, ip));
+    ENSURE(store(ip->a, *F, std::move(R[operand::index(ip->b)]), ip));
   } else {
-    const TulValue* x = READ(ip->b, 1, sb);
-    CHECK(x);
-    if (operand::space(ip->a) == operand::Local) {
-      R[operand::index(ip->a)] = *x;  // copied before the old value goes
-    } else {
-      CHECK(storeCopy(code, ip, f, *x));
-    }
+    const TulValue* x = READ(ip->b, lines::B);
+    ENSURE(x);
+    COPY_TO_A(*x);
   }
   NEXT();
 
-#define BINARY(NAME, TOKEN)                                                         \
+#define BINARY(NAME)                                                         \
   NAME : {                                                                          \
-    const TulValue* x = READ(ip->b, 1, sb);                                \
-    CHECK(x);                                                                       \
-    const TulValue* y = READ(ip->c, 2, sc);                                \
-    CHECK(y);                                                                       \
-    if (BOTH_INT(x, y) && intBinary(TOKEN, x->i32(), y->i32(), r)) {                \
-      CHECK(storeInt(ip->a, f, r, code, ip));                                       \
+    const TulValue* x = READ(ip->b, lines::B);                                \
+    ENSURE(x);                                                                       \
+    const TulValue* y = READ(ip->c, lines::C);                                \
+    ENSURE(y);                                                                       \
+    if (BOTH_INT(x, y) && intBinary(opToken(Op::NAME), x->i32(), y->i32(), r)) {                \
+      ENSURE(storeInt(ip->a, *F, r, ip));                                       \
+    } else if (IS_EQUALITY(Op::NAME)) {                                             \
+      r = valuesEqual(*x, *y) == (opToken(Op::NAME) == TokenKind::EqEq);            \
+      ENSURE(storeInt(ip->a, *F, r, ip));                                           \
     } else {                                                                        \
-      CHECK(binarySlow(code, ip, f, TOKEN, *x, *y));                                \
+      CHECK(binarySlow(*F, opToken(Op::NAME), *x, *y));                                \
     }                                                                               \
     FREE_BC();                                                                      \
     NEXT();                                                                         \
   }
-  BINARY(Add, TokenKind::Plus)
-  BINARY(Sub, TokenKind::Minus)
-  BINARY(Mul, TokenKind::Star)
-  BINARY(Div, TokenKind::Slash)
-  BINARY(Mod, TokenKind::Percent)
-  BINARY(BitAnd, TokenKind::Amp)
-  BINARY(BitOr, TokenKind::Pipe)
-  BINARY(BitXor, TokenKind::Caret)
-  BINARY(Shl, TokenKind::Shl)
-  BINARY(Shr, TokenKind::Shr)
-  BINARY(UShr, TokenKind::UShr)
-  BINARY(Less, TokenKind::Less)
-  BINARY(LessEq, TokenKind::LessEq)
-  BINARY(Greater, TokenKind::Greater)
-  BINARY(GreaterEq, TokenKind::GreaterEq)
-  BINARY(Equal, TokenKind::EqEq)
-  BINARY(NotEqual, TokenKind::BangEq)
+  BINARY(Add)
+  BINARY(Sub)
+  BINARY(Mul)
+  BINARY(Div)
+  BINARY(Mod)
+  BINARY(BitAnd)
+  BINARY(BitOr)
+  BINARY(BitXor)
+  BINARY(Shl)
+  BINARY(Shr)
+  BINARY(UShr)
+  BINARY(Less)
+  BINARY(LessEq)
+  BINARY(Greater)
+  BINARY(GreaterEq)
+  BINARY(Equal)
+  BINARY(NotEqual)
 #undef BINARY
 
 Unary: {
-  const TulValue* x = READ(ip->b, 1, sb);
-  CHECK(x);
+  const TulValue* x = READ(ip->b, lines::B);
+  ENSURE(x);
   if (x->type() == TulValueType::I32 && ip->op != Op::Plus) {
     const std::uint32_t u = static_cast<std::uint32_t>(static_cast<int>(*x));
-    CHECK(storeInt(ip->a, f, static_cast<std::int32_t>(ip->op == Op::Neg ? 0u - u : ~u), code, ip));
+    ENSURE(storeInt(ip->a, *F, static_cast<std::int32_t>(ip->op == Op::Neg ? 0u - u : ~u), ip));
   } else {
-    CHECK(unarySlow(code, ip, f, *x));
+    CHECK(unarySlow(*F, *x));
   }
   FREE(kFreeB, ip->b);
   NEXT();
 }
 
 Not: {
-  const TulValue* x = READ(ip->b, 1, sb);
-  CHECK(x);
+  const TulValue* x = READ(ip->b, lines::B);
+  ENSURE(x);
   const bool truth = isTrue(*x);
   FREE(kFreeB, ip->b);
-  CHECK(storeInt(ip->a, f, truth ? 0 : 1, code, ip));
+  ENSURE(storeInt(ip->a, *F, truth ? 0 : 1, ip));
   NEXT();
 }
 
@@ -683,8 +782,8 @@ Jump:
   DISPATCH();
 
 JumpIf: {
-  const TulValue* x = READ(ip->b, 1, sb);
-  CHECK(x);
+  const TulValue* x = READ(ip->b, lines::B);
+  ENSURE(x);
   const bool taken = isTrue(*x) != ((ip->flags & kNegate) != 0);
   FREE(kFreeB, ip->b);
   if (taken) {
@@ -694,17 +793,21 @@ JumpIf: {
   NEXT();
 }
 
-#define COMPARE_JUMP(NAME, TOKEN)                                                   \
+#define COMPARE_JUMP(NAME)                                                   \
   NAME : {                                                                          \
-    const TulValue* x = READ(ip->b, 1, sb);                                \
-    CHECK(x);                                                                       \
-    const TulValue* y = READ(ip->c, 2, sc);                                \
-    CHECK(y);                                                                       \
+    const TulValue* x = READ(ip->b, lines::B);                                \
+    ENSURE(x);                                                                       \
+    const TulValue* y = READ(ip->c, lines::C);                                \
+    ENSURE(y);                                                                       \
     int taken;                                                                      \
-    if (BOTH_INT(x, y) && intBinary(TOKEN, x->i32(), y->i32(), r)) {                \
+    if (BOTH_INT(x, y) && intBinary(opToken(Op::NAME), x->i32(), y->i32(), r)) {                \
       taken = (r != 0) != ((ip->flags & kNegate) != 0);                             \
+    } else if (IS_EQUALITY(Op::NAME)) {                                             \
+      taken = (valuesEqual(*x, *y) == (opToken(Op::NAME) == TokenKind::EqEq)) !=    \
+              ((ip->flags & kNegate) != 0);                                         \
     } else {                                                                        \
-      taken = jumpSlow(code, ip, f, *x, *y);                                        \
+      F->ip = ip;                                                                  \
+      taken = jumpSlow(*F, *x, *y);                                        \
       CHECK(taken >= 0);                                                            \
     }                                                                               \
     FREE_BC();                                                                      \
@@ -714,26 +817,27 @@ JumpIf: {
     }                                                                               \
     NEXT();                                                                         \
   }
-  COMPARE_JUMP(JumpLess, TokenKind::Less)
-  COMPARE_JUMP(JumpLessEq, TokenKind::LessEq)
-  COMPARE_JUMP(JumpGreater, TokenKind::Greater)
-  COMPARE_JUMP(JumpGreaterEq, TokenKind::GreaterEq)
-  COMPARE_JUMP(JumpEqual, TokenKind::EqEq)
-  COMPARE_JUMP(JumpNotEqual, TokenKind::BangEq)
+  COMPARE_JUMP(JumpLess)
+  COMPARE_JUMP(JumpLessEq)
+  COMPARE_JUMP(JumpGreater)
+  COMPARE_JUMP(JumpGreaterEq)
+  COMPARE_JUMP(JumpEqual)
+  COMPARE_JUMP(JumpNotEqual)
 #undef COMPARE_JUMP
 
 StepLess: {
   TulValue* i = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
                                                          : globalSlot(ip->b);
-  const TulValue* n = READ(ip->c, 2, sc);
+  const TulValue* n = READ(ip->c, lines::C);
   int taken;
   if (i && n && BOTH_INT(i, n)) {
     const std::int32_t next = static_cast<std::int32_t>(static_cast<std::uint32_t>(i->i32()) + 1u);
     i->putInt(next);
-    if (limited && !countLoopStep(code, ip, f)) goto failed;
+    if (limited) CHECK(countStep(*F, lines::Step));
     taken = next < n->i32();
   } else {
-    taken = stepLessSlow(code, ip, f);
+    F->ip = ip;
+    taken = stepLessSlow(*F);
     CHECK(taken >= 0);
   }
   if (taken) {
@@ -750,7 +854,7 @@ IncVar: {
     v->putInt(static_cast<std::int32_t>(static_cast<std::uint32_t>(v->i32()) +
                                         static_cast<std::uint32_t>(ip->d)));
   } else {
-    CHECK(incVarSlow(code, ip, f));
+    CHECK(incVarSlow(*F));
   }
   NEXT();
 }
@@ -765,61 +869,98 @@ Callee: {
                                  : nullptr;
   if (fn && fn->decl())
     pending[ip->spare] = fn->decl();
+  else if (fn)  // a built-in, marked by the low bit
+    pending[ip->spare] =
+        reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(fn) | 1);
   else
-    CHECK(callee(code, ip, f, pending));
+    CHECK(callee(*F, pending));
 }
   NEXT();
 
+// A script function called by name or through a value runs in this loop
+// (unless the call fails at once: too many arguments, calls too deep).
 Call:
   if (const FunctionDecl* fn = scriptCallee(pending[ip->spare])) {
-    CHECK(callFunctionAt(code, ip, f, *fn, R + ip->b, ip->c));
+    if (ip->c <= fn->code.params && callDepth_ < kMaxScriptCallDepth)
+    {
+      F->ip = ip;
+      ENTER(pushActivation(*fn, R + ip->b, ip->c, *F, pending, tryBase));
+    }
+    CHECK(callFunctionAt(*F, *fn, R + ip->b, ip->c));
   } else {
-    CHECK(callPending(code, ip, f, pending[ip->spare], R + ip->b, ip->c));
+    CHECK(callPending(*F, pending[ip->spare], R + ip->b, ip->c));
   }
   NEXT();
 
-CallValue:
-  CHECK(callTemp(code, ip, f));
+CallValue: {
+  TulValue* callee = R + ip->b;
+  const FunctionObject* fo = callee->type() == TulValueType::Function
+                                 ? static_cast<const FunctionObject*>(callee->refObject())
+                                 : nullptr;
+  const FunctionDecl* fn = fo ? fo->decl() : nullptr;
+  if (fn && ip->c <= fn->code.params && callDepth_ < kMaxScriptCallDepth) {
+    F->ip = ip;
+    Activation& a = pushActivation(*fn, callee + 1, ip->c, *F, pending, tryBase);
+    dropRef(*callee);  // the declaration lives as long as its program
+    ENTER(a);
+  }
+  CHECK(callTemp(*F));
   NEXT();
+}
 
-LenOrPush:
-  CHECK(lenOrPush(code, ip, f, pending[ip->spare]));
+// len(v) of a vector in a variable, the callee still the built-in len.
+LenOrPush: {
+  const FunctionObject* b = builtinCallee(pending[ip->spare]);
+  const TulValue* v = ip->op == Op::Len && b && isBuiltinLen(*b) ? variableSlot(ip->b, R) : nullptr;
+  if (v && v->type() == TulValueType::Vector) {
+    const int n = static_cast<int>(static_cast<TulVector*>(v->refObject())->size());
+    dropRef(R[ip->c + 1]);  // the argument's temporary, when it took one
+    ENSURE(storeInt(ip->a, *F, n, ip));
+    NEXT();
+  }
+  CHECK(lenOrPush(*F, pending[ip->spare]));
   NEXT();
+}
 
-Method:
-  CHECK(method(code, ip, f));
+// A script method that the site has found for the object's class runs in
+// this loop too, `this` held where the caller keeps the object (a local or
+// its own `this`) until it returns.
+Method: {
+  F->ip = ip;
+  if (Activation* a = methodActivation(*F, pending, tryBase)) ENTER(*a);
+  CHECK(method(*F));
   NEXT();
+}
 
 BaseMethod:
-  CHECK(baseMethod(code, ip, f));
+  CHECK(baseMethod(*F));
   NEXT();
 
 GetMember: {
   // A data member of an object in a local or `this`, at the index the site
   // remembers for its class.
   const TulValue* o = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
-                      : operand::space(ip->b) == operand::This ? f.self
+                      : operand::space(ip->b) == operand::This ? F->self
                                                                 : nullptr;
   bool done = false;
   if (o && o->type() == TulValueType::Object) {
     TulObject* obj = static_cast<TulObject*>(o->refObject());
-    const SiteCache& site =
-        static_cast<const MemberExpr*>(code.info[static_cast<std::size_t>(ip - first)].ref)->cache;
+    const SiteCache& site = F->code->members[static_cast<std::size_t>(ip->c)].cache;
     TulVector* data = obj->getMemberData();
     if (site.cls == obj->getClass() && site.epoch == classEpoch_ && site.index >= 0 && data &&
         static_cast<unsigned>(site.index) < data->size()) {
       // Copied before the temporary holding the object goes.
-      CHECK(storeCopy(code, ip, f, (*data)[static_cast<unsigned>(site.index)]));
+      COPY_TO_A((*data)[static_cast<unsigned>(site.index)]);
       FREE(kFreeB, ip->b);
       done = true;
     }
   }
-  if (!done) CHECK(member(code, ip, f, false));
+  if (!done) CHECK(member(*F, false));
 }
   NEXT();
 
 SetMember:
-  CHECK(member(code, ip, f, true));
+  CHECK(member(*F, true));
   NEXT();
 
 GetIndex: {
@@ -828,8 +969,8 @@ GetIndex: {
   const TulValue* o = variableSlot(ip->b, R);
   bool done = false;
   if (o && (o->type() == TulValueType::Vector || o->type() == TulValueType::Dictionary)) {
-    const TulValue* k = READ(ip->c, 2, sc);
-    CHECK(k);
+    const TulValue* k = READ(ip->c, lines::C);
+    ENSURE(k);
     const TulValue* item = nullptr;
     if (o->type() == TulValueType::Vector) {
       const TulVector* vec = static_cast<TulVector*>(o->refObject());
@@ -841,12 +982,12 @@ GetIndex: {
       item = e ? &e->value : &kNil;
     }
     if (item) {
-      CHECK(storeCopy(code, ip, f, *item));
+      COPY_TO_A(*item);
       FREE_BC();
       done = true;
     }
   }
-  if (!done) CHECK(index(code, ip, f, false));
+  if (!done) CHECK(index(*F, false));
 }
   NEXT();
 
@@ -856,10 +997,10 @@ SetIndex: {
   const TulValue* o = variableSlot(ip->b, R);
   bool done = false;
   if (o && (o->type() == TulValueType::Vector || o->type() == TulValueType::Dictionary)) {
-    const TulValue* k = READ(ip->c, 2, sc);
-    CHECK(k);
-    const TulValue* v = READ(ip->d, 3, sb);
-    CHECK(v);
+    const TulValue* k = READ(ip->c, lines::C);
+    ENSURE(k);
+    const TulValue* v = READ(ip->d, lines::D);
+    ENSURE(v);
     TulValue* slot = nullptr;
     if (o->type() == TulValueType::Vector) {
       TulVector* vec = static_cast<TulVector*>(o->refObject());
@@ -879,26 +1020,53 @@ SetIndex: {
       done = true;
     }
   }
-  if (!done) CHECK(index(code, ip, f, true));
+  if (!done) CHECK(index(*F, true));
 }
   NEXT();
 
+// A `return` inside a `try` leaves its handlers behind.
 Return: {
   if (ip->flags & kFreeB) {
-    f.ret = std::move(R[operand::index(ip->b)]);
-    return Flow::Return;
+    F->ret = std::move(R[operand::index(ip->b)]);
+  } else {
+    const TulValue* x = READ(ip->b, lines::B);
+    ENSURE(x);
+    F->ret = *x;
   }
-  const TulValue* x = READ(ip->b, 1, sb);
-  CHECK(x);
-  f.ret = *x;
-  return Flow::Return;
+  if (tries_.size() != tryBase) tries_.resize(tryBase);
+  if (depth_ == depth0) return Flow::Return;
+  goto returned;
 }
 
 ReturnNil:
-  return Flow::Normal;
+  if (tries_.size() != tryBase) tries_.resize(tryBase);
+  if (depth_ == depth0) return Flow::Normal;
+  goto returned;
+
+// The activation has ended: its caller goes on with the result.
+returned: {
+  bool ok;
+  {
+    TulValue out(std::move(F->ret));
+    const Activation& ended = *activations_[depth_ - 1];
+    const bool method = ended.method, constructor = ended.constructor;
+    F = popActivation(pending, tryBase);
+    RESUME();
+    if (method) {
+      // A constructor gives its object; the object's temporary goes now.
+      if (constructor)
+        out = operand::space(ip->b) == operand::Local ? R[operand::index(ip->b)] : *F->self;
+      FREE(kFreeB, ip->b);
+    }
+    ok = store(ip->a, *F, std::move(out), ip);
+  }
+  ENSURE(ok);
+  NEXT();
+}
 
 ForInNext: {
-  const int more = forInNext(code, ip, f);
+  F->ip = ip;
+  const int more = forInNext(*F);
   CHECK(more >= 0);
   if (!more) {
     ip = first + ip->a;
@@ -908,31 +1076,47 @@ ForInNext: {
 }
 
 TryBegin:
-  handlers.push_back({ip->a, ip->b, ip->c});
+  tries_.push_back({ip->a, ip->b, ip->c});
   NEXT();
 
 TryEnd:
-  handlers.resize(handlers.size() - static_cast<std::size_t>(ip->d));
+  tries_.resize(tries_.size() - static_cast<std::size_t>(ip->d));
   NEXT();
 
 Rare:
-  CHECK(rare(code, ip, f));
+  CHECK(rare(*F));
   NEXT();
 
+// The innermost handler of the activation catches the error; without one
+// the activation ends and its caller fails in turn. Exit and abort pass
+// every handler.
 failed:
-  if (handlers.empty() || !catchError(code, f, handlers.back())) return Flow::Fail;
-  ip = first + handlers.back().target;
-  handlers.pop_back();
-  DISPATCH();
+  if (tries_.size() > tryBase) {
+    if (catchError(*F, tries_.back())) {
+      ip = first + tries_.back().target;
+      tries_.pop_back();
+      DISPATCH();
+    }
+    tries_.resize(tryBase);
+  }
+  if (depth_ == depth0) return Flow::Fail;
+  F = popActivation(pending, tryBase);
+  RESUME();
+  goto failed;
 #undef DISPATCH
 #undef NEXT
 #undef READ
+#undef ENTER
+#undef COPY_TO_A
+#undef RESUME
 #undef FREE
 #undef FREE_BC
 #undef BOTH_INT
+#undef IS_EQUALITY
 #undef CHECK
+#undef ENSURE
 }
-#if defined(__GNUC__)
+#if TUL_COMPUTED_GOTO
 #  pragma GCC diagnostic pop
 #endif
 

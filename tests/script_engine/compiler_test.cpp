@@ -1,0 +1,100 @@
+// The compiler's output on its own: the syntax tree is gone once a file is
+// compiled, the lines an error reports come from the code's own tables
+// (for each kind of line an instruction keeps), and the instruction list
+// maps operators to instructions both ways.
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+#include "script/compiler.h"
+#include "script/engine.h"
+#include "script/parser.h"
+
+namespace tulscript {
+namespace {
+
+class Names : public GlobalNames {
+ public:
+  int globalIndex(const std::string& name) override {
+    for (std::size_t i = 0; i < names.size(); ++i)
+      if (names[i] == name) return static_cast<int>(i);
+    names.push_back(name);
+    return static_cast<int>(names.size() - 1);
+  }
+  std::vector<std::string> names;
+};
+
+TEST(Compiler, DropsTheTreeAndKeepsDeclarations) {
+  Program p;
+  Names names;
+  SyntaxError error;
+  ASSERT_TRUE(parseProgram("function f(a) { return a + 1; }\n"
+                           "class C { static var s = f(1); m() { return 2; } }\n"
+                           "var g = function () { return \"x\"; };\n",
+                           p, names, error, ParseOptions()))
+      << error.message;
+  compileProgram(p, false);
+  EXPECT_TRUE(p.body.body.empty());
+  ASSERT_EQ(p.functions.size(), 3u);
+  for (const auto& fn : p.functions) {
+    EXPECT_TRUE(fn->body.body.empty()) << fn->name;
+    EXPECT_FALSE(fn->code.ins.empty()) << fn->name;
+  }
+  ASSERT_EQ(p.classes.size(), 1u);
+  EXPECT_EQ(p.classes[0]->statics[0].init, nullptr);
+  ASSERT_EQ(p.hoisted.size(), 1u);
+  EXPECT_EQ(p.hoisted[0].name, "f");
+}
+
+// Each kind of line an instruction reports, on statements that span lines
+// so that the operation's line and the others differ.
+TEST(Compiler, ErrorsReportTheLineOfWhatFailed) {
+  const struct {
+    const char* src;
+    int maxSteps;
+    const char* err;
+  } cases[] = {
+      // The operation's, after earlier lines in the same function.
+      {"function f(a) {\n var x = 1;\n return a +\n  nil;\n}\nf(1);", 0,
+       "t.tul:3: error: "},
+      // A global read as the second operand, on its own line.
+      {"var a = 1;\nvar b = a +\n\n undefinedName;", 0, "t.tul:4: error: undefined variable"},
+      // The variable written, not the value's line.
+      {"function f() {\n undeclared =\n  1;\n}\nf();", 0,
+       "t.tul:2: error: assignment to undeclared variable"},
+      // A counting loop's turn counts its step at the loop's line.
+      {"var n = 0;\nfor (var i = 0;\n i < 100000;\n i++)\n n = n;", 52,
+       "t.tul:2: error: step limit exceeded"},
+      // A call by name keeps the callee's name for its error.
+      {"var notFn = 3;\n\nnotFn(\n1);", 0, "t.tul:3: error: cannot call 'notFn' (int)"},
+  };
+  for (const auto& c : cases) {
+    std::ostringstream out, err;
+    EngineOptions options;
+    options.out = &out;
+    options.err = &err;
+    options.maxSteps = c.maxSteps;
+    Engine engine(options);
+    EXPECT_EQ(engine.runSource("t.tul", c.src), kStatusError) << c.src;
+    EXPECT_EQ(err.str().compare(0, std::string(c.err).size(), c.err), 0)
+        << c.src << "\n got: " << err.str();
+  }
+}
+
+TEST(Compiler, OperatorInstructionsMapBothWays) {
+  const struct {
+    Op first, last;
+  } groups[] = {{Op::Add, Op::NotEqual}, {Op::JumpLess, Op::JumpNotEqual}, {Op::Neg, Op::BitNot}};
+  for (const auto& g : groups) {
+    for (int i = static_cast<int>(g.first); i <= static_cast<int>(g.last); ++i) {
+      const Op op = static_cast<Op>(i);
+      EXPECT_NE(opToken(op), TokenKind::End) << opName(op);
+      EXPECT_EQ(opFor(opToken(op), g.first, g.last), op) << opName(op);
+    }
+  }
+  EXPECT_STREQ(opName(Op::Include), "Include");
+}
+
+}  // namespace
+}  // namespace tulscript
