@@ -1,7 +1,6 @@
 // The compiler's output on its own: the syntax tree is gone once a file is
 // compiled, the lines an error reports come from the code's own tables
-// (for each kind of line an instruction keeps), and the instruction list
-// maps operators to instructions both ways.
+// (for each kind of line an instruction keeps).
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -80,20 +79,6 @@ TEST(Compiler, ErrorsReportTheLineOfWhatFailed) {
     EXPECT_EQ(err.str().compare(0, std::string(c.err).size(), c.err), 0)
         << c.src << "\n got: " << err.str();
   }
-}
-
-TEST(Compiler, OperatorInstructionsMapBothWays) {
-  const struct {
-    Op first, last;
-  } groups[] = {{Op::Add, Op::NotEqual}, {Op::JumpLess, Op::JumpNotEqual}, {Op::Neg, Op::BitNot}};
-  for (const auto& g : groups) {
-    for (int i = static_cast<int>(g.first); i <= static_cast<int>(g.last); ++i) {
-      const Op op = static_cast<Op>(i);
-      EXPECT_NE(opToken(op), TokenKind::End) << opName(op);
-      EXPECT_EQ(opFor(opToken(op), g.first, g.last), op) << opName(op);
-    }
-  }
-  EXPECT_STREQ(opName(Op::Include), "Include");
 }
 
 }  // namespace
