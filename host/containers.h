@@ -91,11 +91,17 @@ class TUL_API TulString : public TulRefObject {
   void assign(const char* s, unsigned len);
   void reserve(unsigned cap);
 
+  // Short texts (names, keys, numbers) are kept in the string itself, so
+  // making one allocates nothing; longer ones move to the heap.
+  static constexpr unsigned kShortRoom = 16;  // bytes, the final zero included
+  bool isShort() const { return data_ == short_; }
+
   char* data_;
   unsigned len_;
   unsigned cap_;
   mutable std::uint16_t* wide_;  // cache of the UTF-16 form
   TulStorageLink link_{this, TulStorageLink::Kind::String};
+  char short_[kShortRoom];
 };
 
 // A growable byte array. New bytes from setSize are zero.
@@ -171,6 +177,15 @@ TUL_API TulBytes tulStorageBytes(const TulValue& v);
 // any number may be asked about.
 TUL_API TulValue tulStorageHolding(std::uintptr_t address, unsigned size);
 
+// A vector's or dictionary's place in the runtime's list of live
+// containers, which the last machine empties so that cycles among them are
+// freed. The runtime's own bookkeeping: linking costs no allocation.
+struct TulLiveLink {
+  TulRefObject* owner;
+  TulLiveLink* prev;
+  TulLiveLink* next;
+};
+
 // An ordered sequence of values in contiguous storage.
 class TUL_API TulVector : public TulRefObject {
  public:
@@ -198,11 +213,21 @@ class TUL_API TulVector : public TulRefObject {
   unsigned shrink();
 
  private:
+  // A capacity of up to kShortRoom values is kept in the vector itself (a
+  // member record, a small object's members, a call's arguments), so making
+  // such a vector allocates nothing; a larger one moves to the heap.
+  static constexpr unsigned kShortRoom = 4;
+  TulValue* shortRoom() { return reinterpret_cast<TulValue*>(short_); }
+  bool isShort() const { return data_ == reinterpret_cast<const TulValue*>(short_); }
   void reallocate(unsigned cap);
+  // Takes o's elements as they are (no copy, no release); this is empty.
+  void takeElements(TulVector& o);
 
   TulValue* data_;
   unsigned size_;
   unsigned cap_;
+  TulLiveLink live_;
+  alignas(8) unsigned char short_[kShortRoom * sizeof(TulValue)];
 };
 
 // The value-stack cursor: a vector and an index into it.
@@ -274,7 +299,13 @@ class TUL_API TulDictionary : public TulRefObject {
 
   TulDictionaryEntry* first_;
   TulDictionaryEntry* last_;
+  // The first table lives in the dictionary itself (a member list, a small
+  // record), so a dictionary of up to kShortBuckets keys allocates no table.
+  static constexpr unsigned kShortBuckets = 8;
+
   TulDictionaryEntry** buckets_;
   unsigned bucketCount_;
   unsigned count_;
+  TulLiveLink live_;
+  TulDictionaryEntry* shortBuckets_[kShortBuckets];
 };

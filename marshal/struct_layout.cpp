@@ -16,6 +16,10 @@ using namespace structrec;
 
 namespace {
 
+// Bytes the structure's buffer has room for from the start: most structures
+// handed to the system are smaller, so their bytes are allocated once.
+constexpr unsigned kFirstRoom = 32;
+
 enum class Kind { Int, Int8, Int16, Float, Double, IntPtr, FloatPtr, DoublePtr, String, CBuffer, Buffer, Struct };
 
 struct KindInfo {
@@ -133,7 +137,7 @@ bool struct_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   TulValue* data = f.member(Member::StructData);
   if (!dict || !data) return f.badType(TulValue(), TulValueType::Buffer);
   *dict = TulValue(new TulDictionary(false));
-  *data = TulValue(new TulBuffer());
+  *data = TulValue(new TulBuffer(kFirstRoom));
   return f.retSelf();
 }
 

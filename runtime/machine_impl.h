@@ -104,8 +104,8 @@ bool wantsDtor(TulObject& obj);
 
 // Every vector and dictionary alive in the process, so the last machine can
 // break cycles among them.
-void trackContainer(TulRefObject* c);
-void untrackContainer(TulRefObject* c);
+void trackContainer(TulLiveLink& link, TulRefObject* c);
+void untrackContainer(TulLiveLink& link);
 void clearLiveContainers();
 
 }  // namespace detail
