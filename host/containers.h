@@ -297,12 +297,14 @@ class TUL_API TulDictionary : public TulRefObject {
   void unlink(TulDictionaryEntry* e);
   void rehash(unsigned buckets);
 
-  TulDictionaryEntry* first_;
-  TulDictionaryEntry* last_;
+ public:
   // The first table lives in the dictionary itself (a member list, a small
   // record), so a dictionary of up to kShortBuckets keys allocates no table.
   static constexpr unsigned kShortBuckets = 8;
 
+ private:
+  TulDictionaryEntry* first_;
+  TulDictionaryEntry* last_;
   TulDictionaryEntry** buckets_;
   unsigned bucketCount_;
   unsigned count_;

@@ -25,9 +25,13 @@ std::uint32_t hashKey(const char* key, unsigned len) {
   return h;
 }
 
-// Grows when there are more keys than chains: chains then hold one entry on
-// average, and a dictionary of eight keys keeps its first table.
-bool needsGrowth(unsigned count, unsigned buckets) { return count > buckets; }
+// A table in the heap grows when it is more than three quarters full. The
+// first one, inside the dictionary, takes a key a chain before it is left:
+// a dictionary of eight keys (a small record) then allocates no table.
+bool needsGrowth(unsigned count, unsigned buckets) {
+  if (buckets == TulDictionary::kShortBuckets) return count > buckets;
+  return count > buckets - buckets / 4;
+}
 
 }  // namespace
 
