@@ -106,4 +106,26 @@ TEST(StringTest, WideFormMapsWindows1252AndFollowsChanges) {
   EXPECT_EQ(s.w_str()[0], u'B');
 }
 
+// Short texts live in the string itself: growing past that room, copying,
+// appending from itself and shrinking again keep the characters.
+TEST(StringTest, TextsAcrossTheShortRoomKeepTheirCharacters) {
+  const std::string lengths[] = {"", std::string(14, 'a'), std::string(15, 'b'),
+                                 std::string(16, 'c'), std::string(40, 'd')};
+  for (const std::string& first : lengths) {
+    for (const std::string& second : lengths) {
+      SCOPED_TRACE(std::to_string(first.size()) + " then " + std::to_string(second.size()));
+      TulString s(first.c_str());
+      s.append(second.c_str(), static_cast<unsigned>(second.size()));
+      EXPECT_EQ(text(s), first + second);
+      s += s;
+      EXPECT_EQ(text(s), first + second + first + second);
+      const TulString copy(s);
+      EXPECT_EQ(text(copy), text(s));
+      s = second.c_str();
+      EXPECT_EQ(text(s), second);
+      EXPECT_EQ(s.c_str()[s.length()], '\0');
+    }
+  }
+}
+
 }  // namespace
