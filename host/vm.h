@@ -108,6 +108,9 @@ class TUL_API TulObject : public TulRefObject {
   TulClass* class_;     // strong
   TulVector* members_;  // strong
   bool dtorRan_;
+  // The machine's list of its live objects, linked through them.
+  TulObject* livePrev_ = nullptr;
+  TulObject* liveNext_ = nullptr;
 
   friend class TulObjectAccess;
 };
