@@ -230,6 +230,13 @@ class TUL_API TulVector : public TulRefObject {
   alignas(8) unsigned char short_[kShortRoom * sizeof(TulValue)];
 };
 
+// static_cast<T*>(v) for the host object of type T held under tag (a
+// string, a buffer, a vector, a dictionary), read inline.
+template <class T>
+T* refIn(const TulValue& v, TulValueType tag) {
+  return v.type() == tag ? static_cast<T*>(v.refObject()) : nullptr;
+}
+
 // The value-stack cursor: a vector and an index into it.
 struct ValPtr {
   TulVector* vec;

@@ -115,5 +115,13 @@ class TUL_API TulObject : public TulRefObject {
   friend class TulObjectAccess;
 };
 
+// static_cast<TulObject*>(v) with its common case, a strong reference, read
+// inline; a weak reference goes through the host.
+inline TulObject* objectIn(const TulValue& v) {
+  if (v.type() == TulValueType::Object) return static_cast<TulObject*>(v.refObject());
+  if (v.type() != TulValueType::ObjectRef) return nullptr;
+  return static_cast<TulObject*>(v);
+}
+
 TUL_API void* allocmem(unsigned size);
 TUL_API void* reallocmem(void* block, unsigned size);
