@@ -99,9 +99,9 @@ class TUL_API TulString : public TulRefObject {
   char* data_;
   unsigned len_;
   unsigned cap_;
+  char short_[kShortRoom];  // next to the length: a comparison reads both
   mutable std::uint16_t* wide_;  // cache of the UTF-16 form
   TulStorageLink link_{this, TulStorageLink::Kind::String};
-  char short_[kShortRoom];
 };
 
 // A growable byte array. New bytes from setSize are zero.
@@ -252,6 +252,11 @@ struct ValPtr {
 // hold on it while values refer to it: once erased it keeps its key, loses
 // its value and answers erased() (it is then no longer linked).
 class TUL_API TulDictionaryEntry : public TulRefObject {
+  // First, with the key right after them, so that a lookup reads what it
+  // compares (hash, chain, length, short key) from one or two cache lines.
+  std::uint32_t hash_;
+  TulDictionaryEntry* hashNext_;
+
  public:
   ~TulDictionaryEntry() override;
 
@@ -272,8 +277,6 @@ class TUL_API TulDictionaryEntry : public TulRefObject {
 
   TulDictionary* owner_;
   TulDictionaryEntry* prev_;
-  TulDictionaryEntry* hashNext_;
-  std::uint32_t hash_;
 };
 
 // Maps string keys to values; keeps insertion order and finds keys through a

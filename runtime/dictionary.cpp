@@ -38,12 +38,7 @@ bool needsGrowth(unsigned count, unsigned buckets) {
 // --- TulDictionaryEntry -----------------------------------------------------
 
 TulDictionaryEntry::TulDictionaryEntry(TulDictionary* owner, const TulString& k)
-    : key(k),
-      next(nullptr),
-      owner_(owner),
-      prev_(nullptr),
-      hashNext_(nullptr),
-      hash_(0) {}
+    : hash_(0), hashNext_(nullptr), key(k), next(nullptr), owner_(owner), prev_(nullptr) {}
 
 TulDictionaryEntry::~TulDictionaryEntry() = default;
 
