@@ -283,6 +283,10 @@ class TUL_API TulDictionaryEntry : public TulRefObject {
 // hash table in O(1) on average.
 class TUL_API TulDictionary : public TulRefObject {
  public:
+  // The first table lives in the dictionary itself (a member list, a small
+  // record), so a dictionary of up to kShortBuckets keys allocates no table.
+  static constexpr unsigned kShortBuckets = 8;
+
   explicit TulDictionary(bool flag = false);
   TulDictionary(const TulDictionary& other);  // a copy in the same order
   TulDictionary& operator=(const TulDictionary& other);
@@ -307,12 +311,6 @@ class TUL_API TulDictionary : public TulRefObject {
   void unlink(TulDictionaryEntry* e);
   void rehash(unsigned buckets);
 
- public:
-  // The first table lives in the dictionary itself (a member list, a small
-  // record), so a dictionary of up to kShortBuckets keys allocates no table.
-  static constexpr unsigned kShortBuckets = 8;
-
- private:
   TulDictionaryEntry* first_;
   TulDictionaryEntry* last_;
   TulDictionaryEntry** buckets_;

@@ -55,13 +55,13 @@ TulVector::~TulVector() {
   if (!isShort()) std::free(data_);
 }
 
+// Heap storage changes hands; elements in o's own room move into this one's.
 void TulVector::takeElements(TulVector& o) {
+  if (!isShort()) std::free(data_);
+  data_ = shortRoom();
   if (!o.isShort()) {
-    if (!isShort()) std::free(data_);
     data_ = o.data_;
   } else {
-    if (!isShort()) std::free(data_);
-    data_ = shortRoom();
     for (unsigned i = 0; i < o.size_; ++i) {
       new (data_ + i) TulValue(std::move(o.data_[i]));
       o.data_[i].~TulValue();
