@@ -288,20 +288,6 @@ class TUL_API TulValue {
     TulRefObject* ref;
     TulWeakLink* weak;
     std::uint32_t words[2];
-
-    Payload() {}
-    // Copied as two words too: copied as one 8-byte unit, a payload written
-    // as a word (an integer, a pointer) is read back before the store has
-    // completed, which stalls the processor.
-    Payload(const Payload& o) { copy(o); }
-    Payload& operator=(const Payload& o) {
-      copy(o);
-      return *this;
-    }
-    void copy(const Payload& o) {
-      words[0] = o.words[0];
-      words[1] = o.words[1];
-    }
     // Cleared as two words: a double's 0.0 stored on a 32-bit x86 build
     // without SSE goes through the x87 unit, which an emulator runs slowly.
     void zero() {
