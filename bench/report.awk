@@ -3,36 +3,75 @@
 # bench/results: each row's name, ratio, target and whether the target was
 # met (null where the row has none or was skipped).
 #   awk -F '\t' -v json=FILE -f report.awk ROWS
-BEGIN { n = 0 }
+#
+# Several runs of the same programs (natively, under an emulator) are given
+# as one file each, each after the run's name:
+#   awk -F '\t' -v json=FILE [-v previous=OLD.json] -f report.awk \
+#       run=qemu-i386 ROWS1 run=native ROWS2
+# Rows are matched by name. The first run's figures are the row's own
+# (ratio, met, note, and "run" naming it); every further run's sit under its
+# name ({"ratio", "met", "note"}). A row meets its target when it does so in
+# every run. With previous (a file this script wrote before), every row whose
+# first-run ratio is more than 10% above the previous file's, in a run of the
+# same name, is listed after the table.
+BEGIN { n = 0; runs = 0 }
+
+FNR == 1 {
+  if (runs == 0 || runName[runs] != run) runName[++runs] = run
+}
 
 $1 == "ROW" {
-  n++
-  name[n] = $2; ratio[n] = $3; target[n] = $4; note[n] = $5
-  if (ratio[n] == "null") met[n] = (target[n] == "null" || note[n] ~ /^skipped/) ? "null" : "false"
-  else if (target[n] == "null") met[n] = "null"
-  else met[n] = (ratio[n] + 0 <= target[n] + 0) ? "true" : "false"
+  r = runs
+  if (!($2 in index_)) {
+    index_[$2] = ++n
+    name[n] = $2; target[n] = $4
+  }
+  i = index_[$2]
+  if (target[i] == "null") target[i] = $4
+  ratio[i, r] = $3; note[i, r] = $5; seen[i, r] = 1
+  if ($3 == "null") met[i, r] = ($4 == "null" || $5 ~ /^skipped/) ? "null" : "false"
+  else if ($4 == "null") met[i, r] = "null"
+  else met[i, r] = ($3 + 0 <= $4 + 0) ? "true" : "false"
 }
 
 function shown(x) {
-  if (x == "null") return "-"
+  if (x == "" || x == "null") return "-"
   if (x + 0 >= 100) return sprintf("%.0f", x)
   if (x + 0 >= 10) return sprintf("%.1f", x)
   return sprintf("%.2f", x)
 }
 
-function verdict(i) {
-  if (note[i] ~ /^skipped/) return "skipped"
-  if (note[i] ~ /^failed/) return "FAILED"
-  if (met[i] == "true") return "met"
-  if (met[i] == "false") return "MISSED"
+function verdictIn(i, r) {
+  if (!seen[i, r]) return "-"
+  if (note[i, r] ~ /^skipped/) return "skipped"
+  if (note[i, r] ~ /^failed/) return "FAILED"
+  if (met[i, r] == "true") return "met"
+  if (met[i, r] == "false") return "MISSED"
   return "-"
 }
 
+# Over every run: a failure or a miss anywhere counts, naming the run when
+# there are several.
+function verdict(i,    r, v, worst, where, best) {
+  worst = ""; best = "-"
+  for (r = 1; r <= runs; r++) {
+    v = verdictIn(i, r)
+    if (v == "FAILED" || v == "MISSED") {
+      if (worst == "" || v == "FAILED") worst = v
+      where = where (where == "" ? "" : ", ") runName[r]
+    } else if (worst == "" && v != "-") {
+      best = v
+    }
+  }
+  if (worst != "") return runs > 1 ? worst " (" where ")" : worst
+  return verdictIn(i, 1) != "-" ? verdictIn(i, 1) : best
+}
+
 # Character by character: awks disagree on backslashes in gsub replacements.
-function quoted(s,    out, i, c) {
+function quoted(s,    out, k, c) {
   out = ""
-  for (i = 1; i <= length(s); i++) {
-    c = substr(s, i, 1)
+  for (k = 1; k <= length(s); k++) {
+    c = substr(s, k, 1)
     if (c == "\\" || c == "\"") out = out "\\" c
     else if (c == "\t") out = out " "
     else out = out c
@@ -40,22 +79,70 @@ function quoted(s,    out, i, c) {
   return "\"" out "\""
 }
 
-function number(x) { return x == "null" ? "null" : sprintf("%g", x) }
+function number(x) { return (x == "" || x == "null") ? "null" : sprintf("%g", x) }
+function flag(x) { return x == "" ? "null" : x }
+
+# The first-run ratios of a file this script wrote: one row a line.
+function readPrevious(file,    line, nm, rt, rn) {
+  while ((getline line < file) > 0) {
+    if (line !~ /"name": /) continue
+    nm = line; sub(/.*"name": "/, "", nm); sub(/", "ratio".*/, "", nm)
+    rt = line; sub(/.*"ratio": /, "", rt); sub(/,.*/, "", rt)
+    rn = "qemu-i386"
+    if (line ~ /"run": "/) { rn = line; sub(/.*"run": "/, "", rn); sub(/".*/, "", rn) }
+    prevRatio[nm] = rt; prevRun[nm] = rn
+  }
+  close(file)
+}
 
 END {
-  print "| Benchmark | Ratio | Target | Met | What dominates |"
-  print "|---|---:|---:|---|---|"
+  header = "| Benchmark |"
+  rule = "|---|"
+  for (r = 1; r <= runs; r++) {
+    header = header " " (runs > 1 ? runName[r] : "Ratio") " |"
+    rule = rule "---:|"
+  }
+  print header " Target | Met | What dominates |"
+  print rule "---:|---|---|"
   for (i = 1; i <= n; i++) {
     t = target[i] == "null" ? "-" : "<= " shown(target[i])
-    printf "| %s | %s | %s | %s | %s |\n", name[i], shown(ratio[i]), t, verdict(i), note[i]
-    count[verdict(i)]++
+    line = "| " name[i] " |"
+    for (r = 1; r <= runs; r++) line = line " " shown(ratio[i, r]) " |"
+    nt = ""
+    for (r = 1; r <= runs; r++)
+      if (seen[i, r]) nt = nt (nt == "" ? "" : "; ") (runs > 1 ? runName[r] ": " : "") note[i, r]
+    printf "%s %s | %s | %s |\n", line, t, verdict(i), nt
+    v = verdict(i); sub(/ \(.*/, "", v)
+    count[v]++
   }
   printf "\n%d rows: %d targets met, %d missed, %d failed, %d skipped\n", n,
          count["met"], count["MISSED"], count["FAILED"], count["skipped"]
+
   print "[" > json
-  for (i = 1; i <= n; i++)
-    printf "  {\"name\": %s, \"ratio\": %s, \"target\": %s, \"met\": %s, \"note\": %s}%s\n",
-           quoted(name[i]), number(ratio[i]), number(target[i]), met[i], quoted(note[i]),
-           i < n ? "," : "" > json
+  for (i = 1; i <= n; i++) {
+    row = sprintf("  {\"name\": %s, \"ratio\": %s, \"target\": %s, \"met\": %s, \"note\": %s",
+                  quoted(name[i]), number(ratio[i, 1]), number(target[i]), flag(met[i, 1]),
+                  quoted(note[i, 1]))
+    if (runName[1] != "") row = row ", \"run\": " quoted(runName[1])
+    for (r = 2; r <= runs; r++)
+      if (seen[i, r])
+        row = row sprintf(", %s: {\"ratio\": %s, \"met\": %s, \"note\": %s}", quoted(runName[r]),
+                          number(ratio[i, r]), flag(met[i, r]), quoted(note[i, r]))
+    printf "%s}%s\n", row, i < n ? "," : "" > json
+  }
   print "]" > json
+
+  if (previous == "") exit
+  readPrevious(previous)
+  slower = 0
+  for (i = 1; i <= n; i++) {
+    nm = name[i]
+    if (!(nm in prevRatio) || prevRatio[nm] == "null" || ratio[i, 1] == "null") continue
+    if (prevRun[nm] != (runName[1] == "" ? "qemu-i386" : runName[1])) continue
+    if (ratio[i, 1] + 0 > 1.1 * prevRatio[nm] && ratio[i, 1] + 0 > 0) {
+      if (!slower++) print "\nMore than 10% above the previous run (" previous "):"
+      printf "  %s: %s, was %s\n", nm, shown(ratio[i, 1]), shown(prevRatio[nm])
+    }
+  }
+  if (!slower) print "\nNo row more than 10% above the previous run (" previous ")."
 }

@@ -2,7 +2,9 @@
 # Checks bench/report.awk, which decides what the JSON calls met: a ratio at
 # its target meets it, a failed row with a target misses it, a skipped row
 # or one without a target has no verdict; notes keep quotes and backslashes
-# as valid JSON strings. scripts/bench.sh runs it before any measurement.
+# as valid JSON strings; of two runs, a miss in either is the row's, and the
+# second run's figures sit under its name; rows more than 10% above the
+# previous file's are listed. scripts/bench.sh runs it before any measurement.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
@@ -39,6 +41,30 @@ fi
 summary="7 rows: 3 targets met, 1 missed, 1 failed, 1 skipped"
 if ! grep -qx "$summary" "$work/table"; then
   echo "report_test: expected the summary '$summary', got '$(tail -1 "$work/table")'"
+  status=1
+fi
+# Two runs, compared with the single run above as the previous file (which
+# names no run: such a file was measured under qemu-i386).
+printf '%s\n' $'ROW\tunder\t1.700\t2.000\tfast' $'ROW\tover\t2.400\t2.000\tslow' >"$work/qemu"
+printf '%s\n' $'ROW\tunder\t2.100\t2.000\tnative' $'ROW\tover\t1.000\t2.000\tn' >"$work/native"
+awk -F '\t' -v json="$work/json2" -v previous="$work/json" -f "$here/report.awk" \
+  run=qemu-i386 "$work/qemu" run=native "$work/native" >"$work/table2"
+cat >"$work/expected2" <<'JSON'
+[
+  {"name": "under", "ratio": 1.7, "target": 2, "met": true, "note": "fast", "run": "qemu-i386", "native": {"ratio": 2.1, "met": false, "note": "native"}},
+  {"name": "over", "ratio": 2.4, "target": 2, "met": false, "note": "slow", "run": "qemu-i386", "native": {"ratio": 1, "met": true, "note": "n"}}
+]
+JSON
+if ! diff -u "$work/expected2" "$work/json2"; then
+  echo "report_test: the two-run JSON differs from the expected (above)"
+  status=1
+fi
+for line in '| under | 1.70 | 2.10 | <= 2.00 | MISSED (native) | qemu-i386: fast; native: native |' \
+            '  under: 1.70, was 1.50'; do
+  grep -qxF -- "$line" "$work/table2" || { echo "report_test: no line '$line' in:"; cat "$work/table2"; status=1; }
+done
+if grep -q '  over:' "$work/table2"; then
+  echo "report_test: 'over' (2.40 against 2.50) listed as slower"
   status=1
 fi
 exit $status

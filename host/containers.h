@@ -91,9 +91,15 @@ class TUL_API TulString : public TulRefObject {
   void assign(const char* s, unsigned len);
   void reserve(unsigned cap);
 
+  // Short texts (names, keys, numbers) are kept in the string itself, so
+  // making one allocates nothing; longer ones move to the heap.
+  static constexpr unsigned kShortRoom = 16;  // bytes, the final zero included
+  bool isShort() const { return data_ == short_; }
+
   char* data_;
   unsigned len_;
   unsigned cap_;
+  char short_[kShortRoom];  // next to the length: a comparison reads both
   mutable std::uint16_t* wide_;  // cache of the UTF-16 form
   TulStorageLink link_{this, TulStorageLink::Kind::String};
 };
@@ -171,6 +177,15 @@ TUL_API TulBytes tulStorageBytes(const TulValue& v);
 // any number may be asked about.
 TUL_API TulValue tulStorageHolding(std::uintptr_t address, unsigned size);
 
+// A vector's or dictionary's place in the runtime's list of live
+// containers, which the last machine empties so that cycles among them are
+// freed. The runtime's own bookkeeping: linking costs no allocation.
+struct TulLiveLink {
+  TulRefObject* owner;
+  TulLiveLink* prev;
+  TulLiveLink* next;
+};
+
 // An ordered sequence of values in contiguous storage.
 class TUL_API TulVector : public TulRefObject {
  public:
@@ -198,12 +213,29 @@ class TUL_API TulVector : public TulRefObject {
   unsigned shrink();
 
  private:
+  // A capacity of up to kShortRoom values is kept in the vector itself (a
+  // member record, a small object's members, a call's arguments), so making
+  // such a vector allocates nothing; a larger one moves to the heap.
+  static constexpr unsigned kShortRoom = 4;
+  TulValue* shortRoom() { return reinterpret_cast<TulValue*>(short_); }
+  bool isShort() const { return data_ == reinterpret_cast<const TulValue*>(short_); }
   void reallocate(unsigned cap);
+  // Takes o's elements as they are (no copy, no release); this is empty.
+  void takeElements(TulVector& o);
 
   TulValue* data_;
   unsigned size_;
   unsigned cap_;
+  TulLiveLink live_;
+  alignas(8) unsigned char short_[kShortRoom * sizeof(TulValue)];
 };
+
+// static_cast<T*>(v) for the host object of type T held under tag (a
+// string, a buffer, a vector, a dictionary), read inline.
+template <class T>
+T* refIn(const TulValue& v, TulValueType tag) {
+  return v.type() == tag ? static_cast<T*>(v.refObject()) : nullptr;
+}
 
 // The value-stack cursor: a vector and an index into it.
 struct ValPtr {
@@ -220,6 +252,11 @@ struct ValPtr {
 // hold on it while values refer to it: once erased it keeps its key, loses
 // its value and answers erased() (it is then no longer linked).
 class TUL_API TulDictionaryEntry : public TulRefObject {
+  // First, with the key right after them, so that a lookup reads what it
+  // compares (hash, chain, length, short key) from one or two cache lines.
+  std::uint32_t hash_;
+  TulDictionaryEntry* hashNext_;
+
  public:
   ~TulDictionaryEntry() override;
 
@@ -240,14 +277,16 @@ class TUL_API TulDictionaryEntry : public TulRefObject {
 
   TulDictionary* owner_;
   TulDictionaryEntry* prev_;
-  TulDictionaryEntry* hashNext_;
-  std::uint32_t hash_;
 };
 
 // Maps string keys to values; keeps insertion order and finds keys through a
 // hash table in O(1) on average.
 class TUL_API TulDictionary : public TulRefObject {
  public:
+  // The first table lives in the dictionary itself (a member list, a small
+  // record), so a dictionary of up to kShortBuckets keys allocates no table.
+  static constexpr unsigned kShortBuckets = 8;
+
   explicit TulDictionary(bool flag = false);
   TulDictionary(const TulDictionary& other);  // a copy in the same order
   TulDictionary& operator=(const TulDictionary& other);
@@ -277,4 +316,6 @@ class TUL_API TulDictionary : public TulRefObject {
   TulDictionaryEntry** buckets_;
   unsigned bucketCount_;
   unsigned count_;
+  TulLiveLink live_;
+  TulDictionaryEntry* shortBuckets_[kShortBuckets];
 };

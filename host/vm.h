@@ -108,9 +108,20 @@ class TUL_API TulObject : public TulRefObject {
   TulClass* class_;     // strong
   TulVector* members_;  // strong
   bool dtorRan_;
+  // The machine's list of its live objects, linked through them.
+  TulObject* livePrev_ = nullptr;
+  TulObject* liveNext_ = nullptr;
 
   friend class TulObjectAccess;
 };
+
+// static_cast<TulObject*>(v) with its common case, a strong reference, read
+// inline; a weak reference goes through the host.
+inline TulObject* objectIn(const TulValue& v) {
+  if (v.type() == TulValueType::Object) return static_cast<TulObject*>(v.refObject());
+  if (v.type() != TulValueType::ObjectRef) return nullptr;
+  return static_cast<TulObject*>(v);
+}
 
 TUL_API void* allocmem(unsigned size);
 TUL_API void* reallocmem(void* block, unsigned size);

@@ -5,6 +5,7 @@
 //
 // Invariant: steps that can fail all come before the first change, so a
 // reported error leaves the structure as it was.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -15,6 +16,10 @@
 using namespace structrec;
 
 namespace {
+
+// Bytes the structure's buffer has room for from the start: most structures
+// handed to the system are smaller, so their bytes are allocated once.
+constexpr unsigned kFirstRoom = 32;
 
 enum class Kind { Int, Int8, Int16, Float, Double, IntPtr, FloatPtr, DoublePtr, String, CBuffer, Buffer, Struct };
 
@@ -87,6 +92,17 @@ void writeDirect(unsigned char* p, Kind k, TulValue& value) {
   }
 }
 
+// Grows the bytes to `need`, zero-filled, doubling the room when it runs
+// out, so that a structure built member by member is copied only a few
+// times. False when the memory cannot be had (nothing changes then).
+bool growBytes(TulBuffer& data, unsigned need) {
+  if (need <= data.size()) return true;
+  if (need > data.capacity() && data.capacity() <= UINT32_MAX / 2 &&
+      !data.setSize(std::max(need, 2 * data.capacity())))
+    return false;
+  return data.setSize(need);
+}
+
 template <Kind K>
 bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   Frame f(vm, argc, sp);
@@ -111,18 +127,20 @@ bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (value.type() == TulValueType::Nil) return false;
 
   const KindInfo kind = info(K);
-  while (data->size() < offset + kind.width) data->push_back(0);
-  auto* record = new TulVector(kFields, false);
+  if (!growBytes(*data, offset + kind.width)) return f.fail(err::kOutOfMemory);
+  // The record's four values are written in place: its room holds them from
+  // the start, so the address of element 1 is fixed before it is taken.
+  auto* record = new TulVector(kFields, true);
   *(*dict)[*name] = TulValue(record);
-  record->push_back(TulValue(static_cast<int>(offset)));
-  record->push_back(value);
+  (*record)[kOffset] = TulValue(static_cast<int>(offset));
+  (*record)[kValue] = std::move(value);
+  (*record)[kSize] = TulValue(static_cast<int>(kind.width));
+  (*record)[kIndirect] = TulValue(kind.indirect ? 1 : 0);
   unsigned char* at = data->data() + offset;
   if (kind.indirect)
     writeLE(at, static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(targetOf(record))), 4);
   else
     writeDirect(at, K, (*record)[kValue]);
-  record->push_back(TulValue(static_cast<int>(kind.width)));
-  record->push_back(TulValue(kind.indirect ? 1 : 0));
   return f.retInt(static_cast<int>(offset));
 }
 
@@ -133,7 +151,7 @@ bool struct_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   TulValue* data = f.member(Member::StructData);
   if (!dict || !data) return f.badType(TulValue(), TulValueType::Buffer);
   *dict = TulValue(new TulDictionary(false));
-  *data = TulValue(new TulBuffer());
+  *data = TulValue(new TulBuffer(kFirstRoom));
   return f.retSelf();
 }
 

@@ -9,6 +9,8 @@ namespace err {
 constexpr const char* kInvalidThis = "invalid 'this' pointer";
 constexpr const char* kTooFew = "too few arguments";
 constexpr const char* kTooMany = "too many arguments";
+// Storage a method needs cannot be had (the runtime's text for the same).
+constexpr const char* kOutOfMemory = "out of memory";
 
 // Library load (shown in a message box captioned "Error").
 constexpr const char* kWindowClassFailed = "Error registering class Tul2Window";

@@ -5,11 +5,6 @@
 
 #include "module/errors.h"
 
-Frame::Frame(TulVirtualMachine* vm, int argc, ValPtr& sp)
-    : vm_(vm), interp_(vm->interpreter()), sp_(sp), result_(sp), argc_(argc),
-      first_(1), nargs_(argc) {
-  result_ -= argc;
-}
 
 bool Frame::checkCounts(int minArgs, int maxArgs) const {
   if (nargs_ < minArgs) return fail(err::kTooFew);
@@ -21,7 +16,7 @@ bool Frame::enter(int minArgs, int maxArgs) {
   // Without a slot for `this` there is no object to call the method on.
   if (argc_ < 1) return fail(err::kInvalidThis);
   const TulValue& self = (*result_.vec)[static_cast<unsigned>(result_.index + 1)];
-  self_ = static_cast<TulObject*>(self);
+  self_ = objectIn(self);
   if (!self_) return fail(err::kInvalidThis);
   first_ = 2;
   nargs_ = argc_ - 1;
@@ -34,9 +29,6 @@ bool Frame::enterStatic(int minArgs, int maxArgs) {
   return checkCounts(minArgs, maxArgs);
 }
 
-TulValue& Frame::arg(int i) const {
-  return (*result_.vec)[static_cast<unsigned>(result_.index + first_ + i)];
-}
 
 ValPtr Frame::argCursor(int i) const {
   return ValPtr{result_.vec, result_.index + first_ + i};
@@ -46,16 +38,11 @@ TulValue* Frame::member(Member m) const { return memberSlot(self_, m); }
 
 bool Frame::intArg(int i, int& out) const {
   const TulValue& v = arg(i);
-  if (!interp_->checkType(v, TulValueType::Int)) return false;
+  if (!interp().checkType(v, TulValueType::Int)) return false;
   out = static_cast<int>(v);
   return true;
 }
 
-bool Frame::ret(const TulValue& v) {
-  *result_ = v;
-  sp_ = result_;
-  return true;
-}
 
 bool Frame::retSelf() { return ret(TulValue(self_)); }
 
@@ -66,15 +53,15 @@ bool Frame::retNothing() {
 }
 
 bool Frame::fail(const char* message, const char* detail) const {
-  return interp_->returnError(message, detail);
+  return interp().returnError(message, detail);
 }
 
 bool Frame::badType(const TulValue& actual, TulValueType expected) const {
-  return interp_->badType(actual.type(), expected);
+  return interp().badType(actual.type(), expected);
 }
 
 TulObject* objectOfClass(const TulValue& v, Name cls) {
-  TulObject* obj = static_cast<TulObject*>(v);
+  TulObject* obj = objectIn(v);
   if (!obj || !obj->getClass()) return nullptr;
   return obj->getClass()->isSubtypeOf(nameString(cls)) ? obj : nullptr;
 }
@@ -108,6 +95,6 @@ TulValue newObjectWith(TulClass* cls, Member m, const TulValue& v) {
 }
 
 bool isObjectOf(const TulValue& v, TulClass* cls) {
-  TulObject* obj = static_cast<TulObject*>(v);
+  TulObject* obj = objectIn(v);
   return obj && obj->getClass() && obj->getClass()->isSubtypeOf(cls);
 }

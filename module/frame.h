@@ -15,7 +15,10 @@
 
 class Frame {
  public:
-  Frame(TulVirtualMachine* vm, int argc, ValPtr& sp);
+  Frame(TulVirtualMachine* vm, int argc, ValPtr& sp)
+      : vm_(vm), sp_(sp), result_(sp), argc_(argc), first_(1), nargs_(argc) {
+    result_ -= argc;
+  }
 
   // Instance methods: checks `this`, then minArgs and maxArgs, which count
   // the script's arguments (not `this`). False after the report.
@@ -24,11 +27,13 @@ class Frame {
   bool enterStatic(int minArgs, int maxArgs);
 
   TulVirtualMachine* vm() const { return vm_; }
-  TulInterpreter& interp() const { return *interp_; }
+  TulInterpreter& interp() const { return *vm_->interpreter(); }
   TulObject* self() const { return self_; }
   int argCount() const { return nargs_; }
   // The i-th script argument, from 0, and a stack cursor on it.
-  TulValue& arg(int i) const;
+  TulValue& arg(int i) const {
+    return (*result_.vec)[static_cast<unsigned>(result_.index + first_ + i)];
+  }
   ValPtr argCursor(int i) const;
   // The slot of one of this object's data members through the member index
   // cache; null when the object has no such slot.
@@ -43,14 +48,18 @@ class Frame {
   template <class T>
   T* memberAs(Member m, TulValueType tag) const {
     TulValue* slot = member(m);
-    if (slot && slot->type() == tag) return static_cast<T*>(*slot);
+    if (slot && slot->type() == tag) return static_cast<T*>(slot->refObject());
     badType(slot ? *slot : TulValue(), tag);
     return nullptr;
   }
 
   // Results. Each writes the result slot, moves the caller's cursor onto it
   // and returns true.
-  bool ret(const TulValue& v);
+  bool ret(const TulValue& v) {
+    *result_ = v;
+    sp_ = result_;
+    return true;
+  }
   bool retInt(int v) { return ret(TulValue(v)); }
   bool retBool(bool b) { return ret(TulValue(b ? 1 : 0)); }
   bool retSelf();     // constructors: the object itself
@@ -69,7 +78,6 @@ class Frame {
   bool checkCounts(int minArgs, int maxArgs) const;
 
   TulVirtualMachine* vm_;
-  TulInterpreter* interp_;
   ValPtr& sp_;
   ValPtr result_;  // p: the result slot
   int argc_;

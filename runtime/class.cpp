@@ -176,6 +176,15 @@ const MethodEntry* findInChain(const TulClass* cls, const char* name, bool isSta
   return nullptr;
 }
 
+// strcmp(a, b) == 0 for the short names of methods, inline: the C
+// library's vectorised comparison costs more than these few bytes, most of
+// all under an emulator.
+bool sameName(const char* a, const char* b) {
+  for (; *a == *b; ++a, ++b)
+    if (!*a) return true;
+  return false;
+}
+
 std::size_t cacheSlotOf(const char* name) {
   const auto a = reinterpret_cast<std::uintptr_t>(name);
   return (a ^ (a >> 3) ^ (a >> 7)) % MethodLookupCache::kSlots;
@@ -187,7 +196,7 @@ const MethodEntry* cachedFind(const TulClass* cls, const char* name, bool isStat
   auto& slots = isStatic ? cls->state().lookups.statics : cls->state().lookups.instance;
   MethodLookupCache::Slot& slot = slots[cacheSlotOf(name)];
   if (slot.generation == gMethodGeneration && slot.name == name &&
-      std::strcmp(slot.entry->name.c_str(), name) == 0)
+      sameName(slot.entry->name.c_str(), name))
     return slot.entry;
   const MethodEntry* e = findInChain(cls, name, isStatic);
   if (e) slot = MethodLookupCache::Slot{name, e, gMethodGeneration};

@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr unsigned kFirstBucketCount = 8;  // a power of two, as all counts
 
 // FNV-1a over the key's bytes.
 std::uint32_t hashKey(const char* key, unsigned len) {
@@ -26,8 +25,11 @@ std::uint32_t hashKey(const char* key, unsigned len) {
   return h;
 }
 
-// Grows when the table is more than three quarters full.
+// A table in the heap grows when it is more than three quarters full. The
+// first one, inside the dictionary, takes a key a chain before it is left:
+// a dictionary of eight keys (a small record) then allocates no table.
 bool needsGrowth(unsigned count, unsigned buckets) {
+  if (buckets == TulDictionary::kShortBuckets) return count > buckets;
   return count > buckets - buckets / 4;
 }
 
@@ -36,12 +38,7 @@ bool needsGrowth(unsigned count, unsigned buckets) {
 // --- TulDictionaryEntry -----------------------------------------------------
 
 TulDictionaryEntry::TulDictionaryEntry(TulDictionary* owner, const TulString& k)
-    : key(k),
-      next(nullptr),
-      owner_(owner),
-      prev_(nullptr),
-      hashNext_(nullptr),
-      hash_(0) {}
+    : hash_(0), hashNext_(nullptr), key(k), next(nullptr), owner_(owner), prev_(nullptr) {}
 
 TulDictionaryEntry::~TulDictionaryEntry() = default;
 
@@ -57,8 +54,13 @@ void TulDictionaryEntry::setValue(const TulValue& v, bool, bool) { *this = v; }
 // --- TulDictionary ----------------------------------------------------------
 
 TulDictionary::TulDictionary(bool)
-    : first_(nullptr), last_(nullptr), buckets_(nullptr), bucketCount_(0), count_(0) {
-  tulrt::detail::trackContainer(this);
+    : first_(nullptr),
+      last_(nullptr),
+      buckets_(shortBuckets_),
+      bucketCount_(kShortBuckets),
+      count_(0),
+      shortBuckets_() {
+  tulrt::detail::trackContainer(live_, this);
 }
 
 TulDictionary::TulDictionary(const TulDictionary& other) : TulDictionary(false) {
@@ -75,9 +77,9 @@ TulDictionary& TulDictionary::operator=(const TulDictionary& other) {
 }
 
 TulDictionary::~TulDictionary() {
-  tulrt::detail::untrackContainer(this);
+  tulrt::detail::untrackContainer(live_);
   clear();
-  std::free(buckets_);
+  if (buckets_ != shortBuckets_) std::free(buckets_);
 }
 
 TulDictionaryEntry* TulDictionary::lookup(const char* key, unsigned len,
@@ -104,7 +106,6 @@ TulDictionaryEntry* TulDictionary::find(const char* key) const {
 TulDictionaryEntry* TulDictionary::operator[](const TulString& key) {
   const std::uint32_t hash = hashKey(key.c_str(), key.length());
   if (TulDictionaryEntry* e = lookup(key.c_str(), key.length(), hash)) return e;
-  if (!bucketCount_) rehash(kFirstBucketCount);
   auto* e = new TulDictionaryEntry(this, key);  // owned through the list below
   e->retain();
   e->hash_ = hash;
@@ -129,11 +130,8 @@ TulDictionaryEntry* TulDictionary::operator[](const char* key) {
 void TulDictionary::rehash(unsigned buckets) {
   auto** fresh = static_cast<TulDictionaryEntry**>(
       std::calloc(buckets, sizeof(TulDictionaryEntry*)));
-  if (!fresh) {
-    if (!bucketCount_) throw std::bad_alloc();
-    return;
-  }
-  std::free(buckets_);
+  if (!fresh) return;
+  if (buckets_ != shortBuckets_) std::free(buckets_);
   buckets_ = fresh;
   bucketCount_ = buckets;
   for (TulDictionaryEntry* e = first_; e; e = e->next) {

@@ -2,7 +2,7 @@
 // a thread empties them all on teardown, which is what frees a container that
 // holds itself (directly or through others).
 //
-// Invariant: the set holds exactly the vectors and dictionaries constructed
+// Invariant: the list holds exactly the vectors and dictionaries constructed
 // and not yet destroyed. The host runs on one thread, so it takes no lock.
 #include <unordered_set>
 #include <vector>
@@ -13,12 +13,12 @@ namespace tulrt {
 namespace detail {
 namespace {
 
-// Built on first use and never destroyed: containers may still die after
-// static destruction has begun.
-std::unordered_set<TulRefObject*>& liveContainers() {
-  static auto* set = new std::unordered_set<TulRefObject*>;
-  return *set;
-}
+// The list of live containers, newest first, linked through the containers
+// themselves.
+TulLiveLink* gNewest = nullptr;
+// While clearLiveContainers runs: the containers of its snapshot that are
+// still alive.
+std::unordered_set<TulRefObject*>* gClearing = nullptr;
 
 // A container that holds itself would be freed by its own emptying, halfway
 // through; an owned one is held for the duration. (An unowned one, at count
@@ -33,18 +33,32 @@ void emptyContainer(TulRefObject* c) {
 
 }  // namespace
 
-void trackContainer(TulRefObject* c) { liveContainers().insert(c); }
+void trackContainer(TulLiveLink& link, TulRefObject* c) {
+  link.owner = c;
+  link.prev = nullptr;
+  link.next = gNewest;
+  if (gNewest) gNewest->prev = &link;
+  gNewest = &link;
+}
 
-void untrackContainer(TulRefObject* c) { liveContainers().erase(c); }
+void untrackContainer(TulLiveLink& link) {
+  if (link.prev) link.prev->next = link.next; else gNewest = link.next;
+  if (link.next) link.next->prev = link.prev;
+  if (gClearing) gClearing->erase(link.owner);
+}
 
 // Emptying one container may destroy others, so each is looked up again
-// before it is touched.
+// before it is touched. Containers made meanwhile are left alone.
 void clearLiveContainers() {
-  auto& live = liveContainers();
+  std::unordered_set<TulRefObject*> live;
+  for (const TulLiveLink* l = gNewest; l; l = l->next) live.insert(l->owner);
   const std::vector<TulRefObject*> snapshot(live.begin(), live.end());
+  std::unordered_set<TulRefObject*>* outer = gClearing;
+  gClearing = &live;
   for (TulRefObject* c : snapshot) {
     if (live.count(c)) emptyContainer(c);
   }
+  gClearing = outer;
 }
 
 }  // namespace detail

@@ -40,7 +40,7 @@ bool isOnlyLiveMachine(const Machine::Impl* m) {
 // belongs to nobody, and retaining it would free it).
 std::vector<Ref<TulObject>> ownedObjects(const Machine::Impl& m) {
   std::vector<Ref<TulObject>> out;
-  for (TulObject* o : m.objects)
+  for (TulObject* o = m.firstObject; o; o = TulObjectAccess::next(*o))
     if (o->refCount() > 0) out.emplace_back(o);
   return out;
 }

@@ -44,8 +44,10 @@ struct Machine::Impl {
   bool dtorsEnabled = true;
   std::function<void(const ErrorRecord&)> dtorErrorHandler;  // empty: stderr
   std::function<void(const ErrorRecord&)> nativeCallFailureHandler;  // empty: none
-  // Objects of this machine's classes that are alive (not owned from here).
-  std::unordered_set<TulObject*> objects;
+  // Objects of this machine's classes that are alive (not owned from here),
+  // oldest first, linked through the objects themselves (TulObjectAccess).
+  TulObject* firstObject = nullptr;
+  TulObject* lastObject = nullptr;
   Impl* prevLive = nullptr;  // the thread's list of live machines
 };
 
@@ -104,8 +106,8 @@ bool wantsDtor(TulObject& obj);
 
 // Every vector and dictionary alive in the process, so the last machine can
 // break cycles among them.
-void trackContainer(TulRefObject* c);
-void untrackContainer(TulRefObject* c);
+void trackContainer(TulLiveLink& link, TulRefObject* c);
+void untrackContainer(TulLiveLink& link);
 void clearLiveContainers();
 
 }  // namespace detail
@@ -115,4 +117,16 @@ void clearLiveContainers();
 class TulObjectAccess {
  public:
   static bool& dtorRan(TulObject& o) { return o.dtorRan_; }
+  static TulObject* next(const TulObject& o) { return o.liveNext_; }
+  static void link(tulrt::Machine::Impl& m, TulObject& o) {
+    o.livePrev_ = m.lastObject;
+    o.liveNext_ = nullptr;
+    if (m.lastObject) m.lastObject->liveNext_ = &o; else m.firstObject = &o;
+    m.lastObject = &o;
+  }
+  static void unlink(tulrt::Machine::Impl& m, TulObject& o) {
+    if (o.livePrev_) o.livePrev_->liveNext_ = o.liveNext_; else m.firstObject = o.liveNext_;
+    if (o.liveNext_) o.liveNext_->livePrev_ = o.livePrev_; else m.lastObject = o.livePrev_;
+    o.livePrev_ = o.liveNext_ = nullptr;
+  }
 };

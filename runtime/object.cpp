@@ -26,11 +26,11 @@ TulObject::TulObject(TulClass* cls) : class_(cls), members_(nullptr), dtorRan_(f
   members_->retain();
   if (!cls) return;
   cls->retain();
-  if (Machine::Impl* m = machineOf(cls)) m->objects.insert(this);
+  if (Machine::Impl* m = machineOf(cls)) TulObjectAccess::link(*m, *this);
 }
 
 TulObject::~TulObject() {
-  if (Machine::Impl* m = machineOf(class_)) m->objects.erase(this);
+  if (Machine::Impl* m = machineOf(class_)) TulObjectAccess::unlink(*m, *this);
   members_->release();
   if (class_) class_->release();
 }

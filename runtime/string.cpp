@@ -1,7 +1,8 @@
 // The host string: a byte string with its own length, always followed by a
 // zero byte, and a lazily built UTF-16 form.
 //
-// Invariant: data_ holds cap_ + 1 bytes and data_[len_] == 0. Every change
+// Invariant: data_ holds cap_ + 1 bytes and data_[len_] == 0; it is the
+// string's own short_ room while the text fits there, else a heap block. Every change
 // of contents drops the UTF-16 form, whose buffer then always holds len_ + 1
 // units.
 #include <cstdarg>
@@ -89,8 +90,7 @@ int findBytes(std::string_view hay, std::string_view needle, unsigned from) {
 
 // --- Construction -----------------------------------------------------------
 
-TulString::TulString() : data_(nullptr), len_(0), cap_(0), wide_(nullptr) {
-  reserve(0);
+TulString::TulString() : data_(short_), len_(0), cap_(kShortRoom - 1), wide_(nullptr) {
   data_[0] = 0;
 }
 
@@ -103,14 +103,13 @@ TulString::TulString(const char* s, unsigned len) : TulString() {
 }
 
 TulString::TulString(const TulString& other)
-    : TulRefObject(other), data_(nullptr), len_(0), cap_(0), wide_(nullptr) {
-  reserve(other.len_);
+    : TulRefObject(other), data_(short_), len_(0), cap_(kShortRoom - 1), wide_(nullptr) {
   assign(other.data_, other.len_);
 }
 
 TulString::~TulString() {
   std::free(wide_);
-  std::free(data_);
+  if (!isShort()) std::free(data_);
 }
 
 TulString TulString::format(const char* fmt, ...) {
@@ -136,12 +135,18 @@ TulString TulString::format(const char* fmt, ...) {
 // Grows geometrically so that repeated appends stay linear. A failed
 // allocation throws, as running out of memory does everywhere in C++.
 void TulString::reserve(unsigned cap) {
-  if (data_ && cap <= cap_) return;
+  if (cap <= cap_) return;
   if (cap >= UINT32_MAX - 1 || !tulrt::detail::withinContainerLimit(cap + 1u))
     throw std::bad_alloc();
   unsigned grown = cap_ + cap_ / 2;
   if (grown < cap || grown >= UINT32_MAX - 1) grown = cap;
-  auto* p = static_cast<char*>(std::realloc(data_, grown + 1u));
+  char* p;
+  if (isShort()) {
+    p = static_cast<char*>(std::malloc(grown + 1u));
+    if (p) std::memcpy(p, short_, len_ + 1u);
+  } else {
+    p = static_cast<char*>(std::realloc(data_, grown + 1u));
+  }
   if (!p) throw std::bad_alloc();
   data_ = p;
   cap_ = grown;

@@ -1,7 +1,8 @@
 // The host vector: values in contiguous storage, 16 bytes each.
 //
 // Invariant: elements [0, size_) are constructed values and [size_, cap_) is
-// raw storage; storage moves only when the capacity changes. A value is
+// raw storage; storage moves only when the capacity changes. A capacity of
+// kShortRoom or less lives in the vector's own room. A value is
 // always moved out of the vector before it is released, because releasing
 // may run a script destructor that uses this very vector.
 #include <cstdlib>
@@ -22,8 +23,8 @@ unsigned grownCapacity(unsigned cap) {
 
 }  // namespace
 
-TulVector::TulVector() : data_(nullptr), size_(0), cap_(0) {
-  tulrt::detail::trackContainer(this);
+TulVector::TulVector() : data_(shortRoom()), size_(0), cap_(0) {
+  tulrt::detail::trackContainer(live_, this);
 }
 
 TulVector::TulVector(unsigned n, bool filled) : TulVector() {
@@ -38,26 +39,50 @@ TulVector::TulVector(const TulVector& other) : TulVector() {
 }
 
 // Built as a copy first: other may be reachable only through this vector.
+// The old elements are released last, once this vector holds the new ones.
 TulVector& TulVector::operator=(const TulVector& other) {
   if (this == &other) return *this;
   TulVector copy(other);
-  std::swap(data_, copy.data_);
-  std::swap(size_, copy.size_);
-  std::swap(cap_, copy.cap_);
+  TulVector old;
+  old.takeElements(*this);
+  takeElements(copy);
   return *this;
 }
 
 TulVector::~TulVector() {
-  tulrt::detail::untrackContainer(this);
+  tulrt::detail::untrackContainer(live_);
   clear();
-  std::free(data_);
+  if (!isShort()) std::free(data_);
+}
+
+// Heap storage changes hands; elements in o's own room move into this one's.
+void TulVector::takeElements(TulVector& o) {
+  if (!isShort()) std::free(data_);
+  data_ = shortRoom();
+  if (!o.isShort()) {
+    data_ = o.data_;
+  } else {
+    for (unsigned i = 0; i < o.size_; ++i) {
+      new (data_ + i) TulValue(std::move(o.data_[i]));
+      o.data_[i].~TulValue();
+    }
+  }
+  size_ = o.size_;
+  cap_ = o.cap_;
+  o.data_ = o.shortRoom();
+  o.size_ = 0;
+  o.cap_ = 0;
 }
 
 void TulVector::reallocate(unsigned cap) {
   if (cap > kMaxElements || !tulrt::detail::withinContainerLimit(std::size_t(cap) * sizeof(TulValue)))
     throw std::bad_alloc();
-  TulValue* fresh = nullptr;
-  if (cap) {
+  if (cap <= kShortRoom && isShort()) {
+    cap_ = cap;
+    return;
+  }
+  TulValue* fresh = shortRoom();
+  if (cap > kShortRoom) {
     fresh = static_cast<TulValue*>(std::malloc(cap * sizeof(TulValue)));
     if (!fresh) throw std::bad_alloc();
   }
@@ -65,7 +90,7 @@ void TulVector::reallocate(unsigned cap) {
     new (fresh + i) TulValue(std::move(data_[i]));
     data_[i].~TulValue();
   }
-  std::free(data_);
+  if (!isShort()) std::free(data_);
   data_ = fresh;
   cap_ = cap;
 }

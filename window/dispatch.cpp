@@ -30,7 +30,7 @@ Walk walkHandlers(Frame& f, TulValue& answer) {
     list = vectorMember(self, Member::WinHandlerList);
     if (!list || i >= list->size()) break;
     const TulValue handler = (*list)[i];
-    TulObject* obj = static_cast<TulObject*>(handler);
+    TulObject* obj = objectIn(handler);
     if (!obj) continue;
     TulValue result;
     if (!invokeScript(f.interp(), result, obj, "handleMessage", args.vector())) return Walk::Failed;
@@ -153,7 +153,7 @@ bool winbase_preprocessMessage(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   }
   TulValue parent;
   if (!invokeScript(f.interp(), parent, self, "getParent")) return false;
-  TulObject* parentObj = static_cast<TulObject*>(parent);
+  TulObject* parentObj = objectIn(parent);
   if (!parentObj) return f.retInt(0);
   CallArgs args(1);
   args[0] = f.arg(0);

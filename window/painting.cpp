@@ -115,7 +115,7 @@ bool winbase_beginPaint(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   // A value the script wrote there names no block of ours: a new one.
   if (!isPaintBlock(toPointer(intMember(self, Member::WinPaintStruct)))) {
     void* block = newPaintBlock();
-    if (!block) return f.fail("out of memory");
+    if (!block) return f.fail(err::kOutOfMemory);
     setIntMember(self, Member::WinPaintStruct, fromHandle(block));
   }
   // BeginPaint sends WM_ERASEBKGND, whose handlers may do anything to the

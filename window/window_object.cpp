@@ -104,7 +104,7 @@ void setIntMember(TulObject* obj, Member m, std::int32_t v) { setMember(obj, m, 
 
 TulVector* vectorMember(TulObject* obj, Member m) {
   const TulValue* slot = memberSlot(obj, m);
-  return slot ? static_cast<TulVector*>(*slot) : nullptr;
+  return slot ? refIn<TulVector>(*slot, TulValueType::Vector) : nullptr;
 }
 
 bool winbase_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {

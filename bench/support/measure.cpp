@@ -1,6 +1,7 @@
 // Timing and result lines (see measure.h).
 #include "bench/support/measure.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -25,12 +26,19 @@ double bestPerOp(int reps, long ops, const std::function<void()>& body) {
   return best / static_cast<double>(ops);
 }
 
+double clockResolution() {
+  timespec ts{};
+  clock_getres(CLOCK_PROCESS_CPUTIME_ID, &ts);
+  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
+}
+
 double perOp(const std::function<void(long n)>& body, long start, int reps, double minSeconds) {
+  const double least = std::max(minSeconds, kResolutions * clockResolution());
   long n = start;
   for (;;) {
     const double begin = cpuSeconds();
     body(n);
-    if (cpuSeconds() - begin >= minSeconds) break;
+    if (cpuSeconds() - begin >= least) break;
     n *= 2;
   }
   return bestPerOp(reps, n, [&] { body(n); });
@@ -42,7 +50,12 @@ std::string fixed(double value, int digits) {
   return text;
 }
 
-std::string micro(double seconds) { return fixed(seconds * 1e6, 2); }
+// Below a tenth of a microsecond (lookups natively) two decimals would show
+// nothing: four are kept there.
+std::string micro(double seconds) {
+  const double us = seconds * 1e6;
+  return fixed(us, us < 0.1 ? 4 : 2);
+}
 
 void row(const std::string& name, double ratio, double target, const std::string& note) {
   std::printf("ROW\t%s\t%.3f\t%s\t%s\n", name.c_str(), ratio,

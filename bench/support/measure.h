@@ -18,13 +18,19 @@ double cpuSeconds();
 // least time per operation, in seconds: the repetition least disturbed.
 double bestPerOp(int reps, long ops, const std::function<void()>& body);
 
+// The CPU clock's resolution, in seconds.
+double clockResolution();
+// Every timed run lasts at least this many resolutions of the clock.
+constexpr double kResolutions = 1e5;
+
 // Seconds per operation of body(n), which performs n operations: n doubles
-// from `start` until one run takes at least minSeconds, then the least of
-// `reps` runs at that n.
+// from `start` until one run takes at least minSeconds (and kResolutions
+// ticks of the clock), then the least of `reps` runs at that n. Each timed
+// run is therefore long against the clock, however cheap one operation is.
 double perOp(const std::function<void(long n)>& body, long start, int reps = 5,
              double minSeconds = 0.25);
 
-// Microseconds, for notes: "3.21".
+// Microseconds, for notes: "3.21", or "0.0042" below a tenth.
 std::string micro(double seconds);
 // A number with `digits` decimals.
 std::string fixed(double value, int digits);

@@ -1,4 +1,5 @@
-// TulString: searching from any start, and comparison.
+// TulString: searching from any start, comparison, and texts across the
+// room a short string keeps in itself.
 #include <string>
 #include <vector>
 
@@ -6,6 +7,8 @@
 #include "tests/runtime/test_support.h"
 
 namespace {
+
+std::string text(const TulString& s) { return std::string(s.c_str(), s.length()); }
 
 TEST(StringTest, FindAcceptsAnyStart) {
   const TulString s("abcabc");
@@ -36,6 +39,28 @@ TEST(StringTest, CompareOrdersBytesAndIcompareFoldsOnlyAscii) {
   EXPECT_GT(TulString("\x80").compare("a"), 0);  // bytes compare unsigned
   EXPECT_EQ(TulString("HeLLo").icompare("hello"), 0);
   EXPECT_NE(TulString("\xC4").icompare("\xE4"), 0);
+}
+
+// Short texts live in the string itself: growing past that room, copying,
+// appending from itself and shrinking again keep the characters.
+TEST(StringTest, TextsAcrossTheShortRoomKeepTheirCharacters) {
+  const std::string lengths[] = {"", std::string(14, 'a'), std::string(15, 'b'),
+                                 std::string(16, 'c'), std::string(40, 'd')};
+  for (const std::string& first : lengths) {
+    for (const std::string& second : lengths) {
+      SCOPED_TRACE(std::to_string(first.size()) + " then " + std::to_string(second.size()));
+      TulString s(first.c_str());
+      s.append(second.c_str(), static_cast<unsigned>(second.size()));
+      EXPECT_EQ(text(s), first + second);
+      s += s;
+      EXPECT_EQ(text(s), first + second + first + second);
+      const TulString copy(s);
+      EXPECT_EQ(text(copy), text(s));
+      s = second.c_str();
+      EXPECT_EQ(text(s), second);
+      EXPECT_EQ(s.c_str()[s.length()], '\0');
+    }
+  }
 }
 
 }  // namespace

@@ -1,0 +1,57 @@
+// TulVector: elements across moves between the values a vector keeps in
+// itself and the heap.
+#include <string>
+
+#include "host/tul.h"
+#include "tests/runtime/test_support.h"
+
+namespace {
+
+// Up to four values live inside the vector: elements survive every move
+// between that room and the heap, and assignment in both directions.
+TEST(VectorTest, ElementsSurviveMovesBetweenOwnRoomAndHeap) {
+  auto filled = [](int n) {
+    TulVector v;
+    for (int i = 0; i < n; ++i) v.push_back(TulValue(new TulString(std::to_string(i).c_str())));
+    return v;
+  };
+  auto expectNumbers = [](const TulVector& v, int n) {
+    ASSERT_EQ(v.size(), static_cast<unsigned>(n));
+    for (int i = 0; i < n; ++i)
+      EXPECT_STREQ(static_cast<TulString*>(v[static_cast<unsigned>(i)])->c_str(),
+                   std::to_string(i).c_str());
+  };
+  const int sizes[] = {0, 3, 4, 5, 9};
+  for (int from : sizes) {
+    for (int to : sizes) {
+      SCOPED_TRACE(std::to_string(from) + " assigned " + std::to_string(to));
+      TulVector a = filled(from);
+      const TulVector b = filled(to);
+      a = b;
+      expectNumbers(a, to);
+      expectNumbers(b, to);
+      if (to) {
+        EXPECT_EQ(static_cast<TulString*>(b[0])->refCount(), 2);
+      }
+    }
+  }
+  TulVector v = filled(6);
+  v.pop_back();
+  v.pop_back();
+  EXPECT_EQ(v.shrink(), 4u);  // back into the vector's own room
+  expectNumbers(v, 4);
+  v.push_back(TulValue(new TulString("4")));
+  expectNumbers(v, 5);
+}
+
+// A record's element keeps its address while the vector keeps its capacity.
+TEST(VectorTest, ElementAddressStaysWhileTheCapacityDoes) {
+  TulVector v(4, false);
+  v.push_back(TulValue(1));
+  const TulValue* first = &v[0];
+  for (int i = 2; i <= 4; ++i) v.push_back(TulValue(i));
+  EXPECT_EQ(&v[0], first);
+  EXPECT_EQ(static_cast<int>(v[3]), 4);
+}
+
+}  // namespace
