@@ -23,13 +23,10 @@ LRESULT CALLBACK creatingProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
            cs->lpszName ? cs->lpszName : "(null)", hname(cs->hwndParent));
     if (g_ncCreateResult != 1) return g_ncCreateResult;
   }
-  if (msg == WM_CREATE) {
+  if (msg == WM_CREATE)
     g_sameStructInCreate = reinterpret_cast<const CREATESTRUCTA*>(lp) == g_seenInNcCreate;
-    LRESULT def = DefWindowProcA(hwnd, msg, wp, lp);
-    if (g_createResult != 0) return g_createResult;
-    return def;
-  }
-  return DefWindowProcA(hwnd, msg, wp, lp);
+  LRESULT def = DefWindowProcA(hwnd, msg, wp, lp);
+  return msg == WM_CREATE && g_createResult != 0 ? g_createResult : def;
 }
 
 void registration() {
