@@ -143,17 +143,13 @@ void pixelsMatchExtents(HWND w) {
   TextOutA(dc, 10, 20, "Hi", 2);
   SIZE ext;
   GetTextExtentPoint32A(dc, "Hi", 2, &ext);
-  RECT box = {300, 100, 0, 0};
+  RECT box = {}, want = {10, 20, 10 + ext.cx, 20 + ext.cy};
   for (int y = 0; y < 100; ++y)
     for (int x = 0; x < 300; ++x) {
-      if (GetPixel(dc, x, y) == RGB(255, 255, 255)) continue;
-      if (x < box.left) box.left = x;
-      if (y < box.top) box.top = y;
-      if (x + 1 > box.right) box.right = x + 1;
-      if (y + 1 > box.bottom) box.bottom = y + 1;
+      RECT pixel = {x, y, x + 1, y + 1};
+      if (GetPixel(dc, x, y) != RGB(255, 255, 255)) UnionRect(&box, &box, &pixel);
     }
-  printf("drawn box is the extent at the point: %d\n",
-         box.left == 10 && box.top == 20 && box.right == 10 + ext.cx && box.bottom == 20 + ext.cy);
+  printf("drawn box is the extent at the point: %d\n", EqualRect(&box, &want));
   SelectObject(dc, GetStockObject(SYSTEM_FONT));
   ReleaseDC(w, dc);
   DeleteObject(f);
