@@ -199,13 +199,13 @@ void mouseEdit() {
       {"drag from 1 to 7", 1, 1, 7, 1, 0, false},
       {"drag back from 9 to 3", 9, 1, 3, 1, 0, false},
       {"click right of the first line's end", 4, 8, -1, 0, 0, false},
-      {"click below the text", 20, 1, -1, 9, 0, false},
+      {"click below the text", 20, 9, -1, 0, 0, false},
       {"double-click in 'world'", 7, 1, -1, 0, 0, true},
       {"double-click in the spaces", 12, 1, -1, 0, 0, true},
       {"double-click in 'foo'", 14, 1, -1, 0, 0, true},
   };
   for (const Gesture& g : gestures) {
-    LPARAM from = g.to < 0 && g.toQ == 9 ? at(g.from, 9) : at(g.from, g.fromQ);
+    LPARAM from = at(g.from, g.fromQ);
     SendMessageA(e, WM_LBUTTONDOWN, MK_LBUTTON | g.keys, from);
     if (g.to >= 0) SendMessageA(e, WM_MOUSEMOVE, MK_LBUTTON, at(g.to, g.toQ));
     SendMessageA(e, WM_LBUTTONUP, 0, g.to >= 0 ? at(g.to, g.toQ) : from);
