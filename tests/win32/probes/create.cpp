@@ -126,8 +126,7 @@ void defaults() {
 
 void trackingLimits() {
   HWND o = create("o", 0, WS_OVERLAPPED, 10, 10, 300, 10, NULL);
-  RECT r;
-  GetWindowRect(o, &r);
+  RECT r = windowRect(o);
   printf("overlapped 10 high: %ld high (minimum tracking height)\n", (long)(r.bottom - r.top));
   MoveWindow(o, 10, 10, 2000, 100, FALSE);
   printWindowRects("moved 2000 wide", o);

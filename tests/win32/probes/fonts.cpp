@@ -183,10 +183,9 @@ void controls(HWND parent) {
 
   // A drop-down combo box gives the font to its parts and grows with it.
   HWND cb = createAt("ComboBox", "", WS_CHILD | WS_VISIBLE | CBS_DROPDOWN, 0, 0, 100, 150, parent);
-  RECT r0, r1;
-  GetWindowRect(cb, &r0);
+  RECT r0 = windowRect(cb);
   SendMessageA(cb, WM_SETFONT, (WPARAM)large, FALSE);
-  GetWindowRect(cb, &r1);
+  RECT r1 = windowRect(cb);
   COMBOBOXINFO info;
   info.cbSize = sizeof info;
   GetComboBoxInfo(cb, &info);

@@ -19,8 +19,7 @@ LRESULT CALLBACK loopProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case WM_SIZING: ++g_sizing; break;
   case WM_NCCALCSIZE:
     if (!wp && !g_ncCalcSeen) {
-      RECT r;
-      GetWindowRect(hwnd, &r);
+      RECT r = windowRect(hwnd);
       g_ncCalcSeen = true;
       g_ncCalcInScreen = EqualRect(&r, reinterpret_cast<RECT*>(lp)) != 0;
     }
@@ -30,9 +29,7 @@ LRESULT CALLBACK loopProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 }
 
 void printPlace(const char* what, HWND hwnd) {
-  RECT r;
-  GetWindowRect(hwnd, &r);
-  printf("%s: %s\n", what, rectText(r));
+  printf("%s: %s\n", what, rectText(windowRect(hwnd)));
 }
 
 // Names and runs the loop that WM_SYSCOMMAND starts, fed by posted messages, until the
@@ -95,11 +92,10 @@ void moveAndSize(HWND hwnd) {
              POINT{150, 110}, POINT{130, 150}, VK_RETURN);
   printPlace("  now", hwnd);
   ShowWindow(hwnd, SW_MAXIMIZE);
-  RECT before, after;
-  GetWindowRect(hwnd, &before);
+  RECT before = windowRect(hwnd);
   runCommand(hwnd, "SC_MOVE|HTCAPTION of a maximised window, Return:", SC_MOVE | HTCAPTION,
              POINT{150, 10}, POINT{170, 40}, VK_RETURN);
-  GetWindowRect(hwnd, &after);
+  RECT after = windowRect(hwnd);
   printf("  unmoved: %s\n", EqualRect(&before, &after) ? "yes" : "no");
   ShowWindow(hwnd, SW_RESTORE);
 }

@@ -115,8 +115,7 @@ void geometry(HWND parent) {
       makeList(parent, WS_VSCROLL, 4, {"a0", "a1", "a2", "a3", "a4", "a5", "a6", "a7", "a8", "a9"});
   int h = (int)send(lb, LB_GETITEMHEIGHT, 0, 0);
   printf("item height is the font's: %d\n", h == fontMetricsOf(lb).tmHeight);
-  RECT client, r;
-  GetClientRect(lb, &client);
+  RECT client = clientRect(lb), r;
   printf("rows shown %ld\n", (long)(client.bottom / h));
   for (int index : {0, 2, 5, 10, -1}) {
     SetRect(&r, 9, 9, 9, 9);
@@ -290,12 +289,11 @@ void integralHeight(HWND parent) {
   for (DWORD style : styles) {
     HWND lb = createAt("ListBox", "", WS_CHILD | WS_BORDER | style, 0, 0, 100, 101, parent, 0, 9);
     int h = (int)send(lb, LB_GETITEMHEIGHT, 0, 0);
-    RECT r;
-    GetClientRect(lb, &r);
+    RECT r = clientRect(lb);
     printf("style %#lx: whole items %d, as made %d", (unsigned long)style, r.bottom % h == 0,
            r.bottom == 99);
     MoveWindow(lb, 0, 0, 100, 3 * h + h / 2 + 2, TRUE);
-    GetClientRect(lb, &r);
+    r = clientRect(lb);
     printf(", resized: whole items %d\n", r.bottom % h == 0);
     printValues("item height 0 (reads back), then 1",
                 {send(lb, LB_SETITEMHEIGHT, 0, 0), send(lb, LB_GETITEMHEIGHT, 0, 0),

@@ -63,8 +63,7 @@ void scrollControls() {
 
   SCROLLBARINFO sbi;
   sbi.cbSize = sizeof sbi;
-  RECT r;
-  GetWindowRect(bar, &r);
+  RECT r = windowRect(bar);
   BOOL ok = GetScrollBarInfo(bar, OBJID_CLIENT, &sbi);
   printf("GetScrollBarInfo(OBJID_CLIENT) %d, rectangle is the window's %d, arrows %d\n", ok,
          EqualRect(&r, &sbi.rcScrollBar), sbi.dxyLineButton);
@@ -130,8 +129,7 @@ void zOrder() {
 
 void menus() {
   HWND w = createNamed("ProbeOwners", "menu window", WS_OVERLAPPED | WS_CAPTION | WS_VISIBLE, NULL);
-  RECT before, after;
-  GetClientRect(w, &before);
+  RECT before = clientRect(w);
   HMENU bar = CreateMenu();
   HMENU sub = CreatePopupMenu();
   AppendMenuA(sub, MF_STRING, 101, "Open");
@@ -139,8 +137,7 @@ void menus() {
   BOOL set = SetMenu(w, bar);
   printf("SetMenu %d, GetMenu is it %d, items %d, sub-item id %u\n", set, GetMenu(w) == bar,
          GetMenuItemCount(bar), GetMenuItemID(GetSubMenu(bar, 0), 0));
-  GetClientRect(w, &after);
-  printf("menu bar takes %ld pixels (SM_CYMENU %d)\n", (long)(before.bottom - after.bottom),
+  printf("menu bar takes %ld pixels (SM_CYMENU %d)\n", (long)(before.bottom - clientRect(w).bottom),
          GetSystemMetrics(SM_CYMENU));
   HWND child = CreateWindowA("ProbeOwners", "", WS_CHILD, 0, 0, 10, 10, w, NULL, NULL, NULL);
   HMENU other = CreateMenu();

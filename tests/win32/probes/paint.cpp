@@ -139,8 +139,7 @@ LRESULT CALLBACK fillingProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   if (msg != WM_PAINT) return DefWindowProcA(hwnd, msg, wp, lp);
   PAINTSTRUCT ps;
   HDC dc = BeginPaint(hwnd, &ps);
-  RECT r;
-  GetClientRect(hwnd, &r);
+  RECT r = clientRect(hwnd);
   FillRect(dc, &r, g_ctlBrush);
   EndPaint(hwnd, &ps);
   return 0;

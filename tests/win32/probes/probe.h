@@ -239,15 +239,26 @@ inline TEXTMETRICA fontMetricsOf(HWND hwnd) {
   return tm;
 }
 
+// A window's rectangle on the screen, and its client area.
+inline RECT windowRect(HWND hwnd) {
+  RECT r = {};
+  GetWindowRect(hwnd, &r);
+  return r;
+}
+
+inline RECT clientRect(HWND hwnd) {
+  RECT r = {};
+  GetClientRect(hwnd, &r);
+  return r;
+}
+
 inline void printRect(const char* label, const RECT& r) {
   printf("%s: %s %ldx%ld\n", label, rectText(r), (long)(r.right - r.left),
          (long)(r.bottom - r.top));
 }
 
 inline void printWindowRects(const char* label, HWND hwnd) {
-  RECT w, c;
-  GetWindowRect(hwnd, &w);
-  GetClientRect(hwnd, &c);
+  RECT w = windowRect(hwnd), c = clientRect(hwnd);
   printf("%s: window (%ld,%ld) %ldx%ld client %ldx%ld\n", label, (long)w.left, (long)w.top,
          (long)(w.right - w.left), (long)(w.bottom - w.top), (long)c.right, (long)c.bottom);
 }

@@ -120,11 +120,9 @@ void scrolling() {
   printf("ScrollWindowEx returns %d\n", ret);
   printRect("uncovered", upd);
   printLog("scroll children");
+  for (HWND w : {a, b, g})
+    printf("%s now at %ld,%ld\n", hname(w), (long)windowRect(w).left, (long)windowRect(w).top);
   RECT r;
-  for (HWND w : {a, b, g}) {
-    GetWindowRect(w, &r);
-    printf("%s now at %ld,%ld\n", hname(w), (long)r.left, (long)r.top);
-  }
   GetUpdateRect(p, &r, FALSE);
   printRect("update without SW_INVALIDATE", r);
   ret = ScrollWindowEx(p, -5, 0, NULL, NULL, NULL, &upd, SW_INVALIDATE | SW_ERASE);
