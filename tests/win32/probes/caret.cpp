@@ -53,12 +53,6 @@ void api() {
   DestroyWindow(b);
 }
 
-std::string textOf(HWND edit) {
-  char buf[256] = "";
-  GetWindowTextA(edit, buf, sizeof buf);
-  return buf;
-}
-
 // The control's place for character index i (EM_POSFROMCHAR), as x and y.
 bool posFromChar(HWND edit, int i, int* x, int* y) {
   LRESULT r = SendMessageA(edit, EM_POSFROMCHAR, i, 0);
@@ -74,7 +68,7 @@ bool posFromChar(HWND edit, int i, int* x, int* y) {
 // character's width, and an empty line sits a font height below the one
 // before it.
 void printCaretPlace(HWND edit) {
-  std::string text = textOf(edit);
+  std::string text = windowText(edit);
   HDC dc = GetDC(edit);
   HGDIOBJ old = SelectObject(dc, (HGDIOBJ)SendMessageA(edit, WM_GETFONT, 0, 0));
   TEXTMETRICA tm;
@@ -159,7 +153,7 @@ void multiLineEdit() {
     SendMessageA(e, s.msg, s.wp, s.msg == EM_SETSEL ? s.wp : 0);
     printEdit(s.what, e);
   }
-  std::string text = textOf(e);
+  std::string text = windowText(e);
   for (char& c : text) c = c == '\r' ? '|' : c == '\n' ? '/' : c;
   printf("text now \"%s\"\n", text.c_str());
   DestroyWindow(p);

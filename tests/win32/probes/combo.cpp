@@ -26,8 +26,7 @@ void settle() { pumpFor(3); }
 
 // What the parent heard since the last report, and where the box stands.
 void report(const char* what, HWND combo) {
-  char text[64] = "";
-  GetWindowTextA(combo, text, sizeof text);
+  const char* text = windowText(combo);
   printf("%s:%s | sel %ld dropped %ld text \"%s\"\n", what, g_notes[0] ? g_notes : " (none)",
          (long)send(combo, CB_GETCURSEL, 0, 0), (long)send(combo, CB_GETDROPPEDSTATE, 0, 0), text);
   g_notes[0] = 0;

@@ -98,10 +98,6 @@ void parents() {
   DestroyWindow(owner);
 }
 
-bool topmost(HWND h) {
-  return (GetWindowLongA(h, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
-}
-
 void zOrder() {
   HWND owner = createNamed("ProbeOwners", "zowner", WS_POPUP | WS_VISIBLE, NULL);
   HWND a = createNamed("ProbeOwners", "za", WS_POPUP | WS_VISIBLE, owner);

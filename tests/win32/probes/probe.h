@@ -257,6 +257,15 @@ inline void printRect(const char* label, const RECT& r) {
          (long)(r.bottom - r.top));
 }
 
+// A window's text, in a buffer that the next call reuses.
+inline const char* windowText(HWND hwnd) {
+  static char buf[256];
+  GetWindowTextA(hwnd, buf, sizeof buf);
+  return buf;
+}
+
+inline bool topmost(HWND hwnd) { return (GetWindowLongA(hwnd, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0; }
+
 inline void printWindowRects(const char* label, HWND hwnd) {
   RECT w = windowRect(hwnd), c = clientRect(hwnd);
   printf("%s: window (%ld,%ld) %ldx%ld client %ldx%ld\n", label, (long)w.left, (long)w.top,

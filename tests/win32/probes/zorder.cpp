@@ -6,8 +6,6 @@ using namespace probe;
 
 namespace {
 
-bool topmost(HWND h) { return (GetWindowLongA(h, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0; }
-
 // The named top-level windows, top first; a topmost one is starred.
 void printOrder(const char* what) {
   printf("%s:", what);
