@@ -9,7 +9,9 @@ using namespace probe;
 namespace {
 
 int g_enter, g_exit, g_moving, g_sizing;
-bool g_ncCalcInScreen = false, g_ncCalcSeen = false;
+// Whether the first WM_NCCALCSIZE(0) since it was set to -1 got the window's
+// screen rectangle (1) or another (0).
+int g_ncCalcInScreen = -1;
 
 LRESULT CALLBACK loopProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   switch (msg) {
@@ -18,9 +20,8 @@ LRESULT CALLBACK loopProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case WM_MOVING: ++g_moving; break;
   case WM_SIZING: ++g_sizing; break;
   case WM_NCCALCSIZE:
-    if (!wp && !g_ncCalcSeen) {
+    if (!wp && g_ncCalcInScreen < 0) {
       RECT r = windowRect(hwnd);
-      g_ncCalcSeen = true;
       g_ncCalcInScreen = EqualRect(&r, reinterpret_cast<RECT*>(lp)) != 0;
     }
     break;
@@ -52,11 +53,6 @@ void runCommand(HWND hwnd, const char* what, WPARAM command, POINT start, POINT 
          g_sizing, GetCapture() ? "held" : "none");
 }
 
-void flush() {
-  MSG msg;
-  while (PeekMessageA(&msg, 0, 0, 0, PM_REMOVE)) DispatchMessageA(&msg);
-}
-
 void cursor() {
   puts("-- cursor");
   for (POINT to : {POINT{120, 140}, POINT{-50, 30}}) {
@@ -65,7 +61,7 @@ void cursor() {
     GetCursorPos(&p);
     printf("after SetCursorPos(%ld,%ld): (%ld,%ld)\n", to.x, to.y, p.x, p.y);
   }
-  flush();
+  pump();
   SetCursorPos(340, 320);
   PostMessageA(NULL, WM_APP, 0, 0);
   SetCursorPos(350, 330);
@@ -75,7 +71,7 @@ void cursor() {
   DWORD pos = GetMessagePos();
   printf("a message posted at (340,320) carries (%ld,%ld); GetMessagePos (%d,%d)\n", msg.pt.x,
          msg.pt.y, (short)LOWORD(pos), (short)HIWORD(pos));
-  flush();
+  pump();
 }
 
 void moveAndSize(HWND hwnd) {
@@ -149,12 +145,12 @@ int main() {
   HWND main =
       createAt("ProbeInput", "main", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100, 100, 200, 200, NULL);
   HWND other = createAt("ProbeInput", "other", WS_POPUP, 400, 400, 50, 50, NULL);
-  g_ncCalcSeen = false;
+  g_ncCalcInScreen = -1;
   HWND child = createAt("ProbeInput", "child", WS_CHILD | WS_VISIBLE, 10, 10, 50, 50, main);
   printf("a child's WM_NCCALCSIZE at creation gets its screen rectangle: %s\n",
-         g_ncCalcInScreen ? "yes" : "no");
+         g_ncCalcInScreen == 1 ? "yes" : "no");
   DestroyWindow(child);
-  flush();
+  pump();
 
   cursor();
   moveAndSize(main);
