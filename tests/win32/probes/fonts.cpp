@@ -99,16 +99,12 @@ void sizesAndWeights() {
   DeleteObject(cell);
   DeleteObject(character);
 
-  struct Weight {
-    int weight;
-    const char* name;
-  };
-  const Weight weights[] = {
-      {FW_MEDIUM, "FW_MEDIUM"}, {FW_SEMIBOLD, "FW_SEMIBOLD"}, {FW_BOLD, "FW_BOLD"}};
-  for (const Weight& w : weights) {
-    HFONT f = makeFont(-11, w.weight);
+  const Labelled weights[] = {
+      {"FW_MEDIUM", FW_MEDIUM}, {"FW_SEMIBOLD", FW_SEMIBOLD}, {"FW_BOLD", FW_BOLD}};
+  for (const Labelled& w : weights) {
+    HFONT f = makeFont(-11, (int)w.value);
     Measured m = measure(dc, f);
-    printf("%s: tmWeight %ld, wider than FW_NORMAL %d, same height %d\n", w.name,
+    printf("%s: tmWeight %ld, wider than FW_NORMAL %d, same height %d\n", w.label,
            (long)m.tm.tmWeight, m.hello.cx > s.hello.cx, m.tm.tmHeight == s.tm.tmHeight);
     DeleteObject(f);
   }

@@ -82,17 +82,14 @@ LRESULT CALLBACK minMaxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 
 void minMaxInfo() {
   registerClass("ProbeMinMax", minMaxProc);
-  struct Case {
-    const char* label;
-    DWORD style;
-  } const cases[] = {
+  const Labelled styles[] = {
       {"overlappedwindow", WS_OVERLAPPEDWINDOW},
       {"popup thickframe", WS_POPUP | WS_THICKFRAME},
       {"popup caption|thickframe", WS_POPUP | WS_CAPTION | WS_THICKFRAME},
   };
-  for (const Case& c : cases) {
+  for (const Labelled& c : styles) {
     printf("%s:\n", c.label);
-    DestroyWindow(createAt("ProbeMinMax", "", c.style, 0, 0, 200, 100, NULL));
+    DestroyWindow(createAt("ProbeMinMax", "", c.value, 0, 0, 200, 100, NULL));
   }
   HWND p = createAt("ProbeMinMax", "", WS_POPUP, 0, 0, 300, 200, NULL);
   printf("child with a sizing frame:\n");

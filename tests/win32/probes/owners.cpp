@@ -47,15 +47,12 @@ void scrollControls() {
     printf("SetScrollInfo(SIF_POS|%#x) returns %d\n", si.fMask & ~SIF_POS,
            SetScrollInfo(bar, SB_CTL, &si, FALSE));
 
-  const struct {
-    const char* name;
-    UINT arrows;
-  } enables[] = {{"ESB_DISABLE_BOTH", ESB_DISABLE_BOTH},
-                 {"ESB_DISABLE_LTUP", ESB_DISABLE_LTUP},
-                 {"ESB_ENABLE_BOTH", ESB_ENABLE_BOTH}};
-  for (const auto& e : enables) {
-    BOOL done = EnableScrollBar(bar, SB_CTL, e.arrows);
-    printf("EnableScrollBar(%s) %d, window enabled %d\n", e.name, done, IsWindowEnabled(bar));
+  const Labelled enables[] = {{"ESB_DISABLE_BOTH", ESB_DISABLE_BOTH},
+                              {"ESB_DISABLE_LTUP", ESB_DISABLE_LTUP},
+                              {"ESB_ENABLE_BOTH", ESB_ENABLE_BOTH}};
+  for (const Labelled& e : enables) {
+    BOOL done = EnableScrollBar(bar, SB_CTL, e.value);
+    printf("EnableScrollBar(%s) %d, window enabled %d\n", e.label, done, IsWindowEnabled(bar));
   }
   SetLastError(0);
   BOOL enabled = EnableScrollBar(parent, SB_CTL, ESB_ENABLE_BOTH);

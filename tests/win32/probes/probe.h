@@ -18,6 +18,12 @@ struct MsgName {
   const char* name;
 };
 
+// A value and the label a probe prints it by.
+struct Labelled {
+  const char* label;
+  UINT value;
+};
+
 // Only these messages are recorded; activation, IME and icon traffic differs
 // between systems and is left out on purpose.
 // clang-format off
