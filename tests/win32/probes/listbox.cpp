@@ -50,14 +50,12 @@ void printItems(HWND lb, const char* label) {
   printf("\n");
 }
 
-// Printed once the action given (a message's result) is done.
+// Printed once the action given (a message's result) is done; the queries
+// change nothing, so their order does not matter.
 void printSelection(HWND lb, const char* label, LRESULT /* action */ = 0) {
-  int n = (int)send(lb, LB_GETCOUNT, 0, 0);
-  long cur = (long)send(lb, LB_GETCURSEL, 0, 0);
-  long caret = (long)send(lb, LB_GETCARETINDEX, 0, 0);
-  printf("%s: cur %ld caret %ld count %ld sel", label, cur, caret,
-         (long)send(lb, LB_GETSELCOUNT, 0, 0));
-  for (int i = 0; i < n; ++i)
+  printf("%s: cur %ld caret %ld count %ld sel", label, (long)send(lb, LB_GETCURSEL, 0, 0),
+         (long)send(lb, LB_GETCARETINDEX, 0, 0), (long)send(lb, LB_GETSELCOUNT, 0, 0));
+  for (int i = 0; i < send(lb, LB_GETCOUNT, 0, 0); ++i)
     if (send(lb, LB_GETSEL, i, 0) > 0) printf(" %d", i);
   printf("\n");
 }
@@ -195,8 +193,7 @@ void singleSelection(HWND parent) {
   for (WPARAM vk : {VK_DOWN, VK_DOWN, VK_UP, VK_END, VK_HOME, VK_UP, VK_NEXT, VK_NEXT, VK_PRIOR,
                     VK_RIGHT, VK_LEFT, VK_SPACE}) {
     send(lb, WM_KEYDOWN, vk, 0);
-    long cur = (long)send(lb, LB_GETCURSEL, 0, 0);
-    printf(" %ld/%ld", cur, (long)send(lb, LB_GETTOPINDEX, 0, 0));
+    printf(" %ld/%ld", (long)send(lb, LB_GETCURSEL, 0, 0), (long)send(lb, LB_GETTOPINDEX, 0, 0));
   }
   printf("\n");
   printNotes("notifications from keys");
