@@ -125,10 +125,10 @@ void runs() {
 void answers() {
   printf("-- answers\n");
   char text[32];
-  UINT wrap = GetMenuState(g_bar, 102, MF_BYCOMMAND);
-  UINT recent = GetMenuState(g_file, 3, MF_BYPOSITION);
-  UINT missing = GetMenuState(g_bar, 999, MF_BYCOMMAND);
-  printf("state of Wrap %#x, of Recent %#x, of a missing item %#x\n", wrap, recent, missing);
+  // Reading a state changes nothing, so these calls may go in any order.
+  printf("state of Wrap %#x, of Recent %#x, of a missing item %#x\n",
+         GetMenuState(g_bar, 102, MF_BYCOMMAND), GetMenuState(g_file, 3, MF_BYPOSITION),
+         GetMenuState(g_bar, 999, MF_BYCOMMAND));
   // Where a text is cut short, only the counts are printed: whether the
   // zero lands inside the buffer differs between systems.
   int n = GetMenuStringA(g_bar, 101, text, 5, MF_BYCOMMAND);
