@@ -82,8 +82,7 @@ void classAndContents(HWND parent) {
               {send(lb, LB_DELETESTRING, 1, 0), send(lb, LB_DELETESTRING, 99, 0),
                send(lb, LB_DELETESTRING, -1, 0)});
   char buf[32] = "";
-  long got = (long)send(lb, LB_GETTEXT, 2, (LPARAM)buf);
-  printf("text 2 %ld \"%s\"\n", got, buf);
+  printf("text 2 %ld \"%s\"\n", (long)send(lb, LB_GETTEXT, 2, (LPARAM)buf), buf);
   printValues("len 2, len 99", {send(lb, LB_GETTEXTLEN, 2, 0), send(lb, LB_GETTEXTLEN, 99, 0)});
   struct Find {
     UINT msg;
