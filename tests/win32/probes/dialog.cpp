@@ -318,13 +318,10 @@ void templates() {
 
 int main() {
   registerClass("ProbeDialogPlain", loggingProc);
-  WNDCLASSEXA wc = {};
+  WNDCLASSEXA wc = {};  // the dialog class's own, with a recording procedure
   wc.cbSize = sizeof wc;
   GetClassInfoExA(NULL, "#32770", &wc);
-  wc.lpfnWndProc = dlgLogProc;
-  wc.hInstance = GetModuleHandleA(NULL);
-  wc.lpszClassName = "ProbeDialog";
-  RegisterClassExA(&wc);
+  registerClass("ProbeDialog", dlgLogProc, wc.hbrBackground, wc.style, wc.cbWndExtra);
 
   classes();
   dialogCodes();
