@@ -65,8 +65,7 @@ void translation() {
     setModifiers(c.ctrl, c.alt, c.shift);
     MSG msg = {other, c.msg, c.key, 1, 0, {0, 0}};
     clearLog();
-    int r = TranslateAcceleratorA(w, t, &msg);
-    printf("%s: %d", c.label, r != 0);
+    printf("%s: %d", c.label, TranslateAcceleratorA(w, t, &msg) != 0);
     printLog("");
   }
   setModifiers(false, false, false);

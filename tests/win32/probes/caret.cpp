@@ -6,7 +6,6 @@
 #include "probe.h"
 
 #include <string>
-#include <vector>
 
 using namespace probe;
 
@@ -54,29 +53,6 @@ void api() {
   DestroyWindow(b);
 }
 
-// The edit control's lines as the probe wrote them.
-struct Line {
-  int start;
-  int length;
-};
-
-std::vector<Line> linesOf(const std::string& text) {
-  std::vector<Line> lines;
-  size_t start = 0, at;
-  while ((at = text.find("\r\n", start)) != std::string::npos) {
-    lines.push_back(Line{(int)start, (int)(at - start)});
-    start = at + 2;
-  }
-  lines.push_back(Line{(int)start, (int)(text.size() - start)});
-  return lines;
-}
-
-std::string textOf(HWND edit) {
-  char buf[256] = "";
-  GetWindowTextA(edit, buf, sizeof buf);
-  return buf;
-}
-
 // The control's place for character index i (EM_POSFROMCHAR), as x and y.
 bool posFromChar(HWND edit, int i, int* x, int* y) {
   LRESULT r = SendMessageA(edit, EM_POSFROMCHAR, i, 0);
@@ -86,47 +62,44 @@ bool posFromChar(HWND edit, int i, int* x, int* y) {
   return true;
 }
 
-// Where the caret stands, as "line L column C": the column is the count of
-// characters of line L before the caret, matched against the control's own
-// places for them (the place after a line's last character is that
-// character's place plus its width).
+// Where the caret stands, as "line L column C": the first place along the
+// text, line by line, that is the caret's. A character's place is the
+// control's own; the place at a line's end is its last character's plus that
+// character's width, and an empty line sits a font height below the one
+// before it.
 void printCaretPlace(HWND edit) {
-  std::string text = textOf(edit);
-  std::vector<Line> lines = linesOf(text);
+  std::string text = windowText(edit);
   HDC dc = GetDC(edit);
   HGDIOBJ old = SelectObject(dc, (HGDIOBJ)SendMessageA(edit, WM_GETFONT, 0, 0));
   TEXTMETRICA tm;
   GetTextMetricsA(dc, &tm);
-  int left = 0, lineTop = 0;  // where the first line starts, then each next one
-  posFromChar(edit, 0, &left, &lineTop);
+  int left = 0, y = 0, line = 0, column = 0, i = 0;
+  posFromChar(edit, 0, &left, &y);
   POINT caret;
   GetCaretPos(&caret);
-  for (size_t l = 0; l < lines.size(); ++l) {
-    const Line& line = lines[l];
-    int x = left, y = lineTop;
-    if (line.start < (int)text.size() && line.length > 0) posFromChar(edit, line.start, &x, &y);
-    lineTop = y + tm.tmHeight;
-    if (y != caret.y) continue;
-    for (int c = 0; c <= line.length; ++c) {
-      int cx = left, cy = y;
-      if (c < line.length) {
-        posFromChar(edit, line.start + c, &cx, &cy);
-      } else if (line.length > 0) {
-        SIZE size;
-        posFromChar(edit, line.start + c - 1, &cx, &cy);
-        GetTextExtentPoint32A(dc, &text[line.start + c - 1], 1, &size);
-        cx += size.cx;
-      }
-      if (cx != caret.x) continue;
-      SelectObject(dc, old);
-      ReleaseDC(edit, dc);
-      printf(" caret at line %d column %d", (int)l, c);
-      return;
+  for (; i <= (int)text.size(); ++i, ++column) {
+    bool lineEnd = i == (int)text.size() || text[i] == '\r';
+    int x = left;
+    if (!lineEnd) {
+      posFromChar(edit, i, &x, &y);
+    } else if (column > 0) {
+      SIZE size;
+      posFromChar(edit, i - 1, &x, &y);
+      GetTextExtentPoint32A(dc, &text[i - 1], 1, &size);
+      x += size.cx;
+    }
+    if (x == caret.x && y == caret.y) break;
+    if (lineEnd && i < (int)text.size()) {
+      ++line, ++i, column = -1;  // past "\r\n"
+      y += tm.tmHeight;
     }
   }
   SelectObject(dc, old);
   ReleaseDC(edit, dc);
-  printf(" caret at no character's place");
+  if (i > (int)text.size())
+    printf(" caret at no character's place");
+  else
+    printf(" caret at line %d column %d", line, column);
 }
 
 void printEdit(const char* what, HWND edit) {
@@ -150,43 +123,38 @@ void multiLineEdit() {
   int len = (int)SendMessageA(e, WM_GETTEXTLENGTH, 0, 0);
   printf("EM_POSFROMCHAR(length %d) %ld, line of the end %d, EM_LINEINDEX(2) %d\n", len,
          (long)SendMessageA(e, EM_POSFROMCHAR, len, 0),
-         (int)SendMessageA(e, EM_LINEFROMCHAR, len, 0),
-         (int)SendMessageA(e, EM_LINEINDEX, 2, 0));
+         (int)SendMessageA(e, EM_LINEFROMCHAR, len, 0), (int)SendMessageA(e, EM_LINEINDEX, 2, 0));
 
-  struct Selection {
-    const char* what;
-    int at;
-  };
-  const Selection selections[] = {
-      {"EM_SETSEL at the end", len}, {"EM_SETSEL(3)", 3},
-      {"EM_SETSEL(5), before the line break", 5}, {"EM_SETSEL(7), second line", 7},
-      {"EM_SETSEL at the end again", len},
-  };
-  for (const Selection& s : selections) {
-    SendMessageA(e, EM_SETSEL, s.at, s.at);
-    printEdit(s.what, e);
-  }
-
-  struct Input {
+  struct Step {
     const char* what;
     UINT msg;
-    WPARAM wp;
+    WPARAM wp;  // EM_SETSEL: where the selection starts and ends
   };
-  const Input inputs[] = {
-      {"typed '!'", WM_CHAR, '!'},      {"typed Return", WM_CHAR, '\r'},
-      {"typed 'x'", WM_CHAR, 'x'},      {"Up", WM_KEYDOWN, VK_UP},
-      {"End", WM_KEYDOWN, VK_END},      {"Home", WM_KEYDOWN, VK_HOME},
-      {"Left", WM_KEYDOWN, VK_LEFT},    {"Right", WM_KEYDOWN, VK_RIGHT},
-      {"Down", WM_KEYDOWN, VK_DOWN},    {"Up", WM_KEYDOWN, VK_UP},
-      {"Backspace", WM_CHAR, '\b'},     {"Delete", WM_KEYDOWN, VK_DELETE},
+  const Step steps[] = {
+      {"EM_SETSEL at the end", EM_SETSEL, (WPARAM)len},
+      {"EM_SETSEL(3)", EM_SETSEL, 3},
+      {"EM_SETSEL(5), before the line break", EM_SETSEL, 5},
+      {"EM_SETSEL(7), second line", EM_SETSEL, 7},
+      {"EM_SETSEL at the end again", EM_SETSEL, (WPARAM)len},
+      {"typed '!'", WM_CHAR, '!'},
+      {"typed Return", WM_CHAR, '\r'},
+      {"typed 'x'", WM_CHAR, 'x'},
+      {"Up", WM_KEYDOWN, VK_UP},
+      {"End", WM_KEYDOWN, VK_END},
+      {"Home", WM_KEYDOWN, VK_HOME},
+      {"Left", WM_KEYDOWN, VK_LEFT},
+      {"Right", WM_KEYDOWN, VK_RIGHT},
+      {"Down", WM_KEYDOWN, VK_DOWN},
+      {"Up", WM_KEYDOWN, VK_UP},
+      {"Backspace", WM_CHAR, '\b'},
+      {"Delete", WM_KEYDOWN, VK_DELETE},
   };
-  for (const Input& in : inputs) {
-    SendMessageA(e, in.msg, in.wp, 0);
-    printEdit(in.what, e);
+  for (const Step& s : steps) {
+    SendMessageA(e, s.msg, s.wp, s.msg == EM_SETSEL ? s.wp : 0);
+    printEdit(s.what, e);
   }
-  std::string text = textOf(e);
-  for (char& c : text)
-    if (c == '\r' || c == '\n') c = c == '\r' ? '|' : '/';
+  std::string text = windowText(e);
+  for (char& c : text) c = c == '\r' ? '|' : c == '\n' ? '/' : c;
   printf("text now \"%s\"\n", text.c_str());
   DestroyWindow(p);
 }
@@ -225,13 +193,13 @@ void mouseEdit() {
       {"drag from 1 to 7", 1, 1, 7, 1, 0, false},
       {"drag back from 9 to 3", 9, 1, 3, 1, 0, false},
       {"click right of the first line's end", 4, 8, -1, 0, 0, false},
-      {"click below the text", 20, 1, -1, 9, 0, false},
+      {"click below the text", 20, 9, -1, 0, 0, false},
       {"double-click in 'world'", 7, 1, -1, 0, 0, true},
       {"double-click in the spaces", 12, 1, -1, 0, 0, true},
       {"double-click in 'foo'", 14, 1, -1, 0, 0, true},
   };
   for (const Gesture& g : gestures) {
-    LPARAM from = g.to < 0 && g.toQ == 9 ? at(g.from, 9) : at(g.from, g.fromQ);
+    LPARAM from = at(g.from, g.fromQ);
     SendMessageA(e, WM_LBUTTONDOWN, MK_LBUTTON | g.keys, from);
     if (g.to >= 0) SendMessageA(e, WM_MOUSEMOVE, MK_LBUTTON, at(g.to, g.toQ));
     SendMessageA(e, WM_LBUTTONUP, 0, g.to >= 0 ? at(g.to, g.toQ) : from);

@@ -38,7 +38,8 @@ void memory() {
 void clipboard() {
   HWND a = createNamed("ProbeClip", "A", WS_OVERLAPPEDWINDOW, NULL);
   HWND b = createNamed("ProbeClip", "B", WS_OVERLAPPEDWINDOW, NULL);
-  // Each call in its own statement: the order of printf's arguments is unspecified.
+  // Each call that changes something in its own statement: the order of
+  // printf's arguments is unspecified.
   SetLastError(0);
   BOOL r = EmptyClipboard();
   printf("closed: empty %d err %lu,", r, GetLastError());
@@ -51,10 +52,8 @@ void clipboard() {
   printf("empty %d, owner %s\n", r, hname(GetClipboardOwner()));
   HGLOBAL text = textBlock("abc");
   r = SetClipboardData(CF_TEXT, text) == text;
-  BOOL available = IsClipboardFormatAvailable(CF_TEXT);
-  int count = CountClipboardFormats();
-  printf("set CF_TEXT: the block %d, available %d, count %d, first %u\n", r, available, count,
-         EnumClipboardFormats(0));
+  printf("set CF_TEXT: the block %d, available %d, count %d, first %u\n", r,
+         IsClipboardFormatAvailable(CF_TEXT), CountClipboardFormats(), EnumClipboardFormats(0));
   r = CloseClipboard();
   printf("close %d, opener %s,", r, hname(GetOpenClipboardWindow()));
   r = CloseClipboard();

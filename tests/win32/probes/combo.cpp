@@ -26,8 +26,7 @@ void settle() { pumpFor(3); }
 
 // What the parent heard since the last report, and where the box stands.
 void report(const char* what, HWND combo) {
-  char text[64] = "";
-  GetWindowTextA(combo, text, sizeof text);
+  const char* text = windowText(combo);
   printf("%s:%s | sel %ld dropped %ld text \"%s\"\n", what, g_notes[0] ? g_notes : " (none)",
          (long)send(combo, CB_GETCURSEL, 0, 0), (long)send(combo, CB_GETDROPPEDSTATE, 0, 0), text);
   g_notes[0] = 0;
@@ -71,12 +70,6 @@ COMBOBOXINFO infoOf(HWND combo) {
   return info;
 }
 
-int clientHeight(HWND hwnd) {
-  RECT r;
-  GetClientRect(hwnd, &r);
-  return r.bottom;
-}
-
 void answers(HWND parent) {
   HWND combo = createAt("ComboBox", "", WS_CHILD | CBS_DROPDOWNLIST | CBS_SORT, 10, 10, 150, 200,
                         parent, 0, 9);
@@ -102,8 +95,8 @@ void answers(HWND parent) {
                send(combo, CB_GETEXTENDEDUI, 0, 0)});
   int textHeight = (int)send(combo, CB_GETITEMHEIGHT, (WPARAM)-1, 0);
   printValues("height less item(-1), set item(-1) 20, height, item(-1)",
-              {clientHeight(combo) - textHeight, send(combo, CB_SETITEMHEIGHT, (WPARAM)-1, 20),
-               clientHeight(combo), send(combo, CB_GETITEMHEIGHT, (WPARAM)-1, 0)});
+              {clientRect(combo).bottom - textHeight, send(combo, CB_SETITEMHEIGHT, (WPARAM)-1, 20),
+               clientRect(combo).bottom, send(combo, CB_GETITEMHEIGHT, (WPARAM)-1, 0)});
   COMBOBOXINFO info = infoOf(combo);
   char cls[32] = "";
   GetClassNameA(info.hwndList, cls, sizeof cls);

@@ -23,13 +23,10 @@ LRESULT CALLBACK creatingProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
            cs->lpszName ? cs->lpszName : "(null)", hname(cs->hwndParent));
     if (g_ncCreateResult != 1) return g_ncCreateResult;
   }
-  if (msg == WM_CREATE) {
+  if (msg == WM_CREATE)
     g_sameStructInCreate = reinterpret_cast<const CREATESTRUCTA*>(lp) == g_seenInNcCreate;
-    LRESULT def = DefWindowProcA(hwnd, msg, wp, lp);
-    if (g_createResult != 0) return g_createResult;
-    return def;
-  }
-  return DefWindowProcA(hwnd, msg, wp, lp);
+  LRESULT def = DefWindowProcA(hwnd, msg, wp, lp);
+  return msg == WM_CREATE && g_createResult != 0 ? g_createResult : def;
 }
 
 void registration() {
@@ -129,8 +126,7 @@ void defaults() {
 
 void trackingLimits() {
   HWND o = create("o", 0, WS_OVERLAPPED, 10, 10, 300, 10, NULL);
-  RECT r;
-  GetWindowRect(o, &r);
+  RECT r = windowRect(o);
   printf("overlapped 10 high: %ld high (minimum tracking height)\n", (long)(r.bottom - r.top));
   MoveWindow(o, 10, 10, 2000, 100, FALSE);
   printWindowRects("moved 2000 wide", o);

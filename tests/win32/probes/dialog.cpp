@@ -69,8 +69,7 @@ void dialogCodes() {
   int id = 1;
   for (auto& c : cases) {
     HWND h = control(c.name, c.cls, c.style, p, id++);
-    printf("dialog code of %s: %#lx\n", c.name,
-           (unsigned long)SendMessageA(h, WM_GETDLGCODE, 0, 0));
+    printf("dialog code of %s: %#lx\n", c.name, (unsigned long)send(h, WM_GETDLGCODE, 0, 0));
   }
   DestroyWindow(p);
 }
@@ -108,8 +107,7 @@ void tabOrder(HWND d) {
   printf("first tab item %s\n", hname(first));
   printf("after it %s\n", hname(GetNextDlgTabItem(d, first, FALSE)));
   printf("before it %s\n", hname(GetNextDlgTabItem(d, first, TRUE)));
-  HWND st = GetDlgItem(d, 4);
-  printf("after the static %s\n", hname(GetNextDlgTabItem(d, st, FALSE)));
+  printf("after the static %s\n", hname(GetNextDlgTabItem(d, GetDlgItem(d, 4), FALSE)));
   EnableWindow(GetDlgItem(d, 5), FALSE);
   printf("after it, the next disabled: %s\n", hname(GetNextDlgTabItem(d, first, FALSE)));
   EnableWindow(GetDlgItem(d, 5), TRUE);
@@ -320,13 +318,10 @@ void templates() {
 
 int main() {
   registerClass("ProbeDialogPlain", loggingProc);
-  WNDCLASSEXA wc = {};
+  WNDCLASSEXA wc = {};  // the dialog class's own, with a recording procedure
   wc.cbSize = sizeof wc;
   GetClassInfoExA(NULL, "#32770", &wc);
-  wc.lpfnWndProc = dlgLogProc;
-  wc.hInstance = GetModuleHandleA(NULL);
-  wc.lpszClassName = "ProbeDialog";
-  RegisterClassExA(&wc);
+  registerClass("ProbeDialog", dlgLogProc, wc.hbrBackground, wc.style, wc.cbWndExtra);
 
   classes();
   dialogCodes();

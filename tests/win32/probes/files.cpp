@@ -36,18 +36,15 @@ HANDLE openAndShow(const Open& o, bool keep = false) {
   return h;
 }
 
-void showBool(const char* label, BOOL ok) {
+// "label: value err=E", the error set to 1234 before the call; a BOOL shows
+// as 0 or 1.
+void show(const char* label, unsigned long value) {
   unsigned long e = err();
-  printf("%s: %d err=%lu\n", label, ok ? 1 : 0, e);
+  printf("%s: %lu err=%lu\n", label, value, e);
 }
 
-void showDword(const char* label, DWORD value) {
-  unsigned long e = err();
-  printf("%s: %lu err=%lu\n", label, (unsigned long)value, e);
-}
-
-#define SHOW_BOOL(label, call) (SetLastError(1234), showBool(label, call))
-#define SHOW_DWORD(label, call) (SetLastError(1234), showDword(label, call))
+#define SHOW_BOOL(label, call) (SetLastError(1234), show(label, (call) != 0))
+#define SHOW_DWORD(label, call) (SetLastError(1234), show(label, (call)))
 
 void put(const char* name, const char* text, DWORD length) {
   HANDLE h = CreateFileA(name, GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, NULL);

@@ -99,16 +99,12 @@ void sizesAndWeights() {
   DeleteObject(cell);
   DeleteObject(character);
 
-  struct Weight {
-    int weight;
-    const char* name;
-  };
-  const Weight weights[] = {
-      {FW_MEDIUM, "FW_MEDIUM"}, {FW_SEMIBOLD, "FW_SEMIBOLD"}, {FW_BOLD, "FW_BOLD"}};
-  for (const Weight& w : weights) {
-    HFONT f = makeFont(-11, w.weight);
+  const Labelled weights[] = {
+      {"FW_MEDIUM", FW_MEDIUM}, {"FW_SEMIBOLD", FW_SEMIBOLD}, {"FW_BOLD", FW_BOLD}};
+  for (const Labelled& w : weights) {
+    HFONT f = makeFont(-11, (int)w.value);
     Measured m = measure(dc, f);
-    printf("%s: tmWeight %ld, wider than FW_NORMAL %d, same height %d\n", w.name,
+    printf("%s: tmWeight %ld, wider than FW_NORMAL %d, same height %d\n", w.label,
            (long)m.tm.tmWeight, m.hello.cx > s.hello.cx, m.tm.tmHeight == s.tm.tmHeight);
     DeleteObject(f);
   }
@@ -143,17 +139,13 @@ void pixelsMatchExtents(HWND w) {
   TextOutA(dc, 10, 20, "Hi", 2);
   SIZE ext;
   GetTextExtentPoint32A(dc, "Hi", 2, &ext);
-  RECT box = {300, 100, 0, 0};
+  RECT box = {}, want = {10, 20, 10 + ext.cx, 20 + ext.cy};
   for (int y = 0; y < 100; ++y)
     for (int x = 0; x < 300; ++x) {
-      if (GetPixel(dc, x, y) == RGB(255, 255, 255)) continue;
-      if (x < box.left) box.left = x;
-      if (y < box.top) box.top = y;
-      if (x + 1 > box.right) box.right = x + 1;
-      if (y + 1 > box.bottom) box.bottom = y + 1;
+      RECT pixel = {x, y, x + 1, y + 1};
+      if (GetPixel(dc, x, y) != RGB(255, 255, 255)) UnionRect(&box, &box, &pixel);
     }
-  printf("drawn box is the extent at the point: %d\n",
-         box.left == 10 && box.top == 20 && box.right == 10 + ext.cx && box.bottom == 20 + ext.cy);
+  printf("drawn box is the extent at the point: %d\n", EqualRect(&box, &want));
   SelectObject(dc, GetStockObject(SYSTEM_FONT));
   ReleaseDC(w, dc);
   DeleteObject(f);
@@ -187,10 +179,9 @@ void controls(HWND parent) {
 
   // A drop-down combo box gives the font to its parts and grows with it.
   HWND cb = createAt("ComboBox", "", WS_CHILD | WS_VISIBLE | CBS_DROPDOWN, 0, 0, 100, 150, parent);
-  RECT r0, r1;
-  GetWindowRect(cb, &r0);
+  RECT r0 = windowRect(cb);
   SendMessageA(cb, WM_SETFONT, (WPARAM)large, FALSE);
-  GetWindowRect(cb, &r1);
+  RECT r1 = windowRect(cb);
   COMBOBOXINFO info;
   info.cbSize = sizeof info;
   GetComboBoxInfo(cb, &info);

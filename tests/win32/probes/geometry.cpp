@@ -30,9 +30,7 @@ void frames() {
   };
   for (const Case& c : cases) {
     HWND h = create("f", c.ex, WS_POPUP | c.style, 10, 10, 200, 100, NULL);
-    RECT r;
-    GetClientRect(h, &r);
-    RECT adj = {0, 0, 100, 50};
+    RECT r = clientRect(h), adj = {0, 0, 100, 50};
     AdjustWindowRectEx(&adj, WS_POPUP | c.style, FALSE, c.ex);
     printf("popup %s: client %ldx%ld adjust %s\n", c.label, (long)r.right, (long)r.bottom,
            rectText(adj));
@@ -62,9 +60,7 @@ void frames() {
   ok = ClientToScreen(NULL, &pt);
   printf("NULL ClientToScreen: %d err=%lu %ld,%ld\n", ok, GetLastError(), (long)pt.x,
          (long)pt.y);
-  RECT d;
-  GetWindowRect(GetDesktopWindow(), &d);
-  printRect("desktop", d);
+  printRect("desktop", windowRect(GetDesktopWindow()));
   printf("metrics: screen %dx%d caption %d frame %d dlgframe %d border %d edge %d vscroll %d hscroll %d\n",
          GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN),
          GetSystemMetrics(SM_CYCAPTION), GetSystemMetrics(SM_CXFRAME),
@@ -86,17 +82,14 @@ LRESULT CALLBACK minMaxProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 
 void minMaxInfo() {
   registerClass("ProbeMinMax", minMaxProc);
-  struct Case {
-    const char* label;
-    DWORD style;
-  } const cases[] = {
+  const Labelled styles[] = {
       {"overlappedwindow", WS_OVERLAPPEDWINDOW},
       {"popup thickframe", WS_POPUP | WS_THICKFRAME},
       {"popup caption|thickframe", WS_POPUP | WS_CAPTION | WS_THICKFRAME},
   };
-  for (const Case& c : cases) {
+  for (const Labelled& c : styles) {
     printf("%s:\n", c.label);
-    DestroyWindow(createAt("ProbeMinMax", "", c.style, 0, 0, 200, 100, NULL));
+    DestroyWindow(createAt("ProbeMinMax", "", c.value, 0, 0, 200, 100, NULL));
   }
   HWND p = createAt("ProbeMinMax", "", WS_POPUP, 0, 0, 300, 200, NULL);
   printf("child with a sizing frame:\n");
@@ -200,8 +193,7 @@ void enumeration() {
 void farOut() {
   HWND p = create("far", 0, WS_POPUP, 0x7FFFFF00, 10, 0x7FFFFFFF, 100, NULL);
   auto report = [p](const char* what, BOOL /* the move, done first */) {
-    RECT r;
-    GetWindowRect(p, &r);
+    RECT r = windowRect(p);
     printf("%s: %ld %ld %ld %ld\n", what, (long)r.left, (long)r.top, (long)r.right, (long)r.bottom);
   };
   report("created far out", TRUE);

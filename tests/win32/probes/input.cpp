@@ -9,7 +9,9 @@ using namespace probe;
 namespace {
 
 int g_enter, g_exit, g_moving, g_sizing;
-bool g_ncCalcInScreen = false, g_ncCalcSeen = false;
+// Whether the first WM_NCCALCSIZE(0) since it was set to -1 got the window's
+// screen rectangle (1) or another (0).
+int g_ncCalcInScreen = -1;
 
 LRESULT CALLBACK loopProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   switch (msg) {
@@ -18,10 +20,8 @@ LRESULT CALLBACK loopProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   case WM_MOVING: ++g_moving; break;
   case WM_SIZING: ++g_sizing; break;
   case WM_NCCALCSIZE:
-    if (!wp && !g_ncCalcSeen) {
-      RECT r;
-      GetWindowRect(hwnd, &r);
-      g_ncCalcSeen = true;
+    if (!wp && g_ncCalcInScreen < 0) {
+      RECT r = windowRect(hwnd);
       g_ncCalcInScreen = EqualRect(&r, reinterpret_cast<RECT*>(lp)) != 0;
     }
     break;
@@ -30,9 +30,7 @@ LRESULT CALLBACK loopProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
 }
 
 void printPlace(const char* what, HWND hwnd) {
-  RECT r;
-  GetWindowRect(hwnd, &r);
-  printf("%s: %s\n", what, rectText(r));
+  printf("%s: %s\n", what, rectText(windowRect(hwnd)));
 }
 
 // Names and runs the loop that WM_SYSCOMMAND starts, fed by posted messages, until the
@@ -55,11 +53,6 @@ void runCommand(HWND hwnd, const char* what, WPARAM command, POINT start, POINT 
          g_sizing, GetCapture() ? "held" : "none");
 }
 
-void flush() {
-  MSG msg;
-  while (PeekMessageA(&msg, 0, 0, 0, PM_REMOVE)) DispatchMessageA(&msg);
-}
-
 void cursor() {
   puts("-- cursor");
   for (POINT to : {POINT{120, 140}, POINT{-50, 30}}) {
@@ -68,7 +61,7 @@ void cursor() {
     GetCursorPos(&p);
     printf("after SetCursorPos(%ld,%ld): (%ld,%ld)\n", to.x, to.y, p.x, p.y);
   }
-  flush();
+  pump();
   SetCursorPos(340, 320);
   PostMessageA(NULL, WM_APP, 0, 0);
   SetCursorPos(350, 330);
@@ -78,7 +71,7 @@ void cursor() {
   DWORD pos = GetMessagePos();
   printf("a message posted at (340,320) carries (%ld,%ld); GetMessagePos (%d,%d)\n", msg.pt.x,
          msg.pt.y, (short)LOWORD(pos), (short)HIWORD(pos));
-  flush();
+  pump();
 }
 
 void moveAndSize(HWND hwnd) {
@@ -95,11 +88,10 @@ void moveAndSize(HWND hwnd) {
              POINT{150, 110}, POINT{130, 150}, VK_RETURN);
   printPlace("  now", hwnd);
   ShowWindow(hwnd, SW_MAXIMIZE);
-  RECT before, after;
-  GetWindowRect(hwnd, &before);
+  RECT before = windowRect(hwnd);
   runCommand(hwnd, "SC_MOVE|HTCAPTION of a maximised window, Return:", SC_MOVE | HTCAPTION,
              POINT{150, 10}, POINT{170, 40}, VK_RETURN);
-  GetWindowRect(hwnd, &after);
+  RECT after = windowRect(hwnd);
   printf("  unmoved: %s\n", EqualRect(&before, &after) ? "yes" : "no");
   ShowWindow(hwnd, SW_RESTORE);
 }
@@ -153,12 +145,12 @@ int main() {
   HWND main =
       createAt("ProbeInput", "main", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 100, 100, 200, 200, NULL);
   HWND other = createAt("ProbeInput", "other", WS_POPUP, 400, 400, 50, 50, NULL);
-  g_ncCalcSeen = false;
+  g_ncCalcInScreen = -1;
   HWND child = createAt("ProbeInput", "child", WS_CHILD | WS_VISIBLE, 10, 10, 50, 50, main);
   printf("a child's WM_NCCALCSIZE at creation gets its screen rectangle: %s\n",
-         g_ncCalcInScreen ? "yes" : "no");
+         g_ncCalcInScreen == 1 ? "yes" : "no");
   DestroyWindow(child);
-  flush();
+  pump();
 
   cursor();
   moveAndSize(main);

@@ -50,14 +50,12 @@ void printItems(HWND lb, const char* label) {
   printf("\n");
 }
 
-// Printed once the action given (a message's result) is done.
+// Printed once the action given (a message's result) is done; the queries
+// change nothing, so their order does not matter.
 void printSelection(HWND lb, const char* label, LRESULT /* action */ = 0) {
-  int n = (int)send(lb, LB_GETCOUNT, 0, 0);
-  long cur = (long)send(lb, LB_GETCURSEL, 0, 0);
-  long caret = (long)send(lb, LB_GETCARETINDEX, 0, 0);
-  printf("%s: cur %ld caret %ld count %ld sel", label, cur, caret,
-         (long)send(lb, LB_GETSELCOUNT, 0, 0));
-  for (int i = 0; i < n; ++i)
+  printf("%s: cur %ld caret %ld count %ld sel", label, (long)send(lb, LB_GETCURSEL, 0, 0),
+         (long)send(lb, LB_GETCARETINDEX, 0, 0), (long)send(lb, LB_GETSELCOUNT, 0, 0));
+  for (int i = 0; i < send(lb, LB_GETCOUNT, 0, 0); ++i)
     if (send(lb, LB_GETSEL, i, 0) > 0) printf(" %d", i);
   printf("\n");
 }
@@ -84,8 +82,7 @@ void classAndContents(HWND parent) {
               {send(lb, LB_DELETESTRING, 1, 0), send(lb, LB_DELETESTRING, 99, 0),
                send(lb, LB_DELETESTRING, -1, 0)});
   char buf[32] = "";
-  long got = (long)send(lb, LB_GETTEXT, 2, (LPARAM)buf);
-  printf("text 2 %ld \"%s\"\n", got, buf);
+  printf("text 2 %ld \"%s\"\n", (long)send(lb, LB_GETTEXT, 2, (LPARAM)buf), buf);
   printValues("len 2, len 99", {send(lb, LB_GETTEXTLEN, 2, 0), send(lb, LB_GETTEXTLEN, 99, 0)});
   struct Find {
     UINT msg;
@@ -115,8 +112,7 @@ void geometry(HWND parent) {
       makeList(parent, WS_VSCROLL, 4, {"a0", "a1", "a2", "a3", "a4", "a5", "a6", "a7", "a8", "a9"});
   int h = (int)send(lb, LB_GETITEMHEIGHT, 0, 0);
   printf("item height is the font's: %d\n", h == fontMetricsOf(lb).tmHeight);
-  RECT client, r;
-  GetClientRect(lb, &client);
+  RECT client = clientRect(lb), r;
   printf("rows shown %ld\n", (long)(client.bottom / h));
   for (int index : {0, 2, 5, 10, -1}) {
     SetRect(&r, 9, 9, 9, 9);
@@ -196,8 +192,7 @@ void singleSelection(HWND parent) {
   for (WPARAM vk : {VK_DOWN, VK_DOWN, VK_UP, VK_END, VK_HOME, VK_UP, VK_NEXT, VK_NEXT, VK_PRIOR,
                     VK_RIGHT, VK_LEFT, VK_SPACE}) {
     send(lb, WM_KEYDOWN, vk, 0);
-    long cur = (long)send(lb, LB_GETCURSEL, 0, 0);
-    printf(" %ld/%ld", cur, (long)send(lb, LB_GETTOPINDEX, 0, 0));
+    printf(" %ld/%ld", (long)send(lb, LB_GETCURSEL, 0, 0), (long)send(lb, LB_GETTOPINDEX, 0, 0));
   }
   printf("\n");
   printNotes("notifications from keys");
@@ -290,12 +285,11 @@ void integralHeight(HWND parent) {
   for (DWORD style : styles) {
     HWND lb = createAt("ListBox", "", WS_CHILD | WS_BORDER | style, 0, 0, 100, 101, parent, 0, 9);
     int h = (int)send(lb, LB_GETITEMHEIGHT, 0, 0);
-    RECT r;
-    GetClientRect(lb, &r);
+    RECT r = clientRect(lb);
     printf("style %#lx: whole items %d, as made %d", (unsigned long)style, r.bottom % h == 0,
            r.bottom == 99);
     MoveWindow(lb, 0, 0, 100, 3 * h + h / 2 + 2, TRUE);
-    GetClientRect(lb, &r);
+    r = clientRect(lb);
     printf(", resized: whole items %d\n", r.bottom % h == 0);
     printValues("item height 0 (reads back), then 1",
                 {send(lb, LB_SETITEMHEIGHT, 0, 0), send(lb, LB_GETITEMHEIGHT, 0, 0),

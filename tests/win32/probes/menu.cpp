@@ -12,8 +12,7 @@ namespace {
 HWND g_main;
 HMENU g_bar, g_file, g_edit, g_recent, g_context;
 typedef void (*Step)();
-Step g_steps[8];
-int g_next, g_count;
+const Step *g_step, *g_stepsEnd;  // the steps of the run going on
 
 const char* menuName(HMENU m) {
   return m == g_bar ? "bar" : m == g_file ? "file" : m == g_edit ? "edit" : m == g_recent ? "recent"
@@ -21,8 +20,8 @@ const char* menuName(HMENU m) {
 }
 
 void runNextStep() {
-  if (g_next < g_count) {
-    g_steps[g_next++]();
+  if (g_step != g_stepsEnd) {
+    (*g_step++)();
     return;
   }
   printOnce("  (no step left: EndMenu)");
@@ -95,11 +94,11 @@ void oneItem() { clickItem(g_recent, 0); }
 void run(const char* what, std::initializer_list<Step> steps, void (*open)()) {
   printf("-- %s\n", what);
   g_lastLine[0] = 0;
-  g_next = 0;
-  g_count = 0;
-  for (Step step : steps) g_steps[g_count++] = step;
+  g_step = steps.begin();
+  g_stepsEnd = steps.end();
   open();
   pumpFor(5);
+  g_step = g_stepsEnd = nullptr;  // the list goes with this call
 }
 
 void trackPopup(UINT flags) {
@@ -126,10 +125,10 @@ void runs() {
 void answers() {
   printf("-- answers\n");
   char text[32];
-  UINT wrap = GetMenuState(g_bar, 102, MF_BYCOMMAND);
-  UINT recent = GetMenuState(g_file, 3, MF_BYPOSITION);
-  UINT missing = GetMenuState(g_bar, 999, MF_BYCOMMAND);
-  printf("state of Wrap %#x, of Recent %#x, of a missing item %#x\n", wrap, recent, missing);
+  // Reading a state changes nothing, so these calls may go in any order.
+  printf("state of Wrap %#x, of Recent %#x, of a missing item %#x\n",
+         GetMenuState(g_bar, 102, MF_BYCOMMAND), GetMenuState(g_file, 3, MF_BYPOSITION),
+         GetMenuState(g_bar, 999, MF_BYCOMMAND));
   // Where a text is cut short, only the counts are printed: whether the
   // zero lands inside the buffer differs between systems.
   int n = GetMenuStringA(g_bar, 101, text, 5, MF_BYCOMMAND);

@@ -87,9 +87,7 @@ void controls() {
   HWND cb = create("cb", "Button", WS_CHILD | BS_AUTOCHECKBOX, p, 12);
   HWND e = create("e", "EDIT", WS_CHILD | ES_AUTOHSCROLL, p, 13);
   HWND st = create("st", "STATIC", WS_CHILD, p, 14);
-  char buf[64];
-  GetWindowTextA(b, buf, sizeof buf);
-  printf("button text '%s' id %d\n", buf, GetDlgCtrlID(b));
+  printf("button text '%s' id %d\n", windowText(b), GetDlgCtrlID(b));
   clearLog();
   logged("BM_CLICK", SendMessageA(b, BM_CLICK, 0, 0));
   printf("check before %ld", (long)SendMessageA(cb, BM_GETCHECK, 0, 0));
@@ -104,12 +102,10 @@ void controls() {
   SendMessageA(e, EM_GETSEL, (WPARAM)&start, (LPARAM)&end);
   printf("selection %lu..%lu\n", (unsigned long)start, (unsigned long)end);
   SendMessageA(e, EM_REPLACESEL, FALSE, (LPARAM) "EY");
-  GetWindowTextA(e, buf, sizeof buf);
-  printf("after EM_REPLACESEL '%s'\n", buf);
+  printf("after EM_REPLACESEL '%s'\n", windowText(e));
   printLog("edit EM_REPLACESEL");
   SetWindowTextA(st, "label");
-  GetWindowTextA(st, buf, sizeof buf);
-  printf("static '%s'\n", buf);
+  printf("static '%s'\n", windowText(st));
   printLog("static WM_SETTEXT");
   printf("GetDlgItem finds the edit: %d\n", GetDlgItem(p, 13) == e);
 

@@ -18,57 +18,47 @@ const char* nameOf(HWND hwnd) {
   return hwnd == g_main ? "main" : hwnd == g_button ? "button" : hwnd == g_other ? "other" : "?";
 }
 
+// The messages heard; a point and the keys follow a name unless proc says
+// otherwise.
+// clang-format off
+#define M(m) {WM_##m, #m}
+const MsgName kHeard[] = {
+    M(MOUSEACTIVATE), M(SETCURSOR), M(MOUSEMOVE), M(LBUTTONDOWN), M(CAPTURECHANGED), M(LBUTTONUP),
+    M(LBUTTONDBLCLK), M(RBUTTONDOWN), M(RBUTTONUP), M(CONTEXTMENU), M(PARENTNOTIFY), M(COMMAND),
+    M(MOUSEWHEEL),
+};
+#undef M
+// clang-format on
+
 LRESULT CALLBACK proc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
-  char text[128] = "";
+  const char* name = nullptr;
+  for (const MsgName& m : kHeard)
+    if (m.msg == msg) name = m.name;
+  // A child made or destroyed is not a mouse matter.
+  if (!name || (msg == WM_PARENTNOTIFY && LOWORD(wp) < WM_MOUSEFIRST))
+    return DefWindowProcA(hwnd, msg, wp, lp);
+  char text[128];
+  char* rest = text + sprintf(text, "  %s %s", nameOf(hwnd), name);
   short x = (short)LOWORD(lp), y = (short)HIWORD(lp);
-  switch (msg) {
-    case WM_MOUSEACTIVATE:
-      sprintf(text, "  %s MOUSEACTIVATE", nameOf(hwnd));
-      break;
-    case WM_SETCURSOR:
-      sprintf(text, "  %s SETCURSOR for %s", nameOf(hwnd), nameOf((HWND)wp));
-      break;
-    case WM_MOUSEMOVE:
-      if (g_capture)
-        sprintf(text, "  %s MOUSEMOVE %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
-      else
-        sprintf(text, "  %s MOUSEMOVE", nameOf(hwnd));
-      break;
-    case WM_LBUTTONDOWN:
-      sprintf(text, "  %s LBUTTONDOWN %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
-      if (g_capture) SetCapture(hwnd);
-      break;
-    case WM_CAPTURECHANGED:
-      sprintf(text, "  %s CAPTURECHANGED", nameOf(hwnd));
-      break;
-    case WM_LBUTTONUP:
-      sprintf(text, "  %s LBUTTONUP %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
-      if (g_capture) ReleaseCapture();
-      break;
-    case WM_LBUTTONDBLCLK:
-      sprintf(text, "  %s LBUTTONDBLCLK %d,%d", nameOf(hwnd), x, y);
-      break;
-    case WM_RBUTTONDOWN:
-      sprintf(text, "  %s RBUTTONDOWN %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
-      break;
-    case WM_RBUTTONUP:
-      sprintf(text, "  %s RBUTTONUP %d,%d keys %d", nameOf(hwnd), x, y, (int)wp);
-      break;
-    case WM_CONTEXTMENU:
-      sprintf(text, "  %s CONTEXTMENU from %s at %d,%d", nameOf(hwnd), nameOf((HWND)wp), x, y);
-      break;
-    case WM_PARENTNOTIFY:
-      if (LOWORD(wp) < WM_MOUSEFIRST) break;  // a child made or destroyed
-      sprintf(text, "  %s PARENTNOTIFY %#x at %d,%d", nameOf(hwnd), LOWORD(wp), x, y);
-      break;
-    case WM_COMMAND:
-      sprintf(text, "  %s COMMAND id %d code %d", nameOf(hwnd), LOWORD(wp), HIWORD(wp));
-      break;
-    case WM_MOUSEWHEEL:
-      sprintf(text, "  %s MOUSEWHEEL delta %d at %d,%d", nameOf(hwnd), (short)HIWORD(wp), x, y);
-      break;
-  }
-  if (*text) printOnce(text);
+  if (msg == WM_SETCURSOR)
+    sprintf(rest, " for %s", nameOf((HWND)wp));
+  else if (msg == WM_CONTEXTMENU)
+    sprintf(rest, " from %s at %d,%d", nameOf((HWND)wp), x, y);
+  else if (msg == WM_PARENTNOTIFY)
+    sprintf(rest, " %#x at %d,%d", LOWORD(wp), x, y);
+  else if (msg == WM_COMMAND)
+    sprintf(rest, " id %d code %d", LOWORD(wp), HIWORD(wp));
+  else if (msg == WM_MOUSEWHEEL)
+    sprintf(rest, " delta %d at %d,%d", (short)HIWORD(wp), x, y);
+  else if (msg == WM_LBUTTONDBLCLK)
+    sprintf(rest, " %d,%d", x, y);
+  else if (!isOneOf(msg, {WM_MOUSEACTIVATE, WM_CAPTURECHANGED}) &&
+           (msg != WM_MOUSEMOVE || g_capture))
+    sprintf(rest, " %d,%d keys %d", x, y, (int)wp);
+  // The capture changes before the line is printed, as its messages come first.
+  if (g_capture && msg == WM_LBUTTONDOWN) SetCapture(hwnd);
+  if (g_capture && msg == WM_LBUTTONUP) ReleaseCapture();
+  printOnce(text);
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 

@@ -20,12 +20,8 @@ LRESULT CALLBACK scrollSpy(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   return CallWindowProcA(g_scrollProc, hwnd, msg, wp, lp);
 }
 
-HWND popup(const char* name, DWORD style, HWND owner, DWORD ex = 0) {
-  return createNamed("ProbeOwners", name, style, owner, ex);
-}
-
 void scrollControls() {
-  HWND parent = popup("bars", WS_POPUP | WS_VISIBLE, NULL);
+  HWND parent = createNamed("ProbeOwners", "bars", WS_POPUP | WS_VISIBLE, NULL);
   HWND bar = createAt("ScrollBar", "", WS_CHILD | WS_VISIBLE, 0, 0, 120, 17, parent);
   WNDCLASSEXA info;
   info.cbSize = sizeof info;
@@ -51,15 +47,12 @@ void scrollControls() {
     printf("SetScrollInfo(SIF_POS|%#x) returns %d\n", si.fMask & ~SIF_POS,
            SetScrollInfo(bar, SB_CTL, &si, FALSE));
 
-  const struct {
-    const char* name;
-    UINT arrows;
-  } enables[] = {{"ESB_DISABLE_BOTH", ESB_DISABLE_BOTH},
-                 {"ESB_DISABLE_LTUP", ESB_DISABLE_LTUP},
-                 {"ESB_ENABLE_BOTH", ESB_ENABLE_BOTH}};
-  for (const auto& e : enables) {
-    BOOL done = EnableScrollBar(bar, SB_CTL, e.arrows);
-    printf("EnableScrollBar(%s) %d, window enabled %d\n", e.name, done, IsWindowEnabled(bar));
+  const Labelled enables[] = {{"ESB_DISABLE_BOTH", ESB_DISABLE_BOTH},
+                              {"ESB_DISABLE_LTUP", ESB_DISABLE_LTUP},
+                              {"ESB_ENABLE_BOTH", ESB_ENABLE_BOTH}};
+  for (const Labelled& e : enables) {
+    BOOL done = EnableScrollBar(bar, SB_CTL, e.value);
+    printf("EnableScrollBar(%s) %d, window enabled %d\n", e.label, done, IsWindowEnabled(bar));
   }
   SetLastError(0);
   BOOL enabled = EnableScrollBar(parent, SB_CTL, ESB_ENABLE_BOTH);
@@ -67,13 +60,12 @@ void scrollControls() {
 
   SCROLLBARINFO sbi;
   sbi.cbSize = sizeof sbi;
-  RECT r;
-  GetWindowRect(bar, &r);
+  RECT r = windowRect(bar);
   BOOL ok = GetScrollBarInfo(bar, OBJID_CLIENT, &sbi);
   printf("GetScrollBarInfo(OBJID_CLIENT) %d, rectangle is the window's %d, arrows %d\n", ok,
          EqualRect(&r, &sbi.rcScrollBar), sbi.dxyLineButton);
 
-  HWND plain = popup("plain", WS_POPUP, NULL);
+  HWND plain = createNamed("ProbeOwners", "plain", WS_POPUP, NULL);
   SetScrollRange(plain, SB_VERT, 0, 100, FALSE);
   printf("SetScrollRange(SB_VERT) on a window without bars adds WS_VSCROLL: %d\n",
          (GetWindowLongA(plain, GWL_STYLE) & WS_VSCROLL) != 0);
@@ -82,8 +74,8 @@ void scrollControls() {
 }
 
 void parents() {
-  HWND owner = popup("owner", WS_POPUP, NULL);
-  HWND child = popup("child", WS_CHILD, owner);
+  HWND owner = createNamed("ProbeOwners", "owner", WS_POPUP, NULL);
+  HWND child = createNamed("ProbeOwners", "child", WS_CHILD, owner);
   auto report = [](const char* what, HWND h) {
     printf("%s: GWL_HWNDPARENT %s, GetParent %s, GA_ROOTOWNER %s\n", what,
            hname(reinterpret_cast<HWND>(GetWindowLongPtrA(h, GWLP_HWNDPARENT))),
@@ -92,7 +84,7 @@ void parents() {
   report("child", child);
   SetWindowLongA(child, GWL_STYLE, WS_POPUP | WS_CHILD);
   report("child as WS_POPUP|WS_CHILD", child);
-  report("owned", popup("owned", WS_POPUP, owner));
+  report("owned", createNamed("ProbeOwners", "owned", WS_POPUP, owner));
   LONG desktopStyle = GetWindowLongA(GetDesktopWindow(), GWL_STYLE);
   LONG old = SetWindowLongA(GetDesktopWindow(), GWL_STYLE, 0);
   printf("SetWindowLongA(desktop, GWL_STYLE) changes it %d\n",
@@ -103,14 +95,10 @@ void parents() {
   DestroyWindow(owner);
 }
 
-bool topmost(HWND h) {
-  return (GetWindowLongA(h, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
-}
-
 void zOrder() {
-  HWND owner = popup("zowner", WS_POPUP | WS_VISIBLE, NULL);
-  HWND a = popup("za", WS_POPUP | WS_VISIBLE, owner);
-  HWND b = popup("zb", WS_POPUP | WS_VISIBLE, NULL);
+  HWND owner = createNamed("ProbeOwners", "zowner", WS_POPUP | WS_VISIBLE, NULL);
+  HWND a = createNamed("ProbeOwners", "za", WS_POPUP | WS_VISIBLE, owner);
+  HWND b = createNamed("ProbeOwners", "zb", WS_POPUP | WS_VISIBLE, NULL);
   auto place = [](HWND h, HWND after) {
     SetWindowPos(h, after, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
   };
@@ -133,9 +121,8 @@ void zOrder() {
 }
 
 void menus() {
-  HWND w = popup("menu window", WS_OVERLAPPED | WS_CAPTION | WS_VISIBLE, NULL);
-  RECT before, after;
-  GetClientRect(w, &before);
+  HWND w = createNamed("ProbeOwners", "menu window", WS_OVERLAPPED | WS_CAPTION | WS_VISIBLE, NULL);
+  RECT before = clientRect(w);
   HMENU bar = CreateMenu();
   HMENU sub = CreatePopupMenu();
   AppendMenuA(sub, MF_STRING, 101, "Open");
@@ -143,8 +130,7 @@ void menus() {
   BOOL set = SetMenu(w, bar);
   printf("SetMenu %d, GetMenu is it %d, items %d, sub-item id %u\n", set, GetMenu(w) == bar,
          GetMenuItemCount(bar), GetMenuItemID(GetSubMenu(bar, 0), 0));
-  GetClientRect(w, &after);
-  printf("menu bar takes %ld pixels (SM_CYMENU %d)\n", (long)(before.bottom - after.bottom),
+  printf("menu bar takes %ld pixels (SM_CYMENU %d)\n", (long)(before.bottom - clientRect(w).bottom),
          GetSystemMetrics(SM_CYMENU));
   HWND child = CreateWindowA("ProbeOwners", "", WS_CHILD, 0, 0, 10, 10, w, NULL, NULL, NULL);
   HMENU other = CreateMenu();
@@ -157,7 +143,7 @@ void menus() {
 }
 
 void deferred() {
-  HWND w = popup("deferred", WS_POPUP, NULL);
+  HWND w = createNamed("ProbeOwners", "deferred", WS_POPUP, NULL);
   HDWP list = BeginDeferWindowPos(1);
   SetLastError(0);
   HDWP bad = DeferWindowPos(list, GetDesktopWindow(), NULL, 0, 0, 10, 10, 0);
@@ -179,7 +165,7 @@ void deferred() {
 }
 
 void hidingKeepsActivation() {
-  HWND w = popup("active", WS_POPUP | WS_VISIBLE, NULL);
+  HWND w = createNamed("ProbeOwners", "active", WS_POPUP | WS_VISIBLE, NULL);
   SetActiveWindow(w);
   SetWindowPos(w, NULL, 0, 0, 0, 0,
                SWP_NOZORDER | SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE | SWP_HIDEWINDOW);

@@ -27,11 +27,6 @@ LRESULT CALLBACK paintProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 
-HWND create(const char* name, const char* cls, DWORD style, int x, int y, int w, int h,
-            HWND parent, const char* text = NULL) {
-  return createAt(cls, name, style, x, y, w, h, parent, 0, 0, text);
-}
-
 void printUpdate(const char* label, HWND hwnd) {
   RECT r;
   BOOL any = GetUpdateRect(hwnd, &r, FALSE);
@@ -39,7 +34,7 @@ void printUpdate(const char* label, HWND hwnd) {
 }
 
 void updateRegions() {
-  HWND p = create("P", "ProbePaint", WS_POPUP | WS_VISIBLE, 10, 10, 200, 150, NULL);
+  HWND p = createAt("ProbePaint", "P", WS_POPUP | WS_VISIBLE, 10, 10, 200, 150, NULL);
   pump();
   clearLog();
   g_paintReport = true;
@@ -67,11 +62,11 @@ void updateRegions() {
   ValidateRect(p, &part);
   printUpdate("partly validated", p);
   ValidateRect(p, NULL);
-  HWND h = create("h", "ProbePaint", WS_POPUP, 10, 10, 200, 150, NULL);
+  HWND h = createAt("ProbePaint", "h", WS_POPUP, 10, 10, 200, 150, NULL);
   InvalidateRect(h, NULL, TRUE);
   printUpdate("hidden window", h);
   DestroyWindow(h);
-  HWND n = create("n", "ProbePaintNoBrush", WS_POPUP | WS_VISIBLE, 10, 10, 100, 50, NULL);
+  HWND n = createAt("ProbePaintNoBrush", "n", WS_POPUP | WS_VISIBLE, 10, 10, 100, 50, NULL);
   pump();
   clearLog();
   InvalidateRect(n, NULL, TRUE);
@@ -82,16 +77,16 @@ void updateRegions() {
 }
 
 void children() {
-  HWND p = create("P", "ProbePaint", WS_POPUP | WS_VISIBLE, 10, 10, 200, 150, NULL);
-  HWND c = create("c", "ProbePaint", WS_CHILD | WS_VISIBLE, 10, 10, 50, 50, p);
+  HWND p = createAt("ProbePaint", "P", WS_POPUP | WS_VISIBLE, 10, 10, 200, 150, NULL);
+  HWND c = createAt("ProbePaint", "c", WS_CHILD | WS_VISIBLE, 10, 10, 50, 50, p);
   pump();
   clearLog();
   InvalidateRect(p, NULL, FALSE);
   printUpdate("child after parent invalidated", c);
   logged("UpdateWindow parent", UpdateWindow(p));
-  HWND k = create("K", "ProbePaint", WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, 10, 10, 200,
-                  150, NULL);
-  HWND kc = create("kc", "ProbePaint", WS_CHILD | WS_VISIBLE, 10, 10, 50, 50, k);
+  HWND k =
+      createAt("ProbePaint", "K", WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, 10, 10, 200, 150, NULL);
+  HWND kc = createAt("ProbePaint", "kc", WS_CHILD | WS_VISIBLE, 10, 10, 50, 50, k);
   pump();
   InvalidateRect(k, NULL, FALSE);
   printUpdate("child of clipchildren parent", kc);
@@ -117,9 +112,9 @@ void childErasedWithParent() {
   };
   for (const Case& k : cases) {
     pump();
-    HWND p = create("P", "ProbePaint", WS_OVERLAPPEDWINDOW | k.parentStyle, 100, 100, 200, 200,
-                    NULL);
-    HWND c = create("c", "ProbePaint", WS_CHILD | WS_VISIBLE, 0, 0, 10, 10, p);
+    HWND p =
+        createAt("ProbePaint", "P", WS_OVERLAPPEDWINDOW | k.parentStyle, 100, 100, 200, 200, NULL);
+    HWND c = createAt("ProbePaint", "c", WS_CHILD | WS_VISIBLE, 0, 0, 10, 10, p);
     clearLog();
     SetWindowPos(p, NULL, 0, 0, 100, 100, k.swp);
     printf("parent %s: child", k.what);
@@ -144,21 +139,10 @@ LRESULT CALLBACK fillingProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   if (msg != WM_PAINT) return DefWindowProcA(hwnd, msg, wp, lp);
   PAINTSTRUCT ps;
   HDC dc = BeginPaint(hwnd, &ps);
-  RECT r;
-  GetClientRect(hwnd, &r);
+  RECT r = clientRect(hwnd);
   FillRect(dc, &r, g_ctlBrush);
   EndPaint(hwnd, &ps);
   return 0;
-}
-
-// What a child shows at (4,4) of its client area once everything painted:
-// "painted" when it is the colour its class paints there.
-void printChildPixel(const char* what, HWND child, COLORREF painted) {
-  HDC dc = GetDC(child);
-  COLORREF c = GetPixel(dc, 4, 4);
-  ReleaseDC(child, dc);
-  if (c == painted) printf("%s: painted\n", what);
-  else printf("%s: not painted (%#lx)\n", what, (unsigned long)c);
 }
 
 // WS_CLIPCHILDREN keeps the parent's drawing off its children; the children
@@ -185,17 +169,25 @@ void childrenOfClippingParents() {
       {"button in a clipping static", WS_CLIPCHILDREN, true, "Button", BS_PUSHBUTTON, true},
   };
   for (const Case& k : cases) {
-    HWND top = create("T", "ProbeControlParent",
-                      WS_POPUP | WS_VISIBLE | (k.staticParent ? 0 : k.parentStyle), 10, 10, 200,
-                      150, NULL);
+    HWND top = createAt("ProbeControlParent", "T",
+                        WS_POPUP | WS_VISIBLE | (k.staticParent ? 0 : k.parentStyle), 10, 10, 200,
+                        150, NULL);
     HWND parent = top;
     if (k.staticParent)
-      parent = create("s", "Static", WS_CHILD | WS_VISIBLE | k.parentStyle, 20, 20, 160, 100, top);
-    HWND child = create("c", k.childClass, WS_CHILD | WS_VISIBLE | k.childStyle, 10, 20, 60, 24,
-                        parent, "");
+      parent =
+          createAt("Static", "s", WS_CHILD | WS_VISIBLE | k.parentStyle, 20, 20, 160, 100, top);
+    HWND child = createAt(k.childClass, "c", WS_CHILD | WS_VISIBLE | k.childStyle, 10, 20, 60, 24,
+                          parent, 0, 0, "");
     pump();
-    COLORREF painted = k.buttonFace ? GetSysColor(COLOR_BTNFACE) : kCtlColor;
-    printChildPixel(k.what, child, painted);
+    // What the child shows at (4,4) of its client area once everything
+    // painted: "painted" when it is the colour its class paints there.
+    HDC dc = GetDC(child);
+    COLORREF c = GetPixel(dc, 4, 4);
+    ReleaseDC(child, dc);
+    if (c == (k.buttonFace ? GetSysColor(COLOR_BTNFACE) : kCtlColor))
+      printf("%s: painted\n", k.what);
+    else
+      printf("%s: not painted (%#lx)\n", k.what, (unsigned long)c);
     discard(top);
   }
 }
@@ -218,9 +210,10 @@ void parentDcClipping() {
       {"parent with its own DC", "ProbeOwnDC", 0, 0},
   };
   for (const Case& k : cases) {
-    HWND p = create("P", k.parentClass, WS_POPUP | WS_VISIBLE | k.parentStyle, 10, 10, 200, 150,
-                    NULL);
-    HWND c = create("c", "ProbeParentDC", WS_CHILD | WS_VISIBLE | k.childStyle, 10, 20, 60, 24, p);
+    HWND p =
+        createAt(k.parentClass, "P", WS_POPUP | WS_VISIBLE | k.parentStyle, 10, 10, 200, 150, NULL);
+    HWND c =
+        createAt("ProbeParentDC", "c", WS_CHILD | WS_VISIBLE | k.childStyle, 10, 20, 60, 24, p);
     pump();
     HDC dc = GetDC(c);
     RECT box;
@@ -238,8 +231,8 @@ void gdiObjects() {
   printf("DeleteObject brush %d again %d NULL %d\n", d1, d2, d3);
   HGDIOBJ white = GetStockObject(WHITE_BRUSH);
   BOOL d4 = DeleteObject(white);
-  printf("DeleteObject stock %d, still valid %d same %d\n", d4,
-         GetObjectType(white) == OBJ_BRUSH, GetStockObject(WHITE_BRUSH) == white);
+  printf("DeleteObject stock %d, still valid %d same %d\n", d4, GetObjectType(white) == OBJ_BRUSH,
+         GetStockObject(WHITE_BRUSH) == white);
   printf("stock types: brush %lu pen %lu font %lu\n",
          (unsigned long)GetObjectType(GetStockObject(BLACK_BRUSH)),
          (unsigned long)GetObjectType(GetStockObject(BLACK_PEN)),
@@ -247,7 +240,7 @@ void gdiObjects() {
   printf("invalid stock: %d\n", GetStockObject(1000) != NULL);
   printf("RGB(1,2,3) = %#lx\n", (unsigned long)RGB(1, 2, 3));
 
-  HWND p = create("P", "ProbePaint", WS_POPUP | WS_VISIBLE, 10, 10, 200, 150, NULL);
+  HWND p = createAt("ProbePaint", "P", WS_POPUP | WS_VISIBLE, 10, 10, 200, 150, NULL);
   HDC dc = GetDC(p);
   printf("GetDC %d map mode %d\n", dc != NULL, GetMapMode(dc));
   int prev = SetMapMode(dc, MM_LOMETRIC), prev2 = SetMapMode(dc, MM_TEXT), bad = SetMapMode(dc, 99);
@@ -273,7 +266,8 @@ void gdiObjects() {
          (unsigned long)oldBk);
   printf("TextOut %d\n", TextOutA(dc, 0, 0, "Hi", 2));
   RECT r = {0, 0, 10, 10};
-  printf("FillRect %d, with system colour %d\n", FillRect(dc, &r, (HBRUSH)GetStockObject(GRAY_BRUSH)),
+  printf("FillRect %d, with system colour %d\n",
+         FillRect(dc, &r, (HBRUSH)GetStockObject(GRAY_BRUSH)),
          FillRect(dc, &r, (HBRUSH)(COLOR_WINDOW + 1)));
   printf("ReleaseDC %d\n", ReleaseDC(p, dc));
   discard(p);

@@ -18,6 +18,12 @@ struct MsgName {
   const char* name;
 };
 
+// A value and the label a probe prints it by.
+struct Labelled {
+  const char* label;
+  UINT value;
+};
+
 // Only these messages are recorded; activation, IME and icon traffic differs
 // between systems and is left out on purpose.
 // clang-format off
@@ -41,9 +47,10 @@ inline const char* msgName(UINT msg) {
 
 // Windows get names when they are created: the name set by expect() is given
 // to the first unknown window that receives a message.
+// Names are the probes' string constants, kept by pointer.
 struct Named {
   HWND hwnd;
-  char name[16];
+  const char* name;
 };
 inline Named g_named[128];
 inline int g_namedCount;
@@ -52,9 +59,7 @@ inline const char* g_pending = "?";
 inline void expect(const char* name) { g_pending = name; }
 
 inline void nameWindow(HWND hwnd, const char* name) {
-  if (g_namedCount == 128) return;
-  g_named[g_namedCount] = Named{hwnd, ""};
-  snprintf(g_named[g_namedCount++].name, sizeof g_named[0].name, "%s", name);
+  if (g_namedCount < 128) g_named[g_namedCount++] = Named{hwnd, name};
 }
 
 inline const char* hname(HWND hwnd) {
@@ -210,11 +215,6 @@ inline ATOM registerClass(const char* name, WNDPROC proc, HBRUSH background = NU
   return RegisterClassExA(&wc);
 }
 
-inline void printRect(const char* label, const RECT& r) {
-  printf("%s: (%ld,%ld)-(%ld,%ld) %ldx%ld\n", label, (long)r.left, (long)r.top,
-         (long)r.right, (long)r.bottom, (long)(r.right - r.left),
-         (long)(r.bottom - r.top));
-}
 
 // "label: value err=E": the call's result and the error it left, cleared
 // before the call.
@@ -245,13 +245,37 @@ inline TEXTMETRICA fontMetricsOf(HWND hwnd) {
   return tm;
 }
 
+// A window's rectangle on the screen, and its client area.
+inline RECT windowRect(HWND hwnd) {
+  RECT r = {};
+  GetWindowRect(hwnd, &r);
+  return r;
+}
+
+inline RECT clientRect(HWND hwnd) {
+  RECT r = {};
+  GetClientRect(hwnd, &r);
+  return r;
+}
+
+inline void printRect(const char* label, const RECT& r) {
+  printf("%s: %s %ldx%ld\n", label, rectText(r), (long)(r.right - r.left),
+         (long)(r.bottom - r.top));
+}
+
+// A window's text, in a buffer that the next call reuses.
+inline const char* windowText(HWND hwnd) {
+  static char buf[256];
+  GetWindowTextA(hwnd, buf, sizeof buf);
+  return buf;
+}
+
+inline bool topmost(HWND hwnd) { return (GetWindowLongA(hwnd, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0; }
+
 inline void printWindowRects(const char* label, HWND hwnd) {
-  RECT w, c;
-  GetWindowRect(hwnd, &w);
-  GetClientRect(hwnd, &c);
-  printf("%s: window (%ld,%ld) %ldx%ld client %ldx%ld\n", label, (long)w.left,
-         (long)w.top, (long)(w.right - w.left), (long)(w.bottom - w.top),
-         (long)c.right, (long)c.bottom);
+  RECT w = windowRect(hwnd), c = clientRect(hwnd);
+  printf("%s: window (%ld,%ld) %ldx%ld client %ldx%ld\n", label, (long)w.left, (long)w.top,
+         (long)(w.right - w.left), (long)(w.bottom - w.top), (long)c.right, (long)c.bottom);
 }
 
 // Prints a line of text unless it repeats the line printed before it;

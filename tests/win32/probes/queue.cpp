@@ -30,23 +30,18 @@ LRESULT CALLBACK queueProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 
-// Retrieves everything pending without waiting and prints it in order.
+// Retrieves everything pending without waiting and prints it in order; the
+// record of what dispatching it sent is dropped.
 void drain(const char* label) {
   MSG msg;
   printf("%s:", label);
   int guard = 0;
   while (PeekMessageA(&msg, NULL, 0, 0, PM_REMOVE) && guard++ < 50) {
-    const char* name = msgName(msg.message);
-    if (msg.message == WM_QUIT) {
-      printf(" QUIT(%d)", (int)msg.wParam);
-      continue;
-    }
-    if (!name) continue;
-    printf(" %s:%s", hname(msg.hwnd), name);
+    if (msg.message == WM_QUIT) printf(" QUIT(%d)", (int)msg.wParam);
+    if (!msgName(msg.message)) continue;  // WM_QUIT among them
+    printf(" %s:%s", hname(msg.hwnd), msgName(msg.message));
     if (msg.message >= WM_USER) printf("(%d)", (int)msg.wParam);
-    int before = g_logCount;
     DispatchMessageA(&msg);
-    g_logCount = before;
   }
   printf("\n");
   clearLog();

@@ -7,10 +7,6 @@ using namespace probe;
 
 namespace {
 
-HWND create(const char* name, DWORD style, int x, int y, int w, int h, HWND parent) {
-  return createAt("ProbeScroll", name, style, x, y, w, h, parent);
-}
-
 SCROLLINFO scrollInfo(UINT mask, int min = 0, int max = 0, UINT page = 0, int pos = 0) {
   return SCROLLINFO{sizeof(SCROLLINFO), mask, min, max, page, pos, 0};
 }
@@ -28,8 +24,8 @@ int set(HWND hwnd, int bar, UINT mask, int min, int max, UINT page, int pos) {
 }
 
 void existence() {
-  HWND with = create("w", WS_POPUP | WS_VSCROLL, 0, 0, 100, 100, NULL);
-  HWND without = create("n", WS_POPUP, 0, 0, 100, 100, NULL);
+  HWND with = createAt("ProbeScroll", "w", WS_POPUP | WS_VSCROLL, 0, 0, 100, 100, NULL);
+  HWND without = createAt("ProbeScroll", "n", WS_POPUP, 0, 0, 100, 100, NULL);
   printInfo("created with WS_VSCROLL, vertical", with, SB_VERT);
   printInfo("created with WS_VSCROLL, horizontal", with, SB_HORZ);
   printInfo("without scroll styles", without, SB_VERT);
@@ -46,7 +42,7 @@ void existence() {
 }
 
 void clamping() {
-  HWND h = create("h", WS_POPUP | WS_VSCROLL, 0, 0, 100, 100, NULL);
+  HWND h = createAt("ProbeScroll", "h", WS_POPUP | WS_VSCROLL, 0, 0, 100, 100, NULL);
   struct Case {
     const char* label;
     UINT mask;
@@ -93,7 +89,7 @@ void clamping() {
 }
 
 void showing() {
-  HWND h = create("h", WS_POPUP | WS_VISIBLE, 0, 0, 100, 100, NULL);
+  HWND h = createAt("ProbeScroll", "h", WS_POPUP | WS_VISIBLE, 0, 0, 100, 100, NULL);
   clearLog();
   printf("ShowScrollBar horizontal: %d\n", ShowScrollBar(h, SB_HORZ, TRUE));
   printLog("show horizontal bar");
@@ -113,10 +109,10 @@ void showing() {
 }
 
 void scrolling() {
-  HWND p = create("P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 20, 300, 200, NULL);
-  HWND a = create("a", WS_CHILD | WS_VISIBLE, 10, 30, 40, 40, p);
-  HWND b = create("b", WS_CHILD, 200, 100, 40, 40, p);
-  HWND g = create("g", WS_CHILD | WS_VISIBLE, 1, 1, 10, 10, a);
+  HWND p = createAt("ProbeScroll", "P", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 20, 300, 200, NULL);
+  HWND a = createAt("ProbeScroll", "a", WS_CHILD | WS_VISIBLE, 10, 30, 40, 40, p);
+  HWND b = createAt("ProbeScroll", "b", WS_CHILD, 200, 100, 40, 40, p);
+  HWND g = createAt("ProbeScroll", "g", WS_CHILD | WS_VISIBLE, 1, 1, 10, 10, a);
   pump();
   clearLog();
   RECT upd;
@@ -124,11 +120,9 @@ void scrolling() {
   printf("ScrollWindowEx returns %d\n", ret);
   printRect("uncovered", upd);
   printLog("scroll children");
+  for (HWND w : {a, b, g})
+    printf("%s now at %ld,%ld\n", hname(w), (long)windowRect(w).left, (long)windowRect(w).top);
   RECT r;
-  for (HWND w : {a, b, g}) {
-    GetWindowRect(w, &r);
-    printf("%s now at %ld,%ld\n", hname(w), (long)r.left, (long)r.top);
-  }
   GetUpdateRect(p, &r, FALSE);
   printRect("update without SW_INVALIDATE", r);
   ret = ScrollWindowEx(p, -5, 0, NULL, NULL, NULL, &upd, SW_INVALIDATE | SW_ERASE);

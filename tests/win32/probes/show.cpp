@@ -104,10 +104,7 @@ void children() {
 // commands, each step with the flags and position it must leave.
 void placementMarks() {
   HWND h = createAt("ProbeShowQuiet", "M", WS_OVERLAPPEDWINDOW, 10, 20, 300, 200, NULL);
-  const struct {
-    const char* label;
-    int cmd;
-  } steps[] = {
+  const Labelled steps[] = {
       {"minimized from normal", SW_SHOWMINIMIZED},
       {"maximized from minimized", SW_SHOWMAXIMIZED},
       {"shown without activation", SW_SHOWNOACTIVATE},
@@ -117,8 +114,8 @@ void placementMarks() {
       {"restored to normal", SW_RESTORE},
       {"minimized again", SW_MINIMIZE},
   };
-  for (const auto& step : steps) {
-    ShowWindow(h, step.cmd);
+  for (const Labelled& step : steps) {
+    ShowWindow(h, (int)step.value);
     printPlacement(step.label, h);
   }
   ShowWindow(h, SW_MAXIMIZE);

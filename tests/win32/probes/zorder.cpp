@@ -6,12 +6,6 @@ using namespace probe;
 
 namespace {
 
-HWND make(const char* name, DWORD style, HWND parent, DWORD ex = 0) {
-  return createNamed("ProbeZOrder", name, style, parent, ex);
-}
-
-bool topmost(HWND h) { return (GetWindowLongA(h, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0; }
-
 // The named top-level windows, top first; a topmost one is starred.
 void printOrder(const char* what) {
   printf("%s:", what);
@@ -38,17 +32,17 @@ void moveAll(std::initializer_list<Move> moves) {
 
 // Owned pop-ups ride above their owners, each in its band.
 void ownedPopups() {
-  HWND d = make("D", WS_POPUP | WS_VISIBLE, NULL);
-  HWND f = make("F", WS_POPUP, NULL);
+  HWND d = createNamed("ProbeZOrder", "D", WS_POPUP | WS_VISIBLE, NULL);
+  HWND f = createNamed("ProbeZOrder", "F", WS_POPUP, NULL);
   SetWindowPos(f, d, 0, 0, 0, 0, kKeep | SWP_NOACTIVATE);
-  HWND c = make("C", WS_POPUP, f);
-  HWND b = make("B", WS_POPUP, f, WS_EX_TOPMOST);
-  HWND a = make("A", WS_POPUP, NULL, WS_EX_TOPMOST);
+  HWND c = createNamed("ProbeZOrder", "C", WS_POPUP, f);
+  HWND b = createNamed("ProbeZOrder", "B", WS_POPUP, f, WS_EX_TOPMOST);
+  HWND a = createNamed("ProbeZOrder", "A", WS_POPUP, NULL, WS_EX_TOPMOST);
   printOrder("created C, B owned by F");
   SetWindowPos(f, HWND_TOP, 0, 0, 0, 0, kKeep | SWP_NOACTIVATE);
   printOrder("F HWND_TOP");
   DestroyWindow(c);
-  c = make("C", WS_POPUP, a);
+  c = createNamed("ProbeZOrder", "C", WS_POPUP, a);
   printOrder("C owned by topmost A");
   for (HWND h : {a, b, c, f, d}) DestroyWindow(h);
 }
@@ -56,9 +50,9 @@ void ownedPopups() {
 // The owner tree of the system's test: O owns H and H2, H owns c and c2, c
 // owns g.
 void topmostBand() {
-  HWND o = make("O", WS_POPUP | WS_VISIBLE, NULL);
-  HWND h = make("H", WS_POPUP | WS_VISIBLE, o);
-  HWND h2 = make("H2", WS_POPUP | WS_VISIBLE, o);
+  HWND o = createNamed("ProbeZOrder", "O", WS_POPUP | WS_VISIBLE, NULL);
+  HWND h = createNamed("ProbeZOrder", "H", WS_POPUP | WS_VISIBLE, o);
+  HWND h2 = createNamed("ProbeZOrder", "H2", WS_POPUP | WS_VISIBLE, o);
   printOrder("O owns H, H2");
   moveAll({
       {h, HWND_TOPMOST, "H HWND_TOPMOST"},
@@ -70,9 +64,9 @@ void topmostBand() {
       {h2, HWND_NOTOPMOST, "H2 HWND_NOTOPMOST, not topmost"},
       {h, HWND_BOTTOM, "H HWND_BOTTOM"},
   });
-  HWND c2 = make("c2", WS_POPUP | WS_VISIBLE, h);
-  HWND c = make("c", WS_POPUP | WS_VISIBLE, h);
-  HWND g = make("g", WS_POPUP | WS_VISIBLE, c);
+  HWND c2 = createNamed("ProbeZOrder", "c2", WS_POPUP | WS_VISIBLE, h);
+  HWND c = createNamed("ProbeZOrder", "c", WS_POPUP | WS_VISIBLE, h);
+  HWND g = createNamed("ProbeZOrder", "g", WS_POPUP | WS_VISIBLE, c);
   printOrder("H owns c2, c; c owns g");
   moveAll({
       {g, HWND_TOPMOST, "g HWND_TOPMOST"},
@@ -89,18 +83,18 @@ void topmostBand() {
 
 // Who is active after a window goes, and who may take the focus.
 void activation() {
-  HWND main = make("main", WS_POPUP | WS_VISIBLE, NULL);
-  HWND other = make("other", WS_POPUP | WS_VISIBLE, NULL);
-  HWND owned = make("owned", WS_POPUP | WS_VISIBLE, main);
+  HWND main = createNamed("ProbeZOrder", "main", WS_POPUP | WS_VISIBLE, NULL);
+  HWND other = createNamed("ProbeZOrder", "other", WS_POPUP | WS_VISIBLE, NULL);
+  HWND owned = createNamed("ProbeZOrder", "owned", WS_POPUP | WS_VISIBLE, main);
   ShowWindow(owned, SW_HIDE);
   printf("owned hidden: active %s\n", hname(GetActiveWindow()));
-  HWND gone = make("gone", WS_POPUP | WS_VISIBLE, other);
+  HWND gone = createNamed("ProbeZOrder", "gone", WS_POPUP | WS_VISIBLE, other);
   SetWindowPos(gone, NULL, 0, 0, 0, 0, kKeep | SWP_NOZORDER | SWP_NOACTIVATE | SWP_HIDEWINDOW);
   printf("hidden without activation: active %s\n", hname(GetActiveWindow()));
   DestroyWindow(gone);
   printf("then destroyed: active %s\n", hname(GetActiveWindow()));
 
-  HWND child = make("child", WS_CHILD | WS_VISIBLE, main);
+  HWND child = createNamed("ProbeZOrder", "child", WS_CHILD | WS_VISIBLE, main);
   SetActiveWindow(main);
   HWND fromChild = SetActiveWindow(child);
   SetLastError(0xdeadbeef);
@@ -113,7 +107,7 @@ void activation() {
   EnableWindow(main, FALSE);
   printf("parent disabled: focus %s\n", hname(GetFocus()));
   EnableWindow(main, TRUE);
-  HWND inner = make("inner", WS_CHILD | WS_VISIBLE, child);
+  HWND inner = createNamed("ProbeZOrder", "inner", WS_CHILD | WS_VISIBLE, child);
   SetFocus(inner);
   ShowWindow(child, SW_HIDE);
   printf("parent of the focus hidden: focus %s\n", hname(GetFocus()));
@@ -132,9 +126,9 @@ BOOL CALLBACK keepGoing(HWND, LPARAM) { return TRUE; }
 
 // Parents, owners and minimised owned windows.
 void owners() {
-  HWND top = make("top", WS_OVERLAPPED | WS_VISIBLE, NULL);
-  HWND child = make("kid", WS_CHILD, top);
-  HWND byChild = make("byKid", WS_POPUP, child);
+  HWND top = createNamed("ProbeZOrder", "top", WS_OVERLAPPED | WS_VISIBLE, NULL);
+  HWND child = createNamed("ProbeZOrder", "kid", WS_CHILD, top);
+  HWND byChild = createNamed("ProbeZOrder", "byKid", WS_POPUP, child);
   printf("owner given a child: %s\n", hname(GetWindow(byChild, GW_OWNER)));
   printf("EnumChildWindows with no children %d\n",
          EnumChildWindows(byChild, keepGoing, 0));
@@ -142,8 +136,8 @@ void owners() {
   HWND previous = SetParent(top, byChild);
   printf("SetParent(owner, owned) %s, error %lu\n", hname(previous), GetLastError());
 
-  HWND one = make("one", WS_CAPTION | WS_VISIBLE, top);
-  HWND two = make("two", WS_CAPTION | WS_VISIBLE, top);
+  HWND one = createNamed("ProbeZOrder", "one", WS_CAPTION | WS_VISIBLE, top);
+  HWND two = createNamed("ProbeZOrder", "two", WS_CAPTION | WS_VISIBLE, top);
   ShowWindow(one, SW_MINIMIZE);
   ShowWindow(two, SW_MINIMIZE);
   SetWindowPos(one, NULL, 0, 0, 300, 300, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
