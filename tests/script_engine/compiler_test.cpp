@@ -9,20 +9,10 @@
 #include "script/compiler.h"
 #include "script/engine.h"
 #include "script/parser.h"
+#include "tests/script_engine/names.h"
 
 namespace tulscript {
 namespace {
-
-class Names : public GlobalNames {
- public:
-  int globalIndex(const std::string& name) override {
-    for (std::size_t i = 0; i < names.size(); ++i)
-      if (names[i] == name) return static_cast<int>(i);
-    names.push_back(name);
-    return static_cast<int>(names.size() - 1);
-  }
-  std::vector<std::string> names;
-};
 
 TEST(Compiler, DropsTheTreeAndKeepsDeclarations) {
   Program p;

@@ -4,24 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "script/lexer.h"
 #include "script/parser.h"
+#include "tests/script_engine/names.h"
 
 namespace tulscript {
 namespace {
-
-class Names : public GlobalNames {
- public:
-  int globalIndex(const std::string& name) override {
-    for (std::size_t i = 0; i < names.size(); ++i)
-      if (names[i] == name) return static_cast<int>(i);
-    names.push_back(name);
-    return static_cast<int>(names.size() - 1);
-  }
-  std::vector<std::string> names;
-};
 
 struct ErrorCase {
   const char* src;

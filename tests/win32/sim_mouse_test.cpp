@@ -12,50 +12,35 @@ using layertest::LayerTest;
 
 class SimMouse : public LayerTest {};
 
-struct Seen {
-  HWND hwnd;
-  UINT msg;
-  WPARAM wp;
-  LPARAM lp;
-};
-
-std::vector<Seen>& seen() {
-  static std::vector<Seen> log;
-  return log;
-}
-
-bool isMouseSide(UINT msg) {
-  return msg == WM_SETCURSOR || msg == WM_MOUSEACTIVATE || msg == WM_MOUSEWHEEL ||
-         (msg >= WM_MOUSEMOVE && msg <= WM_MBUTTONDBLCLK) ||
-         (msg >= WM_NCMOUSEMOVE && msg <= WM_NCMBUTTONDBLCLK) || msg == WM_COMMAND ||
-         msg == WM_VSCROLL || msg == WM_PARENTNOTIFY;
+// The scroll codes the test's window got, in order.
+std::vector<WPARAM>& scrollCodes() {
+  static std::vector<WPARAM> codes;
+  return codes;
 }
 
 LRESULT CALLBACK mouseProc(HWND hwnd, UINT msg, WPARAM wp, LPARAM lp) {
-  if (isMouseSide(msg)) seen().push_back({hwnd, msg, wp, lp});
+  if (msg == WM_VSCROLL) scrollCodes().push_back(LOWORD(wp));
   return DefWindowProcA(hwnd, msg, wp, lp);
 }
 
-// A top-level window of a class with or without CS_DBLCLKS.
-HWND createWindow(bool doubleClicks, int x = 40) {
-  const char* name = doubleClicks ? "MouseTestDbl" : "MouseTestPlain";
+// A top-level window with a vertical scroll bar.
+HWND createWindow() {
   WNDCLASSEXA wc = {};
   wc.cbSize = sizeof wc;
-  wc.style = doubleClicks ? CS_DBLCLKS : 0;
   wc.lpfnWndProc = mouseProc;
   wc.hInstance = GetModuleHandleA(NULL);
   wc.hCursor = LoadCursorA(NULL, IDC_ARROW);
-  wc.lpszClassName = name;
+  wc.lpszClassName = "MouseTest";
   RegisterClassExA(&wc);
-  HWND h = CreateWindowExA(0, name, "mouse", WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_VSCROLL, x, 40,
-                           300, 200, NULL, NULL, GetModuleHandleA(NULL), NULL);
+  HWND h = CreateWindowExA(0, "MouseTest", "mouse", WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_VSCROLL,
+                           40, 40, 300, 200, NULL, NULL, GetModuleHandleA(NULL), NULL);
   layertest::pumpAll();
-  seen().clear();
+  scrollCodes().clear();
   return h;
 }
 
 TEST_F(SimMouse, TheSizingBorderIsHitAndDraggedByItsEdgesAndCorners) {
-  HWND h = createWindow(false);
+  HWND h = createWindow();
   RECT r;
   GetWindowRect(h, &r);
   const int w = r.right - r.left, ht = r.bottom - r.top;
@@ -85,17 +70,7 @@ TEST_F(SimMouse, TheSizingBorderIsHitAndDraggedByItsEdgesAndCorners) {
   EXPECT_EQ(now.top, r.top) << "the left edge moves across only";
   EXPECT_EQ(now.right, r.right + 20);
   EXPECT_EQ(now.bottom, r.bottom + 10);
-  seen().clear();
   DestroyWindow(h);
-}
-
-// The scroll codes a window's bar or a scroll bar control sends to hwnd.
-std::vector<WPARAM> scrollCodes(HWND hwnd) {
-  std::vector<WPARAM> out;
-  for (const Seen& s : seen())
-    if (s.hwnd == hwnd && s.msg == WM_VSCROLL) out.push_back(LOWORD(s.wp));
-  seen().clear();
-  return out;
 }
 
 TEST_F(SimMouse, APressOnAScrollBarIsTrackedUntilTheRelease) {
@@ -113,7 +88,7 @@ TEST_F(SimMouse, APressOnAScrollBarIsTrackedUntilTheRelease) {
       {"the thumb held still", 48, 48, {SB_THUMBPOSITION, SB_ENDSCROLL}},
   };
   for (bool control : {false, true}) {
-    HWND h = createWindow(false);
+    HWND h = createWindow();
     // A 100-pixel bar either way: the window's (17 wide, right of a client
     // area 100 high) or a control at the client's left edge.
     SetWindowPos(h, NULL, 0, 0, 200, 100 + GetSystemMetrics(SM_CYCAPTION) + 2 * GetSystemMetrics(SM_CYFRAME),
@@ -135,10 +110,10 @@ TEST_F(SimMouse, APressOnAScrollBarIsTrackedUntilTheRelease) {
     ScreenToClient(h, &origin);
     for (const Case& c : cases) {
       SetScrollPos(bar, which, 40, TRUE);
-      seen().clear();
+      scrollCodes().clear();
       win32sim::drag(h, origin.x, origin.y + c.from, origin.x, origin.y + c.to);
       layertest::pumpAll();
-      EXPECT_EQ(scrollCodes(h), c.want) << c.name << (control ? " (control)" : " (window)");
+      EXPECT_EQ(scrollCodes(), c.want) << c.name << (control ? " (control)" : " (window)");
       EXPECT_EQ(GetCapture(), static_cast<HWND>(NULL));
     }
     DestroyWindow(h);
