@@ -241,6 +241,18 @@ class Interp : public GlobalNames {
   // self null: a static method.
   bool callMethod(Frame& f, int line, const TulValue* self, TulClass* cls, const char* name,
                   const TulValue* args, int n, TulValue& out);
+  // The native method a call site's name resolves to for cls, found once
+  // per class and kept while no class binds a method; null for a method
+  // the runtime must find by name (a missing one, a C++-written one).
+  TUL_ALWAYS_INLINE NativeMethod nativeAt(NativeSite& site, TulClass* cls,
+                                          const std::string& name) {
+    if (site.cls != cls || site.generation != *methodGeneration_) findNative(site, cls, name);
+    return site.fn;
+  }
+  // self.fn(args) for a native method nativeAt found, as callMethod runs
+  // it, the arguments moved into the runtime's frame (left nil).
+  bool callNative(Frame& f, int line, const TulValue& self, NativeMethod fn, TulValue* args,
+                  int n, TulValue& out);
   // The text print() and str() show; may run toString() of objects.
   bool display(Frame& f, int line, const TulValue& v, std::string& out, int depth = 0);
   TulValue functionValue(const FunctionDecl& fn);
@@ -371,11 +383,13 @@ class Interp : public GlobalNames {
   // turns it (or the call's own failure) into this script's error, and
   // hands an error that was already waiting before the call back to the
   // enclosing call. False when the call failed.
-  struct Forwarded {
-    bool have = false;
+  // What waited before the call, kept aside for its length: null when
+  // nothing did, so the common call saves and restores nothing.
+  struct ForwardedError {
     ScriptError error;
     tulrt::ErrorRecord record;
   };
+  using Forwarded = std::unique_ptr<ForwardedError>;
   Forwarded enterNativeCall();
   bool leaveNativeCall(const Frame& f, int line, bool ok, Forwarded&& outer);
   // A function value called by the host program from inside a native call
@@ -478,6 +492,7 @@ class Interp : public GlobalNames {
   // after the error).
   TUL_NOINLINE bool methodsTooDeep(const Frame& f, int line);
   TUL_NOINLINE void resolveMethodSlow(SiteCache& site, TulClass* cls, const std::string& name);
+  TUL_NOINLINE void findNative(NativeSite& site, TulClass* cls, const std::string& name);
   void forwardToHost();
   void keepNativeCallFailure(const tulrt::ErrorRecord& r);
   void reraiseFirstForwarded();
@@ -526,6 +541,7 @@ class Interp : public GlobalNames {
   // (null for a name bound twice, which the runtime settles).
   std::unordered_map<const TulClass*, std::unordered_map<std::string, const FunctionDecl*>>
       scriptMethods_;
+  const std::uint64_t* methodGeneration_ = &tulrt::methodGeneration();
   unsigned classEpoch_ = 1;  // call sites' caches start at 0: never current
   // Keyed by class and the hook's name, a literal of the evaluator's.
   struct HookKeyHash {

@@ -149,6 +149,24 @@ bool Interp::callMethod(Frame& f, int line, const TulValue* self, TulClass* cls,
   return true;
 }
 
+void Interp::findNative(NativeSite& site, TulClass* cls, const std::string& name) {
+  site.cls = cls;
+  site.generation = *methodGeneration_;
+  site.fn = tulrt::findNativeMethod(cls, name.c_str());
+}
+
+bool Interp::callNative(Frame& f, int line, const TulValue& self, NativeMethod fn,
+                        TulValue* args, int n, TulValue& out) {
+  if (!enterCall(f, line)) return false;
+  TulValue result;
+  Forwarded outer = enterNativeCall();
+  bool ok = vm_->interp().callNative(result, fn, self, args, n);
+  leaveCall();
+  if (!leaveNativeCall(f, line, ok, std::move(outer))) return false;
+  out = std::move(result);
+  return true;
+}
+
 namespace {
 
 // The text of a value that is not a container or an object.
