@@ -253,6 +253,15 @@ bool TulInterpreter::createObject(TulValue& out, const TulString& className,
                                                       hasArgs ? static_cast<int>(args->size()) : 0));
 }
 
+bool tulrt::Interpreter::create(TulValue& out, TulClass* cls, const TulValue* args,
+                                int nargs) {
+  Machine::Impl& m = implOf(this);
+  const char* name = tulrt::className(cls);
+  if (!*name)
+    return nativeCallAnswer(m, report(&m, std::string("Class ") + name + " not found"));
+  return nativeCallAnswer(m, tulrt::detail::construct(m, out, cls, nargs ? args : nullptr, nargs));
+}
+
 bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, const char* name,
                                   TulVector* args) {
   Machine::Impl& m = implOf(this);

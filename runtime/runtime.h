@@ -97,6 +97,10 @@ class TUL_API Interpreter : public TulInterpreter {
   // called on obj: what `base.name(...)` does inside a method of cls.
   bool callInherited(TulValue& result, TulClass* cls, TulObject* obj,
                      const char* name, std::initializer_list<TulValue> args = {});
+  // TulInterpreter::createObject for a class in hand: the same answer, and a
+  // failure told to the native-call failure handler the same way; a class
+  // that was never registered is not found.
+  bool create(TulValue& out, TulClass* cls, const TulValue* args, int nargs);
   // Creates an object of cls, running its constructor (or its nearest
   // base's) with args.
   bool construct(TulValue& out, TulClass* cls,

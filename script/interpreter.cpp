@@ -76,10 +76,8 @@ bool Interp::callValue(Frame& f, int line, const TulValue& callee, const TulValu
     return callFunctionInPlace(f, line, decl, frame.slots(), n, out);
   }
   if (TulClass* cls = static_cast<TulClass*>(callee)) {
-    TulVector argv(static_cast<unsigned>(n), false);
-    for (int i = 0; i < n; ++i) argv.push_back(args[i]);
     Forwarded outer = enterNativeCall();
-    bool ok = vm_->interp().createObject(out, TulString(classNameOf(cls)), &argv);
+    bool ok = vm_->interp().create(out, cls, args, n);
     return leaveNativeCall(f, line, ok, std::move(outer));
   }
   std::string what = calleeName.empty()
