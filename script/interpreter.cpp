@@ -157,10 +157,13 @@ bool Interp::callNative(Frame& f, int line, const TulValue& self, NativeMethod f
                         TulValue* args, int n, TulValue& out) {
   if (!enterCall(f, line)) return false;
   TulValue result;
-  Forwarded outer = enterNativeCall();
+  Forwarded outer = haveForwarded_ ? enterNativeCall() : nullptr;
   bool ok = vm_->interp().callNative(result, fn, self, args, n);
   leaveCall();
-  if (!leaveNativeCall(f, line, ok, std::move(outer))) return false;
+  // Success with nothing forwarded before or during the call, the common
+  // case, has nothing to hand back.
+  if (!(ok && !outer && !haveForwarded_) && !leaveNativeCall(f, line, ok, std::move(outer)))
+    return false;
   out = std::move(result);
   return true;
 }
