@@ -178,9 +178,9 @@ bool invokeMoving(Machine::Impl& m, const Callee& c, const TulValue* self, TulVa
 }
 
 // The constructor is the method that the nearest class of the chain binds
-// under its own name.
-bool construct(Machine::Impl& m, TulValue& out, TulClass* cls, const TulValue* args,
-               int nargs) {
+// under its own name; Arg as for invokeFrame.
+template <class Arg>
+bool constructWith(Machine::Impl& m, TulValue& out, TulClass* cls, Arg* args, int nargs) {
   if (!cls) return report(&m, "invalid class");
   TulValue obj(new TulObject(cls));  // owned by obj from here
   Callee ctor;
@@ -195,13 +195,18 @@ bool construct(Machine::Impl& m, TulValue& out, TulClass* cls, const TulValue* a
     return true;
   }
   TulValue ignored;
-  if (!invoke(m, ctor, &obj, args, nargs, ignored)) {
+  if (!invokeFrame(m, ctor, &obj, args, nargs, ignored)) {
     // An object whose constructor failed was never made: no dtor for it.
     TulObjectAccess::dtorRan(*static_cast<TulObject*>(obj)) = true;
     return false;
   }
   out = obj;
   return true;
+}
+
+bool construct(Machine::Impl& m, TulValue& out, TulClass* cls, const TulValue* args,
+               int nargs) {
+  return constructWith(m, out, cls, args, nargs);
 }
 
 }  // namespace detail
@@ -253,13 +258,12 @@ bool TulInterpreter::createObject(TulValue& out, const TulString& className,
                                                       hasArgs ? static_cast<int>(args->size()) : 0));
 }
 
-bool tulrt::Interpreter::create(TulValue& out, TulClass* cls, const TulValue* args,
-                                int nargs) {
+bool tulrt::Interpreter::create(TulValue& out, TulClass* cls, TulValue* args, int nargs) {
   Machine::Impl& m = implOf(this);
   const char* name = tulrt::className(cls);
   if (!*name)
     return nativeCallAnswer(m, report(&m, std::string("Class ") + name + " not found"));
-  return nativeCallAnswer(m, tulrt::detail::construct(m, out, cls, nargs ? args : nullptr, nargs));
+  return nativeCallAnswer(m, tulrt::detail::constructWith(m, out, cls, args, nargs));
 }
 
 bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, const char* name,

@@ -99,8 +99,9 @@ class TUL_API Interpreter : public TulInterpreter {
                      const char* name, std::initializer_list<TulValue> args = {});
   // TulInterpreter::createObject for a class in hand: the same answer, and a
   // failure told to the native-call failure handler the same way; a class
-  // that was never registered is not found.
-  bool create(TulValue& out, TulClass* cls, const TulValue* args, int nargs);
+  // that was never registered is not found. The arguments are moved into the
+  // constructor's frame (left nil).
+  bool create(TulValue& out, TulClass* cls, TulValue* args, int nargs);
   // Creates an object of cls, running its constructor (or its nearest
   // base's) with args.
   bool construct(TulValue& out, TulClass* cls,

@@ -190,6 +190,10 @@ class Interp : public GlobalNames {
   // Calls a function value with arguments; `line` is the call site's.
   bool callValue(Frame& f, int line, const TulValue& callee, const TulValue* args, int n,
                  TulValue& out, const std::string& calleeName);
+  // The same with arguments the caller drops after the call: an object's
+  // constructor takes them over.
+  bool callValue(Frame& f, int line, const TulValue& callee, TulValue* args, int n,
+                 TulValue& out, const std::string& calleeName);
   // Script code of a function or method; self nil for plain functions.
   bool callScript(const FunctionDecl& fn, const TulValue& self, TulClass* cls,
                   const TulValue* args, int n, TulValue& out);
@@ -406,6 +410,8 @@ class Interp : public GlobalNames {
   bool takeError(ScriptError& out);
 
  private:
+  // A new object of cls, the arguments moved into its constructor's frame.
+  bool createObject(Frame& f, int line, TulClass* cls, TulValue* args, int n, TulValue& out);
   bool displayObject(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool displayContainer(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool stepsSpent(const Frame& f, int line);

@@ -76,14 +76,27 @@ bool Interp::callValue(Frame& f, int line, const TulValue& callee, const TulValu
     return callFunctionInPlace(f, line, decl, frame.slots(), n, out);
   }
   if (TulClass* cls = static_cast<TulClass*>(callee)) {
-    Forwarded outer = enterNativeCall();
-    bool ok = vm_->interp().create(out, cls, args, n);
-    return leaveNativeCall(f, line, ok, std::move(outer));
+    std::vector<TulValue> copied(args, args + n);
+    return createObject(f, line, cls, copied.data(), n, out);
   }
   std::string what = calleeName.empty()
                          ? "a value of type " + std::string(typeTagName(callee.type()))
                          : quoted(calleeName) + " (" + typeTagName(callee.type()) + ")";
   return fail(f, line, "cannot call " + what + ": not a function or class");
+}
+
+bool Interp::callValue(Frame& f, int line, const TulValue& callee, TulValue* args, int n,
+                       TulValue& out, const std::string& calleeName) {
+  if (TulClass* cls = static_cast<TulClass*>(callee))
+    return createObject(f, line, cls, args, n, out);
+  return callValue(f, line, callee, static_cast<const TulValue*>(args), n, out, calleeName);
+}
+
+bool Interp::createObject(Frame& f, int line, TulClass* cls, TulValue* args, int n,
+                          TulValue& out) {
+  Forwarded outer = enterNativeCall();
+  bool ok = vm_->interp().create(out, cls, args, n);
+  return leaveNativeCall(f, line, ok, std::move(outer));
 }
 
 bool Interp::callScript(const FunctionDecl& fn, const TulValue& self, TulClass* cls,
