@@ -413,6 +413,7 @@ class Interp : public GlobalNames {
   // A new object of cls, the arguments moved into its constructor's frame.
   bool createObject(Frame& f, int line, TulClass* cls, TulValue* args, int n, TulValue& out);
   bool displayObject(Frame& f, int line, const TulValue& v, std::string& out, int depth);
+  bool displayText(Frame& f, int line, const TulValue& text, std::string& out, int depth);
   bool displayContainer(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool stepsSpent(const Frame& f, int line);
   TUL_NOINLINE bool stackOverflow(const Frame& f, int line);
@@ -548,6 +549,8 @@ class Interp : public GlobalNames {
   std::unordered_map<const TulClass*, std::unordered_map<std::string, const FunctionDecl*>>
       scriptMethods_;
   const std::uint64_t* methodGeneration_ = &tulrt::methodGeneration();
+  NativeSite toStringSite_;  // str() and print() of objects
+  const std::string kToString = "toString";
   unsigned classEpoch_ = 1;  // call sites' caches start at 0: never current
   // Keyed by class and the hook's name, a literal of the evaluator's.
   struct HookKeyHash {

@@ -232,12 +232,22 @@ bool Interp::displayObject(Frame& f, int line, const TulValue& v, std::string& o
     return true;
   }
   TulClass* cls = o->getClass();
+  TulValue text;
+  // A native toString (String's), found once per class.
+  if (NativeMethod native = nativeAt(toStringSite_, cls, kToString)) {
+    if (!callNative(f, line, v, native, nullptr, 0, text)) return false;
+    return displayText(f, line, text, out, depth);
+  }
   if (!tulrt::hasMethod(cls, "toString")) {
     out += std::string("<") + classNameOf(cls) + " object>";
     return true;
   }
-  TulValue text;
   if (!callMethod(f, line, &v, cls, "toString", nullptr, 0, text)) return false;
+  return displayText(f, line, text, out, depth);
+}
+
+// What an object's toString gave: its characters when it is a string.
+bool Interp::displayText(Frame& f, int line, const TulValue& text, std::string& out, int depth) {
   if (TulString* s = stringOf(text)) {
     out.append(s->c_str(), s->length());
     return true;
