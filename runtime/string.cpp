@@ -75,7 +75,9 @@ bool pointsInto(const char* p, const char* base, unsigned n) {
   return !before(p, base) && !before(base + n, p);
 }
 
+// Most strings never had a UTF-16 form: no call into the allocator then.
 void dropWide(std::uint16_t*& wide) {
+  if (!wide) return;
   std::free(wide);
   wide = nullptr;
 }
@@ -108,7 +110,7 @@ TulString::TulString(const TulString& other)
 }
 
 TulString::~TulString() {
-  std::free(wide_);
+  dropWide(wide_);
   if (!isShort()) std::free(data_);
 }
 
