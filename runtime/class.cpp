@@ -262,4 +262,11 @@ bool hasMethod(const TulClass* cls, const char* name, bool isStatic) {
   return static_cast<bool>(detail::findMethod(cls, name, isStatic));
 }
 
+NativeMethod findNativeMethod(const TulClass* cls, const char* name) {
+  const detail::Callee c = detail::findMethod(cls, name, false);
+  return c.script ? nullptr : c.native;
+}
+
+const std::uint64_t& methodGeneration() { return gMethodGeneration; }
+
 }  // namespace tulrt

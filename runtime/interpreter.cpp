@@ -97,6 +97,14 @@ void place(TulValue& slot, const TulValue& v) {
   new (&slot) TulValue(v);
 }
 
+void place(TulValue& slot, TulValue&& v) {
+  if (holdsReference(slot)) {
+    slot = std::move(v);
+    return;
+  }
+  new (&slot) TulValue(std::move(v));
+}
+
 // Empties the slots [from, to]. Each value is moved out before it is
 // released: a destructor run by the release may make calls of its own, which
 // take slots above the restored top. A value without a reference is simply
@@ -125,15 +133,12 @@ bool fitsFrame(const Machine::Impl& m, int slots) {
   return m.depth < tulrt::kMaxCallDepth && last < static_cast<long long>(m.stack->size());
 }
 
-}  // namespace
-
-namespace tulrt {
-namespace detail {
-
 // The frame: the result slot at p = top+1, then `this` (instance calls), then
-// the arguments; the callee gets sp on the last of them.
-bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
-            const TulValue* args, int nargs, TulValue& result) {
+// the arguments (Arg is TulValue when they are moved in); the callee gets sp
+// on the last of them.
+template <class Arg>
+bool invokeFrame(Machine::Impl& m, const Callee& c, const TulValue* self, Arg* args,
+                 int nargs, TulValue& result) {
   const int argc = (self ? 1 : 0) + nargs;
   if (!fitsFrame(m, argc + 1)) return report(&m, kStackOverflow);
   TulVector& stack = *m.stack;
@@ -143,7 +148,8 @@ bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
   TulValue& resultSlot = stack[static_cast<unsigned>(p)];
   if (resultSlot.type() != TulValueType::Nil) resultSlot = TulValue();
   if (self) place(stack[static_cast<unsigned>(p + 1)], *self);
-  for (int i = 0; i < nargs; ++i) place(stack[static_cast<unsigned>(firstArg + i)], args[i]);
+  for (int i = 0; i < nargs; ++i)
+    place(stack[static_cast<unsigned>(firstArg + i)], static_cast<Arg&&>(args[i]));
   ValPtr sp{&stack, p + argc};
   m.top = p + argc;
   ++m.depth;
@@ -156,10 +162,25 @@ bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
   return ok;
 }
 
+}  // namespace
+
+namespace tulrt {
+namespace detail {
+
+bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
+            const TulValue* args, int nargs, TulValue& result) {
+  return invokeFrame(m, c, self, args, nargs, result);
+}
+
+bool invokeMoving(Machine::Impl& m, const Callee& c, const TulValue* self, TulValue* args,
+                  int nargs, TulValue& result) {
+  return invokeFrame(m, c, self, args, nargs, result);
+}
+
 // The constructor is the method that the nearest class of the chain binds
-// under its own name.
-bool construct(Machine::Impl& m, TulValue& out, TulClass* cls, const TulValue* args,
-               int nargs) {
+// under its own name; Arg as for invokeFrame.
+template <class Arg>
+bool constructWith(Machine::Impl& m, TulValue& out, TulClass* cls, Arg* args, int nargs) {
   if (!cls) return report(&m, "invalid class");
   TulValue obj(new TulObject(cls));  // owned by obj from here
   Callee ctor;
@@ -174,13 +195,18 @@ bool construct(Machine::Impl& m, TulValue& out, TulClass* cls, const TulValue* a
     return true;
   }
   TulValue ignored;
-  if (!invoke(m, ctor, &obj, args, nargs, ignored)) {
+  if (!invokeFrame(m, ctor, &obj, args, nargs, ignored)) {
     // An object whose constructor failed was never made: no dtor for it.
     TulObjectAccess::dtorRan(*static_cast<TulObject*>(obj)) = true;
     return false;
   }
   out = obj;
   return true;
+}
+
+bool construct(Machine::Impl& m, TulValue& out, TulClass* cls, const TulValue* args,
+               int nargs) {
+  return constructWith(m, out, cls, args, nargs);
 }
 
 }  // namespace detail
@@ -232,6 +258,14 @@ bool TulInterpreter::createObject(TulValue& out, const TulString& className,
                                                       hasArgs ? static_cast<int>(args->size()) : 0));
 }
 
+bool tulrt::Interpreter::create(TulValue& out, TulClass* cls, TulValue* args, int nargs) {
+  Machine::Impl& m = implOf(this);
+  const char* name = tulrt::className(cls);
+  if (!*name)
+    return nativeCallAnswer(m, report(&m, std::string("Class ") + name + " not found"));
+  return nativeCallAnswer(m, tulrt::detail::constructWith(m, out, cls, args, nargs));
+}
+
 bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, const char* name,
                                   TulVector* args) {
   Machine::Impl& m = implOf(this);
@@ -262,6 +296,12 @@ bool Interpreter::call(TulValue& result, TulClass* cls, const char* name,
   const detail::Callee callee = detail::findMethod(cls, name, self == nullptr);
   if (!callee) return report(&m, methodNotFound(cls, name));
   return detail::invoke(m, callee, self, args, nargs, result);
+}
+
+bool Interpreter::callNative(TulValue& result, NativeMethod fn, const TulValue& self,
+                             TulValue* args, int nargs) {
+  return detail::invokeMoving(implOf(this), detail::Callee{fn, nullptr}, &self, args, nargs,
+                              result);
 }
 
 bool Interpreter::callMember(TulValue& result, TulObject* obj, const char* name,
