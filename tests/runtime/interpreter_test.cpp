@@ -126,6 +126,19 @@ TEST_F(InterpreterTest, CreateObjectRunsNearestConstructorOfTheChain) {
   obj = static_cast<TulObject*>(out);
   EXPECT_EQ(static_cast<int>((*obj->getMemberData())[0]), 0);
   EXPECT_EQ(static_cast<int>((*obj->getMemberData())[1]), 9);
+
+  // A class's name names its constructor: one bound before the class has a
+  // name runs once it is registered, though a construction came between.
+  auto* late = new TulClass(vm());  // kept by the machine
+  ASSERT_TRUE(late->setBaseClass(base));
+  late->fixupDataDefs();
+  late->addMethod("LATE", [](TulVirtualMachine*, int argc, ValPtr& sp) {
+    (*self(sp, argc)->getMemberData())[0] = TulValue(-1);
+    return true;
+  }, 0);
+  EXPECT_EQ(static_cast<int>((*static_cast<TulObject*>(make(late))->getMemberData())[0]), 0);
+  ASSERT_TRUE(vm().registerNativeClass("LATE", late));
+  EXPECT_EQ(static_cast<int>((*static_cast<TulObject*>(make(late))->getMemberData())[0]), -1);
 }
 
 TEST_F(InterpreterTest, LookupAndCreationFailuresAreReportedAndStaticsStaySeparate) {
