@@ -71,6 +71,17 @@ bool caller_debugger(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   return f.retNothing();
 }
 
+// `bump(s)` writes into the string it is given (its first character moved
+// on by one) and returns it, as native code filling a caller's string does.
+bool caller_bump(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  Frame f(vm, argc, sp);
+  if (!f.enterStatic(1, 1)) return false;
+  TulString* s = f.interp().getStringFromValueExtern(f.arg(0));
+  if (!s || !s->length()) return f.fail("text expected");
+  ++s->data()[0];
+  return f.ret(f.arg(0));
+}
+
 void registerCaller(TulVirtualMachine& vm) {
   TulClass* cls = new TulClass(vm);  // the machine keeps it
   ASSERT_TRUE(vm.registerNativeClass("Caller", cls));
@@ -79,6 +90,7 @@ void registerCaller(TulVirtualMachine& vm) {
   cls->addStaticMethod("make", caller_make, 0);
   cls->addStaticMethod("debugger", caller_debugger, 0);
   cls->addStaticMethod("rebind", caller_rebind, 0);
+  cls->addStaticMethod("bump", caller_bump, 0);
   cls->fixupDataDefs();
 }
 
@@ -209,6 +221,18 @@ TEST_F(EngineTest, AMethodCallSiteFollowsClassesAndRebinding) {
                   "  if (i == 2) Caller.rebind();\n"
                   "}\n");
   EXPECT_EQ(r.out, "native hook\nscript hook 2 1\nnative hook\nrebound hook\n") << r.err;
+}
+
+// A literal evaluated again is a string no one else holds, with the
+// literal's text, whatever native code did to the one it got before.
+TEST_F(EngineTest, ALiteralIsItsOwnTextEachTimeThoughNativeCodeWroteIntoIt) {
+  Outcome r = run("var kept;\n"
+                  "for (var i = 0; i < 3; i++) {\n"
+                  "  print(Caller.bump(\"ab\"));\n"
+                  "  if (i == 0) kept = Caller.bump(\"ab\");\n"
+                  "}\n"
+                  "print(kept);\n");
+  EXPECT_EQ(r.out, "bb\nbb\nbb\nbb\n") << r.err;
 }
 
 TEST_F(EngineTest, GlobalsOutliveOneRunOfTheSameEngine) {
