@@ -29,7 +29,7 @@ declare -A dominant=(
   [strings]="one new host string for each chain of + and one for each literal evaluated outside an operator"
   [dicts]="the key string built by + (one host string a key) and the host dictionary's hashing of it on every read and write"
   [vectors]="each element a 16-byte value copied in and out, and the instructions of the loops around them"
-  [texts]="allocation: a new host string for each literal argument, three blocks for each String object made (String(...) and substr) and one for each toString, each freed again within the round"
+  [texts]="allocation: two blocks for each String object made (String(...) and substr) and one for its text, one for each toString, all freed again within the round; and each native call's frame set up and cleared through the runtime"
   [callbacks]="a call through a value: the function read from a vector, a dictionary or a variable, and its frame"
 )
 declare -A next_step=(
@@ -40,7 +40,7 @@ declare -A next_step=(
   [strings]="literals joined into the chain's string without a string of their own"
   [dicts]="keys hashed once per string"
   [vectors]="instructions specialised for operands in locals and constants"
-  [texts]="literal arguments of native methods that only read them passed as the program's constants, and String objects whose text lives in the object"
+  [texts]="objects of native classes with their members in the object's own block, and toString handing out the text shared where nothing writes it"
   [callbacks]="the function value copied out of its container (a reference taken and dropped) before the call; read it in place"
 )
 check_rounds=7      # the run whose output all versions must agree on

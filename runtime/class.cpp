@@ -8,6 +8,7 @@
 
 #include "runtime/machine_impl.h"
 
+using tulrt::detail::newMethodGeneration;
 using tulrt::detail::report;
 
 namespace {
@@ -15,8 +16,6 @@ namespace {
 // The method generation (see MethodLookupCache); starts at 1 so that an
 // unfilled slot never matches. 64 bits: it cannot wrap round to an old one.
 std::uint64_t gMethodGeneration = 1;
-
-void newMethodGeneration() { ++gMethodGeneration; }
 
 const TulClassState& stateOf(const TulClass* cls) { return cls->state(); }
 
@@ -204,6 +203,8 @@ const MethodEntry* cachedFind(const TulClass* cls, const char* name, bool isStat
 }
 
 }  // namespace
+
+void newMethodGeneration() { ++gMethodGeneration; }
 
 Callee findMethod(const TulClass* cls, const char* name, bool isStatic) {
   if (!name || !cls) return Callee{};

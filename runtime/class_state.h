@@ -78,4 +78,8 @@ class TulClassState {
   // remember a name it did not find.
   mutable bool hasDtor = false;
   mutable std::uint64_t dtorGeneration = 0;
+  // The constructor of the chain (null: none), as of method generation
+  // ctorGeneration (0: not looked up): asked at every construction.
+  mutable const MethodEntry* ctor = nullptr;
+  mutable std::uint64_t ctorGeneration = 0;
 };

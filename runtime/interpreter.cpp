@@ -177,18 +177,32 @@ bool invokeMoving(Machine::Impl& m, const Callee& c, const TulValue* self, TulVa
   return invokeFrame(m, c, self, args, nargs, result);
 }
 
+namespace {
+
 // The constructor is the method that the nearest class of the chain binds
-// under its own name; Arg as for invokeFrame.
+// under its own name. Remembered for the method generation it was found in,
+// which binding, a change of base and naming a class all end.
+Callee constructorOf(const TulClass* cls) {
+  const TulClassState& s = cls->state();
+  if (s.ctorGeneration != methodGeneration()) {
+    s.ctor = nullptr;
+    for (const TulClass* c = cls; c && !s.ctor; c = baseClass(c)) {
+      const char* name = className(c);
+      if (*name) s.ctor = c->state().methods.find(name);
+    }
+    s.ctorGeneration = methodGeneration();
+  }
+  return s.ctor ? Callee{s.ctor->native, s.ctor->script} : Callee{};
+}
+
+}  // namespace
+
+// Arg as for invokeFrame.
 template <class Arg>
 bool constructWith(Machine::Impl& m, TulValue& out, TulClass* cls, Arg* args, int nargs) {
   if (!cls) return report(&m, "invalid class");
   TulValue obj(new TulObject(cls));  // owned by obj from here
-  Callee ctor;
-  for (const TulClass* c = cls; c && !ctor; c = baseClass(c)) {
-    const char* name = className(c);
-    if (*name && c->state().methods.find(name))
-      ctor = findMethod(c, name, false);
-  }
+  const Callee ctor = constructorOf(cls);
   if (!ctor) {
     if (nargs > 0) return report(&m, "too many arguments");
     out = obj;

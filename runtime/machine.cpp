@@ -113,6 +113,7 @@ bool TulVirtualMachine::registerNativeClass(const char* name, TulClass* cls) {
   if (m.classes->find(name))
     return report(&m, std::string("Class ") + name + " already registered");
   cls->state().name = name;
+  tulrt::detail::newMethodGeneration();  // a class's name names its constructor
   (*m.classes)[name]->value = TulValue(cls);
   return true;
 }

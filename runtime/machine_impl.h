@@ -74,6 +74,8 @@ struct Callee {
 
 // Looks `name` up in cls, then in its bases.
 Callee findMethod(const TulClass* cls, const char* name, bool isStatic);
+// Starts a new method generation: every lookup remembered so far is stale.
+void newMethodGeneration();
 
 // Runs one call frame (see interpreter.cpp); result is written on success
 // only.

@@ -157,6 +157,7 @@ struct Code {
   std::vector<Ins> ins;
   std::vector<TulValue> consts;  // numbers, nil and the strings operators read
   std::vector<std::string> strings;
+  mutable std::vector<TulValue> literals;  // LoadStr: see literalString
   std::vector<const FunctionDecl*> functions;
   std::vector<const ClassDecl*> classes;
   mutable std::vector<CallSite> calls;

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "script/bytecode.h"
+
 namespace tulscript {
 namespace {
 
@@ -254,6 +256,23 @@ TulValue makeString(const std::string& s) { return makeString(s.data(), s.size()
 
 TulValue makeString(const char* data, std::size_t size) {
   return TulValue(new TulString(data, static_cast<unsigned>(size)));
+}
+
+// A literal evaluated in a loop would otherwise make and free a string each
+// time. The code keeps the last one; while its count is 1 the code is its
+// only holder, so handing it out again is indistinguishable from a new
+// string, provided its text is still the literal's: native code may write
+// into a string it is given. Strings have no weak references, so a count
+// of 1 leaves no one else who could see it.
+TulValue literalString(const Code& code, std::size_t i) {
+  if (code.literals.size() != code.strings.size()) code.literals.resize(code.strings.size());
+  TulValue& kept = code.literals[i];
+  const std::string& text = code.strings[i];
+  const TulString* s = static_cast<TulString*>(kept);
+  const bool reusable = s && s->refCount() == 1 && s->length() == text.size() &&
+                        std::memcmp(s->c_str(), text.data(), text.size()) == 0;
+  if (!reusable) kept = makeString(text);
+  return kept;
 }
 
 }  // namespace tulscript

@@ -15,6 +15,8 @@
 
 namespace tulscript {
 
+struct Code;
+
 // Numbers without a fraction part: every numeric tag but F32 and F64.
 bool isIntegral(const TulValue& v);
 bool isFloating(const TulValue& v);
@@ -107,5 +109,9 @@ std::string formatNumber(const TulValue& v);
 // A string value holding a copy of the bytes.
 TulValue makeString(const std::string& s);
 TulValue makeString(const char* data, std::size_t size);
+// The string literal i of code, as a value no one else holds: the string
+// made for it last time when that one has been given back by everyone and
+// still reads as the literal, else a new one.
+TulValue literalString(const Code& code, std::size_t i);
 
 }  // namespace tulscript

@@ -487,7 +487,7 @@ bool Interp::rare(Frame& f) {
       return true;
     }
     case Op::LoadStr:
-      return store(ip->a, f, makeString(f.code->strings[static_cast<std::size_t>(ip->b)]));
+      return store(ip->a, f, literalString(*f.code, static_cast<std::size_t>(ip->b)));
     case Op::LoadFn:
       return store(ip->a, f, functionValue(*f.code->functions[static_cast<std::size_t>(ip->b)]));
     case Op::NewVec: {

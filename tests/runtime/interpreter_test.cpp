@@ -126,6 +126,19 @@ TEST_F(InterpreterTest, CreateObjectRunsNearestConstructorOfTheChain) {
   obj = static_cast<TulObject*>(out);
   EXPECT_EQ(static_cast<int>((*obj->getMemberData())[0]), 0);
   EXPECT_EQ(static_cast<int>((*obj->getMemberData())[1]), 9);
+
+  // A class's name names its constructor: one bound before the class has a
+  // name runs once it is registered, though a construction came between.
+  auto* late = new TulClass(vm());  // kept by the machine
+  ASSERT_TRUE(late->setBaseClass(base));
+  late->addMethod("LATE", [](TulVirtualMachine* v, int, ValPtr&) {
+    return v->interpreter()->returnError("LATE ran", nullptr);
+  }, 0);
+  late->fixupDataDefs();
+  make(late);
+  ASSERT_TRUE(vm().registerNativeClass("LATE", late));
+  EXPECT_FALSE(in().construct(out, late));
+  EXPECT_EQ(lastMessage(), "LATE ran");
 }
 
 TEST_F(InterpreterTest, LookupAndCreationFailuresAreReportedAndStaticsStaySeparate) {

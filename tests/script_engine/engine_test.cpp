@@ -71,6 +71,15 @@ bool caller_debugger(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   return f.retNothing();
 }
 
+// `bump(s)` moves the first character of the (non-empty) string it is given
+// on by one and returns it, as native code writing into a caller's string.
+bool caller_bump(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  Frame f(vm, argc, sp);
+  if (!f.enterStatic(1, 1)) return false;
+  ++static_cast<TulString*>(f.arg(0))->data()[0];
+  return f.ret(f.arg(0));
+}
+
 void registerCaller(TulVirtualMachine& vm) {
   TulClass* cls = new TulClass(vm);  // the machine keeps it
   ASSERT_TRUE(vm.registerNativeClass("Caller", cls));
@@ -79,6 +88,7 @@ void registerCaller(TulVirtualMachine& vm) {
   cls->addStaticMethod("make", caller_make, 0);
   cls->addStaticMethod("debugger", caller_debugger, 0);
   cls->addStaticMethod("rebind", caller_rebind, 0);
+  cls->addStaticMethod("bump", caller_bump, 0);
   cls->fixupDataDefs();
 }
 
@@ -209,6 +219,14 @@ TEST_F(EngineTest, AMethodCallSiteFollowsClassesAndRebinding) {
                   "  if (i == 2) Caller.rebind();\n"
                   "}\n");
   EXPECT_EQ(r.out, "native hook\nscript hook 2 1\nnative hook\nrebound hook\n") << r.err;
+}
+
+// A literal is its own text each time, whatever native code did to the
+// string it gave out before, and a string still held is never given out.
+TEST_F(EngineTest, ALiteralIsItsOwnTextEachTimeThoughNativeCodeWroteIntoIt) {
+  Outcome r = run("var kept;\nfor (var i = 0; i < 3; i++) {\n  print(Caller.bump(\"ab\"));\n"
+                  "  if (i == 0) kept = Caller.bump(\"ab\");\n}\nprint(kept);\n");
+  EXPECT_EQ(r.out, "bb\nbb\nbb\nbb\n") << r.err;
 }
 
 TEST_F(EngineTest, GlobalsOutliveOneRunOfTheSameEngine) {
