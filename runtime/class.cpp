@@ -211,6 +211,21 @@ Callee findMethod(const TulClass* cls, const char* name, bool isStatic) {
   return e ? Callee{e->native, e->script} : Callee{};
 }
 
+// The site remembers one class: a site that sees several takes the class's
+// own cache for the others, as a call by name would.
+const MethodEntry* findMethodAt(const TulClass* cls, TulCallSite& site) {
+  if (site.cls == cls && site.generation == gMethodGeneration)
+    return static_cast<const MethodEntry*>(site.method);
+  if (!site.name || !cls) return nullptr;
+  const MethodEntry* e = cachedFind(cls, site.name, false);
+  if (e) {
+    site.cls = cls;
+    site.method = e;
+    site.generation = gMethodGeneration;
+  }
+  return e;
+}
+
 }  // namespace detail
 
 bool addScriptMethod(TulClass* cls, const char* name, ScriptMethod fn) {

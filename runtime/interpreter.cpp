@@ -97,6 +97,18 @@ void place(TulValue& slot, const TulValue& v) {
   new (&slot) TulValue(v);
 }
 
+// `this` placed as an object, without a value of its own around it first.
+void place(TulValue& slot, TulObject* obj) {
+  if (holdsReference(slot)) {
+    slot = TulValue(obj);
+    return;
+  }
+  new (&slot) TulValue(obj);
+}
+
+const TulValue& selfOf(const TulValue* self) { return *self; }
+TulObject* selfOf(TulObject* self) { return self; }
+
 // Empties the slots [from, to]. Each value is moved out before it is
 // released: a destructor run by the release may make calls of its own, which
 // take slots above the restored top. A value without a reference is simply
@@ -125,15 +137,12 @@ bool fitsFrame(const Machine::Impl& m, int slots) {
   return m.depth < tulrt::kMaxCallDepth && last < static_cast<long long>(m.stack->size());
 }
 
-}  // namespace
-
-namespace tulrt {
-namespace detail {
-
 // The frame: the result slot at p = top+1, then `this` (instance calls), then
-// the arguments; the callee gets sp on the last of them.
-bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
-            const TulValue* args, int nargs, TulValue& result) {
+// the arguments; the callee gets sp on the last of them. Self is a value or
+// an object, placed as place() takes it.
+template <class Self>
+bool runFrame(Machine::Impl& m, const Callee& c, Self self, const TulValue* args, int nargs,
+              TulValue& result) {
   const int argc = (self ? 1 : 0) + nargs;
   if (!fitsFrame(m, argc + 1)) return report(&m, kStackOverflow);
   TulVector& stack = *m.stack;
@@ -142,7 +151,7 @@ bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
   const int firstArg = p + 1 + (self ? 1 : 0);
   TulValue& resultSlot = stack[static_cast<unsigned>(p)];
   if (resultSlot.type() != TulValueType::Nil) resultSlot = TulValue();
-  if (self) place(stack[static_cast<unsigned>(p + 1)], *self);
+  if (self) place(stack[static_cast<unsigned>(p + 1)], selfOf(self));
   for (int i = 0; i < nargs; ++i) place(stack[static_cast<unsigned>(firstArg + i)], args[i]);
   ValPtr sp{&stack, p + argc};
   m.top = p + argc;
@@ -154,6 +163,16 @@ bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
   resetSlots(stack, p, frameEnd(stack, sp, p + argc));
   if (ok) result = std::move(answer);
   return ok;
+}
+
+}  // namespace
+
+namespace tulrt {
+namespace detail {
+
+bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
+            const TulValue* args, int nargs, TulValue& result) {
+  return runFrame(m, c, self, args, nargs, result);
 }
 
 // The constructor is the method that the nearest class of the chain binds
@@ -241,6 +260,21 @@ bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, const char* 
   return nativeCallAnswer(m, m.self->interp().call(result, obj->getClass(), name, &self,
                                                    hasArgs ? args->data() : nullptr,
                                                    hasArgs ? static_cast<int>(args->size()) : 0));
+}
+
+// A native method is called straight from the entry; only a script method
+// is held for the call, so that rebinding during the call cannot pull it
+// away.
+bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, TulCallSite& site,
+                                  const TulValue* args, int nargs) {
+  Machine::Impl& m = implOf(this);
+  if (!obj) return nativeCallAnswer(m, report(&m, "invalid object"));
+  TulClass* cls = obj->getClass();
+  const MethodEntry* e = cls ? tulrt::detail::findMethodAt(cls, site) : nullptr;
+  if (!e)
+    return nativeCallAnswer(m, report(&m, cls ? methodNotFound(cls, site.name) : "invalid object"));
+  const Callee callee = e->native ? Callee{e->native, nullptr} : Callee{nullptr, e->script};
+  return nativeCallAnswer(m, runFrame(m, callee, obj, args, nargs, result));
 }
 
 // --- Interpreter: the runtime's own face ------------------------------------

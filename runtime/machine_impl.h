@@ -74,6 +74,9 @@ struct Callee {
 
 // Looks `name` up in cls, then in its bases.
 Callee findMethod(const TulClass* cls, const char* name, bool isStatic);
+// The instance method a call site names, through what the site remembers
+// (see TulCallSite); null when the chain binds none.
+const MethodEntry* findMethodAt(const TulClass* cls, TulCallSite& site);
 
 // Runs one call frame (see interpreter.cpp); result is written on success
 // only.
