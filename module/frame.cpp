@@ -66,15 +66,6 @@ TulObject* objectOfClass(const TulValue& v, Name cls) {
   return obj->getClass()->isSubtypeOf(nameString(cls)) ? obj : nullptr;
 }
 
-TulValue* memberSlot(TulObject* obj, Member m) {
-  if (!obj) return nullptr;
-  TulVector* data = obj->getMemberData();
-  int index = memberIndex(m);
-  if (!data || index < 0 || static_cast<unsigned>(index) >= data->size())
-    return nullptr;
-  return &(*data)[static_cast<unsigned>(index)];
-}
-
 TulBuffer* bufferMember(TulObject* obj, Member m, unsigned minSize) {
   TulValue* slot = memberSlot(obj, m);
   TulBuffer* buf = slot ? static_cast<TulBuffer*>(*slot) : nullptr;

@@ -91,10 +91,6 @@ class Frame {
 // or derives from it; null otherwise.
 TulObject* objectOfClass(const TulValue& v, Name cls);
 
-// The slot of data member m of obj through the member index cache; null when
-// obj has no such slot (an object of an unrelated class, say).
-TulValue* memberSlot(TulObject* obj, Member m);
-
 // The byte buffer held in data member m of obj when it holds one of at least
 // minSize bytes; null otherwise.
 TulBuffer* bufferMember(TulObject* obj, Member m, unsigned minSize);

@@ -10,11 +10,13 @@
 
 using tulrt::detail::report;
 
-namespace {
-
 // The method generation (see MethodLookupCache); starts at 1 so that an
 // unfilled slot never matches. 64 bits: it cannot wrap round to an old one.
-std::uint64_t gMethodGeneration = 1;
+std::uint64_t tulrt::detail::gMethodGeneration = 1;
+
+namespace {
+
+using tulrt::detail::gMethodGeneration;
 
 void newMethodGeneration() { ++gMethodGeneration; }
 
@@ -213,9 +215,7 @@ Callee findMethod(const TulClass* cls, const char* name, bool isStatic) {
 
 // The site remembers one class: a site that sees several takes the class's
 // own cache for the others, as a call by name would.
-const MethodEntry* findMethodAt(const TulClass* cls, TulCallSite& site) {
-  if (site.cls == cls && site.generation == gMethodGeneration)
-    return static_cast<const MethodEntry*>(site.method);
+const MethodEntry* findMethodAtSlowly(const TulClass* cls, TulCallSite& site) {
   if (!site.name || !cls) return nullptr;
   const MethodEntry* e = cachedFind(cls, site.name, false);
   if (e) {
