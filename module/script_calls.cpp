@@ -3,10 +3,6 @@
 
 namespace {
 
-// The innermost watch of the interpreter thread; the watches themselves live
-// in the frames of the calls that made them.
-CallWatch* gInnermost = nullptr;
-
 // The call sites of the calls made once a message, in the order of Call.
 TulCallSite gSites[] = {
     {"preprocessMessage"}, {"preprocessMessage"}, {"getParent"},
@@ -17,12 +13,10 @@ static_assert(sizeof gSites / sizeof gSites[0] == static_cast<unsigned>(Call::Co
 
 }  // namespace
 
-CallWatch::CallWatch(Kind kind) : outer_(gInnermost), kind_(kind) { gInnermost = this; }
-
-CallWatch::~CallWatch() { gInnermost = outer_; }
+CallWatch* CallWatch::innermost_ = nullptr;
 
 void CallWatch::noteHandlerFailure() {
-  if (gInnermost && gInnermost->kind_ == Kind::Native) gInnermost->failed_ = true;
+  if (innermost_ && innermost_->kind_ == Kind::Native) innermost_->failed_ = true;
 }
 
 bool invokeScript(TulInterpreter& in, TulValue& result, TulObject* obj, const char* name,

@@ -24,8 +24,9 @@ class CallWatch {
  public:
   enum class Kind { Native, ScriptCall };
 
-  explicit CallWatch(Kind kind);
-  ~CallWatch();
+  // Inline: every native method's frame holds one.
+  explicit CallWatch(Kind kind) : outer_(innermost_), kind_(kind) { innermost_ = this; }
+  ~CallWatch() { innermost_ = outer_; }
   CallWatch(const CallWatch&) = delete;
   CallWatch& operator=(const CallWatch&) = delete;
 
@@ -39,6 +40,10 @@ class CallWatch {
   static void noteHandlerFailure();
 
  private:
+  // The innermost watch of the interpreter thread; the watches themselves
+  // live in the frames of the calls that made them.
+  static CallWatch* innermost_;
+
   CallWatch* outer_;
   Kind kind_;
   bool failed_ = false;

@@ -86,41 +86,38 @@ bool holdsReference(const TulValue& v) {
   return static_cast<int>(v.type()) >= static_cast<int>(TulValueType::Object);
 }
 
-// Writes v into a slot of the frame. A slot above top is Nil (the invariant
-// of machine_impl.h), so the copy is made in place; a slot that holds a
-// reference all the same is assigned, which gives it back.
-void place(TulValue& slot, const TulValue& v) {
-  if (holdsReference(slot)) {
-    slot = v;
-    return;
-  }
-  new (&slot) TulValue(v);
+// A slot of the frame that holds a reference although it lies above top
+// (which the invariant of machine_impl.h rules out) is assigned, which gives
+// the reference back; kept out of line, off the path of every call.
+template <class V>
+void placeOver(TulValue& slot, const V& v) {
+  slot = TulValue(v);
 }
 
-// `this` placed as an object, without a value of its own around it first.
-void place(TulValue& slot, TulObject* obj) {
-  if (holdsReference(slot)) {
-    slot = TulValue(obj);
-    return;
-  }
-  new (&slot) TulValue(obj);
+// Writes v (a value, or an object as a strong reference) into a slot of the
+// frame. A slot above top is Nil, so the copy is made in place.
+template <class V>
+inline void place(TulValue& slot, const V& v) {
+  if (holdsReference(slot)) return placeOver(slot, v);
+  new (&slot) TulValue(v);
 }
 
 const TulValue& selfOf(const TulValue* self) { return *self; }
 TulObject* selfOf(TulObject* self) { return self; }
 
+// Releases what a slot held (see resetSlots).
+void drop(TulValue& slot) { TulValue dropped(std::move(slot)); }
+
 // Empties the slots [from, to]. Each value is moved out before it is
 // released: a destructor run by the release may make calls of its own, which
 // take slots above the restored top. A value without a reference is simply
 // overwritten with Nil.
-void resetSlots(TulVector& stack, int from, int to) {
-  for (int i = from; i <= to; ++i) {
-    TulValue& slot = stack[static_cast<unsigned>(i)];
-    if (holdsReference(slot)) {
-      TulValue dropped(std::move(slot));
-      continue;
-    }
-    if (slot.type() != TulValueType::Nil) new (&slot) TulValue();
+inline void resetSlots(TulValue* from, const TulValue* to) {
+  for (TulValue* slot = from; slot <= to; ++slot) {
+    if (holdsReference(*slot))
+      drop(*slot);
+    else if (slot->type() != TulValueType::Nil)
+      new (slot) TulValue();
   }
 }
 
@@ -148,19 +145,19 @@ bool runFrame(Machine::Impl& m, const Callee& c, Self self, const TulValue* args
   TulVector& stack = *m.stack;
   const int p = m.top + 1;
   const int savedTop = m.top;
-  const int firstArg = p + 1 + (self ? 1 : 0);
-  TulValue& resultSlot = stack[static_cast<unsigned>(p)];
-  if (resultSlot.type() != TulValueType::Nil) resultSlot = TulValue();
-  if (self) place(stack[static_cast<unsigned>(p + 1)], selfOf(self));
-  for (int i = 0; i < nargs; ++i) place(stack[static_cast<unsigned>(firstArg + i)], args[i]);
+  TulValue* const frame = &stack[static_cast<unsigned>(p)];
+  if (frame->type() != TulValueType::Nil) *frame = TulValue();
+  TulValue* next = frame + 1;
+  if (self) place(*next++, selfOf(self));
+  for (int i = 0; i < nargs; ++i) place(next[i], args[i]);
   ValPtr sp{&stack, p + argc};
   m.top = p + argc;
   ++m.depth;
   const bool ok = runCallee(m, c, argc, sp);
   --m.depth;
-  TulValue answer(std::move(stack[static_cast<unsigned>(p)]));
+  TulValue answer(std::move(*frame));
   m.top = savedTop;
-  resetSlots(stack, p, frameEnd(stack, sp, p + argc));
+  resetSlots(frame, &stack[static_cast<unsigned>(frameEnd(stack, sp, p + argc))]);
   if (ok) result = std::move(answer);
   return ok;
 }
