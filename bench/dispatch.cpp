@@ -208,12 +208,13 @@ std::string explain(const Breakdown& b) {
       " bare messages";
   if (b.library / b.bare <= kDispatchTarget) return note;
   return note + ". Missed because the three calls go by name through the interpreter, so "
-         "that script overrides of all three count: they alone take " +
+         "that script overrides of all three count: even with the method remembered at each "
+         "call site and the arguments read in place they take " +
          bench::fixed(calls / b.bare, 1) + " bare messages of the budget of " +
-         bench::fixed(kDispatchTarget, 0) + ". Next step: each of the three calls made through a lookup cached at its site "
-         "and a runtime frame that takes this and the arguments in place; then the library's "
-         "native methods themselves (their frame, member reads and conversions), which call "
-         "into the runtime several times a message";
+         bench::fixed(kDispatchTarget, 0) + ". Next step: the runtime frame's copies of this "
+         "and the arguments and its guard, the native methods' frame (this and the counts "
+         "checked out of line), and the system calls of the native methods' own work "
+         "(GetParent, default processing)";
 }
 
 }  // namespace
