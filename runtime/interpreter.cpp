@@ -65,7 +65,7 @@ bool accepts(const TulValue& v, TulValueType code) {
 // Runs the callee, turning a C++ exception that escapes it (a C++-written
 // method's own, or an allocation a script asked for that cannot be had) into
 // a script error: the frame must still be unwound by the caller.
-bool runCallee(Machine::Impl& m, const Callee& c, int argc, ValPtr& sp) {
+inline bool runCallee(Machine::Impl& m, const Callee& c, int argc, ValPtr& sp) {
   assert(c && "a call frame needs a method");
   TulVirtualMachine* vm = m.self;
   try {
@@ -129,9 +129,12 @@ int frameEnd(const TulVector& stack, const ValPtr& sp, int lastArg) {
   return movedUp ? sp.index : lastArg;
 }
 
+// In int: top lies inside the stack and slots counts values that exist in
+// memory, each 16 bytes of a 32-bit address space, so the sum stays far
+// below INT_MAX.
 bool fitsFrame(const Machine::Impl& m, int slots) {
-  const long long last = static_cast<long long>(m.top) + slots;
-  return m.depth < tulrt::kMaxCallDepth && last < static_cast<long long>(m.stack->size());
+  return m.depth < tulrt::kMaxCallDepth &&
+         static_cast<unsigned>(m.top + slots) < m.stack->size();
 }
 
 // The frame: the result slot at p = top+1, then `this` (instance calls), then
