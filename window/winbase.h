@@ -39,7 +39,10 @@ inline HWND windowOf(TulObject* obj) { return toHwnd(intMember(obj, Member::WinH
 inline TulObject* windowObject(const TulValue& v) { return objectOfClass(v, Name::WinBase); }
 
 // The host vector held in data member m of obj, or null.
-TulVector* vectorMember(TulObject* obj, Member m);
+inline TulVector* vectorMember(TulObject* obj, Member m) {
+  const TulValue* slot = memberSlot(obj, m);
+  return slot ? refIn<TulVector>(*slot, TulValueType::Vector) : nullptr;
+}
 
 // WinBase's static data member `which`: its entry, or null after reporting
 // "Class WinBase not found." or "Member WinBase::NAME not found.".

@@ -97,11 +97,6 @@ bool readCreateArg(Frame& f, int i, CreateArgs& a) {
 
 void setIntMember(TulObject* obj, Member m, std::int32_t v) { setMember(obj, m, TulValue(v)); }
 
-TulVector* vectorMember(TulObject* obj, Member m) {
-  const TulValue* slot = memberSlot(obj, m);
-  return slot ? refIn<TulVector>(*slot, TulValueType::Vector) : nullptr;
-}
-
 bool winbase_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   Frame f(vm, argc, sp);
   if (!f.enter(0, 0)) return false;
