@@ -273,8 +273,10 @@ TulValue* findStatic(TulClass* cls, const char* name) {
   return nullptr;
 }
 
+// Asks the cache for the entry alone: a Callee would hold a script method
+// (a reference count taken and given back) only to be tested.
 bool hasMethod(const TulClass* cls, const char* name, bool isStatic) {
-  return static_cast<bool>(detail::findMethod(cls, name, isStatic));
+  return cls && name && detail::cachedFind(cls, name, isStatic);
 }
 
 }  // namespace tulrt
