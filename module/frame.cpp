@@ -12,16 +12,7 @@ bool Frame::checkCounts(int minArgs, int maxArgs) const {
   return true;
 }
 
-bool Frame::enter(int minArgs, int maxArgs) {
-  // Without a slot for `this` there is no object to call the method on.
-  if (argc_ < 1) return fail(err::kInvalidThis);
-  const TulValue& self = (*result_.vec)[static_cast<unsigned>(result_.index + 1)];
-  self_ = objectIn(self);
-  if (!self_) return fail(err::kInvalidThis);
-  first_ = 2;
-  nargs_ = argc_ - 1;
-  return checkCounts(minArgs, maxArgs);
-}
+bool Frame::failThis() const { return fail(err::kInvalidThis); }
 
 bool Frame::enterStatic(int minArgs, int maxArgs) {
   first_ = 1;

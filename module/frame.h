@@ -76,6 +76,7 @@ class Frame {
 
  private:
   bool checkCounts(int minArgs, int maxArgs) const;
+  bool failThis() const;
 
   TulVirtualMachine* vm_;
   ValPtr& sp_;
@@ -86,6 +87,19 @@ class Frame {
   TulObject* self_ = nullptr;
   CallWatch watch_{CallWatch::Kind::Native};
 };
+
+// Inline: every call of an instance method opens with it, and message
+// dispatch makes three a message. The reports stay out of line.
+inline bool Frame::enter(int minArgs, int maxArgs) {
+  // Without a slot for `this` there is no object to call the method on.
+  if (argc_ < 1) return failThis();
+  self_ = objectIn((*result_.vec)[static_cast<unsigned>(result_.index + 1)]);
+  if (!self_) return failThis();
+  first_ = 2;
+  nargs_ = argc_ - 1;
+  if (nargs_ < minArgs || nargs_ > maxArgs) return checkCounts(minArgs, maxArgs);
+  return true;
+}
 
 // The object a value refers to when that object's class is the named class
 // or derives from it; null otherwise.
