@@ -208,9 +208,12 @@ const MethodEntry* cachedFind(const TulClass* cls, const char* name, bool isStat
 }  // namespace
 
 Callee findMethod(const TulClass* cls, const char* name, bool isStatic) {
-  if (!name || !cls) return Callee{};
-  const MethodEntry* e = cachedFind(cls, name, isStatic);
+  const MethodEntry* e = findEntry(cls, name, isStatic);
   return e ? Callee{e->native, e->script} : Callee{};
+}
+
+const MethodEntry* findEntry(const TulClass* cls, const char* name, bool isStatic) {
+  return name && cls ? cachedFind(cls, name, isStatic) : nullptr;
 }
 
 // The site remembers one class: a site that sees several takes the class's

@@ -251,30 +251,38 @@ bool TulInterpreter::createObject(TulValue& out, const TulString& className,
                                                       hasArgs ? static_cast<int>(args->size()) : 0));
 }
 
+namespace {
+
+// Runs the entry found for obj's class under name, with obj as `this`. A
+// native method is called straight from the entry; only a script method is
+// held for the call, so that rebinding during the call cannot pull it away.
+bool callEntry(Machine::Impl& m, TulObject* obj, const MethodEntry* e, const char* name,
+               const TulValue* args, int nargs, TulValue& result) {
+  const TulClass* cls = obj->getClass();
+  if (!e) return report(&m, cls ? methodNotFound(cls, name) : "invalid object");
+  const Callee callee = e->native ? Callee{e->native, nullptr} : Callee{nullptr, e->script};
+  return runFrame(m, callee, obj, args, nargs, result);
+}
+
+}  // namespace
+
 bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, const char* name,
                                   TulVector* args) {
   Machine::Impl& m = implOf(this);
   if (!obj) return nativeCallAnswer(m, report(&m, "invalid object"));
-  const TulValue self(obj);
+  const MethodEntry* e = tulrt::detail::findEntry(obj->getClass(), name, false);
   const bool hasArgs = args && args->size();
-  return nativeCallAnswer(m, m.self->interp().call(result, obj->getClass(), name, &self,
-                                                   hasArgs ? args->data() : nullptr,
-                                                   hasArgs ? static_cast<int>(args->size()) : 0));
+  return nativeCallAnswer(m, callEntry(m, obj, e, name, hasArgs ? args->data() : nullptr,
+                                       hasArgs ? static_cast<int>(args->size()) : 0, result));
 }
 
-// A native method is called straight from the entry; only a script method
-// is held for the call, so that rebinding during the call cannot pull it
-// away.
 bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, TulCallSite& site,
                                   const TulValue* args, int nargs) {
   Machine::Impl& m = implOf(this);
   if (!obj) return nativeCallAnswer(m, report(&m, "invalid object"));
   TulClass* cls = obj->getClass();
   const MethodEntry* e = cls ? tulrt::detail::findMethodAt(cls, site) : nullptr;
-  if (!e)
-    return nativeCallAnswer(m, report(&m, cls ? methodNotFound(cls, site.name) : "invalid object"));
-  const Callee callee = e->native ? Callee{e->native, nullptr} : Callee{nullptr, e->script};
-  return nativeCallAnswer(m, runFrame(m, callee, obj, args, nargs, result));
+  return nativeCallAnswer(m, callEntry(m, obj, e, site.name, args, nargs, result));
 }
 
 // --- Interpreter: the runtime's own face ------------------------------------

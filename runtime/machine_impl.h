@@ -74,6 +74,8 @@ struct Callee {
 
 // Looks `name` up in cls, then in its bases.
 Callee findMethod(const TulClass* cls, const char* name, bool isStatic);
+// The same, giving the table's entry (null when none binds the name).
+const MethodEntry* findEntry(const TulClass* cls, const char* name, bool isStatic);
 // Bumped by every change to any method table or class chain; what a cache
 // remembers stands only in the generation it was filled in (class.cpp).
 extern std::uint64_t gMethodGeneration;
