@@ -29,7 +29,7 @@ declare -A dominant=(
   [strings]="one new host string for each chain of + and one for each literal evaluated outside an operator"
   [dicts]="the key string built by + (one host string a key) and the host dictionary's hashing of it on every read and write"
   [vectors]="each element a 16-byte value copied in and out, and the instructions of the loops around them"
-  [texts]="the calls of the String class's native methods through the runtime, each with its frame and argument checks"
+  [texts]="allocation: a new host string for each literal argument, three blocks for each String object made (String(...) and substr) and one for each toString, each freed again within the round"
   [callbacks]="a call through a value: the function read from a vector, a dictionary or a variable, and its frame"
 )
 declare -A next_step=(
@@ -40,7 +40,7 @@ declare -A next_step=(
   [strings]="literals joined into the chain's string without a string of their own"
   [dicts]="keys hashed once per string"
   [vectors]="instructions specialised for operands in locals and constants"
-  [texts]="native method calls that reuse the call site's lookup of the method"
+  [texts]="literal arguments of native methods that only read them passed as the program's constants, and String objects whose text lives in the object"
   [callbacks]="the function value copied out of its container (a reference taken and dropped) before the call; read it in place"
 )
 check_rounds=7      # the run whose output all versions must agree on

@@ -49,7 +49,9 @@ bool string_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   TulString* format = f.interp().getStringFromValueExtern(f.arg(0));
   if (!format) return f.badType(f.arg(0), TulValueType::String);
   if (f.argCount() == 1) {
-    *slot = TulValue(new TulString(*format));
+    // A string that only this frame holds (a literal, say) becomes the
+    // object's own: no one else can see it change.
+    *slot = format->refCount() == 1 ? std::move(f.arg(0)) : TulValue(new TulString(*format));
     return f.retSelf();
   }
   TulValue held = *sp;  // kept until the call ends

@@ -60,6 +60,11 @@ class Frame {
     sp_ = result_;
     return true;
   }
+  bool ret(TulValue&& v) {
+    *result_ = std::move(v);
+    sp_ = result_;
+    return true;
+  }
   bool retInt(int v) { return ret(TulValue(v)); }
   bool retBool(bool b) { return ret(TulValue(b ? 1 : 0)); }
   bool retSelf();     // constructors: the object itself

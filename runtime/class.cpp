@@ -282,4 +282,11 @@ bool hasMethod(const TulClass* cls, const char* name, bool isStatic) {
   return cls && name && detail::cachedFind(cls, name, isStatic);
 }
 
+NativeMethod findNativeMethod(const TulClass* cls, const char* name) {
+  const detail::Callee c = detail::findMethod(cls, name, false);
+  return c.script ? nullptr : c.native;
+}
+
+const std::uint64_t& methodGeneration() { return gMethodGeneration; }
+
 }  // namespace tulrt

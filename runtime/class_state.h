@@ -73,4 +73,9 @@ class TulClassState {
   MethodTable methods;
   MethodTable staticMethods;
   mutable MethodLookupCache lookups;  // a cache: filled by const lookups
+  // Whether the chain binds `dtor`, as of method generation dtorGeneration
+  // (0: not looked up): asked at each object's end, and findMethod does not
+  // remember a name it did not find.
+  mutable bool hasDtor = false;
+  mutable std::uint64_t dtorGeneration = 0;
 };

@@ -102,6 +102,14 @@ inline void place(TulValue& slot, const V& v) {
   new (&slot) TulValue(v);
 }
 
+void place(TulValue& slot, TulValue&& v) {
+  if (holdsReference(slot)) {
+    slot = std::move(v);
+    return;
+  }
+  new (&slot) TulValue(std::move(v));
+}
+
 const TulValue& selfOf(const TulValue* self) { return *self; }
 TulObject* selfOf(TulObject* self) { return self; }
 
@@ -139,9 +147,10 @@ bool fitsFrame(const Machine::Impl& m, int slots) {
 
 // The frame: the result slot at p = top+1, then `this` (instance calls), then
 // the arguments; the callee gets sp on the last of them. Self is a value or
-// an object, placed as place() takes it.
-template <class Self>
-bool runFrame(Machine::Impl& m, const Callee& c, Self self, const TulValue* args, int nargs,
+// an object, placed as place() takes it; Arg is TulValue when the arguments
+// are moved in.
+template <class Self, class Arg>
+bool runFrame(Machine::Impl& m, const Callee& c, Self self, Arg* args, int nargs,
               TulValue& result) {
   const int argc = (self ? 1 : 0) + nargs;
   if (!fitsFrame(m, argc + 1)) return report(&m, kStackOverflow);
@@ -152,7 +161,7 @@ bool runFrame(Machine::Impl& m, const Callee& c, Self self, const TulValue* args
   if (frame->type() != TulValueType::Nil) *frame = TulValue();
   TulValue* next = frame + 1;
   if (self) place(*next++, selfOf(self));
-  for (int i = 0; i < nargs; ++i) place(next[i], args[i]);
+  for (int i = 0; i < nargs; ++i) place(next[i], static_cast<Arg&&>(args[i]));
   ValPtr sp{&stack, p + argc};
   m.top = p + argc;
   ++m.depth;
@@ -175,10 +184,15 @@ bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
   return runFrame(m, c, self, args, nargs, result);
 }
 
+bool invokeMoving(Machine::Impl& m, const Callee& c, const TulValue* self, TulValue* args,
+                  int nargs, TulValue& result) {
+  return runFrame(m, c, self, args, nargs, result);
+}
+
 // The constructor is the method that the nearest class of the chain binds
-// under its own name.
-bool construct(Machine::Impl& m, TulValue& out, TulClass* cls, const TulValue* args,
-               int nargs) {
+// under its own name; Arg as for runFrame.
+template <class Arg>
+bool constructWith(Machine::Impl& m, TulValue& out, TulClass* cls, Arg* args, int nargs) {
   if (!cls) return report(&m, "invalid class");
   TulValue obj(new TulObject(cls));  // owned by obj from here
   Callee ctor;
@@ -193,13 +207,18 @@ bool construct(Machine::Impl& m, TulValue& out, TulClass* cls, const TulValue* a
     return true;
   }
   TulValue ignored;
-  if (!invoke(m, ctor, &obj, args, nargs, ignored)) {
+  if (!runFrame(m, ctor, &obj, args, nargs, ignored)) {
     // An object whose constructor failed was never made: no dtor for it.
     TulObjectAccess::dtorRan(*static_cast<TulObject*>(obj)) = true;
     return false;
   }
   out = obj;
   return true;
+}
+
+bool construct(Machine::Impl& m, TulValue& out, TulClass* cls, const TulValue* args,
+               int nargs) {
+  return constructWith(m, out, cls, args, nargs);
 }
 
 }  // namespace detail
@@ -249,6 +268,14 @@ bool TulInterpreter::createObject(TulValue& out, const TulString& className,
   const bool hasArgs = args && args->size();
   return nativeCallAnswer(m, tulrt::detail::construct(m, out, cls, hasArgs ? args->data() : nullptr,
                                                       hasArgs ? static_cast<int>(args->size()) : 0));
+}
+
+bool tulrt::Interpreter::create(TulValue& out, TulClass* cls, TulValue* args, int nargs) {
+  Machine::Impl& m = implOf(this);
+  const char* name = tulrt::className(cls);
+  if (!*name)
+    return nativeCallAnswer(m, report(&m, std::string("Class ") + name + " not found"));
+  return nativeCallAnswer(m, tulrt::detail::constructWith(m, out, cls, args, nargs));
 }
 
 namespace {
@@ -304,6 +331,12 @@ bool Interpreter::call(TulValue& result, TulClass* cls, const char* name,
   const detail::Callee callee = detail::findMethod(cls, name, self == nullptr);
   if (!callee) return report(&m, methodNotFound(cls, name));
   return detail::invoke(m, callee, self, args, nargs, result);
+}
+
+bool Interpreter::callNative(TulValue& result, NativeMethod fn, const TulValue& self,
+                             TulValue* args, int nargs) {
+  return detail::invokeMoving(implOf(this), detail::Callee{fn, nullptr}, &self, args, nargs,
+                              result);
 }
 
 bool Interpreter::callMember(TulValue& result, TulObject* obj, const char* name,

@@ -94,6 +94,9 @@ inline const MethodEntry* findMethodAt(const TulClass* cls, TulCallSite& site) {
 // only.
 bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
             const TulValue* args, int nargs, TulValue& result);
+// The same, the arguments moved into the frame (left nil).
+bool invokeMoving(Machine::Impl& m, const Callee& c, const TulValue* self, TulValue* args,
+                  int nargs, TulValue& result);
 
 // Creates an object of cls and runs the constructor of its chain.
 bool construct(Machine::Impl& m, TulValue& out, TulClass* cls,

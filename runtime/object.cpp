@@ -46,9 +46,22 @@ void TulObject::lastReleased() {
 namespace tulrt {
 namespace detail {
 
+namespace {
+
+bool hasDtor(const TulClass* cls) {
+  const TulClassState& s = cls->state();
+  if (s.dtorGeneration != methodGeneration()) {
+    s.hasDtor = hasMethod(cls, "dtor");
+    s.dtorGeneration = methodGeneration();
+  }
+  return s.hasDtor;
+}
+
+}  // namespace
+
 bool wantsDtor(TulObject& obj) {
   Machine::Impl* m = machineOf(obj.getClass());
-  return m && m->dtorsEnabled && hasMethod(obj.getClass(), "dtor");
+  return m && m->dtorsEnabled && hasDtor(obj.getClass());
 }
 
 namespace {

@@ -8,6 +8,7 @@
 // except objects a caller still holds through its own references.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <string>
@@ -82,6 +83,10 @@ class TUL_API Interpreter : public TulInterpreter {
   // value need not be an object: tests use this to call with a bad `this`.
   bool call(TulValue& result, TulClass* cls, const char* name,
             const TulValue* self, const TulValue* args, int nargs);
+  // The same for a native method already found (findNativeMethod) on an
+  // instance, the arguments moved into its frame: they are left nil.
+  bool callNative(TulValue& result, NativeMethod fn, const TulValue& self, TulValue* args,
+                  int nargs);
   // obj.name(args...), dispatched on obj's class.
   bool callMember(TulValue& result, TulObject* obj, const char* name,
                   std::initializer_list<TulValue> args = {});
@@ -92,6 +97,11 @@ class TUL_API Interpreter : public TulInterpreter {
   // called on obj: what `base.name(...)` does inside a method of cls.
   bool callInherited(TulValue& result, TulClass* cls, TulObject* obj,
                      const char* name, std::initializer_list<TulValue> args = {});
+  // TulInterpreter::createObject for a class in hand: the same answer, and a
+  // failure told to the native-call failure handler the same way; a class
+  // that was never registered is not found. The arguments are moved into the
+  // constructor's frame (left nil).
+  bool create(TulValue& out, TulClass* cls, TulValue* args, int nargs);
   // Creates an object of cls, running its constructor (or its nearest
   // base's) with args.
   bool construct(TulValue& out, TulClass* cls,
@@ -130,6 +140,13 @@ TUL_API std::vector<std::string> ownStaticMethodNames(const TulClass* cls);
 TUL_API TulValue* findStatic(TulClass* cls, const char* name);
 // True when cls or a base defines method `name` (instance or static).
 TUL_API bool hasMethod(const TulClass* cls, const char* name, bool isStatic = false);
+// The native function that Interpreter::call runs for instance method
+// `name` of cls (found through the bases); null when there is none or the
+// method is a ScriptMethod.
+TUL_API NativeMethod findNativeMethod(const TulClass* cls, const char* name);
+// Changes whenever a class binds a method, takes another base or goes, so a
+// lookup remembered with its value stands while the value is unchanged.
+TUL_API const std::uint64_t& methodGeneration();
 
 // The largest block of storage one host string, vector or buffer may take,
 // in bytes; a larger request fails as running out of memory does (the

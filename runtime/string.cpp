@@ -75,7 +75,9 @@ bool pointsInto(const char* p, const char* base, unsigned n) {
   return !before(p, base) && !before(base + n, p);
 }
 
+// Most strings never had a UTF-16 form: no call into the allocator then.
 void dropWide(std::uint16_t*& wide) {
+  if (!wide) return;
   std::free(wide);
   wide = nullptr;
 }
@@ -108,7 +110,7 @@ TulString::TulString(const TulString& other)
 }
 
 TulString::~TulString() {
-  std::free(wide_);
+  dropWide(wide_);
   if (!isShort()) std::free(data_);
 }
 
@@ -284,9 +286,19 @@ void TulString::replace(char from, char to) {
 // nothing. Either argument may be this string itself.
 void TulString::replace(const TulString& from, const TulString& to) {
   if (from.len_ == 0) return;
-  const std::string needle(from.data_, from.len_);
-  const std::string with(to.data_, to.len_);
+  // The views stay good until assign(): nothing is written before it.
+  const std::string_view needle(from.data_, from.len_);
+  const std::string_view with(to.data_, to.len_);
   const std::string_view hay(data_, len_);
+  if (needle.size() == with.size() && &from != this && &to != this) {
+    // Same length: in place, without building a copy.
+    std::size_t at = hay.find(needle);
+    if (at == std::string_view::npos) return;
+    dropWide(wide_);
+    for (; at != std::string_view::npos; at = hay.find(needle, at + needle.size()))
+      std::memcpy(data_ + at, with.data(), with.size());
+    return;
+  }
   std::string out;
   std::size_t pos = 0;
   for (std::size_t at; (at = hay.find(needle, pos)) != std::string_view::npos;

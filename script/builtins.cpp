@@ -10,6 +10,7 @@
 #include "script/interp.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -44,6 +45,18 @@ bool builtin_print(BuiltinCall& c) {
 }
 
 bool builtin_str(BuiltinCall& c) {
+  // An integer or a string, the commonest, straight into the new string.
+  const TulValue& v = c.args[0];
+  if (v.type() == TulValueType::I32) {
+    char digits[16];
+    const auto r = std::to_chars(digits, digits + sizeof digits, static_cast<int>(v));
+    c.result = makeString(digits, static_cast<std::size_t>(r.ptr - digits));
+    return true;
+  }
+  if (TulString* s = stringOf(v)) {
+    c.result = makeString(s->c_str(), s->length());
+    return true;
+  }
   std::string text;
   if (!c.in.display(c.frame, c.line, c.args[0], text)) return false;
   c.result = makeString(text);

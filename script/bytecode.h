@@ -105,6 +105,14 @@ struct SiteCache {
   TulClass* owner = nullptr;         // null for one the runtime must call
 };
 
+// The native method a method call site found for the class it met last;
+// trusted while the runtime's method generation is the one it was found in.
+struct NativeSite {
+  TulClass* cls = nullptr;
+  std::uint64_t generation = 0;
+  NativeMethod fn = nullptr;
+};
+
 // A call: the method's name (Method, BaseMethod) or the callee variable's
 // (calls by name, for errors), and what the call site has found.
 struct CallSite {
@@ -112,6 +120,7 @@ struct CallSite {
   int argc = 0;         // Method, BaseMethod
   int calleeSlot = 0;   // Push: the temp before the arguments
   SiteCache cache;      // Method
+  NativeSite native;    // Method, when the cache has no script method
 };
 
 struct MemberSite {

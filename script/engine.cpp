@@ -295,8 +295,8 @@ void Interp::reraiseFirstForwarded() {
 
 Interp::Forwarded Interp::enterNativeCall() {
   // The forwarded texts mean nothing while none is waiting: nothing to save.
-  if (!haveForwarded_) return Forwarded();
-  Forwarded outer{haveForwarded_, std::move(forwarded_), std::move(forwardedRecord_)};
+  if (!haveForwarded_) return nullptr;
+  Forwarded outer(new ForwardedError{std::move(forwarded_), std::move(forwardedRecord_)});
   haveForwarded_ = false;
   forwarded_ = ScriptError();
   forwardedRecord_ = tulrt::ErrorRecord();
@@ -315,10 +315,10 @@ bool Interp::leaveNativeCall(const Frame& f, int line, bool ok, Forwarded&& oute
     vm_->interp().clearError();
     ok = failWith(placedAt(std::move(e), f, line));
   }
-  if (outer.have && !haveForwarded_) {
+  if (outer && !haveForwarded_) {
     haveForwarded_ = true;
-    forwarded_ = std::move(outer.error);
-    forwardedRecord_ = std::move(outer.record);
+    forwarded_ = std::move(outer->error);
+    forwardedRecord_ = std::move(outer->record);
   }
   return ok;
 }

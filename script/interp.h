@@ -190,6 +190,10 @@ class Interp : public GlobalNames {
   // Calls a function value with arguments; `line` is the call site's.
   bool callValue(Frame& f, int line, const TulValue& callee, const TulValue* args, int n,
                  TulValue& out, const std::string& calleeName);
+  // The same with arguments the caller drops after the call: an object's
+  // constructor takes them over.
+  bool callValue(Frame& f, int line, const TulValue& callee, TulValue* args, int n,
+                 TulValue& out, const std::string& calleeName);
   // Script code of a function or method; self nil for plain functions.
   bool callScript(const FunctionDecl& fn, const TulValue& self, TulClass* cls,
                   const TulValue* args, int n, TulValue& out);
@@ -241,6 +245,18 @@ class Interp : public GlobalNames {
   // self null: a static method.
   bool callMethod(Frame& f, int line, const TulValue* self, TulClass* cls, const char* name,
                   const TulValue* args, int n, TulValue& out);
+  // The native method a call site's name resolves to for cls, found once
+  // per class and kept while no class binds a method; null for a method
+  // the runtime must find by name (a missing one, a C++-written one).
+  TUL_ALWAYS_INLINE NativeMethod nativeAt(NativeSite& site, TulClass* cls,
+                                          const std::string& name) {
+    if (site.cls != cls || site.generation != *methodGeneration_) findNative(site, cls, name);
+    return site.fn;
+  }
+  // self.fn(args) for a native method nativeAt found, as callMethod runs
+  // it, the arguments moved into the runtime's frame (left nil).
+  bool callNative(Frame& f, int line, const TulValue& self, NativeMethod fn, TulValue* args,
+                  int n, TulValue& out);
   // The text print() and str() show; may run toString() of objects.
   bool display(Frame& f, int line, const TulValue& v, std::string& out, int depth = 0);
   TulValue functionValue(const FunctionDecl& fn);
@@ -371,11 +387,13 @@ class Interp : public GlobalNames {
   // turns it (or the call's own failure) into this script's error, and
   // hands an error that was already waiting before the call back to the
   // enclosing call. False when the call failed.
-  struct Forwarded {
-    bool have = false;
+  // What waited before the call, kept aside for its length: null when
+  // nothing did, so the common call saves and restores nothing.
+  struct ForwardedError {
     ScriptError error;
     tulrt::ErrorRecord record;
   };
+  using Forwarded = std::unique_ptr<ForwardedError>;
   Forwarded enterNativeCall();
   bool leaveNativeCall(const Frame& f, int line, bool ok, Forwarded&& outer);
   // A function value called by the host program from inside a native call
@@ -392,7 +410,10 @@ class Interp : public GlobalNames {
   bool takeError(ScriptError& out);
 
  private:
+  // A new object of cls, the arguments moved into its constructor's frame.
+  bool createObject(Frame& f, int line, TulClass* cls, TulValue* args, int n, TulValue& out);
   bool displayObject(Frame& f, int line, const TulValue& v, std::string& out, int depth);
+  bool displayText(Frame& f, int line, const TulValue& text, std::string& out, int depth);
   bool displayContainer(Frame& f, int line, const TulValue& v, std::string& out, int depth);
   bool stepsSpent(const Frame& f, int line);
   TUL_NOINLINE bool stackOverflow(const Frame& f, int line);
@@ -478,6 +499,7 @@ class Interp : public GlobalNames {
   // after the error).
   TUL_NOINLINE bool methodsTooDeep(const Frame& f, int line);
   TUL_NOINLINE void resolveMethodSlow(SiteCache& site, TulClass* cls, const std::string& name);
+  TUL_NOINLINE void findNative(NativeSite& site, TulClass* cls, const std::string& name);
   void forwardToHost();
   void keepNativeCallFailure(const tulrt::ErrorRecord& r);
   void reraiseFirstForwarded();
@@ -526,6 +548,9 @@ class Interp : public GlobalNames {
   // (null for a name bound twice, which the runtime settles).
   std::unordered_map<const TulClass*, std::unordered_map<std::string, const FunctionDecl*>>
       scriptMethods_;
+  const std::uint64_t* methodGeneration_ = &tulrt::methodGeneration();
+  NativeSite toStringSite_;  // str() and print() of objects
+  const std::string kToString = "toString";
   unsigned classEpoch_ = 1;  // call sites' caches start at 0: never current
   // Keyed by class and the hook's name, a literal of the evaluator's.
   struct HookKeyHash {

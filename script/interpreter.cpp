@@ -76,16 +76,27 @@ bool Interp::callValue(Frame& f, int line, const TulValue& callee, const TulValu
     return callFunctionInPlace(f, line, decl, frame.slots(), n, out);
   }
   if (TulClass* cls = static_cast<TulClass*>(callee)) {
-    TulVector argv(static_cast<unsigned>(n), false);
-    for (int i = 0; i < n; ++i) argv.push_back(args[i]);
-    Forwarded outer = enterNativeCall();
-    bool ok = vm_->interp().createObject(out, TulString(classNameOf(cls)), &argv);
-    return leaveNativeCall(f, line, ok, std::move(outer));
+    std::vector<TulValue> copied(args, args + n);
+    return createObject(f, line, cls, copied.data(), n, out);
   }
   std::string what = calleeName.empty()
                          ? "a value of type " + std::string(typeTagName(callee.type()))
                          : quoted(calleeName) + " (" + typeTagName(callee.type()) + ")";
   return fail(f, line, "cannot call " + what + ": not a function or class");
+}
+
+bool Interp::callValue(Frame& f, int line, const TulValue& callee, TulValue* args, int n,
+                       TulValue& out, const std::string& calleeName) {
+  if (TulClass* cls = static_cast<TulClass*>(callee))
+    return createObject(f, line, cls, args, n, out);
+  return callValue(f, line, callee, static_cast<const TulValue*>(args), n, out, calleeName);
+}
+
+bool Interp::createObject(Frame& f, int line, TulClass* cls, TulValue* args, int n,
+                          TulValue& out) {
+  Forwarded outer = enterNativeCall();
+  bool ok = vm_->interp().create(out, cls, args, n);
+  return leaveNativeCall(f, line, ok, std::move(outer));
 }
 
 bool Interp::callScript(const FunctionDecl& fn, const TulValue& self, TulClass* cls,
@@ -149,6 +160,27 @@ bool Interp::callMethod(Frame& f, int line, const TulValue* self, TulClass* cls,
   return true;
 }
 
+void Interp::findNative(NativeSite& site, TulClass* cls, const std::string& name) {
+  site.cls = cls;
+  site.generation = *methodGeneration_;
+  site.fn = tulrt::findNativeMethod(cls, name.c_str());
+}
+
+bool Interp::callNative(Frame& f, int line, const TulValue& self, NativeMethod fn,
+                        TulValue* args, int n, TulValue& out) {
+  if (!enterCall(f, line)) return false;
+  TulValue result;
+  Forwarded outer = haveForwarded_ ? enterNativeCall() : nullptr;
+  bool ok = vm_->interp().callNative(result, fn, self, args, n);
+  leaveCall();
+  // Success with nothing forwarded before or during the call, the common
+  // case, has nothing to hand back.
+  if (!(ok && !outer && !haveForwarded_) && !leaveNativeCall(f, line, ok, std::move(outer)))
+    return false;
+  out = std::move(result);
+  return true;
+}
+
 namespace {
 
 // The text of a value that is not a container or an object.
@@ -200,12 +232,22 @@ bool Interp::displayObject(Frame& f, int line, const TulValue& v, std::string& o
     return true;
   }
   TulClass* cls = o->getClass();
+  TulValue text;
+  // A native toString (String's), found once per class.
+  if (NativeMethod native = nativeAt(toStringSite_, cls, kToString)) {
+    if (!callNative(f, line, v, native, nullptr, 0, text)) return false;
+    return displayText(f, line, text, out, depth);
+  }
   if (!tulrt::hasMethod(cls, "toString")) {
     out += std::string("<") + classNameOf(cls) + " object>";
     return true;
   }
-  TulValue text;
   if (!callMethod(f, line, &v, cls, "toString", nullptr, 0, text)) return false;
+  return displayText(f, line, text, out, depth);
+}
+
+// What an object's toString gave: its characters when it is a string.
+bool Interp::displayText(Frame& f, int line, const TulValue& text, std::string& out, int depth) {
   if (TulString* s = stringOf(text)) {
     out.append(s->c_str(), s->length());
     return true;

@@ -394,11 +394,13 @@ bool Interp::method(Frame& f) {
   const int n = e.argc;
   TulValue* args = f.slots + ip->d;
   const FunctionDecl* fn = nullptr;
+  NativeMethod native = nullptr;
   // The arguments may have ended an object held by a weak reference.
   if (TulObject* o = obj->isObject() ? ops::objectOf(*obj) : nullptr) {
     resolveMethod(e.cache, o->getClass(), e.name);
     fn = e.cache.fn;
     if (fn && n > static_cast<int>(fn->params.size())) fn = nullptr;
+    if (!e.cache.fn) native = nativeAt(e.native, o->getClass(), e.name);
   }
   TulValue out;
   bool ok;
@@ -407,7 +409,9 @@ bool Interp::method(Frame& f) {
     TulValue* slots = frame.slots();
     ok = callMethodInPlace(f, lines::Op, *fn, e.cache.owner, *obj, slots, out);
   } else {
-    ok = ops::callNamed(*this, f, lines::Op, *obj, e.name, args, n, out);
+    // A native method found before takes its arguments where they are.
+    ok = native ? callNative(f, lines::Op, *obj, native, args, n, out)
+                : ops::callNamed(*this, f, lines::Op, *obj, e.name, args, n, out);
     for (int i = 0; i < n; ++i) dropRef(args[i]);
   }
   if (ip->flags & kFreeB) dropRef(f.slots[operand::index(ip->b)]);

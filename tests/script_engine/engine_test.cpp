@@ -48,6 +48,21 @@ bool caller_make(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   return f.ret(made);
 }
 
+// `rebind()` binds another native function as `hook`, as a module loaded
+// later may.
+bool caller_otherHook(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  Frame f(vm, argc, sp);
+  if (!f.enter(1, 1)) return false;
+  return f.ret(TulValue(new TulString("rebound hook")));
+}
+
+bool caller_rebind(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  Frame f(vm, argc, sp);
+  if (!f.enterStatic(0, 0)) return false;
+  static_cast<tulrt::Machine*>(vm)->findClass("Caller")->addMethod("hook", caller_otherHook, 0);
+  return f.retNothing();
+}
+
 // `debugger(on)` stops the machine as its debugger would, or lets it go on.
 bool caller_debugger(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   Frame f(vm, argc, sp);
@@ -63,6 +78,7 @@ void registerCaller(TulVirtualMachine& vm) {
   cls->addMethod("callHook", caller_callHook, 0);
   cls->addStaticMethod("make", caller_make, 0);
   cls->addStaticMethod("debugger", caller_debugger, 0);
+  cls->addStaticMethod("rebind", caller_rebind, 0);
   cls->fixupDataDefs();
 }
 
@@ -182,6 +198,17 @@ TEST_F(EngineTest, NativeCreationDtorErrorsAndCyclesAtTheEnd) {
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "Mine by name script hook 3 by name\nClass Nope not found\n");
   EXPECT_EQ(r.err, "t.tul:11: error: cannot close (in dtor)\n");
+}
+
+// One call site meets native and script methods in turn, and a native
+// method bound again after it was first called.
+TEST_F(EngineTest, AMethodCallSiteFollowsClassesAndRebinding) {
+  Outcome r = run(std::string(kMine) +
+                  "for (var i = 0; i < 4; i++) {\n"
+                  "  print((i == 1 ? Mine(1) : Caller()).hook(2));\n"
+                  "  if (i == 2) Caller.rebind();\n"
+                  "}\n");
+  EXPECT_EQ(r.out, "native hook\nscript hook 2 1\nnative hook\nrebound hook\n") << r.err;
 }
 
 TEST_F(EngineTest, GlobalsOutliveOneRunOfTheSameEngine) {
