@@ -29,6 +29,21 @@ class TUL_API TulVirtualMachine {
   TulVirtualMachine& operator=(const TulVirtualMachine&) = delete;
 };
 
+// A place in native code that calls a method by name, as a script call
+// would, many times over (once a message, say). The interpreter remembers
+// there what the name found last: the class it was looked up in and the
+// method, good only while no class anywhere has been changed since, so an
+// override bound later, a base changed or a class made anew at the same
+// address is seen on the next call. Declare one per place, static, with the
+// name alone: TulCallSite site{"handleMessage"}; the rest is the
+// interpreter's.
+struct TulCallSite {
+  const char* name;
+  const void* cls = nullptr;
+  const void* method = nullptr;
+  unsigned long long generation = 0;  // 0: nothing remembered
+};
+
 // The interpreter of one machine: errors are raised and script code is
 // called through it.
 class TUL_API TulInterpreter {
@@ -48,6 +63,10 @@ class TUL_API TulInterpreter {
   // Calls obj's method `name` as a script call would (overrides win).
   bool invokeMember(TulValue& result, TulObject* obj, const char* name,
                     TulVector* args);
+  // The same through a call site, with the nargs arguments read in place
+  // from args (null when there are none).
+  bool invokeMember(TulValue& result, TulObject* obj, TulCallSite& site,
+                    const TulValue* args, int nargs);
 
  protected:
   TulInterpreter() = default;

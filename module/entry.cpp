@@ -6,8 +6,9 @@
 // (window/registry.cpp), the module instance and the window being created
 // (window/window_class.cpp), the ledger of paint blocks and replaced window
 // procedures (window/native_ledger.cpp), the file dialogs' file-name buffer
-// (dialogs/file_dialog.cpp) and the argument vectors kept for calls made per
-// message (module/script_calls.cpp). Besides them only the
+// (dialogs/file_dialog.cpp) and the call sites of the calls made once a
+// message (module/script_calls.cpp), which need no preparing: what they
+// remember is checked by the host on every call. Besides them only the
 // innermost call watch (module/script_calls.cpp) lives outside a call,
 // pointing into the frames of the calls under way.
 //
@@ -40,7 +41,6 @@ bool gLoaded = false;
 bool moduleLoad(HINSTANCE instance) {
   setModuleInstance(instance);
   buildNames();
-  buildCallArgs();
   registryInit();
   if (!registerWindowClass(instance)) {
     MessageBoxA(nullptr, err::kWindowClassFailed, "Error", MB_OK);
@@ -54,7 +54,6 @@ void moduleUnload() {
   if (gLoaded) unregisterWindowClass();
   gLoaded = false;
   registryRelease();
-  releaseCallArgs();
   destroyNames();
 }
 

@@ -12,16 +12,7 @@ bool Frame::checkCounts(int minArgs, int maxArgs) const {
   return true;
 }
 
-bool Frame::enter(int minArgs, int maxArgs) {
-  // Without a slot for `this` there is no object to call the method on.
-  if (argc_ < 1) return fail(err::kInvalidThis);
-  const TulValue& self = (*result_.vec)[static_cast<unsigned>(result_.index + 1)];
-  self_ = objectIn(self);
-  if (!self_) return fail(err::kInvalidThis);
-  first_ = 2;
-  nargs_ = argc_ - 1;
-  return checkCounts(minArgs, maxArgs);
-}
+bool Frame::failThis() const { return fail(err::kInvalidThis); }
 
 bool Frame::enterStatic(int minArgs, int maxArgs) {
   first_ = 1;
@@ -71,15 +62,6 @@ TulObject* objectOfClass(const TulValue& v, Name cls) {
   TulObject* obj = objectIn(v);
   if (!obj || !obj->getClass()) return nullptr;
   return obj->getClass()->isSubtypeOf(nameString(cls)) ? obj : nullptr;
-}
-
-TulValue* memberSlot(TulObject* obj, Member m) {
-  if (!obj) return nullptr;
-  TulVector* data = obj->getMemberData();
-  int index = memberIndex(m);
-  if (!data || index < 0 || static_cast<unsigned>(index) >= data->size())
-    return nullptr;
-  return &(*data)[static_cast<unsigned>(index)];
 }
 
 TulBuffer* bufferMember(TulObject* obj, Member m, unsigned minSize) {

@@ -81,6 +81,7 @@ class Frame {
 
  private:
   bool checkCounts(int minArgs, int maxArgs) const;
+  bool failThis() const;
 
   TulVirtualMachine* vm_;
   ValPtr& sp_;
@@ -92,13 +93,22 @@ class Frame {
   CallWatch watch_{CallWatch::Kind::Native};
 };
 
+// Inline: every call of an instance method opens with it, and message
+// dispatch makes three a message. The reports stay out of line.
+inline bool Frame::enter(int minArgs, int maxArgs) {
+  // Without a slot for `this` there is no object to call the method on.
+  if (argc_ < 1) return failThis();
+  self_ = objectIn((*result_.vec)[static_cast<unsigned>(result_.index + 1)]);
+  if (!self_) return failThis();
+  first_ = 2;
+  nargs_ = argc_ - 1;
+  if (nargs_ < minArgs || nargs_ > maxArgs) return checkCounts(minArgs, maxArgs);
+  return true;
+}
+
 // The object a value refers to when that object's class is the named class
 // or derives from it; null otherwise.
 TulObject* objectOfClass(const TulValue& v, Name cls);
-
-// The slot of data member m of obj through the member index cache; null when
-// obj has no such slot (an object of an unrelated class, say).
-TulValue* memberSlot(TulObject* obj, Member m);
 
 // The byte buffer held in data member m of obj when it holds one of at least
 // minSize bytes; null otherwise.

@@ -6,6 +6,8 @@
 // an unfilled one is a bug of ours, not of the script.
 #pragma once
 
+#include "host/tul.h"
+
 enum class Member : int {
   StringStr,
   StructData,
@@ -43,6 +45,21 @@ enum class Member : int {
   Count
 };
 
+// One more than each index the registrar stored (members.cpp), so that the
+// zero the array starts with means "not filled". Read inline: message
+// dispatch reads several members a message.
+extern int gMemberIndexPlusOne[static_cast<int>(Member::Count)];
+
 // The index the host reported for the member (-1 when it had none).
-int memberIndex(Member m);
+inline int memberIndex(Member m) { return gMemberIndexPlusOne[static_cast<int>(m)] - 1; }
 void setMemberIndex(Member m, int index);
+
+// The slot of data member m of obj through the cache; null when obj has no
+// such slot (an object of an unrelated class, say).
+inline TulValue* memberSlot(TulObject* obj, Member m) {
+  if (!obj) return nullptr;
+  TulVector* data = obj->getMemberData();
+  const int index = memberIndex(m);
+  if (!data || index < 0 || static_cast<unsigned>(index) >= data->size()) return nullptr;
+  return &(*data)[static_cast<unsigned>(index)];
+}

@@ -18,16 +18,15 @@
 // may have caught it).
 #pragma once
 
-#include <optional>
-
 #include "host/tul.h"
 
 class CallWatch {
  public:
   enum class Kind { Native, ScriptCall };
 
-  explicit CallWatch(Kind kind);
-  ~CallWatch();
+  // Inline: every native method's frame holds one.
+  explicit CallWatch(Kind kind) : outer_(innermost_), kind_(kind) { innermost_ = this; }
+  ~CallWatch() { innermost_ = outer_; }
   CallWatch(const CallWatch&) = delete;
   CallWatch& operator=(const CallWatch&) = delete;
 
@@ -41,6 +40,10 @@ class CallWatch {
   static void noteHandlerFailure();
 
  private:
+  // The innermost watch of the interpreter thread; the watches themselves
+  // live in the frames of the calls that made them.
+  static CallWatch* innermost_;
+
   CallWatch* outer_;
   Kind kind_;
   bool failed_ = false;
@@ -53,30 +56,18 @@ bool invokeScript(TulInterpreter& in, TulValue& result, TulObject* obj, const ch
 bool createScriptObject(TulInterpreter& in, TulValue& out, const TulString& className,
                         TulVector* args = nullptr);
 
-// The argument vector of a call into script that is made once per message
-// (the window procedure's, the handler walk's), borrowed for as long as this
-// lives: count Nil values to fill. Such calls nest when a handler sends a
-// message, so one vector is kept per nesting depth and reused, which spares
-// a message its allocations. On the way out the values are given back last to first,
-// as a vector's own destruction would, so nothing lives longer than with a
-// local vector. Before load, or past the kept depths, the borrower gets a
-// vector of its own.
-class CallArgs {
- public:
-  explicit CallArgs(unsigned count);
-  ~CallArgs();
-  CallArgs(const CallArgs&) = delete;
-  CallArgs& operator=(const CallArgs&) = delete;
-
-  TulVector* vector() { return vec_; }
-  TulValue& operator[](unsigned i) { return (*vec_)[i]; }
-
- private:
-  TulVector* vec_;
-  std::optional<TulVector> own_;  // before load, or past the kept depths
-  bool kept_ = false;
+// The calls by name made once a message. Each has a call site of its own,
+// so a site sees one class while the same window gets messages, and the
+// interpreter finds the method there without a lookup until a class changes.
+enum class Call {
+  LoopPreprocess,     // the loop offering a message to its window
+  ParentPreprocess,   // preprocessMessage offering it to the parent
+  GetParent,
+  WindowHandle,       // the window procedure
+  HandlerHandle,      // the handler walk
+  Count
 };
 
-// The kept vectors: built at load, given back at unload.
-void buildCallArgs();
-void releaseCallArgs();
+// invokeScript through the call's site, with nargs arguments read in place.
+bool invokeScript(TulInterpreter& in, TulValue& result, TulObject* obj, Call call,
+                  const TulValue* args = nullptr, int nargs = 0);

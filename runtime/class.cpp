@@ -11,11 +11,13 @@
 using tulrt::detail::newMethodGeneration;
 using tulrt::detail::report;
 
-namespace {
-
 // The method generation (see MethodLookupCache); starts at 1 so that an
 // unfilled slot never matches. 64 bits: it cannot wrap round to an old one.
-std::uint64_t gMethodGeneration = 1;
+std::uint64_t tulrt::detail::gMethodGeneration = 1;
+
+namespace {
+
+using tulrt::detail::gMethodGeneration;
 
 const TulClassState& stateOf(const TulClass* cls) { return cls->state(); }
 
@@ -207,9 +209,25 @@ const MethodEntry* cachedFind(const TulClass* cls, const char* name, bool isStat
 void newMethodGeneration() { ++gMethodGeneration; }
 
 Callee findMethod(const TulClass* cls, const char* name, bool isStatic) {
-  if (!name || !cls) return Callee{};
-  const MethodEntry* e = cachedFind(cls, name, isStatic);
+  const MethodEntry* e = findEntry(cls, name, isStatic);
   return e ? Callee{e->native, e->script} : Callee{};
+}
+
+const MethodEntry* findEntry(const TulClass* cls, const char* name, bool isStatic) {
+  return name && cls ? cachedFind(cls, name, isStatic) : nullptr;
+}
+
+// The site remembers one class: a site that sees several takes the class's
+// own cache for the others, as a call by name would.
+const MethodEntry* findMethodAtSlowly(const TulClass* cls, TulCallSite& site) {
+  if (!site.name || !cls) return nullptr;
+  const MethodEntry* e = cachedFind(cls, site.name, false);
+  if (e) {
+    site.cls = cls;
+    site.method = e;
+    site.generation = gMethodGeneration;
+  }
+  return e;
 }
 
 }  // namespace detail
@@ -259,8 +277,10 @@ TulValue* findStatic(TulClass* cls, const char* name) {
   return nullptr;
 }
 
+// Asks the cache for the entry alone: a Callee would hold a script method
+// (a reference count taken and given back) only to be tested.
 bool hasMethod(const TulClass* cls, const char* name, bool isStatic) {
-  return static_cast<bool>(detail::findMethod(cls, name, isStatic));
+  return cls && name && detail::cachedFind(cls, name, isStatic);
 }
 
 NativeMethod findNativeMethod(const TulClass* cls, const char* name) {

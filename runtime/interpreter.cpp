@@ -65,7 +65,7 @@ bool accepts(const TulValue& v, TulValueType code) {
 // Runs the callee, turning a C++ exception that escapes it (a C++-written
 // method's own, or an allocation a script asked for that cannot be had) into
 // a script error: the frame must still be unwound by the caller.
-bool runCallee(Machine::Impl& m, const Callee& c, int argc, ValPtr& sp) {
+inline bool runCallee(Machine::Impl& m, const Callee& c, int argc, ValPtr& sp) {
   assert(c && "a call frame needs a method");
   TulVirtualMachine* vm = m.self;
   try {
@@ -86,14 +86,19 @@ bool holdsReference(const TulValue& v) {
   return static_cast<int>(v.type()) >= static_cast<int>(TulValueType::Object);
 }
 
-// Writes v into a slot of the frame. A slot above top is Nil (the invariant
-// of machine_impl.h), so the copy is made in place; a slot that holds a
-// reference all the same is assigned, which gives it back.
-void place(TulValue& slot, const TulValue& v) {
-  if (holdsReference(slot)) {
-    slot = v;
-    return;
-  }
+// A slot of the frame that holds a reference although it lies above top
+// (which the invariant of machine_impl.h rules out) is assigned, which gives
+// the reference back; kept out of line, off the path of every call.
+template <class V>
+void placeOver(TulValue& slot, const V& v) {
+  slot = TulValue(v);
+}
+
+// Writes v (a value, or an object as a strong reference) into a slot of the
+// frame. A slot above top is Nil, so the copy is made in place.
+template <class V>
+inline void place(TulValue& slot, const V& v) {
+  if (holdsReference(slot)) return placeOver(slot, v);
   new (&slot) TulValue(v);
 }
 
@@ -105,18 +110,22 @@ void place(TulValue& slot, TulValue&& v) {
   new (&slot) TulValue(std::move(v));
 }
 
+const TulValue& selfOf(const TulValue* self) { return *self; }
+TulObject* selfOf(TulObject* self) { return self; }
+
+// Releases what a slot held (see resetSlots).
+void drop(TulValue& slot) { TulValue dropped(std::move(slot)); }
+
 // Empties the slots [from, to]. Each value is moved out before it is
 // released: a destructor run by the release may make calls of its own, which
 // take slots above the restored top. A value without a reference is simply
 // overwritten with Nil.
-void resetSlots(TulVector& stack, int from, int to) {
-  for (int i = from; i <= to; ++i) {
-    TulValue& slot = stack[static_cast<unsigned>(i)];
-    if (holdsReference(slot)) {
-      TulValue dropped(std::move(slot));
-      continue;
-    }
-    if (slot.type() != TulValueType::Nil) new (&slot) TulValue();
+inline void resetSlots(TulValue* from, const TulValue* to) {
+  for (TulValue* slot = from; slot <= to; ++slot) {
+    if (holdsReference(*slot))
+      drop(*slot);
+    else if (slot->type() != TulValueType::Nil)
+      new (slot) TulValue();
   }
 }
 
@@ -128,36 +137,39 @@ int frameEnd(const TulVector& stack, const ValPtr& sp, int lastArg) {
   return movedUp ? sp.index : lastArg;
 }
 
+// In int: top lies inside the stack and slots counts values that exist in
+// memory, each 16 bytes of a 32-bit address space, so the sum stays far
+// below INT_MAX.
 bool fitsFrame(const Machine::Impl& m, int slots) {
-  const long long last = static_cast<long long>(m.top) + slots;
-  return m.depth < tulrt::kMaxCallDepth && last < static_cast<long long>(m.stack->size());
+  return m.depth < tulrt::kMaxCallDepth &&
+         static_cast<unsigned>(m.top + slots) < m.stack->size();
 }
 
 // The frame: the result slot at p = top+1, then `this` (instance calls), then
-// the arguments (Arg is TulValue when they are moved in); the callee gets sp
-// on the last of them.
-template <class Arg>
-bool invokeFrame(Machine::Impl& m, const Callee& c, const TulValue* self, Arg* args,
-                 int nargs, TulValue& result) {
+// the arguments; the callee gets sp on the last of them. Self is a value or
+// an object, placed as place() takes it; Arg is TulValue when the arguments
+// are moved in.
+template <class Self, class Arg>
+bool runFrame(Machine::Impl& m, const Callee& c, Self self, Arg* args, int nargs,
+              TulValue& result) {
   const int argc = (self ? 1 : 0) + nargs;
   if (!fitsFrame(m, argc + 1)) return report(&m, kStackOverflow);
   TulVector& stack = *m.stack;
   const int p = m.top + 1;
   const int savedTop = m.top;
-  const int firstArg = p + 1 + (self ? 1 : 0);
-  TulValue& resultSlot = stack[static_cast<unsigned>(p)];
-  if (resultSlot.type() != TulValueType::Nil) resultSlot = TulValue();
-  if (self) place(stack[static_cast<unsigned>(p + 1)], *self);
-  for (int i = 0; i < nargs; ++i)
-    place(stack[static_cast<unsigned>(firstArg + i)], static_cast<Arg&&>(args[i]));
+  TulValue* const frame = &stack[static_cast<unsigned>(p)];
+  if (frame->type() != TulValueType::Nil) *frame = TulValue();
+  TulValue* next = frame + 1;
+  if (self) place(*next++, selfOf(self));
+  for (int i = 0; i < nargs; ++i) place(next[i], static_cast<Arg&&>(args[i]));
   ValPtr sp{&stack, p + argc};
   m.top = p + argc;
   ++m.depth;
   const bool ok = runCallee(m, c, argc, sp);
   --m.depth;
-  TulValue answer(std::move(stack[static_cast<unsigned>(p)]));
+  TulValue answer(std::move(*frame));
   m.top = savedTop;
-  resetSlots(stack, p, frameEnd(stack, sp, p + argc));
+  resetSlots(frame, &stack[static_cast<unsigned>(frameEnd(stack, sp, p + argc))]);
   if (ok) result = std::move(answer);
   return ok;
 }
@@ -169,12 +181,12 @@ namespace detail {
 
 bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
             const TulValue* args, int nargs, TulValue& result) {
-  return invokeFrame(m, c, self, args, nargs, result);
+  return runFrame(m, c, self, args, nargs, result);
 }
 
 bool invokeMoving(Machine::Impl& m, const Callee& c, const TulValue* self, TulValue* args,
                   int nargs, TulValue& result) {
-  return invokeFrame(m, c, self, args, nargs, result);
+  return runFrame(m, c, self, args, nargs, result);
 }
 
 namespace {
@@ -197,7 +209,7 @@ Callee constructorOf(const TulClass* cls) {
 
 }  // namespace
 
-// Arg as for invokeFrame.
+// Arg as for runFrame.
 template <class Arg>
 bool constructWith(Machine::Impl& m, TulValue& out, TulClass* cls, Arg* args, int nargs) {
   if (!cls) return report(&m, "invalid class");
@@ -209,7 +221,7 @@ bool constructWith(Machine::Impl& m, TulValue& out, TulClass* cls, Arg* args, in
     return true;
   }
   TulValue ignored;
-  if (!invokeFrame(m, ctor, &obj, args, nargs, ignored)) {
+  if (!runFrame(m, ctor, &obj, args, nargs, ignored)) {
     // An object whose constructor failed was never made: no dtor for it.
     TulObjectAccess::dtorRan(*static_cast<TulObject*>(obj)) = true;
     return false;
@@ -280,15 +292,38 @@ bool tulrt::Interpreter::create(TulValue& out, TulClass* cls, TulValue* args, in
   return nativeCallAnswer(m, tulrt::detail::constructWith(m, out, cls, args, nargs));
 }
 
+namespace {
+
+// Runs the entry found for obj's class under name, with obj as `this`. A
+// native method is called straight from the entry; only a script method is
+// held for the call, so that rebinding during the call cannot pull it away.
+bool callEntry(Machine::Impl& m, TulObject* obj, const MethodEntry* e, const char* name,
+               const TulValue* args, int nargs, TulValue& result) {
+  const TulClass* cls = obj->getClass();
+  if (!e) return report(&m, cls ? methodNotFound(cls, name) : "invalid object");
+  const Callee callee = e->native ? Callee{e->native, nullptr} : Callee{nullptr, e->script};
+  return runFrame(m, callee, obj, args, nargs, result);
+}
+
+}  // namespace
+
 bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, const char* name,
                                   TulVector* args) {
   Machine::Impl& m = implOf(this);
   if (!obj) return nativeCallAnswer(m, report(&m, "invalid object"));
-  const TulValue self(obj);
+  const MethodEntry* e = tulrt::detail::findEntry(obj->getClass(), name, false);
   const bool hasArgs = args && args->size();
-  return nativeCallAnswer(m, m.self->interp().call(result, obj->getClass(), name, &self,
-                                                   hasArgs ? args->data() : nullptr,
-                                                   hasArgs ? static_cast<int>(args->size()) : 0));
+  return nativeCallAnswer(m, callEntry(m, obj, e, name, hasArgs ? args->data() : nullptr,
+                                       hasArgs ? static_cast<int>(args->size()) : 0, result));
+}
+
+bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, TulCallSite& site,
+                                  const TulValue* args, int nargs) {
+  Machine::Impl& m = implOf(this);
+  if (!obj) return nativeCallAnswer(m, report(&m, "invalid object"));
+  TulClass* cls = obj->getClass();
+  const MethodEntry* e = cls ? tulrt::detail::findMethodAt(cls, site) : nullptr;
+  return nativeCallAnswer(m, callEntry(m, obj, e, site.name, args, nargs, result));
 }
 
 // --- Interpreter: the runtime's own face ------------------------------------

@@ -76,6 +76,21 @@ struct Callee {
 Callee findMethod(const TulClass* cls, const char* name, bool isStatic);
 // Starts a new method generation: every lookup remembered so far is stale.
 void newMethodGeneration();
+// The same, giving the table's entry (null when none binds the name).
+const MethodEntry* findEntry(const TulClass* cls, const char* name, bool isStatic);
+// Bumped by every change to any method table or class chain; what a cache
+// remembers stands only in the generation it was filled in (class.cpp).
+extern std::uint64_t gMethodGeneration;
+
+// The instance method a call site names, through what the site remembers
+// (see TulCallSite); null when the chain binds none. What the site remembers
+// is checked inline, the lookup is out of line.
+const MethodEntry* findMethodAtSlowly(const TulClass* cls, TulCallSite& site);
+inline const MethodEntry* findMethodAt(const TulClass* cls, TulCallSite& site) {
+  if (site.cls == cls && site.generation == gMethodGeneration)
+    return static_cast<const MethodEntry*>(site.method);
+  return findMethodAtSlowly(cls, site);
+}
 
 // Runs one call frame (see interpreter.cpp); result is written on success
 // only.

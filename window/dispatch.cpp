@@ -22,9 +22,7 @@ Walk walkHandlers(Frame& f, TulValue& answer) {
   TulObject* self = f.self();
   TulVector* list = vectorMember(self, Member::WinHandlerList);
   if (!list || list->size() == 0) return Walk::PassedOn;
-  CallArgs args(5);
-  args[0] = TulValue(self);
-  for (unsigned i = 0; i < 4; ++i) args[i + 1] = f.arg(static_cast<int>(i));
+  const TulValue args[] = {TulValue(self), f.arg(0), f.arg(1), f.arg(2), f.arg(3)};
   const unsigned count = list->size();
   for (unsigned i = 0; i < count; ++i) {
     list = vectorMember(self, Member::WinHandlerList);
@@ -33,7 +31,7 @@ Walk walkHandlers(Frame& f, TulValue& answer) {
     TulObject* obj = objectIn(handler);
     if (!obj) continue;
     TulValue result;
-    if (!invokeScript(f.interp(), result, obj, "handleMessage", args.vector())) return Walk::Failed;
+    if (!invokeScript(f.interp(), result, obj, Call::HandlerHandle, args, 5)) return Walk::Failed;
     if (static_cast<int>(result) == 0) {
       answer = result;
       return Walk::Consumed;
@@ -152,13 +150,12 @@ bool winbase_preprocessMessage(TulVirtualMachine* vm, int argc, ValPtr& sp) {
     if (translated) return f.retInt(1);
   }
   TulValue parent;
-  if (!invokeScript(f.interp(), parent, self, "getParent")) return false;
+  if (!invokeScript(f.interp(), parent, self, Call::GetParent)) return false;
   TulObject* parentObj = objectIn(parent);
   if (!parentObj) return f.retInt(0);
-  CallArgs args(1);
-  args[0] = f.arg(0);
+  const TulValue msg = f.arg(0);
   TulValue consumed;
-  if (!invokeScript(f.interp(), consumed, parentObj, "preprocessMessage", args.vector()))
+  if (!invokeScript(f.interp(), consumed, parentObj, Call::ParentPreprocess, &msg, 1))
     return false;
   return f.retBool(static_cast<int>(consumed) != 0);
 }

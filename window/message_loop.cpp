@@ -36,9 +36,9 @@ bool copyMessage(TulObject* msgObj, const MSG& msg) {
 
 // Offers a message of a registered window to its preprocessMessage; false
 // after a failure, with `consumed` telling whether it was used up.
-bool preprocess(Frame& f, TulObject* window, TulVector& args, bool& consumed) {
+bool preprocess(Frame& f, TulObject* window, const TulValue& msg, bool& consumed) {
   TulValue result;
-  if (!invokeScript(f.interp(), result, window, "preprocessMessage", &args)) return false;
+  if (!invokeScript(f.interp(), result, window, Call::LoopPreprocess, &msg, 1)) return false;
   consumed = static_cast<int>(result) != 0;
   return true;
 }
@@ -57,9 +57,9 @@ TulDictionaryEntry* winBaseStatic(Frame& f, Name which) {
 bool winbase_mainLoop(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   Frame f(vm, argc, sp);
   if (!f.enterStatic(0, 0)) return false;
-  TulVector args(1, true);
-  if (!createScriptObject(f.interp(), args[0], nameString(Name::Msg))) return false;
-  TulObject* msgObj = static_cast<TulObject*>(args[0]);
+  TulValue msgValue;
+  if (!createScriptObject(f.interp(), msgValue, nameString(Name::Msg))) return false;
+  TulObject* msgObj = static_cast<TulObject*>(msgValue);
   TulValue address;
   if (!invokeScript(f.interp(), address, msgObj, "ptr")) return false;
   if (static_cast<int>(address) == 0) return f.fail(err::kInvalidMessageObject);
@@ -72,7 +72,7 @@ bool winbase_mainLoop(TulVirtualMachine* vm, int argc, ValPtr& sp) {
     if (TulObject* window = registryObject(registryFind(handle))) {
       if (!copyMessage(msgObj, msg)) return f.fail(err::kInvalidMessageObject);
       bool consumed = false;
-      if (!preprocess(f, window, args, consumed)) return false;
+      if (!preprocess(f, window, msgValue, consumed)) return false;
       if (consumed) continue;
     }
     TranslateMessage(&msg);

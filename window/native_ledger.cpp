@@ -48,7 +48,10 @@ void noteReplacedProcedure(std::int32_t proc) {
   if (proc && !isReplacedProcedure(proc)) replacedProcedures().push_back(proc);
 }
 
+// A window the library did not subclass has no saved procedure (0), which
+// is every message's case: answered before the list is reached.
 bool isReplacedProcedure(std::int32_t proc) {
+  if (!proc) return false;
   const std::vector<std::int32_t>& procs = replacedProcedures();
-  return proc && std::find(procs.begin(), procs.end(), proc) != procs.end();
+  return std::find(procs.begin(), procs.end(), proc) != procs.end();
 }

@@ -27,7 +27,10 @@ inline std::int32_t fromHandle(const void* h) {
 
 // The integer a data member holds (its integer conversion; 0 for a missing
 // member or a value that is not a number).
-std::int32_t intMember(TulObject* obj, Member m);
+inline std::int32_t intMember(TulObject* obj, Member m) {
+  const TulValue* slot = memberSlot(obj, m);
+  return slot ? static_cast<int>(*slot) : 0;
+}
 void setIntMember(TulObject* obj, Member m, std::int32_t v);
 // The window of a WinBase object (_hwnd), 0 when it has none.
 inline HWND windowOf(TulObject* obj) { return toHwnd(intMember(obj, Member::WinHwnd)); }
@@ -36,7 +39,10 @@ inline HWND windowOf(TulObject* obj) { return toHwnd(intMember(obj, Member::WinH
 inline TulObject* windowObject(const TulValue& v) { return objectOfClass(v, Name::WinBase); }
 
 // The host vector held in data member m of obj, or null.
-TulVector* vectorMember(TulObject* obj, Member m);
+inline TulVector* vectorMember(TulObject* obj, Member m) {
+  const TulValue* slot = memberSlot(obj, m);
+  return slot ? refIn<TulVector>(*slot, TulValueType::Vector) : nullptr;
+}
 
 // WinBase's static data member `which`: its entry, or null after reporting
 // "Class WinBase not found." or "Member WinBase::NAME not found.".

@@ -95,17 +95,7 @@ bool readCreateArg(Frame& f, int i, CreateArgs& a) {
 
 }  // namespace
 
-std::int32_t intMember(TulObject* obj, Member m) {
-  const TulValue* slot = memberSlot(obj, m);
-  return slot ? static_cast<int>(*slot) : 0;
-}
-
 void setIntMember(TulObject* obj, Member m, std::int32_t v) { setMember(obj, m, TulValue(v)); }
-
-TulVector* vectorMember(TulObject* obj, Member m) {
-  const TulValue* slot = memberSlot(obj, m);
-  return slot ? refIn<TulVector>(*slot, TulValueType::Vector) : nullptr;
-}
 
 bool winbase_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   Frame f(vm, argc, sp);

@@ -41,13 +41,11 @@ LRESULT dispatch(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
   // A machine stopped in its debugger runs no script code.
   if (!takenOver && vm.isInDbg()) return 0;
 
-  CallArgs args(4);
-  args[0] = TulValue(static_cast<int>(handleOf(hwnd)));
-  args[1] = TulValue(static_cast<unsigned>(message));
-  args[2] = TulValue(static_cast<int>(wParam));
-  args[3] = TulValue(static_cast<int>(lParam));
+  const TulValue args[] = {TulValue(static_cast<int>(handleOf(hwnd))),
+                           TulValue(static_cast<unsigned>(message)),
+                           TulValue(static_cast<int>(wParam)), TulValue(static_cast<int>(lParam))};
   TulValue result;
-  const bool ok = invokeScript(*vm.interpreter(), result, window, "handleMessage", args.vector());
+  const bool ok = invokeScript(*vm.interpreter(), result, window, Call::WindowHandle, args, 4);
   // The script may have released the object; only the handle is used now.
   // A window whose entry outlived a failed WM_DESTROY loses it here at last.
   if ((ok && message == WM_DESTROY) || message == WM_NCDESTROY) registryRemove(handleOf(hwnd));

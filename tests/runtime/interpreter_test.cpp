@@ -23,8 +23,8 @@ class InterpreterTest : public rtest::MachineTest {
     ASSERT_TRUE(vm().registerNativeClass("BASE", base));
     base->addDataMember("tag");
     // Its constructor stores its argument count in `tag`; describe calls
-    // back into the interpreter, as library methods deferring to script
-    // overrides do.
+    // back into the interpreter through a call site, as library methods
+    // deferring to script overrides do (the site outlives the machine).
     base->addMethod("BASE", [](TulVirtualMachine*, int argc, ValPtr& sp) {
       (*self(sp, argc)->getMemberData())[0] = TulValue(argc - 1);
       return true;
@@ -33,8 +33,9 @@ class InterpreterTest : public rtest::MachineTest {
       return returnValue(sp, argc, TulValue(1));
     }, 0);
     base->addMethod("describe", [](TulVirtualMachine* vm, int argc, ValPtr& sp) {
+      static TulCallSite site{"name"};
       TulValue name;
-      return vm->interpreter()->invokeMember(name, self(sp, argc), "name", nullptr) &&
+      return vm->interpreter()->invokeMember(name, self(sp, argc), site, nullptr, 0) &&
              returnValue(sp, argc, name);
     }, 0);
     base->addStaticMethod("make", [](TulVirtualMachine*, int argc, ValPtr& sp) {
@@ -85,15 +86,19 @@ TEST_F(InterpreterTest, LookupsFollowRebindingBaseChangesAndTheCallersText) {
   EXPECT_EQ(static_cast<int>(r), 1);
 
   tulrt::addScriptMethod(derived, "name", answers(3));  // rebound after the lookup
+  EXPECT_EQ(callInt(dobj, "describe"), 3);
   EXPECT_EQ(callInt(dobj, "name"), 3);
+  EXPECT_EQ(callInt(lobj, "describe"), 1);
   tulrt::addScriptMethod(leaf, "name", answers(4));  // an override after an inherited lookup
+  EXPECT_EQ(callInt(lobj, "describe"), 4);
   EXPECT_EQ(callInt(lobj, "name"), 4);
   EXPECT_EQ(callInt(static_cast<TulObject*>(make(base)), "name"), 1);
 
   TulClass* moved = vm().defineClass("MOVED", base);
   const TulValue m = make(moved);
-  EXPECT_EQ(callInt(static_cast<TulObject*>(m), "name"), 1);
+  EXPECT_EQ(callInt(static_cast<TulObject*>(m), "describe"), 1);
   ASSERT_TRUE(moved->setBaseClass(derived));
+  EXPECT_EQ(callInt(static_cast<TulObject*>(m), "describe"), 3);
   EXPECT_EQ(callInt(static_cast<TulObject*>(m), "name"), 3);
 
   char text[] = "name";  // one buffer, two names: the text decides
