@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <vector>
@@ -45,6 +46,16 @@ TUL_SLOTS_INLINE void moveInto(TulValue& dst, TulValue&& src) {
   new (&dst) TulValue(std::move(src));
 }
 
+// A value moves as its bytes (nothing points at where it lies): dst,
+// which holds no reference, takes src's value, and src is left nil.
+TUL_SLOTS_INLINE void relocate(TulValue& dst, TulValue& src) {
+  std::memcpy(static_cast<void*>(&dst), &src, sizeof dst);
+  std::memset(static_cast<void*>(&src), 0, sizeof src);
+}
+
+// v, which holds no reference, = nil (the bytes of a nil are all zero).
+TUL_SLOTS_INLINE void putNil(TulValue& v) { std::memset(static_cast<void*>(&v), 0, sizeof v); }
+
 // v = nil.
 TUL_SLOTS_INLINE void clearValue(TulValue& v) {
   if (holdsReference(v))
@@ -79,14 +90,23 @@ class SlotStack {
   // only once the values are gone.
   TUL_SLOTS_INLINE void release(const Mark& m) {
     if (block_ != m.block) return releaseBlocks(m);
-    // Frames within one block, the common case, inline.
-    TulValue* slots = blocks_[block_].slots.get();
-    for (std::size_t i = m.top; i < top_; ++i)
-      if (slots[i].type() != TulValueType::Nil) clearValue(slots[i]);
+    // Frames within one block, the common case, inline. The bounds are
+    // read once: a dtor run by a release takes and gives back frames of its
+    // own above the top, which it leaves where it found it.
+    TulValue* const slots = blocks_[block_].slots.get();
+    TulValue* const end = slots + top_;
+    for (TulValue* p = slots + m.top; p != end; ++p) {
+      if (p->type() == TulValueType::Nil) continue;
+      if (holdsReference(*p))
+        releaseSlot(*p);
+      else
+        putNil(*p);
+    }
     top_ = m.top;
   }
 
  private:
+  TUL_SLOTS_NOINLINE static void releaseSlot(TulValue& v) { v = TulValue(); }
   TUL_SLOTS_NOINLINE void releaseBlocks(const Mark& m) {
     while (block_ != m.block || top_ != m.top) {
       // The block's array stays put even if running a dtor adds blocks.

@@ -259,9 +259,11 @@ TUL_ALWAYS_INLINE Interp::Activation& Interp::pushActivation(const FunctionDecl&
   Activation& a = *activations_[depth_++];
   ++callDepth_;
   a.mark = slotStack_.mark();
-  TulValue* slots = slotStack_.take(frameSlots(fn, n));
+  // Calls that come here pass no more arguments than fn has parameters,
+  // and a frame holds them all.
+  TulValue* slots = slotStack_.take(static_cast<std::size_t>(fn.code.frameSize));
   // Slots taken are nil: the arguments are moved in without a release.
-  for (int i = 0; i < n; ++i) new (&slots[i]) TulValue(std::move(args[i]));
+  for (int i = 0; i < n; ++i) relocate(slots[i], args[i]);
   if (fn.selfSlot >= 0) slots[fn.selfSlot] = functionValue(fn);
   a.frame.program = fn.program;
   a.frame.slots = slots;
@@ -1026,7 +1028,8 @@ SetIndex: {
 
 // A `return` inside a `try` leaves its handlers behind.
 Return: {
-  if (ip->flags & kFreeB) {
+  // The frame's slots end with it: a local's value is taken, not copied.
+  if ((ip->flags & kFreeB) || operand::space(ip->b) == operand::Local) {
     F->ret = std::move(R[operand::index(ip->b)]);
   } else {
     const TulValue* x = READ(ip->b, lines::B);
