@@ -187,6 +187,7 @@ class Compiler {
     ins.b = b;
     ins.c = c;
     ins.d = d;
+    if (direct(op, a, b, c)) ins.flags |= kDirect;
     const int pc = here();
     code_.ins.push_back(ins);
     if (code_.lineRuns.empty() || code_.lineRuns.back().line != line)
@@ -196,6 +197,27 @@ class Compiler {
     extraLine(pc, lines::C, lineOf(c));
     extraLine(pc, lines::D, lineOf(d));
     return pc;
+  }
+  // Whether instruction op's operands all qualify for kDirect.
+  bool direct(Op op, std::int32_t a, std::int32_t b, std::int32_t c) const {
+    const bool compareJump = op >= Op::JumpLess && op <= Op::JumpNotEqual;
+    if (!(op >= Op::Add && op <= Op::NotEqual) && !compareJump && op != Op::StepLess)
+      return false;
+    if (!directOperand(b) || !directOperand(c)) return false;
+    if (compareJump) return true;
+    if (op == Op::StepLess) return operand::space(b) != operand::Const;
+    return operand::space(a) != operand::Const && directOperand(a);
+  }
+  bool directOperand(std::int32_t x) const {
+    switch (operand::space(x)) {
+      case operand::Local:
+      case operand::Const:
+        return true;
+      case operand::Global:
+        return knownGlobal(operand::index(x));
+      default:
+        return false;
+    }
   }
   // Records a line other than the operation's for the instruction at pc
   // (kept in order of pc, then kind; none means 0).

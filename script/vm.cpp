@@ -621,6 +621,10 @@ Flow Interp::run(const Code& code, Frame& entry) {
   const Ins* ip = first;
   TulValue* R = entry.slots;
   const TulValue* K = code.consts.data();
+  // Where each operand space begins, for kDirect instructions: the locals,
+  // the globals and the constants (the globals' array moves only when a
+  // file is loaded, which happens only under a call out of this loop).
+  TulValue* base[4] = {R, globals_.data(), const_cast<TulValue*>(K), nullptr};
   entry.code = &code;
   const bool limited = opts_.maxSteps > 0;
   std::int32_t r;   // an integer result (one slot for all instructions)
@@ -662,6 +666,9 @@ Flow Interp::run(const Code& code, Frame& entry) {
     ip = first;                       \
     R = F->slots;                     \
     K = F->code->consts.data();       \
+    base[operand::Local] = R;         \
+    base[operand::Global] = globals_.data(); \
+    base[operand::Const] = const_cast<TulValue*>(K); \
     DISPATCH();                       \
   } while (0)
 // Goes on with frame F where it stood.
@@ -671,6 +678,9 @@ Flow Interp::run(const Code& code, Frame& entry) {
     ip = F->ip;                       \
     R = F->slots;                     \
     K = F->code->consts.data();       \
+    base[operand::Local] = R;         \
+    base[operand::Global] = globals_.data(); \
+    base[operand::Const] = const_cast<TulValue*>(K); \
   } while (0)
 #define FREE(flag, x) \
   if (ip->flags & (flag)) dropRef(R[operand::index(x)])
@@ -685,12 +695,16 @@ Flow Interp::run(const Code& code, Frame& entry) {
 // Both operands 32-bit integers.
 #define BOTH_INT(x, y) \
   ((static_cast<unsigned>((x)->type()) ^ 64u) | (static_cast<unsigned>((y)->type()) ^ 64u)) == 0
+// Where an operand of a kDirect instruction lies, and its destination.
+#define DIRECT(x) (static_cast<const TulValue*>(base[operand::space(x)]) + operand::index(x))
+#define DIRECT_DEST(x) (base[operand::space(x)] + operand::index(x))
 // A slow path that may fail: the frame's instruction is saved first, where
 // its error finds its line.
-#define CHECK(ok)    \
-  do {               \
-    F->ip = ip;      \
-    if (!(ok)) goto failed; \
+#define CHECK(ok)                          \
+  do {                                     \
+    F->ip = ip;                            \
+    if (!(ok)) goto failed;                \
+    base[operand::Global] = globals_.data(); \
   } while (0)
 // A read or a write that saved the instruction itself where it may fail.
 #define ENSURE(x) \
@@ -723,6 +737,13 @@ Move:
 
 #define BINARY(NAME)                                                         \
   NAME : {                                                                          \
+    if (ip->flags & kDirect) {                                                      \
+      const TulValue* x = DIRECT(ip->b);                                            \
+      const TulValue* y = DIRECT(ip->c);                                            \
+      if (BOTH_INT(x, y) && intBinary(opToken(Op::NAME), x->i32(), y->i32(), r) &&  \
+          DIRECT_DEST(ip->a)->putInt(r))                                            \
+        NEXT();                                                                     \
+    }                                                                               \
     const TulValue* x = READ(ip->b, lines::B);                                \
     ENSURE(x);                                                                       \
     const TulValue* y = READ(ip->c, lines::C);                                \
@@ -797,6 +818,18 @@ JumpIf: {
 
 #define COMPARE_JUMP(NAME)                                                   \
   NAME : {                                                                          \
+    if (ip->flags & kDirect) {                                                      \
+      const TulValue* x = DIRECT(ip->b);                                            \
+      const TulValue* y = DIRECT(ip->c);                                            \
+      if (BOTH_INT(x, y)) {                                                         \
+        intBinary(opToken(Op::NAME), x->i32(), y->i32(), r);                        \
+        if ((r != 0) != ((ip->flags & kNegate) != 0)) {                             \
+          ip = first + ip->a;                                                       \
+          DISPATCH();                                                               \
+        }                                                                           \
+        NEXT();                                                                     \
+      }                                                                             \
+    }                                                                               \
     const TulValue* x = READ(ip->b, lines::B);                                \
     ENSURE(x);                                                                       \
     const TulValue* y = READ(ip->c, lines::C);                                \
@@ -828,9 +861,15 @@ JumpIf: {
 #undef COMPARE_JUMP
 
 StepLess: {
-  TulValue* i = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
-                                                         : globalSlot(ip->b);
-  const TulValue* n = READ(ip->c, lines::C);
+  TulValue* i;
+  const TulValue* n;
+  if (ip->flags & kDirect) {
+    i = DIRECT_DEST(ip->b);
+    n = DIRECT(ip->c);
+  } else {
+    i = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)] : globalSlot(ip->b);
+    n = READ(ip->c, lines::C);
+  }
   int taken;
   if (i && n && BOTH_INT(i, n)) {
     const std::int32_t next = static_cast<std::int32_t>(static_cast<std::uint32_t>(i->i32()) + 1u);
@@ -1116,6 +1155,8 @@ failed:
 #undef FREE_BC
 #undef BOTH_INT
 #undef IS_EQUALITY
+#undef DIRECT
+#undef DIRECT_DEST
 #undef CHECK
 #undef ENSURE
 }
