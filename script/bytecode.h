@@ -77,6 +77,7 @@ constexpr std::uint8_t kPrefix = 8;  // IncDec: the value is the new one
 // global the file's top level has certainly defined by then, so each lies
 // where its space and index say without a check.
 constexpr std::uint8_t kDirect = 32;
+constexpr std::uint8_t kCounted = 64;  // StepLess: the run has a step budget
 
 struct Ins {
   Op op;

@@ -929,7 +929,8 @@ class Compiler {
         Target line(*this, cond.line);
         const std::int32_t i =
             variable(static_cast<const VariableExpr&>(*step->target).var, step->target->line);
-        return emit(Op::StepLess, step->line, top, i, value(*cond.right), 1);
+        return emit(Op::StepLess, step->line, top, i, value(*cond.right), 1,
+                    counting_ ? kCounted : 0);
       }();
       extraLine(pc, lines::Step, s.line);  // the turn's step, counted after the ++
       patchAll(skip, here());

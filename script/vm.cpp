@@ -626,7 +626,6 @@ Flow Interp::run(const Code& code, Frame& entry) {
   // file is loaded, which happens only under a call out of this loop).
   TulValue* base[4] = {R, globals_.data(), const_cast<TulValue*>(K), nullptr};
   entry.code = &code;
-  const bool limited = opts_.maxSteps > 0;
   std::int32_t r;   // an integer result (one slot for all instructions)
 
 // The instruction under way lives in `ip`; the frame gets it (F->ip) only
@@ -698,6 +697,16 @@ Flow Interp::run(const Code& code, Frame& entry) {
 // Where an operand of a kDirect instruction lies, and its destination.
 #define DIRECT(x) (static_cast<const TulValue*>(base[operand::space(x)]) + operand::index(x))
 #define DIRECT_DEST(x) (base[operand::space(x)] + operand::index(x))
+// The two operands x and y of a kDirect instruction: whether both are
+// integers, and their values (taken at once, so that nothing but the
+// values stays live).
+#define DIRECT_INTS(x, y)                                                  \
+  const TulValue* xp = DIRECT(x);                                          \
+  const unsigned xt = static_cast<unsigned>(xp->type());                   \
+  const std::int32_t xi = xp->i32();                                       \
+  const TulValue* yp = DIRECT(y);                                          \
+  const bool ints = ((xt ^ 64u) | (static_cast<unsigned>(yp->type()) ^ 64u)) == 0; \
+  const std::int32_t yi = yp->i32()
 // A slow path that may fail: the frame's instruction is saved first, where
 // its error finds its line.
 #define CHECK(ok)                          \
@@ -738,9 +747,8 @@ Move:
 #define BINARY(NAME)                                                         \
   NAME : {                                                                          \
     if (ip->flags & kDirect) {                                                      \
-      const TulValue* x = DIRECT(ip->b);                                            \
-      const TulValue* y = DIRECT(ip->c);                                            \
-      if (BOTH_INT(x, y) && intBinary(opToken(Op::NAME), x->i32(), y->i32(), r) &&  \
+      DIRECT_INTS(ip->b, ip->c);                                                    \
+      if (ints && intBinary(opToken(Op::NAME), xi, yi, r) &&                        \
           DIRECT_DEST(ip->a)->putInt(r))                                            \
         NEXT();                                                                     \
     }                                                                               \
@@ -819,10 +827,9 @@ JumpIf: {
 #define COMPARE_JUMP(NAME)                                                   \
   NAME : {                                                                          \
     if (ip->flags & kDirect) {                                                      \
-      const TulValue* x = DIRECT(ip->b);                                            \
-      const TulValue* y = DIRECT(ip->c);                                            \
-      if (BOTH_INT(x, y)) {                                                         \
-        intBinary(opToken(Op::NAME), x->i32(), y->i32(), r);                        \
+      DIRECT_INTS(ip->b, ip->c);                                                    \
+      if (ints) {                                                                   \
+        intBinary(opToken(Op::NAME), xi, yi, r);                                    \
         if ((r != 0) != ((ip->flags & kNegate) != 0)) {                             \
           ip = first + ip->a;                                                       \
           DISPATCH();                                                               \
@@ -861,20 +868,27 @@ JumpIf: {
 #undef COMPARE_JUMP
 
 StepLess: {
-  TulValue* i;
-  const TulValue* n;
-  if (ip->flags & kDirect) {
-    i = DIRECT_DEST(ip->b);
-    n = DIRECT(ip->c);
-  } else {
-    i = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)] : globalSlot(ip->b);
-    n = READ(ip->c, lines::C);
+  if ((ip->flags & (kDirect | kCounted)) == kDirect) {
+    TulValue* i = DIRECT_DEST(ip->b);
+    const TulValue* n = DIRECT(ip->c);
+    if (BOTH_INT(i, n)) {
+      r = static_cast<std::int32_t>(static_cast<std::uint32_t>(i->i32()) + 1u);
+      i->putInt(r);
+      if (r < n->i32()) {
+        ip = first + ip->a;
+        DISPATCH();
+      }
+      NEXT();
+    }
   }
+  TulValue* i = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
+                                                         : globalSlot(ip->b);
+  const TulValue* n = READ(ip->c, lines::C);
   int taken;
   if (i && n && BOTH_INT(i, n)) {
     const std::int32_t next = static_cast<std::int32_t>(static_cast<std::uint32_t>(i->i32()) + 1u);
     i->putInt(next);
-    if (limited) CHECK(countStep(*F, lines::Step));
+    if (ip->flags & kCounted) CHECK(countStep(*F, lines::Step));
     taken = next < n->i32();
   } else {
     F->ip = ip;
@@ -1157,6 +1171,7 @@ failed:
 #undef IS_EQUALITY
 #undef DIRECT
 #undef DIRECT_DEST
+#undef DIRECT_INTS
 #undef CHECK
 #undef ENSURE
 }
