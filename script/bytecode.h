@@ -78,6 +78,9 @@ constexpr std::uint8_t kPrefix = 8;  // IncDec: the value is the new one
 // where its space and index say without a check.
 constexpr std::uint8_t kDirect = 32;
 constexpr std::uint8_t kCounted = 64;  // StepLess: the run has a step budget
+// A kDirect arithmetic, comparison or compare-and-jump whose c is an
+// integer constant: d holds its value.
+constexpr std::uint8_t kIntC = 128;
 
 struct Ins {
   Op op;

@@ -196,6 +196,16 @@ class Compiler {
     extraLine(pc, lines::B, lineOf(b));
     extraLine(pc, lines::C, lineOf(c));
     extraLine(pc, lines::D, lineOf(d));
+    // An integer constant c rides in d as well, where the VM takes it
+    // without reading the constant.
+    if ((ins.flags & kDirect) && op != Op::StepLess && d == 0 &&
+        operand::space(c) == operand::Const) {
+      const TulValue& k = code_.consts[static_cast<std::size_t>(operand::index(c))];
+      if (k.type() == TulValueType::I32) {
+        at(pc).flags |= kIntC;
+        at(pc).d = k.i32();
+      }
+    }
     return pc;
   }
   // Whether instruction op's operands all qualify for kDirect.

@@ -56,6 +56,14 @@ TUL_SLOTS_INLINE void relocate(TulValue& dst, TulValue& src) {
 // v, which holds no reference, = nil (the bytes of a nil are all zero).
 TUL_SLOTS_INLINE void putNil(TulValue& v) { std::memset(static_cast<void*>(&v), 0, sizeof v); }
 
+// v = the integer r where v holds no reference (built whole, which is a
+// few stores of constants); false, with nothing written, over a reference.
+TUL_SLOTS_INLINE bool putInteger(TulValue& v, int r) {
+  if (holdsReference(v)) return false;
+  new (&v) TulValue(r);
+  return true;
+}
+
 // v = nil.
 TUL_SLOTS_INLINE void clearValue(TulValue& v) {
   if (holdsReference(v))

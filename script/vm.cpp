@@ -694,6 +694,11 @@ Flow Interp::run(const Code& code, Frame& entry) {
 // Both operands 32-bit integers.
 #define BOTH_INT(x, y) \
   ((static_cast<unsigned>((x)->type()) ^ 64u) | (static_cast<unsigned>((y)->type()) ^ 64u)) == 0
+#if defined(__GNUC__)
+#  define TUL_LIKELY(x) __builtin_expect(!!(x), 1)
+#else
+#  define TUL_LIKELY(x) (x)
+#endif
 // Where an operand of a kDirect instruction lies, and its destination.
 #define DIRECT(x) (static_cast<const TulValue*>(base[operand::space(x)]) + operand::index(x))
 #define DIRECT_DEST(x) (base[operand::space(x)] + operand::index(x))
@@ -746,10 +751,16 @@ Move:
 
 #define BINARY(NAME)                                                         \
   NAME : {                                                                          \
-    if (ip->flags & kDirect) {                                                      \
+    if (ip->flags & kIntC) {                                                        \
+      const TulValue* xp = DIRECT(ip->b);                                           \
+      if (TUL_LIKELY(xp->type() == TulValueType::I32) &&                            \
+          intBinary(opToken(Op::NAME), xp->i32(), ip->d, r) &&                      \
+          putInteger(*DIRECT_DEST(ip->a), r))                                            \
+        NEXT();                                                                     \
+    } else if (ip->flags & kDirect) {                                               \
       DIRECT_INTS(ip->b, ip->c);                                                    \
-      if (ints && intBinary(opToken(Op::NAME), xi, yi, r) &&                        \
-          DIRECT_DEST(ip->a)->putInt(r))                                            \
+      if (TUL_LIKELY(ints) && intBinary(opToken(Op::NAME), xi, yi, r) &&                        \
+          putInteger(*DIRECT_DEST(ip->a), r))                                            \
         NEXT();                                                                     \
     }                                                                               \
     const TulValue* x = READ(ip->b, lines::B);                                \
@@ -826,9 +837,19 @@ JumpIf: {
 
 #define COMPARE_JUMP(NAME)                                                   \
   NAME : {                                                                          \
-    if (ip->flags & kDirect) {                                                      \
+    if (ip->flags & kIntC) {                                                        \
+      const TulValue* xp = DIRECT(ip->b);                                           \
+      if (TUL_LIKELY(xp->type() == TulValueType::I32)) {                            \
+        intBinary(opToken(Op::NAME), xp->i32(), ip->d, r);                          \
+        if ((r != 0) != ((ip->flags & kNegate) != 0)) {                             \
+          ip = first + ip->a;                                                       \
+          DISPATCH();                                                               \
+        }                                                                           \
+        NEXT();                                                                     \
+      }                                                                             \
+    } else if (ip->flags & kDirect) {                                               \
       DIRECT_INTS(ip->b, ip->c);                                                    \
-      if (ints) {                                                                   \
+      if (TUL_LIKELY(ints)) {                                                       \
         intBinary(opToken(Op::NAME), xi, yi, r);                                    \
         if ((r != 0) != ((ip->flags & kNegate) != 0)) {                             \
           ip = first + ip->a;                                                       \
@@ -871,9 +892,9 @@ StepLess: {
   if ((ip->flags & (kDirect | kCounted)) == kDirect) {
     TulValue* i = DIRECT_DEST(ip->b);
     const TulValue* n = DIRECT(ip->c);
-    if (BOTH_INT(i, n)) {
+    if (TUL_LIKELY(BOTH_INT(i, n))) {
       r = static_cast<std::int32_t>(static_cast<std::uint32_t>(i->i32()) + 1u);
-      i->putInt(r);
+      putInteger(*i, r);
       if (r < n->i32()) {
         ip = first + ip->a;
         DISPATCH();
@@ -1172,6 +1193,7 @@ failed:
 #undef DIRECT
 #undef DIRECT_DEST
 #undef DIRECT_INTS
+#undef TUL_LIKELY
 #undef CHECK
 #undef ENSURE
 }
