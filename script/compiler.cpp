@@ -732,6 +732,25 @@ class Compiler {
     const std::int32_t n = static_cast<std::int32_t>(e.args.size());
     const VarRef* named = variableOf(*e.callee);
     const std::int32_t callee = temp();
+    if (!named && e.callee->kind == ExprKind::Index && pending_ < kMaxPendingCalls) {
+      // A function read from a container is held the same way, without a
+      // reference to it taken and dropped; the container and the key are
+      // evaluated first, as for any read of an element.
+      const auto& m = static_cast<const MemberExpr&>(*e.callee);
+      const int mark = temps_;
+      const std::int32_t o = operandFor(*m.object, {m.index.get()});
+      const std::int32_t key = value(*m.index);
+      const int k = pending_++;
+      maxPending_ = std::max(maxPending_, pending_);
+      at(emit(Op::CalleeIndex, e.callee->line, callee, o, key, 0, frees(callee, o, key))).spare =
+          static_cast<std::uint8_t>(k);
+      temps_ = mark;
+      const std::int32_t first = arguments(e.args);
+      at(emit(Op::Call, e.line, dst, operand::index(first), n, callSite(calleeName(e)))).spare =
+          static_cast<std::uint8_t>(k);
+      --pending_;
+      return;
+    }
     if (!named || pending_ >= kMaxPendingCalls) {
       into(*e.callee, callee);
       arguments(e.args);

@@ -953,6 +953,39 @@ Callee: {
 }
   NEXT();
 
+// A function read from a vector or a dictionary in a variable: held like a
+// callee read from a variable; anything else is read the general way into
+// temp a, which the call then calls.
+CalleeIndex: {
+  const TulValue* o = variableSlot(ip->b, R);
+  const TulValue* item = nullptr;
+  if (o && (o->type() == TulValueType::Vector || o->type() == TulValueType::Dictionary)) {
+    const TulValue* k = READ(ip->c, lines::C);
+    ENSURE(k);
+    if (o->type() == TulValueType::Vector) {
+      const TulVector* vec = static_cast<TulVector*>(o->refObject());
+      const unsigned at = static_cast<unsigned>(static_cast<int>(*k));
+      if (k->type() == TulValueType::I32 && at < vec->size()) item = &(*vec)[at];
+    } else if (k->type() == TulValueType::String) {
+      const TulDictionaryEntry* e = static_cast<TulDictionary*>(o->refObject())
+                                        ->find(*static_cast<TulString*>(k->refObject()));
+      item = e ? &e->value : nullptr;
+    }
+  }
+  if (item && item->type() == TulValueType::Function) {
+    const FunctionObject* fn = static_cast<const FunctionObject*>(item->refObject());
+    pending[ip->spare] =
+        fn->decl() ? static_cast<const void*>(fn->decl())
+                   : reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(fn) | 1);
+    // The declaration outlives the value, which the release may end.
+    FREE_BC();
+    NEXT();
+  }
+  pending[ip->spare] = nullptr;
+  CHECK(index(*F, false));
+  NEXT();
+}
+
 // A script function called by name or through a value runs in this loop
 // (unless the call fails at once: too many arguments, calls too deep).
 Call:
