@@ -84,8 +84,8 @@ class SlotStack {
 
   // n nil slots, contiguous, above everything taken so far.
   TUL_SLOTS_INLINE TulValue* take(std::size_t n) {
-    if (block_ < blocks_.size() && top_ + n <= blocks_[block_].size) {
-      TulValue* p = blocks_[block_].slots.get() + top_;
+    if (top_ + n <= size_) {
+      TulValue* p = slots_ + top_;
       top_ += n;
       return p;
     }
@@ -101,7 +101,7 @@ class SlotStack {
     // Frames within one block, the common case, inline. The bounds are
     // read once: a dtor run by a release takes and gives back frames of its
     // own above the top, which it leaves where it found it.
-    TulValue* const slots = blocks_[block_].slots.get();
+    TulValue* const slots = slots_;
     TulValue* const end = slots + top_;
     for (TulValue* p = slots + m.top; p != end; ++p) {
       if (p->type() == TulValueType::Nil) continue;
@@ -127,8 +127,15 @@ class SlotStack {
       } else {
         --block_;
         top_ = blocks_[block_].used;
+        current();
       }
     }
+  }
+
+  // The block under way's slots and size, kept at hand for take().
+  void current() {
+    slots_ = blocks_[block_].slots.get();
+    size_ = blocks_[block_].size;
   }
 
   static constexpr std::size_t kBlockSlots = 4096;
@@ -153,12 +160,15 @@ class SlotStack {
     }
     block_ = next;
     top_ = n;
-    return blocks_[block_].slots.get();
+    current();
+    return slots_;
   }
 
   std::vector<Block> blocks_;
   std::size_t block_ = 0;
   std::size_t top_ = 0;
+  TulValue* slots_ = nullptr;  // blocks_[block_]'s, once there is a block
+  std::size_t size_ = 0;       // ... and its size (0 before the first)
 };
 
 // Takes a frame's slots for as long as it lives.
