@@ -30,7 +30,7 @@ declare -A dominant=(
   [dicts]="the key string built by + (one host string a key) and the host dictionary's hashing of it on every read and write"
   [vectors]="each element a 16-byte value copied in and out, and the instructions of the loops around them"
   [texts]="the calls of the String class's native methods through the runtime, each with its frame and argument checks"
-  [callbacks]="a call through a value: the function read from a vector, a dictionary or a variable, and its frame"
+  [callbacks]="the references counted on the way: each container passed as an argument taken and released by the callee's frame, and a function kept in a variable copied there"
 )
 declare -A next_step=(
   [calls]="take the callee's frame and activation in one step (fewer fields written), and a compare with an integer constant as an instruction of its own"
@@ -41,7 +41,7 @@ declare -A next_step=(
   [dicts]="keys hashed once per string"
   [vectors]="instructions specialised for operands in locals and constants"
   [texts]="native method calls that reuse the call site's lookup of the method"
-  [callbacks]="the function value copied out of its container (a reference taken and dropped) before the call; read it in place"
+  [callbacks]="arguments that are variables holding containers lent to the callee's frame rather than copied into it"
 )
 check_rounds=7      # the run whose output all versions must agree on
 long_run=1.2        # seconds of work the long run is sized to
