@@ -72,6 +72,15 @@ constexpr std::uint8_t kFreeC = 2;   // c likewise
 constexpr std::uint8_t kFreeD = 16;  // d likewise
 constexpr std::uint8_t kNegate = 4;  // jumps: on the opposite outcome
 constexpr std::uint8_t kPrefix = 8;  // IncDec: the value is the new one
+// Arithmetic, comparisons, compare-and-jumps and StepLess: every operand
+// the instruction reads, and its destination, is a local, a constant or a
+// global the file's top level has certainly defined by then, so each lies
+// where its space and index say without a check.
+constexpr std::uint8_t kDirect = 32;
+constexpr std::uint8_t kCounted = 64;  // StepLess: the run has a step budget
+// A kDirect arithmetic, comparison or compare-and-jump whose c is an
+// integer constant: d holds its value.
+constexpr std::uint8_t kIntC = 128;
 
 struct Ins {
   Op op;

@@ -187,6 +187,7 @@ class Compiler {
     ins.b = b;
     ins.c = c;
     ins.d = d;
+    if (direct(op, a, b, c)) ins.flags |= kDirect;
     const int pc = here();
     code_.ins.push_back(ins);
     if (code_.lineRuns.empty() || code_.lineRuns.back().line != line)
@@ -195,7 +196,38 @@ class Compiler {
     extraLine(pc, lines::B, lineOf(b));
     extraLine(pc, lines::C, lineOf(c));
     extraLine(pc, lines::D, lineOf(d));
+    // An integer constant c rides in d as well, where the VM takes it
+    // without reading the constant.
+    if ((ins.flags & kDirect) && op != Op::StepLess && d == 0 &&
+        operand::space(c) == operand::Const) {
+      const TulValue& k = code_.consts[static_cast<std::size_t>(operand::index(c))];
+      if (k.type() == TulValueType::I32) {
+        at(pc).flags |= kIntC;
+        at(pc).d = k.i32();
+      }
+    }
     return pc;
+  }
+  // Whether instruction op's operands all qualify for kDirect.
+  bool direct(Op op, std::int32_t a, std::int32_t b, std::int32_t c) const {
+    const bool compareJump = op >= Op::JumpLess && op <= Op::JumpNotEqual;
+    if (!(op >= Op::Add && op <= Op::NotEqual) && !compareJump && op != Op::StepLess)
+      return false;
+    if (!directOperand(b) || !directOperand(c)) return false;
+    if (compareJump) return true;
+    if (op == Op::StepLess) return operand::space(b) != operand::Const;
+    return operand::space(a) != operand::Const && directOperand(a);
+  }
+  bool directOperand(std::int32_t x) const {
+    switch (operand::space(x)) {
+      case operand::Local:
+      case operand::Const:
+        return true;
+      case operand::Global:
+        return knownGlobal(operand::index(x));
+      default:
+        return false;
+    }
   }
   // Records a line other than the operation's for the instruction at pc
   // (kept in order of pc, then kind; none means 0).
@@ -700,6 +732,25 @@ class Compiler {
     const std::int32_t n = static_cast<std::int32_t>(e.args.size());
     const VarRef* named = variableOf(*e.callee);
     const std::int32_t callee = temp();
+    if (!named && e.callee->kind == ExprKind::Index && pending_ < kMaxPendingCalls) {
+      // A function read from a container is held the same way, without a
+      // reference to it taken and dropped; the container and the key are
+      // evaluated first, as for any read of an element.
+      const auto& m = static_cast<const MemberExpr&>(*e.callee);
+      const int mark = temps_;
+      const std::int32_t o = operandFor(*m.object, {m.index.get()});
+      const std::int32_t key = value(*m.index);
+      const int k = pending_++;
+      maxPending_ = std::max(maxPending_, pending_);
+      at(emit(Op::CalleeIndex, e.callee->line, callee, o, key, 0, frees(callee, o, key))).spare =
+          static_cast<std::uint8_t>(k);
+      temps_ = mark;
+      const std::int32_t first = arguments(e.args);
+      at(emit(Op::Call, e.line, dst, operand::index(first), n, callSite(calleeName(e)))).spare =
+          static_cast<std::uint8_t>(k);
+      --pending_;
+      return;
+    }
     if (!named || pending_ >= kMaxPendingCalls) {
       into(*e.callee, callee);
       arguments(e.args);
@@ -907,7 +958,8 @@ class Compiler {
         Target line(*this, cond.line);
         const std::int32_t i =
             variable(static_cast<const VariableExpr&>(*step->target).var, step->target->line);
-        return emit(Op::StepLess, step->line, top, i, value(*cond.right), 1);
+        return emit(Op::StepLess, step->line, top, i, value(*cond.right), 1,
+                    counting_ ? kCounted : 0);
       }();
       extraLine(pc, lines::Step, s.line);  // the turn's step, counted after the ++
       patchAll(skip, here());

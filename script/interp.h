@@ -447,10 +447,12 @@ class Interp : public GlobalNames {
   TUL_NOINLINE bool rare(Frame& f);
   // A `try` under way in a frame: where its handler starts, the variable
   // that takes the error and the first temporary the body may have used.
+  // (Four words, so that counting them is a shift.)
   struct TryHandler {
     int target;
     std::int32_t caught;
     int temps;
+    int unused = 0;
   };
   TUL_NOINLINE bool catchError(Frame& f, const TryHandler& h);
   // A script function called from script code runs as an activation of

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <vector>
@@ -45,6 +46,24 @@ TUL_SLOTS_INLINE void moveInto(TulValue& dst, TulValue&& src) {
   new (&dst) TulValue(std::move(src));
 }
 
+// A value moves as its bytes (nothing points at where it lies): dst,
+// which holds no reference, takes src's value, and src is left nil.
+TUL_SLOTS_INLINE void relocate(TulValue& dst, TulValue& src) {
+  std::memcpy(static_cast<void*>(&dst), &src, sizeof dst);
+  std::memset(static_cast<void*>(&src), 0, sizeof src);
+}
+
+// v, which holds no reference, = nil (the bytes of a nil are all zero).
+TUL_SLOTS_INLINE void putNil(TulValue& v) { std::memset(static_cast<void*>(&v), 0, sizeof v); }
+
+// v = the integer r where v holds no reference (built whole, which is a
+// few stores of constants); false, with nothing written, over a reference.
+TUL_SLOTS_INLINE bool putInteger(TulValue& v, int r) {
+  if (holdsReference(v)) return false;
+  new (&v) TulValue(r);
+  return true;
+}
+
 // v = nil.
 TUL_SLOTS_INLINE void clearValue(TulValue& v) {
   if (holdsReference(v))
@@ -65,8 +84,8 @@ class SlotStack {
 
   // n nil slots, contiguous, above everything taken so far.
   TUL_SLOTS_INLINE TulValue* take(std::size_t n) {
-    if (block_ < blocks_.size() && top_ + n <= blocks_[block_].size) {
-      TulValue* p = blocks_[block_].slots.get() + top_;
+    if (top_ + n <= size_) {
+      TulValue* p = slots_ + top_;
       top_ += n;
       return p;
     }
@@ -79,14 +98,23 @@ class SlotStack {
   // only once the values are gone.
   TUL_SLOTS_INLINE void release(const Mark& m) {
     if (block_ != m.block) return releaseBlocks(m);
-    // Frames within one block, the common case, inline.
-    TulValue* slots = blocks_[block_].slots.get();
-    for (std::size_t i = m.top; i < top_; ++i)
-      if (slots[i].type() != TulValueType::Nil) clearValue(slots[i]);
+    // Frames within one block, the common case, inline. The bounds are
+    // read once: a dtor run by a release takes and gives back frames of its
+    // own above the top, which it leaves where it found it.
+    TulValue* const slots = slots_;
+    TulValue* const end = slots + top_;
+    for (TulValue* p = slots + m.top; p != end; ++p) {
+      if (p->type() == TulValueType::Nil) continue;
+      if (holdsReference(*p))
+        releaseSlot(*p);
+      else
+        putNil(*p);
+    }
     top_ = m.top;
   }
 
  private:
+  TUL_SLOTS_NOINLINE static void releaseSlot(TulValue& v) { v = TulValue(); }
   TUL_SLOTS_NOINLINE void releaseBlocks(const Mark& m) {
     while (block_ != m.block || top_ != m.top) {
       // The block's array stays put even if running a dtor adds blocks.
@@ -99,8 +127,15 @@ class SlotStack {
       } else {
         --block_;
         top_ = blocks_[block_].used;
+        current();
       }
     }
+  }
+
+  // The block under way's slots and size, kept at hand for take().
+  void current() {
+    slots_ = blocks_[block_].slots.get();
+    size_ = blocks_[block_].size;
   }
 
   static constexpr std::size_t kBlockSlots = 4096;
@@ -125,12 +160,15 @@ class SlotStack {
     }
     block_ = next;
     top_ = n;
-    return blocks_[block_].slots.get();
+    current();
+    return slots_;
   }
 
   std::vector<Block> blocks_;
   std::size_t block_ = 0;
   std::size_t top_ = 0;
+  TulValue* slots_ = nullptr;  // blocks_[block_]'s, once there is a block
+  std::size_t size_ = 0;       // ... and its size (0 before the first)
 };
 
 // Takes a frame's slots for as long as it lives.

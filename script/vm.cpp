@@ -259,9 +259,11 @@ TUL_ALWAYS_INLINE Interp::Activation& Interp::pushActivation(const FunctionDecl&
   Activation& a = *activations_[depth_++];
   ++callDepth_;
   a.mark = slotStack_.mark();
-  TulValue* slots = slotStack_.take(frameSlots(fn, n));
+  // Calls that come here pass no more arguments than fn has parameters,
+  // and a frame holds them all.
+  TulValue* slots = slotStack_.take(static_cast<std::size_t>(fn.code.frameSize));
   // Slots taken are nil: the arguments are moved in without a release.
-  for (int i = 0; i < n; ++i) new (&slots[i]) TulValue(std::move(args[i]));
+  for (int i = 0; i < n; ++i) relocate(slots[i], args[i]);
   if (fn.selfSlot >= 0) slots[fn.selfSlot] = functionValue(fn);
   a.frame.program = fn.program;
   a.frame.slots = slots;
@@ -623,8 +625,11 @@ Flow Interp::run(const Code& code, Frame& entry) {
   const Ins* ip = first;
   TulValue* R = entry.slots;
   const TulValue* K = code.consts.data();
+  // Where each operand space begins, for kDirect instructions: the locals,
+  // the globals and the constants (the globals' array moves only when a
+  // file is loaded, which happens only under a call out of this loop).
+  TulValue* base[4] = {R, globals_.data(), const_cast<TulValue*>(K), nullptr};
   entry.code = &code;
-  const bool limited = opts_.maxSteps > 0;
   std::int32_t r;   // an integer result (one slot for all instructions)
 
 // The instruction under way lives in `ip`; the frame gets it (F->ip) only
@@ -664,6 +669,9 @@ Flow Interp::run(const Code& code, Frame& entry) {
     ip = first;                       \
     R = F->slots;                     \
     K = F->code->consts.data();       \
+    base[operand::Local] = R;         \
+    base[operand::Global] = globals_.data(); \
+    base[operand::Const] = const_cast<TulValue*>(K); \
     DISPATCH();                       \
   } while (0)
 // Goes on with frame F where it stood.
@@ -673,6 +681,9 @@ Flow Interp::run(const Code& code, Frame& entry) {
     ip = F->ip;                       \
     R = F->slots;                     \
     K = F->code->consts.data();       \
+    base[operand::Local] = R;         \
+    base[operand::Global] = globals_.data(); \
+    base[operand::Const] = const_cast<TulValue*>(K); \
   } while (0)
 #define FREE(flag, x) \
   if (ip->flags & (flag)) dropRef(R[operand::index(x)])
@@ -687,12 +698,31 @@ Flow Interp::run(const Code& code, Frame& entry) {
 // Both operands 32-bit integers.
 #define BOTH_INT(x, y) \
   ((static_cast<unsigned>((x)->type()) ^ 64u) | (static_cast<unsigned>((y)->type()) ^ 64u)) == 0
+#if defined(__GNUC__)
+#  define TUL_LIKELY(x) __builtin_expect(!!(x), 1)
+#else
+#  define TUL_LIKELY(x) (x)
+#endif
+// Where an operand of a kDirect instruction lies, and its destination.
+#define DIRECT(x) (static_cast<const TulValue*>(base[operand::space(x)]) + operand::index(x))
+#define DIRECT_DEST(x) (base[operand::space(x)] + operand::index(x))
+// The two operands x and y of a kDirect instruction: whether both are
+// integers, and their values (taken at once, so that nothing but the
+// values stays live).
+#define DIRECT_INTS(x, y)                                                  \
+  const TulValue* xp = DIRECT(x);                                          \
+  const unsigned xt = static_cast<unsigned>(xp->type());                   \
+  const std::int32_t xi = xp->i32();                                       \
+  const TulValue* yp = DIRECT(y);                                          \
+  const bool ints = ((xt ^ 64u) | (static_cast<unsigned>(yp->type()) ^ 64u)) == 0; \
+  const std::int32_t yi = yp->i32()
 // A slow path that may fail: the frame's instruction is saved first, where
 // its error finds its line.
-#define CHECK(ok)    \
-  do {               \
-    F->ip = ip;      \
-    if (!(ok)) goto failed; \
+#define CHECK(ok)                          \
+  do {                                     \
+    F->ip = ip;                            \
+    if (!(ok)) goto failed;                \
+    base[operand::Global] = globals_.data(); \
   } while (0)
 // A read or a write that saved the instruction itself where it may fail.
 #define ENSURE(x) \
@@ -725,6 +755,18 @@ Move:
 
 #define BINARY(NAME)                                                         \
   NAME : {                                                                          \
+    if (ip->flags & kIntC) {                                                        \
+      const TulValue* xp = DIRECT(ip->b);                                           \
+      if (TUL_LIKELY(xp->type() == TulValueType::I32) &&                            \
+          intBinary(opToken(Op::NAME), xp->i32(), ip->d, r) &&                      \
+          putInteger(*DIRECT_DEST(ip->a), r))                                            \
+        NEXT();                                                                     \
+    } else if (ip->flags & kDirect) {                                               \
+      DIRECT_INTS(ip->b, ip->c);                                                    \
+      if (TUL_LIKELY(ints) && intBinary(opToken(Op::NAME), xi, yi, r) &&                        \
+          putInteger(*DIRECT_DEST(ip->a), r))                                            \
+        NEXT();                                                                     \
+    }                                                                               \
     const TulValue* x = READ(ip->b, lines::B);                                \
     ENSURE(x);                                                                       \
     const TulValue* y = READ(ip->c, lines::C);                                \
@@ -799,6 +841,27 @@ JumpIf: {
 
 #define COMPARE_JUMP(NAME)                                                   \
   NAME : {                                                                          \
+    if (ip->flags & kIntC) {                                                        \
+      const TulValue* xp = DIRECT(ip->b);                                           \
+      if (TUL_LIKELY(xp->type() == TulValueType::I32)) {                            \
+        intBinary(opToken(Op::NAME), xp->i32(), ip->d, r);                          \
+        if ((r != 0) != ((ip->flags & kNegate) != 0)) {                             \
+          ip = first + ip->a;                                                       \
+          DISPATCH();                                                               \
+        }                                                                           \
+        NEXT();                                                                     \
+      }                                                                             \
+    } else if (ip->flags & kDirect) {                                               \
+      DIRECT_INTS(ip->b, ip->c);                                                    \
+      if (TUL_LIKELY(ints)) {                                                       \
+        intBinary(opToken(Op::NAME), xi, yi, r);                                    \
+        if ((r != 0) != ((ip->flags & kNegate) != 0)) {                             \
+          ip = first + ip->a;                                                       \
+          DISPATCH();                                                               \
+        }                                                                           \
+        NEXT();                                                                     \
+      }                                                                             \
+    }                                                                               \
     const TulValue* x = READ(ip->b, lines::B);                                \
     ENSURE(x);                                                                       \
     const TulValue* y = READ(ip->c, lines::C);                                \
@@ -830,6 +893,19 @@ JumpIf: {
 #undef COMPARE_JUMP
 
 StepLess: {
+  if ((ip->flags & (kDirect | kCounted)) == kDirect) {
+    TulValue* i = DIRECT_DEST(ip->b);
+    const TulValue* n = DIRECT(ip->c);
+    if (TUL_LIKELY(BOTH_INT(i, n))) {
+      r = static_cast<std::int32_t>(static_cast<std::uint32_t>(i->i32()) + 1u);
+      putInteger(*i, r);
+      if (r < n->i32()) {
+        ip = first + ip->a;
+        DISPATCH();
+      }
+      NEXT();
+    }
+  }
   TulValue* i = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
                                                          : globalSlot(ip->b);
   const TulValue* n = READ(ip->c, lines::C);
@@ -837,7 +913,7 @@ StepLess: {
   if (i && n && BOTH_INT(i, n)) {
     const std::int32_t next = static_cast<std::int32_t>(static_cast<std::uint32_t>(i->i32()) + 1u);
     i->putInt(next);
-    if (limited) CHECK(countStep(*F, lines::Step));
+    if (ip->flags & kCounted) CHECK(countStep(*F, lines::Step));
     taken = next < n->i32();
   } else {
     F->ip = ip;
@@ -880,6 +956,39 @@ Callee: {
     CHECK(callee(*F, pending));
 }
   NEXT();
+
+// A function read from a vector or a dictionary in a variable: held like a
+// callee read from a variable; anything else is read the general way into
+// temp a, which the call then calls.
+CalleeIndex: {
+  const TulValue* o = variableSlot(ip->b, R);
+  const TulValue* item = nullptr;
+  if (o && (o->type() == TulValueType::Vector || o->type() == TulValueType::Dictionary)) {
+    const TulValue* k = READ(ip->c, lines::C);
+    ENSURE(k);
+    if (o->type() == TulValueType::Vector) {
+      const TulVector* vec = static_cast<TulVector*>(o->refObject());
+      const unsigned at = static_cast<unsigned>(static_cast<int>(*k));
+      if (k->type() == TulValueType::I32 && at < vec->size()) item = &(*vec)[at];
+    } else if (k->type() == TulValueType::String) {
+      const TulDictionaryEntry* e = static_cast<TulDictionary*>(o->refObject())
+                                        ->find(*static_cast<TulString*>(k->refObject()));
+      item = e ? &e->value : nullptr;
+    }
+  }
+  if (item && item->type() == TulValueType::Function) {
+    const FunctionObject* fn = static_cast<const FunctionObject*>(item->refObject());
+    pending[ip->spare] =
+        fn->decl() ? static_cast<const void*>(fn->decl())
+                   : reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(fn) | 1);
+    // The declaration outlives the value, which the release may end.
+    FREE_BC();
+    NEXT();
+  }
+  pending[ip->spare] = nullptr;
+  CHECK(index(*F, false));
+  NEXT();
+}
 
 // A script function called by name or through a value runs in this loop
 // (unless the call fails at once: too many arguments, calls too deep).
@@ -1030,7 +1139,8 @@ SetIndex: {
 
 // A `return` inside a `try` leaves its handlers behind.
 Return: {
-  if (ip->flags & kFreeB) {
+  // The frame's slots end with it: a local's value is taken, not copied.
+  if ((ip->flags & kFreeB) || operand::space(ip->b) == operand::Local) {
     F->ret = std::move(R[operand::index(ip->b)]);
   } else {
     const TulValue* x = READ(ip->b, lines::B);
@@ -1117,6 +1227,10 @@ failed:
 #undef FREE_BC
 #undef BOTH_INT
 #undef IS_EQUALITY
+#undef DIRECT
+#undef DIRECT_DEST
+#undef DIRECT_INTS
+#undef TUL_LIKELY
 #undef CHECK
 #undef ENSURE
 }
