@@ -252,16 +252,17 @@ struct ValPtr {
 // hold on it while values refer to it: once erased it keeps its key, loses
 // its value and answers erased() (it is then no longer linked).
 class TUL_API TulDictionaryEntry : public TulRefObject {
-  // First, with the key right after them, so that a lookup reads what it
-  // compares (hash, chain, length, short key) from one or two cache lines.
+  // The table keeps each entry's hash beside it too, so a lookup reads an
+  // entry only when the hashes match.
   std::uint32_t hash_;
-  TulDictionaryEntry* hashNext_;
 
  public:
   ~TulDictionaryEntry() override;
 
-  TulString key;
+  // The value before the key: what a found lookup reads (the value, the
+  // key's length and its short characters) then lies within 64 bytes.
   TulValue value;
+  TulString key;
   TulDictionaryEntry* next;  // the next entry in insertion order, or null
 
   TulDictionaryEntry& operator=(const TulValue& v);
@@ -284,8 +285,8 @@ class TUL_API TulDictionaryEntry : public TulRefObject {
 class TUL_API TulDictionary : public TulRefObject {
  public:
   // The first table lives in the dictionary itself (a member list, a small
-  // record), so a dictionary of up to kShortBuckets keys allocates no table.
-  static constexpr unsigned kShortBuckets = 8;
+  // record), so a dictionary of up to kShortSlots keys allocates no table.
+  static constexpr unsigned kShortSlots = 8;
 
   explicit TulDictionary(bool flag = false);
   TulDictionary(const TulDictionary& other);  // a copy in the same order
@@ -306,16 +307,24 @@ class TUL_API TulDictionary : public TulRefObject {
   TulDictionaryEntry* getFirst() const { return first_; }
 
  private:
+  // A place of the table, open addressing with linear probing: the entry
+  // (null when free) and its key's hash, compared before the entry is read.
+  struct Slot {
+    std::uint32_t hash;
+    TulDictionaryEntry* entry;
+  };
+
   TulDictionaryEntry* lookup(const char* key, unsigned len,
                              std::uint32_t hash) const;
+  void place(TulDictionaryEntry* e);
   void unlink(TulDictionaryEntry* e);
-  void rehash(unsigned buckets);
+  void rehash(unsigned slots);
 
   TulDictionaryEntry* first_;
   TulDictionaryEntry* last_;
-  TulDictionaryEntry** buckets_;
-  unsigned bucketCount_;
+  Slot* slots_;
+  unsigned slotCount_;
   unsigned count_;
   TulLiveLink live_;
-  TulDictionaryEntry* shortBuckets_[kShortBuckets];
+  Slot shortSlots_[kShortSlots];
 };

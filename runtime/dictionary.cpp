@@ -1,8 +1,12 @@
 // The host dictionary: string keys to values, in insertion order, found
-// through a hash table.
+// through a hash table of open addressing: linear probing over slots that
+// keep each key's hash beside its entry, so a probe reads the entry only
+// when the hashes match, and an erased slot is filled by shifting the
+// entries after it back (no tombstones).
 //
-// Invariant: every linked entry is in the list and in exactly one bucket
-// chain, and the dictionary holds one reference to it. Unlinking finishes the
+// Invariant: every linked entry is in the list and in exactly one slot, and
+// the dictionary holds one reference to it; there is always a free slot
+// unless the table is the one inside the dictionary and every slot is taken. Unlinking finishes the
 // structural change before the entry's value is released, so a destructor
 // run by that release sees a consistent dictionary.
 #include <cstdlib>
@@ -25,12 +29,13 @@ std::uint32_t hashKey(const char* key, unsigned len) {
   return h;
 }
 
-// A table in the heap grows when it is more than three quarters full. The
-// first one, inside the dictionary, takes a key a chain before it is left:
-// a dictionary of eight keys (a small record) then allocates no table.
-bool needsGrowth(unsigned count, unsigned buckets) {
-  if (buckets == TulDictionary::kShortBuckets) return count > buckets;
-  return count > buckets - buckets / 4;
+// A table in the heap grows when it would be more than three quarters full.
+// The first one, inside the dictionary, is filled to the last slot before it
+// is left: a dictionary of eight keys (a small record) then allocates no
+// table, and its probes never leave one cache line or two.
+bool needsGrowth(unsigned count, unsigned slots) {
+  if (slots == TulDictionary::kShortSlots) return count > slots;
+  return count > slots - slots / 4;
 }
 
 }  // namespace
@@ -38,7 +43,7 @@ bool needsGrowth(unsigned count, unsigned buckets) {
 // --- TulDictionaryEntry -----------------------------------------------------
 
 TulDictionaryEntry::TulDictionaryEntry(TulDictionary* owner, const TulString& k)
-    : hash_(0), hashNext_(nullptr), key(k), next(nullptr), owner_(owner), prev_(nullptr) {}
+    : hash_(0), value(), key(k), next(nullptr), owner_(owner), prev_(nullptr) {}
 
 TulDictionaryEntry::~TulDictionaryEntry() = default;
 
@@ -56,10 +61,10 @@ void TulDictionaryEntry::setValue(const TulValue& v, bool, bool) { *this = v; }
 TulDictionary::TulDictionary(bool)
     : first_(nullptr),
       last_(nullptr),
-      buckets_(shortBuckets_),
-      bucketCount_(kShortBuckets),
+      slots_(shortSlots_),
+      slotCount_(kShortSlots),
       count_(0),
-      shortBuckets_() {
+      shortSlots_() {
   tulrt::detail::trackContainer(live_, this);
 }
 
@@ -79,18 +84,32 @@ TulDictionary& TulDictionary::operator=(const TulDictionary& other) {
 TulDictionary::~TulDictionary() {
   tulrt::detail::untrackContainer(live_);
   clear();
-  if (buckets_ != shortBuckets_) std::free(buckets_);
+  if (slots_ != shortSlots_) std::free(slots_);
 }
 
+// At most one turn of the table: the one inside the dictionary may be full.
 TulDictionaryEntry* TulDictionary::lookup(const char* key, unsigned len,
                                           std::uint32_t hash) const {
-  if (!bucketCount_) return nullptr;
-  for (TulDictionaryEntry* e = buckets_[hash & (bucketCount_ - 1)]; e; e = e->hashNext_) {
-    if (e->hash_ == hash && e->key.length() == len &&
+  const unsigned mask = slotCount_ - 1;
+  unsigned i = hash & mask;
+  for (unsigned probes = 0; probes < slotCount_; ++probes, i = (i + 1) & mask) {
+    const Slot& slot = slots_[i];
+    if (!slot.entry) return nullptr;
+    const TulDictionaryEntry* e = slot.entry;
+    if (slot.hash == hash && e->key.length() == len &&
         (len == 0 || std::memcmp(e->key.c_str(), key, len) == 0))
-      return e;
+      return slot.entry;
   }
   return nullptr;
+}
+
+// Into the first free slot from the entry's own; the caller made sure there
+// is one.
+void TulDictionary::place(TulDictionaryEntry* e) {
+  const unsigned mask = slotCount_ - 1;
+  unsigned i = e->hash_ & mask;
+  while (slots_[i].entry) i = (i + 1) & mask;
+  slots_[i] = Slot{e->hash_, e};
 }
 
 TulDictionaryEntry* TulDictionary::find(const TulString& key) const {
@@ -106,17 +125,17 @@ TulDictionaryEntry* TulDictionary::find(const char* key) const {
 TulDictionaryEntry* TulDictionary::operator[](const TulString& key) {
   const std::uint32_t hash = hashKey(key.c_str(), key.length());
   if (TulDictionaryEntry* e = lookup(key.c_str(), key.length(), hash)) return e;
+  // Room first, so that a failure leaves the dictionary as it was.
+  if (needsGrowth(count_ + 1, slotCount_)) rehash(slotCount_ * 2);
+  if (count_ >= slotCount_) throw std::bad_alloc();
   auto* e = new TulDictionaryEntry(this, key);  // owned through the list below
   e->retain();
   e->hash_ = hash;
   e->prev_ = last_;
   if (last_) last_->next = e; else first_ = e;
   last_ = e;
-  TulDictionaryEntry*& head = buckets_[hash & (bucketCount_ - 1)];
-  e->hashNext_ = head;
-  head = e;
+  place(e);
   ++count_;
-  if (needsGrowth(count_, bucketCount_)) rehash(bucketCount_ * 2);
   return e;
 }
 
@@ -125,31 +144,45 @@ TulDictionaryEntry* TulDictionary::operator[](const char* key) {
   return (*this)[TulString(key)];
 }
 
-// Rebuilds every chain from the list. When a larger table cannot be had the
-// old one stays as it is: chains grow longer, lookups stay correct.
-void TulDictionary::rehash(unsigned buckets) {
-  auto** fresh = static_cast<TulDictionaryEntry**>(
-      std::calloc(buckets, sizeof(TulDictionaryEntry*)));
+// Moves every slot into a larger table, reading the hashes from the slots
+// rather than from the entries. When a larger table cannot be had the old
+// one stays as it is: probes grow longer until it is full.
+void TulDictionary::rehash(unsigned slots) {
+  auto* fresh = static_cast<Slot*>(std::calloc(slots, sizeof(Slot)));
   if (!fresh) return;
-  if (buckets_ != shortBuckets_) std::free(buckets_);
-  buckets_ = fresh;
-  bucketCount_ = buckets;
-  for (TulDictionaryEntry* e = first_; e; e = e->next) {
-    TulDictionaryEntry*& head = buckets_[e->hash_ & (bucketCount_ - 1)];
-    e->hashNext_ = head;
-    head = e;
+  Slot* old = slots_;
+  const unsigned oldCount = slotCount_;
+  slots_ = fresh;
+  slotCount_ = slots;
+  const unsigned mask = slots - 1;
+  for (unsigned i = 0; i < oldCount; ++i) {
+    if (!old[i].entry) continue;
+    unsigned j = old[i].hash & mask;
+    while (fresh[j].entry) j = (j + 1) & mask;
+    fresh[j] = old[i];
   }
+  if (old != shortSlots_) std::free(old);
 }
 
 void TulDictionary::unlink(TulDictionaryEntry* e) {
   if (e->prev_) e->prev_->next = e->next; else first_ = e->next;
   if (e->next) e->next->prev_ = e->prev_; else last_ = e->prev_;
-  TulDictionaryEntry** link = &buckets_[e->hash_ & (bucketCount_ - 1)];
-  while (*link != e) link = &(*link)->hashNext_;
-  *link = e->hashNext_;
+  // The slot is emptied, and each entry after it in the run that may move
+  // back (its own slot is not between the hole and it) fills the hole.
+  const unsigned mask = slotCount_ - 1;
+  unsigned hole = e->hash_ & mask;
+  while (slots_[hole].entry != e) hole = (hole + 1) & mask;
+  slots_[hole] = Slot{0, nullptr};
+  for (unsigned j = (hole + 1) & mask; slots_[j].entry; j = (j + 1) & mask) {
+    const unsigned home = slots_[j].hash & mask;
+    if (((j - home) & mask) < ((j - hole) & mask)) continue;
+    slots_[hole] = slots_[j];
+    slots_[j] = Slot{0, nullptr};
+    hole = j;
+  }
   --count_;
   e->owner_ = nullptr;
-  e->prev_ = e->next = e->hashNext_ = nullptr;
+  e->prev_ = e->next = nullptr;
   TulValue old(std::move(e->value));
   e->value.dispose();
   e->release();
