@@ -40,6 +40,11 @@ bool needsGrowth(unsigned count, unsigned slots) {
 
 }  // namespace
 
+// Whether e holds the key of len bytes (its hash matched).
+static bool sameKey(const TulDictionaryEntry* e, const char* key, unsigned len) {
+  return e->key.length() == len && (len == 0 || std::memcmp(e->key.c_str(), key, len) == 0);
+}
+
 // --- TulDictionaryEntry -----------------------------------------------------
 
 TulDictionaryEntry::TulDictionaryEntry(TulDictionary* owner, const TulString& k)
@@ -87,20 +92,23 @@ TulDictionary::~TulDictionary() {
   if (slots_ != shortSlots_) std::free(slots_);
 }
 
-// At most one turn of the table: the one inside the dictionary may be full.
+// A probe stops at the first free slot; only the table inside the
+// dictionary can be without one, and then it is searched once round.
 TulDictionaryEntry* TulDictionary::lookup(const char* key, unsigned len,
                                           std::uint32_t hash) const {
   const unsigned mask = slotCount_ - 1;
+  const Slot* slots = slots_;
   unsigned i = hash & mask;
-  for (unsigned probes = 0; probes < slotCount_; ++probes, i = (i + 1) & mask) {
-    const Slot& slot = slots_[i];
-    if (!slot.entry) return nullptr;
-    const TulDictionaryEntry* e = slot.entry;
-    if (slot.hash == hash && e->key.length() == len &&
-        (len == 0 || std::memcmp(e->key.c_str(), key, len) == 0))
-      return slot.entry;
+  if (count_ == slotCount_) {
+    for (unsigned probes = 0; probes < slotCount_; ++probes, i = (i + 1) & mask)
+      if (slots[i].hash == hash && sameKey(slots[i].entry, key, len)) return slots[i].entry;
+    return nullptr;
   }
-  return nullptr;
+  for (;; i = (i + 1) & mask) {
+    const Slot& slot = slots[i];
+    if (!slot.entry) return nullptr;
+    if (slot.hash == hash && sameKey(slot.entry, key, len)) return slot.entry;
+  }
 }
 
 // Into the first free slot from the entry's own; the caller made sure there
