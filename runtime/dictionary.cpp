@@ -10,9 +10,11 @@
 // structural change before the entry's value is released, so a destructor
 // run by that release sees a consistent dictionary.
 //
-// Entries are made in blocks the dictionary allocates: four places, then
-// twice as many each time up to kLargestChunk, so a record of eight members
-// takes two allocations for its entries rather than eight. An entry never
+// Entries are made in blocks the dictionary allocates: two places (a
+// dictionary of one or two keys costs about what two separate entries did),
+// then six, so a record of up to eight members takes two allocations for
+// its entries rather than eight, then twice the last block up to
+// kLargestChunk. An entry never
 // moves; when its last reference goes its place joins the dictionary's free
 // places, and the blocks go with the dictionary, or after it with the last
 // entry a value still holds.
@@ -61,7 +63,7 @@ struct TulDictionaryChunk {
 
 namespace {
 
-constexpr unsigned kFirstChunk = 4;
+constexpr unsigned kFirstChunk = 2;
 constexpr unsigned kLargestChunk = 512;
 constexpr std::size_t kPlacesOffset =
     (sizeof(TulDictionaryChunk) + alignof(TulDictionaryEntry) - 1) / alignof(TulDictionaryEntry) *
@@ -161,7 +163,9 @@ void* TulDictionary::takePlace(TulDictionaryChunk** chunk) {
   }
   TulDictionaryChunk* c = chunks_;
   if (!c || c->used == c->capacity) {
-    const unsigned capacity = c ? std::min(c->capacity * 2, kLargestChunk) : kFirstChunk;
+    const unsigned capacity = !c ? kFirstChunk
+                              : c->capacity == kFirstChunk ? 3 * kFirstChunk
+                                                           : std::min(c->capacity * 2, kLargestChunk);
     void* block = std::malloc(kPlacesOffset + capacity * sizeof(TulDictionaryEntry));
     if (!block) throw std::bad_alloc();
     c = new (block) TulDictionaryChunk{chunks_, this, capacity, 0, 0};
