@@ -65,9 +65,13 @@ namespace {
 
 constexpr unsigned kFirstChunk = 2;
 constexpr unsigned kLargestChunk = 512;
-constexpr std::size_t kPlacesOffset =
-    (sizeof(TulDictionaryChunk) + alignof(TulDictionaryEntry) - 1) / alignof(TulDictionaryEntry) *
-    alignof(TulDictionaryEntry);
+// Places are 16-byte aligned, as the C library's blocks are, so that what a
+// found lookup reads of an entry (its value, its key's length and short
+// characters) crosses no more cache lines than it did in a block of its own.
+constexpr std::size_t kPlaceAlign = 16;
+constexpr std::size_t roundUp(std::size_t n) { return (n + kPlaceAlign - 1) / kPlaceAlign * kPlaceAlign; }
+constexpr std::size_t kPlacesOffset = roundUp(sizeof(TulDictionaryChunk));
+constexpr std::size_t kPlaceSize = roundUp(sizeof(TulDictionaryEntry));
 
 // A free place, linked from the dictionary through the places themselves.
 struct FreePlace {
@@ -77,7 +81,7 @@ struct FreePlace {
 static_assert(sizeof(FreePlace) <= sizeof(TulDictionaryEntry), "a free place holds its link");
 
 void* placeIn(TulDictionaryChunk* c, unsigned i) {
-  return reinterpret_cast<char*>(c) + kPlacesOffset + i * sizeof(TulDictionaryEntry);
+  return reinterpret_cast<char*>(c) + kPlacesOffset + i * kPlaceSize;
 }
 
 }  // namespace
@@ -166,7 +170,7 @@ void* TulDictionary::takePlace(TulDictionaryChunk** chunk) {
     const unsigned capacity = !c ? kFirstChunk
                               : c->capacity == kFirstChunk ? 3 * kFirstChunk
                                                            : std::min(c->capacity * 2, kLargestChunk);
-    void* block = std::malloc(kPlacesOffset + capacity * sizeof(TulDictionaryEntry));
+    void* block = std::malloc(kPlacesOffset + capacity * kPlaceSize);
     if (!block) throw std::bad_alloc();
     c = new (block) TulDictionaryChunk{chunks_, this, capacity, 0, 0};
     chunks_ = c;
