@@ -14,10 +14,9 @@
 // dictionary of one or two keys costs about what two separate entries did),
 // then six, so a record of up to eight members takes two allocations for
 // its entries rather than eight, then twice the last block up to
-// kLargestChunk. An entry never
-// moves; when its last reference goes its place joins the dictionary's free
-// places, and the blocks go with the dictionary, or after it with the last
-// entry a value still holds.
+// kLargestChunk. An entry never moves; when its last reference goes its
+// place joins the dictionary's free places, and the blocks go with the
+// dictionary, or after it with the last entry a value still holds.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
