@@ -123,9 +123,10 @@ void buildRow(bench::Host& host, const std::vector<AddCall>& layout, const Field
              "dictionary entry and a four-value record per member, and the structure's object, "
              "dictionary and buffer made and freed once for eight members");
   bench::row("Struct: allocations per member in building", allocs, kBuildAllocationsTarget,
-             bench::fixed(allocs, 2) + ": each member's dictionary entry and record (its key and "
-             "four values inside them), and the object, dictionary, buffer and bytes of the "
-             "structure shared by its " + std::to_string(kMembers) + " members");
+             bench::fixed(allocs, 2) + ": each member's record (its four values inside it), "
+             "and shared by the structure's " + std::to_string(kMembers) + " members: the "
+             "dictionary's two blocks of entries (two places, then six; the keys inside them) "
+             "and the structure's object, dictionary, buffer and bytes");
 }
 
 // Seconds per update through the interpreter, and per update called straight.

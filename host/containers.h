@@ -248,9 +248,13 @@ struct ValPtr {
   ValPtr& operator-=(int n) { index -= n; return *this; }
 };
 
+struct TulDictionaryChunk;
+
 // One key/value record of a dictionary. A record outlives its dictionary's
 // hold on it while values refer to it: once erased it keeps its key, loses
-// its value and answers erased() (it is then no longer linked).
+// its value and answers erased() (it is then no longer linked). Records live
+// in blocks their dictionary allocates a few at a time; a block outlives the
+// dictionary while a value still holds one of its records.
 class TUL_API TulDictionaryEntry : public TulRefObject {
   // The table keeps each entry's hash beside it too, so a lookup reads an
   // entry only when the hashes match.
@@ -276,8 +280,12 @@ class TUL_API TulDictionaryEntry : public TulRefObject {
   friend class TulDictionary;
   TulDictionaryEntry(TulDictionary* owner, const TulString& k);
 
+  // Back into its block's free places rather than to the heap.
+  void lastReleased() override;
+
   TulDictionary* owner_;
   TulDictionaryEntry* prev_;
+  TulDictionaryChunk* chunk_;
 };
 
 // Maps string keys to values; keeps insertion order and finds keys through a
@@ -319,12 +327,16 @@ class TUL_API TulDictionary : public TulRefObject {
   void place(TulDictionaryEntry* e);
   void unlink(TulDictionaryEntry* e);
   void rehash(unsigned slots);
+  void* takePlace(TulDictionaryChunk** chunk);
+  friend class TulDictionaryEntry;
 
   TulDictionaryEntry* first_;
   TulDictionaryEntry* last_;
   Slot* slots_;
   unsigned slotCount_;
   unsigned count_;
+  TulDictionaryChunk* chunks_;  // the newest block first
+  void* freePlaces_;            // places of released records, linked through them
   TulLiveLink live_;
   Slot shortSlots_[kShortSlots];
 };

@@ -9,6 +9,15 @@
 // unless the table is the one inside the dictionary and every slot is taken. Unlinking finishes the
 // structural change before the entry's value is released, so a destructor
 // run by that release sees a consistent dictionary.
+//
+// Entries are made in blocks the dictionary allocates: two places (a
+// dictionary of one or two keys costs about what two separate entries did),
+// then six, so a record of up to eight members takes two allocations for
+// its entries rather than eight, then twice the last block up to
+// kLargestChunk. An entry never moves; when its last reference goes its
+// place joins the dictionary's free places, and the blocks go with the
+// dictionary, or after it with the last entry a value still holds.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -40,6 +49,42 @@ bool needsGrowth(unsigned count, unsigned slots) {
 
 }  // namespace
 
+// A block's header, followed by its places. `used` places were handed out
+// at some time; `live` entries stand in them now. A block whose dictionary
+// has gone (dict null) is freed with its last entry.
+struct TulDictionaryChunk {
+  TulDictionaryChunk* next;
+  TulDictionary* dict;
+  unsigned capacity;
+  unsigned used;
+  unsigned live;
+};
+
+namespace {
+
+constexpr unsigned kFirstChunk = 2;
+constexpr unsigned kLargestChunk = 512;
+// Places are 16-byte aligned, as the C library's blocks are, so that what a
+// found lookup reads of an entry (its value, its key's length and short
+// characters) crosses no more cache lines than it did in a block of its own.
+constexpr std::size_t kPlaceAlign = 16;
+constexpr std::size_t roundUp(std::size_t n) { return (n + kPlaceAlign - 1) / kPlaceAlign * kPlaceAlign; }
+constexpr std::size_t kPlacesOffset = roundUp(sizeof(TulDictionaryChunk));
+constexpr std::size_t kPlaceSize = roundUp(sizeof(TulDictionaryEntry));
+
+// A free place, linked from the dictionary through the places themselves.
+struct FreePlace {
+  FreePlace* next;
+  TulDictionaryChunk* chunk;
+};
+static_assert(sizeof(FreePlace) <= sizeof(TulDictionaryEntry), "a free place holds its link");
+
+void* placeIn(TulDictionaryChunk* c, unsigned i) {
+  return reinterpret_cast<char*>(c) + kPlacesOffset + i * kPlaceSize;
+}
+
+}  // namespace
+
 // Whether e holds the key of len bytes (its hash matched).
 static bool sameKey(const TulDictionaryEntry* e, const char* key, unsigned len) {
   return e->key.length() == len && (len == 0 || std::memcmp(e->key.c_str(), key, len) == 0);
@@ -48,9 +93,20 @@ static bool sameKey(const TulDictionaryEntry* e, const char* key, unsigned len) 
 // --- TulDictionaryEntry -----------------------------------------------------
 
 TulDictionaryEntry::TulDictionaryEntry(TulDictionary* owner, const TulString& k)
-    : hash_(0), value(), key(k), next(nullptr), owner_(owner), prev_(nullptr) {}
+    : hash_(0), value(), key(k), next(nullptr), owner_(owner), prev_(nullptr), chunk_(nullptr) {}
 
 TulDictionaryEntry::~TulDictionaryEntry() = default;
+
+void TulDictionaryEntry::lastReleased() {
+  TulDictionaryChunk* c = chunk_;
+  this->~TulDictionaryEntry();
+  --c->live;
+  if (TulDictionary* d = c->dict) {
+    d->freePlaces_ = new (this) FreePlace{static_cast<FreePlace*>(d->freePlaces_), c};
+  } else if (c->live == 0) {
+    std::free(c);
+  }
+}
 
 // An erased entry stays valueless: a value stored there could never be
 // reached through its dictionary again, only leaked.
@@ -69,6 +125,8 @@ TulDictionary::TulDictionary(bool)
       slots_(shortSlots_),
       slotCount_(kShortSlots),
       count_(0),
+      chunks_(nullptr),
+      freePlaces_(nullptr),
       shortSlots_() {
   tulrt::detail::trackContainer(live_, this);
 }
@@ -90,6 +148,34 @@ TulDictionary::~TulDictionary() {
   tulrt::detail::untrackContainer(live_);
   clear();
   if (slots_ != shortSlots_) std::free(slots_);
+  for (TulDictionaryChunk* c = chunks_; c;) {
+    TulDictionaryChunk* next = c->next;
+    if (c->live == 0) std::free(c); else c->dict = nullptr;
+    c = next;
+  }
+}
+
+// A free place if there is one, else the next of the newest block, else the
+// first of a new block.
+void* TulDictionary::takePlace(TulDictionaryChunk** chunk) {
+  if (freePlaces_) {
+    auto* f = static_cast<FreePlace*>(freePlaces_);
+    freePlaces_ = f->next;
+    *chunk = f->chunk;
+    return f;
+  }
+  TulDictionaryChunk* c = chunks_;
+  if (!c || c->used == c->capacity) {
+    const unsigned capacity = !c ? kFirstChunk
+                              : c->capacity == kFirstChunk ? 3 * kFirstChunk
+                                                           : std::min(c->capacity * 2, kLargestChunk);
+    void* block = std::malloc(kPlacesOffset + capacity * kPlaceSize);
+    if (!block) throw std::bad_alloc();
+    c = new (block) TulDictionaryChunk{chunks_, this, capacity, 0, 0};
+    chunks_ = c;
+  }
+  *chunk = c;
+  return placeIn(c, c->used++);
 }
 
 // A probe stops at the first free slot; only the table inside the
@@ -136,7 +222,17 @@ TulDictionaryEntry* TulDictionary::operator[](const TulString& key) {
   // Room first, so that a failure leaves the dictionary as it was.
   if (needsGrowth(count_ + 1, slotCount_)) rehash(slotCount_ * 2);
   if (count_ >= slotCount_) throw std::bad_alloc();
-  auto* e = new TulDictionaryEntry(this, key);  // owned through the list below
+  TulDictionaryChunk* chunk;
+  void* room = takePlace(&chunk);
+  TulDictionaryEntry* e;
+  try {
+    e = new (room) TulDictionaryEntry(this, key);  // owned through the list below
+  } catch (...) {
+    freePlaces_ = new (room) FreePlace{static_cast<FreePlace*>(freePlaces_), chunk};
+    throw;
+  }
+  e->chunk_ = chunk;
+  ++chunk->live;
   e->retain();
   e->hash_ = hash;
   e->prev_ = last_;

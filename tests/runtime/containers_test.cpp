@@ -1,6 +1,7 @@
 // TulVector: elements across moves between the values a vector keeps in
 // itself and the heap.
 #include <string>
+#include <vector>
 
 #include "host/tul.h"
 #include "tests/runtime/test_support.h"
@@ -73,5 +74,32 @@ TEST(DictionaryTest, KeysLeftAreFoundAfterErasing) {
       EXPECT_EQ(d.count(), static_cast<unsigned>(n - (n + every - 1) / every));
       EXPECT_FALSE(d.find("0"));
     }
+  }
+}
+
+// Entries a value holds keep their places and keys through erasing, the
+// reuse of released places by new keys, and the end of their dictionary.
+TEST(DictionaryTest, HeldEntriesOutliveReuseAndTheirDictionary) {
+  auto key = [](int i) { return TulString(std::to_string(i).c_str()); };
+  std::vector<TulValue> held;
+  {
+    TulDictionary d;
+    for (int i = 0; i < 40; ++i) *d[key(i)] = TulValue(i);
+    for (int i = 0; i < 40; ++i) {
+      if (i % 3 == 0) held.push_back(TulValue(d.find(key(i))));
+      d.erase(key(i));
+    }
+    for (int i = 40; i < 80; ++i) *d[key(i)] = TulValue(i);
+    int i = 40;
+    for (TulDictionaryEntry* e = d.getFirst(); e; e = e->next, ++i) {
+      EXPECT_EQ(static_cast<int>(e->value), i);
+      EXPECT_EQ(d.find(key(i)), e);
+    }
+    EXPECT_EQ(i, 80);
+  }
+  for (unsigned k = 0; k < held.size(); ++k) {
+    auto* e = static_cast<TulDictionaryEntry*>(held[k]);
+    EXPECT_TRUE(e->erased());
+    EXPECT_STREQ(e->key.c_str(), std::to_string(3 * k).c_str());
   }
 }
