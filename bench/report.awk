@@ -11,9 +11,9 @@
 # Rows are matched by name. The first run's figures are the row's own
 # (ratio, met, note, and "run" naming it); every further run's sit under its
 # name ({"ratio", "met", "note"}). A row meets its target when it does so in
-# every run. With previous (a file this script wrote before), every row whose
-# first-run ratio is more than 10% above the previous file's, in a run of the
-# same name, is listed after the table.
+# every run. With previous (a file this script wrote before), every row and
+# run whose ratio is more than 10% above the same run's in the previous file
+# is listed after the table.
 BEGIN { n = 0; runs = 0 }
 
 FNR == 1 {
@@ -82,15 +82,25 @@ function quoted(s,    out, k, c) {
 function number(x) { return (x == "" || x == "null") ? "null" : sprintf("%g", x) }
 function flag(x) { return x == "" ? "null" : x }
 
-# The first-run ratios of a file this script wrote: one row a line.
-function readPrevious(file,    line, nm, rt, rn) {
+# The ratios of a file this script wrote, by row and run: one row a line,
+# the first run's figures the row's own (a file that names no run was
+# measured under qemu-i386), each further run's under its name.
+function readPrevious(file,    line, nm, at, rt, rn, key, k) {
+  key = "\", \"ratio\": "
   while ((getline line < file) > 0) {
     if (line !~ /"name": /) continue
-    nm = line; sub(/.*"name": "/, "", nm); sub(/", "ratio".*/, "", nm)
-    rt = line; sub(/.*"ratio": /, "", rt); sub(/,.*/, "", rt)
+    at = index(line, key)
+    nm = substr(line, 1, at - 1); sub(/.*"name": "/, "", nm)
+    rt = substr(line, at + length(key)); sub(/,.*/, "", rt)
     rn = "qemu-i386"
     if (line ~ /"run": "/) { rn = line; sub(/.*"run": "/, "", rn); sub(/".*/, "", rn) }
-    prevRatio[nm] = rt; prevRun[nm] = rn
+    prevRatio[nm, rn] = rt
+    for (k = 2; k <= runs; k++) {
+      at = index(line, "\"" runName[k] "\": {\"ratio\": ")
+      if (!at) continue
+      rt = substr(line, at + length(runName[k]) + 14); sub(/,.*/, "", rt)
+      prevRatio[nm, runName[k]] = rt
+    }
   }
   close(file)
 }
@@ -135,14 +145,15 @@ END {
   if (previous == "") exit
   readPrevious(previous)
   slower = 0
-  for (i = 1; i <= n; i++) {
-    nm = name[i]
-    if (!(nm in prevRatio) || prevRatio[nm] == "null" || ratio[i, 1] == "null") continue
-    if (prevRun[nm] != (runName[1] == "" ? "qemu-i386" : runName[1])) continue
-    if (ratio[i, 1] + 0 > 1.1 * prevRatio[nm] && ratio[i, 1] + 0 > 0) {
+  for (i = 1; i <= n; i++)
+    for (r = 1; r <= runs; r++) {
+      rn = runName[r] == "" ? "qemu-i386" : runName[r]
+      if (!((name[i], rn) in prevRatio) || prevRatio[name[i], rn] == "null" ||
+          ratio[i, r] == "null" || ratio[i, r] + 0 <= 1.1 * prevRatio[name[i], rn])
+        continue
       if (!slower++) print "\nMore than 10% above the previous run (" previous "):"
-      printf "  %s: %s, was %s\n", nm, shown(ratio[i, 1]), shown(prevRatio[nm])
+      printf "  %s%s: %s, was %s\n", name[i], (runs > 1 ? " (" rn ")" : ""), shown(ratio[i, r]),
+             shown(prevRatio[name[i], rn])
     }
-  }
   if (!slower) print "\nNo row more than 10% above the previous run (" previous ")."
 }

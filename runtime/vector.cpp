@@ -81,6 +81,16 @@ void TulVector::reallocate(unsigned cap) {
     cap_ = cap;
     return;
   }
+  // Heap storage grows or shrinks in place where the allocator can (a
+  // large block is remapped rather than copied); a value is its bytes, so
+  // it moves with them.
+  if (cap > kShortRoom && !isShort()) {
+    void* moved = std::realloc(static_cast<void*>(data_), cap * sizeof(TulValue));
+    if (!moved) throw std::bad_alloc();
+    data_ = static_cast<TulValue*>(moved);
+    cap_ = cap;
+    return;
+  }
   TulValue* fresh = shortRoom();
   if (cap > kShortRoom) {
     fresh = static_cast<TulValue*>(std::malloc(cap * sizeof(TulValue)));
