@@ -45,6 +45,22 @@ const FunctionObject* builtinCallee(const void* p) {
 
 const TulValue kNil;
 
+// The element o[k] where it lies: a vector's at an integer index within it,
+// a dictionary's under a string key (absent when it has none); null where
+// the general way must read it (and report what is wrong).
+inline const TulValue* elementInPlace(const TulValue& o, const TulValue& k,
+                                      const TulValue* absent) {
+  if (o.type() == TulValueType::Vector) {
+    const TulVector* vec = static_cast<TulVector*>(o.refObject());
+    const unsigned at = static_cast<unsigned>(static_cast<int>(k));
+    return k.type() == TulValueType::I32 && at < vec->size() ? &(*vec)[at] : nullptr;
+  }
+  if (k.type() != TulValueType::String) return nullptr;
+  const TulDictionaryEntry* e =
+      static_cast<TulDictionary*>(o.refObject())->find(*static_cast<TulString*>(k.refObject()));
+  return e ? &e->value : absent;
+}
+
 // v itself, or a string of its own for a string.
 TulValue fresh(const TulValue& v) {
   TulString* s = static_cast<TulString*>(v);
@@ -966,15 +982,7 @@ CalleeIndex: {
   if (o && (o->type() == TulValueType::Vector || o->type() == TulValueType::Dictionary)) {
     const TulValue* k = READ(ip->c, lines::C);
     ENSURE(k);
-    if (o->type() == TulValueType::Vector) {
-      const TulVector* vec = static_cast<TulVector*>(o->refObject());
-      const unsigned at = static_cast<unsigned>(static_cast<int>(*k));
-      if (k->type() == TulValueType::I32 && at < vec->size()) item = &(*vec)[at];
-    } else if (k->type() == TulValueType::String) {
-      const TulDictionaryEntry* e = static_cast<TulDictionary*>(o->refObject())
-                                        ->find(*static_cast<TulString*>(k->refObject()));
-      item = e ? &e->value : nullptr;
-    }
+    item = elementInPlace(*o, *k, nullptr);
   }
   if (item && item->type() == TulValueType::Function) {
     const FunctionObject* fn = static_cast<const FunctionObject*>(item->refObject());
@@ -1084,16 +1092,7 @@ GetIndex: {
   if (o && (o->type() == TulValueType::Vector || o->type() == TulValueType::Dictionary)) {
     const TulValue* k = READ(ip->c, lines::C);
     ENSURE(k);
-    const TulValue* item = nullptr;
-    if (o->type() == TulValueType::Vector) {
-      const TulVector* vec = static_cast<TulVector*>(o->refObject());
-      const unsigned at = static_cast<unsigned>(static_cast<int>(*k));
-      if (k->type() == TulValueType::I32 && at < vec->size()) item = &(*vec)[at];
-    } else if (k->type() == TulValueType::String) {
-      const TulDictionaryEntry* e = static_cast<TulDictionary*>(o->refObject())
-                                        ->find(*static_cast<TulString*>(k->refObject()));
-      item = e ? &e->value : &kNil;
-    }
+    const TulValue* item = elementInPlace(*o, *k, &kNil);
     if (item) {
       COPY_TO_A(*item);
       FREE_BC();
