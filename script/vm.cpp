@@ -855,27 +855,28 @@ JumpIf: {
   NEXT();
 }
 
+// To the instruction's target when the test holds (kNegate: when it does
+// not), else on to the next.
+#define JUMP_WHEN(HOLDS)                          \
+  if ((HOLDS) != ((ip->flags & kNegate) != 0)) {  \
+    ip = first + ip->a;                           \
+    DISPATCH();                                   \
+  }                                               \
+  NEXT()
+
 #define COMPARE_JUMP(NAME)                                                   \
   NAME : {                                                                          \
     if (ip->flags & kIntC) {                                                        \
       const TulValue* xp = DIRECT(ip->b);                                           \
       if (TUL_LIKELY(xp->type() == TulValueType::I32)) {                            \
         intBinary(opToken(Op::NAME), xp->i32(), ip->d, r);                          \
-        if ((r != 0) != ((ip->flags & kNegate) != 0)) {                             \
-          ip = first + ip->a;                                                       \
-          DISPATCH();                                                               \
-        }                                                                           \
-        NEXT();                                                                     \
+        JUMP_WHEN(r != 0);                                                          \
       }                                                                             \
     } else if (ip->flags & kDirect) {                                               \
       DIRECT_INTS(ip->b, ip->c);                                                    \
       if (TUL_LIKELY(ints)) {                                                       \
         intBinary(opToken(Op::NAME), xi, yi, r);                                    \
-        if ((r != 0) != ((ip->flags & kNegate) != 0)) {                             \
-          ip = first + ip->a;                                                       \
-          DISPATCH();                                                               \
-        }                                                                           \
-        NEXT();                                                                     \
+        JUMP_WHEN(r != 0);                                                          \
       }                                                                             \
     }                                                                               \
     const TulValue* x = READ(ip->b, lines::B);                                \
