@@ -42,6 +42,15 @@ struct TulCallSite {
   const void* cls = nullptr;
   const void* method = nullptr;
   unsigned long long generation = 0;  // 0: nothing remembered
+  // The method's native function (null: a script method), and the
+  // interpreter's generation counter, which a caller may compare inline.
+  NativeMethod native = nullptr;
+  const unsigned long long* generationNow = nullptr;
+
+  // What the site remembers for cls, when that still stands.
+  bool remembers(const void* c) const {
+    return generationNow && cls == c && generation == *generationNow;
+  }
 };
 
 // The interpreter of one machine: errors are raised and script code is
@@ -67,6 +76,16 @@ class TUL_API TulInterpreter {
   // from args (null when there are none).
   bool invokeMember(TulValue& result, TulObject* obj, TulCallSite& site,
                     const TulValue* args, int nargs);
+  // The native function that invokeMember through the site would run for
+  // obj (the method its name finds from obj's class, remembered there), or
+  // null when that is a script method or nothing binds the name. Native code
+  // that knows the function may do its work itself, without the call's
+  // frame; a failure is then told with callFailed.
+  NativeMethod nativeMethodAt(TulObject* obj, TulCallSite& site);
+  // Tells the host that work native code did in place of an invokeMember
+  // failed, as a failed invokeMember tells it; the error stands. Always
+  // returns false.
+  bool callFailed();
 
  protected:
   TulInterpreter() = default;

@@ -31,6 +31,12 @@ bool invokeScript(TulInterpreter& in, TulValue& result, TulObject* obj, Call cal
   return in.invokeMember(result, obj, gSites[static_cast<unsigned>(call)], args, nargs);
 }
 
+NativeMethod nativeAt(TulInterpreter& in, TulObject* obj, Call call) {
+  TulCallSite& site = gSites[static_cast<unsigned>(call)];
+  if (site.remembers(obj->getClass())) return site.native;
+  return in.nativeMethodAt(obj, site);
+}
+
 bool createScriptObject(TulInterpreter& in, TulValue& out, const TulString& className,
                         TulVector* args) {
   const CallWatch boundary(CallWatch::Kind::ScriptCall);

@@ -71,3 +71,19 @@ enum class Call {
 // invokeScript through the call's site, with nargs arguments read in place.
 bool invokeScript(TulInterpreter& in, TulValue& result, TulObject* obj, Call call,
                   const TulValue* args = nullptr, int nargs = 0);
+// Keeps an object alive while native code does a method's work on it
+// itself, as the interpreter's frame holds `this` for a call.
+class HeldObject {
+ public:
+  explicit HeldObject(TulObject* obj) : obj_(obj) { obj_->retain(); }
+  ~HeldObject() { obj_->release(); }
+  HeldObject(const HeldObject&) = delete;
+  HeldObject& operator=(const HeldObject&) = delete;
+
+ private:
+  TulObject* obj_;
+};
+
+// The native function the call's site finds for obj (see
+// TulInterpreter::nativeMethodAt); null for a script method or none.
+NativeMethod nativeAt(TulInterpreter& in, TulObject* obj, Call call);

@@ -226,6 +226,8 @@ const MethodEntry* findMethodAtSlowly(const TulClass* cls, TulCallSite& site) {
     site.cls = cls;
     site.method = e;
     site.generation = gMethodGeneration;
+    site.native = e->native;
+    site.generationNow = &gMethodGeneration;
   }
   return e;
 }

@@ -326,6 +326,14 @@ bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, TulCallSite&
   return nativeCallAnswer(m, callEntry(m, obj, e, site.name, args, nargs, result));
 }
 
+NativeMethod TulInterpreter::nativeMethodAt(TulObject* obj, TulCallSite& site) {
+  TulClass* cls = obj ? obj->getClass() : nullptr;
+  const MethodEntry* e = cls ? tulrt::detail::findMethodAt(cls, site) : nullptr;
+  return e ? e->native : nullptr;
+}
+
+bool TulInterpreter::callFailed() { return nativeCallAnswer(implOf(this), false); }
+
 // --- Interpreter: the runtime's own face ------------------------------------
 
 namespace tulrt {

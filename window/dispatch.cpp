@@ -18,11 +18,10 @@ enum class Walk { PassedOn, Consumed, Failed };
 
 // Offers the message to each attached handler in list order; a handler that
 // answers 0 consumes it and its answer is the method's result.
-Walk walkHandlers(Frame& f, TulValue& answer) {
-  TulObject* self = f.self();
+Walk walkHandlers(TulInterpreter& in, TulObject* self, const TulValue* message, TulValue& answer) {
   TulVector* list = vectorMember(self, Member::WinHandlerList);
   if (!list || list->size() == 0) return Walk::PassedOn;
-  const TulValue args[] = {TulValue(self), f.arg(0), f.arg(1), f.arg(2), f.arg(3)};
+  const TulValue args[] = {TulValue(self), message[0], message[1], message[2], message[3]};
   const unsigned count = list->size();
   for (unsigned i = 0; i < count; ++i) {
     list = vectorMember(self, Member::WinHandlerList);
@@ -31,7 +30,7 @@ Walk walkHandlers(Frame& f, TulValue& answer) {
     TulObject* obj = objectIn(handler);
     if (!obj) continue;
     TulValue result;
-    if (!invokeScript(f.interp(), result, obj, Call::HandlerHandle, args, 5)) return Walk::Failed;
+    if (!invokeScript(in, result, obj, Call::HandlerHandle, args, 5)) return Walk::Failed;
     if (static_cast<int>(result) == 0) {
       answer = result;
       return Walk::Consumed;
@@ -62,8 +61,8 @@ void releaseBrush(TulObject* self) {
   setIntMember(self, Member::WinBackBrush, 0);
 }
 
-Reaction builtInReaction(Frame& f, HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
-  TulObject* self = f.self();
+Reaction builtInReaction(TulInterpreter& in, TulObject* self, HWND hwnd, UINT message,
+                         WPARAM wParam, LPARAM lParam) {
   switch (message) {
     case WM_ERASEBKGND:
       return eraseBackground(self, hwnd, wParam);
@@ -74,8 +73,8 @@ Reaction builtInReaction(Frame& f, HWND hwnd, UINT message, WPARAM wParam, LPARA
     case WM_HSCROLL:
     case WM_VSCROLL:
       if (!intMember(self, Member::WinUseVirtualSize)) return Reaction::Continue;
-      return canvasReaction(f, hwnd, message, wParam, lParam) ? Reaction::Continue
-                                                              : Reaction::Failed;
+      return canvasReaction(in, self, hwnd, message, wParam, lParam) ? Reaction::Continue
+                                                                     : Reaction::Failed;
     default:
       return Reaction::Continue;
   }
@@ -101,63 +100,112 @@ int indexOf(const TulVector& list, const TulObject* obj) {
   return -1;
 }
 
-}  // namespace
-
-bool winbase_handleMessage(TulVirtualMachine* vm, int argc, ValPtr& sp) {
-  Frame f(vm, argc, sp);
-  if (!f.enter(4, 4)) return false;
-  TulValue answer;
-  switch (walkHandlers(f, answer)) {
+// handleMessage's work: the handler walk, the built-in reactions, default
+// processing. Watches its own system calls, as a native method's frame does.
+bool handleMessageOf(TulInterpreter& in, TulObject* self, const TulValue* args,
+                     TulValue& answer) {
+  const CallWatch watch(CallWatch::Kind::Native);
+  switch (walkHandlers(in, self, args, answer)) {
     case Walk::Failed: return false;
-    case Walk::Consumed: return f.ret(answer);
+    case Walk::Consumed: return true;
     case Walk::PassedOn: break;
   }
-  HWND hwnd = toHwnd(static_cast<int>(f.arg(0)));
-  const auto message = static_cast<UINT>(static_cast<unsigned>(f.arg(1)));
-  const auto wParam = static_cast<WPARAM>(static_cast<std::uint32_t>(static_cast<int>(f.arg(2))));
-  const auto lParam = static_cast<LPARAM>(static_cast<int>(f.arg(3)));
+  HWND hwnd = toHwnd(static_cast<int>(args[0]));
+  const auto message = static_cast<UINT>(static_cast<unsigned>(args[1]));
+  const auto wParam = static_cast<WPARAM>(static_cast<std::uint32_t>(static_cast<int>(args[2])));
+  const auto lParam = static_cast<LPARAM>(static_cast<int>(args[3]));
   // Built-in reactions concern the window's own messages only.
-  if (hwnd == windowOf(f.self())) {
-    switch (builtInReaction(f, hwnd, message, wParam, lParam)) {
+  if (hwnd == windowOf(self)) {
+    switch (builtInReaction(in, self, hwnd, message, wParam, lParam)) {
       case Reaction::Failed: return false;
-      case Reaction::Answered: return f.retInt(0);
+      case Reaction::Answered: answer = TulValue(0); return true;
       case Reaction::Continue: break;
     }
   }
-  const LRESULT result = defaultProcessing(f.self(), hwnd, message, wParam, lParam);
+  const LRESULT result = defaultProcessing(self, hwnd, message, wParam, lParam);
   // A handler that the default processing reached (a control notifying its
   // parent, WM_CLOSE destroying the window) failed: so does this call.
-  if (f.handlerFailed()) return false;
-  return f.retInt(static_cast<int>(result));
+  if (watch.handlerFailed()) return false;
+  answer = TulValue(static_cast<int>(result));
+  return true;
 }
 
-bool winbase_preprocessMessage(TulVirtualMachine* vm, int argc, ValPtr& sp) {
-  Frame f(vm, argc, sp);
-  if (!f.enter(1, 1)) return false;
-  TulObject* self = f.self();
+// self.getParent() through its call site.
+bool parentOf(TulInterpreter& in, TulObject* self, TulValue& parent) {
+  if (nativeAt(in, self, Call::GetParent) != winbase_getParent)
+    return invokeScript(in, parent, self, Call::GetParent);
+  TulObject* obj = parentWindow(self);
+  parent = obj ? TulValue(obj) : TulValue();
+  return true;
+}
+
+// preprocessMessage's work: the window's accelerators, then its parent's
+// preprocessMessage. Watches its own system calls, as a native method's
+// frame does.
+bool preprocessOf(TulInterpreter& in, TulObject* self, const TulValue& msg, bool& consumed) {
+  const CallWatch watch(CallWatch::Kind::Native);
+  consumed = false;
   if (const std::int32_t accel = intMember(self, Member::WinHaccel)) {
-    TulObject* msgObj = objectOfClass(f.arg(0), Name::Msg);
-    if (!msgObj) return f.fail(err::kMsgArgumentExpected);
+    TulObject* msgObj = objectOfClass(msg, Name::Msg);
+    if (!msgObj) return in.returnError(err::kMsgArgumentExpected, nullptr);
     // Held so that a command handler replacing the message's buffer cannot
     // free the structure the system is reading.
     const TulValue* slot = memberSlot(msgObj, Member::MsgMsg);
     const TulValue image = slot ? *slot : TulValue();
     TulBuffer* buf = static_cast<TulBuffer*>(image);
-    if (!buf || buf->size() < kMsgImage.size) return f.fail(err::kInvalidMsgData);
+    if (!buf || buf->size() < kMsgImage.size) return in.returnError(err::kInvalidMsgData, nullptr);
     const int translated = TranslateAcceleratorA(windowOf(self), static_cast<HACCEL>(toPointer(accel)),
                                                  reinterpret_cast<MSG*>(buf->data()));
-    if (f.handlerFailed()) return false;
-    if (translated) return f.retInt(1);
+    if (watch.handlerFailed()) return false;
+    consumed = translated != 0;
+    if (consumed) return true;
   }
   TulValue parent;
-  if (!invokeScript(f.interp(), parent, self, Call::GetParent)) return false;
+  if (!parentOf(in, self, parent)) return false;
   TulObject* parentObj = objectIn(parent);
-  if (!parentObj) return f.retInt(0);
-  const TulValue msg = f.arg(0);
-  TulValue consumed;
-  if (!invokeScript(f.interp(), consumed, parentObj, Call::ParentPreprocess, &msg, 1))
-    return false;
-  return f.retBool(static_cast<int>(consumed) != 0);
+  return !parentObj || offerMessage(in, parentObj, msg, Call::ParentPreprocess, consumed);
+}
+
+}  // namespace
+
+// WinBase's own methods found at the sites are run here, without a frame of
+// the interpreter: the site's lookup by name still decides, so an override
+// is what runs once a script binds one.
+bool offerMessage(TulInterpreter& in, TulObject* window, const TulValue& msg, Call call,
+                  bool& consumed) {
+  if (nativeAt(in, window, call) == winbase_preprocessMessage) {
+    const HeldObject held(window);
+    return preprocessOf(in, window, msg, consumed) || in.callFailed();
+  }
+  TulValue result;
+  if (!invokeScript(in, result, window, call, &msg, 1)) return false;
+  consumed = static_cast<int>(result) != 0;
+  return true;
+}
+
+bool deliverMessage(TulInterpreter& in, TulObject* window, const TulValue* args,
+                    TulValue& result) {
+  if (nativeAt(in, window, Call::WindowHandle) == winbase_handleMessage) {
+    const HeldObject held(window);
+    return handleMessageOf(in, window, args, result) || in.callFailed();
+  }
+  return invokeScript(in, result, window, Call::WindowHandle, args, 4);
+}
+
+bool winbase_handleMessage(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  Frame f(vm, argc, sp);
+  if (!f.enter(4, 4)) return false;
+  TulValue answer;
+  if (!handleMessageOf(f.interp(), f.self(), &f.arg(0), answer)) return false;
+  return f.ret(std::move(answer));
+}
+
+bool winbase_preprocessMessage(TulVirtualMachine* vm, int argc, ValPtr& sp) {
+  Frame f(vm, argc, sp);
+  if (!f.enter(1, 1)) return false;
+  bool consumed = false;
+  if (!preprocessOf(f.interp(), f.self(), f.arg(0), consumed)) return false;
+  return f.retBool(consumed);
 }
 
 bool winbase_addMsgHandler(TulVirtualMachine* vm, int argc, ValPtr& sp) {

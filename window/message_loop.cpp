@@ -34,15 +34,6 @@ bool copyMessage(TulObject* msgObj, const MSG& msg) {
   return true;
 }
 
-// Offers a message of a registered window to its preprocessMessage; false
-// after a failure, with `consumed` telling whether it was used up.
-bool preprocess(Frame& f, TulObject* window, const TulValue& msg, bool& consumed) {
-  TulValue result;
-  if (!invokeScript(f.interp(), result, window, Call::LoopPreprocess, &msg, 1)) return false;
-  consumed = static_cast<int>(result) != 0;
-  return true;
-}
-
 }  // namespace
 
 TulDictionaryEntry* winBaseStatic(Frame& f, Name which) {
@@ -72,7 +63,8 @@ bool winbase_mainLoop(TulVirtualMachine* vm, int argc, ValPtr& sp) {
     if (TulObject* window = registryObject(registryFind(handle))) {
       if (!copyMessage(msgObj, msg)) return f.fail(err::kInvalidMessageObject);
       bool consumed = false;
-      if (!preprocess(f, window, msgValue, consumed)) return false;
+      if (!offerMessage(f.interp(), window, msgValue, Call::LoopPreprocess, consumed))
+        return false;
       if (consumed) continue;
     }
     TranslateMessage(&msg);

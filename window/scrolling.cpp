@@ -24,40 +24,46 @@ std::int32_t negated(std::int32_t v) {
   return static_cast<std::int32_t>(0u - static_cast<std::uint32_t>(v));
 }
 
-bool invokeWith(Frame& f, const char* method, std::int32_t amount) {
+bool invokeWith(TulInterpreter& in, TulObject* self, const char* method, std::int32_t amount) {
   TulVector args(1, true);
   args[0] = TulValue(amount);
   TulValue ignored;
-  return invokeScript(f.interp(), ignored, f.self(), method, &args);
+  return invokeScript(in, ignored, self, method, &args);
 }
 
-bool invokeBare(Frame& f, const char* method) {
-  TulValue ignored;
-  return invokeScript(f.interp(), ignored, f.self(), method);
+bool invokeWith(Frame& f, const char* method, std::int32_t amount) {
+  return invokeWith(f.interp(), f.self(), method, amount);
 }
+
+bool invokeBare(TulInterpreter& in, TulObject* self, const char* method) {
+  TulValue ignored;
+  return invokeScript(in, ignored, self, method);
+}
+
+bool invokeBare(Frame& f, const char* method) { return invokeBare(f.interp(), f.self(), method); }
 
 // When the client area grows past the canvas's far edge, the contents follow
 // that edge, or come back to the origin once the whole canvas fits; one
 // correction a message, the horizontal one first.
-bool followNewSize(Frame& f, std::int64_t w, std::int64_t h) {
-  const TulValue* slot = f.member(Member::WinVirtualRect);
+bool followNewSize(TulInterpreter& in, TulObject* self, std::int64_t w, std::int64_t h) {
+  const TulValue* slot = memberSlot(self, Member::WinVirtualRect);
   TulObject* canvas = slot ? static_cast<TulObject*>(*slot) : nullptr;
-  if (!canvas) return f.fail(kNoCanvasObject);
+  if (!canvas) return in.returnError(kNoCanvasObject, nullptr);
   TulBuffer* rect = bufferMember(canvas, Member::RectRect, kRectImage.size);
-  if (!rect) return f.fail(kNoCanvasData);
+  if (!rect) return in.returnError(kNoCanvasData, nullptr);
   const std::int64_t left = readField(rect, 0, FieldKind::I32);
   const std::int64_t top = readField(rect, 4, FieldKind::I32);
   const std::int64_t right = readField(rect, 8, FieldKind::I32);
   const std::int64_t bottom = readField(rect, 12, FieldKind::I32);
   if (w > right) {
     const std::int64_t dx = w < right - left ? w - right : -left;
-    if (dx != 0) return invokeWith(f, "scrollHorizontal", static_cast<std::int32_t>(dx));
+    if (dx != 0) return invokeWith(in, self, "scrollHorizontal", static_cast<std::int32_t>(dx));
   }
   if (h > bottom) {
     const std::int64_t dy = h < bottom - top ? h - bottom : -top;
-    if (dy != 0) return invokeWith(f, "scrollVertical", static_cast<std::int32_t>(dy));
+    if (dy != 0) return invokeWith(in, self, "scrollVertical", static_cast<std::int32_t>(dy));
   }
-  return invokeBare(f, "applyScrollBars");
+  return invokeBare(in, self, "applyScrollBars");
 }
 
 // The distance the thumb was dragged from where the canvas stands.
@@ -80,8 +86,8 @@ bool pageOf(HWND hwnd, bool horizontal, std::int32_t& out) {
 // The amount a scroll-bar request moves the canvas by; false when it moves
 // nothing. Line and page requests towards the start move the contents
 // forward (a positive amount).
-bool requestAmount(Frame& f, HWND hwnd, bool horizontal, unsigned code, std::int32_t& amount) {
-  const std::int32_t step = intMember(f.self(), horizontal ? Member::WinSx : Member::WinSy);
+bool requestAmount(TulObject* self, HWND hwnd, bool horizontal, unsigned code, std::int32_t& amount) {
+  const std::int32_t step = intMember(self, horizontal ? Member::WinSx : Member::WinSy);
   const int bar = horizontal ? SB_HORZ : SB_VERT;
   switch (code) {
     case SB_LINEUP: amount = step; return true;
@@ -94,7 +100,7 @@ bool requestAmount(Frame& f, HWND hwnd, bool horizontal, unsigned code, std::int
     case SB_THUMBPOSITION: return thumbDistance(hwnd, bar, amount);
     case SB_THUMBTRACK:
       // Live scrolling follows the thumb only once it has moved a whole step.
-      if (!intMember(f.self(), Member::WinLifeScroll) || !thumbDistance(hwnd, bar, amount))
+      if (!intMember(self, Member::WinLifeScroll) || !thumbDistance(hwnd, bar, amount))
         return false;
       return std::llabs(amount) >= std::llabs(step);
     default: return false;
@@ -103,12 +109,13 @@ bool requestAmount(Frame& f, HWND hwnd, bool horizontal, unsigned code, std::int
 
 }  // namespace
 
-bool canvasReaction(Frame& f, HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
-  if (message == WM_SIZE) return followNewSize(f, LOWORD(lParam), HIWORD(lParam));
+bool canvasReaction(TulInterpreter& in, TulObject* self, HWND hwnd, UINT message, WPARAM wParam,
+                    LPARAM lParam) {
+  if (message == WM_SIZE) return followNewSize(in, self, LOWORD(lParam), HIWORD(lParam));
   const bool horizontal = message == WM_HSCROLL;
   std::int32_t amount = 0;
-  if (!requestAmount(f, hwnd, horizontal, LOWORD(wParam), amount)) return true;
-  return invokeWith(f, horizontal ? "scrollHorizontal" : "scrollVertical", amount);
+  if (!requestAmount(self, hwnd, horizontal, LOWORD(wParam), amount)) return true;
+  return invokeWith(in, self, horizontal ? "scrollHorizontal" : "scrollVertical", amount);
 }
 
 // --- WinBase's canvas methods ----------------------------------------------------

@@ -35,6 +35,10 @@ void setIntMember(TulObject* obj, Member m, std::int32_t v);
 // The window of a WinBase object (_hwnd), 0 when it has none.
 inline HWND windowOf(TulObject* obj) { return toHwnd(intMember(obj, Member::WinHwnd)); }
 
+// The object of the registered window that is obj's window's parent (or
+// owner), or null: what getParent answers.
+TulObject* parentWindow(TulObject* obj);
+
 // The object a value refers to when its class is WinBase or derives from it.
 inline TulObject* windowObject(const TulValue& v) { return objectOfClass(v, Name::WinBase); }
 
@@ -51,7 +55,18 @@ TulDictionaryEntry* winBaseStatic(Frame& f, Name which);
 // The virtual canvas's reaction to WM_SIZE, WM_HSCROLL or WM_VSCROLL of the
 // object's own window, the canvas being on (scrolling.cpp). False after a
 // report, or after a script method it called failed.
-bool canvasReaction(Frame& f, HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+bool canvasReaction(TulInterpreter& in, TulObject* self, HWND hwnd, UINT message, WPARAM wParam,
+                    LPARAM lParam);
+
+// The calls made once a message (dispatch.cpp), each through its call site.
+// window.preprocessMessage(msg): consumed tells whether the answer was
+// nonzero. False after a report.
+bool offerMessage(TulInterpreter& in, TulObject* window, const TulValue& msg, Call call,
+                  bool& consumed);
+// window.handleMessage(hwnd, message, wParam, lParam), the four arguments
+// at args. False after a report.
+bool deliverMessage(TulInterpreter& in, TulObject* window, const TulValue* args,
+                    TulValue& result);
 
 // The native methods, by concern.
 #define TUL_NATIVE(name) bool name(TulVirtualMachine* vm, int argc, ValPtr& sp)

@@ -203,14 +203,17 @@ bool winbase_getHandle(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   return f.retInt(intMember(f.self(), Member::WinHwnd));
 }
 
+TulObject* parentWindow(TulObject* self) {
+  HWND hwnd = windowOf(self);
+  HWND parent = hwnd ? GetParent(hwnd) : nullptr;
+  return parent ? registryObject(registryFind(static_cast<std::uint32_t>(fromHandle(parent))))
+                : nullptr;
+}
+
 bool winbase_getParent(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   Frame f(vm, argc, sp);
   if (!f.enter(0, 0)) return false;
-  HWND hwnd = windowOf(f.self());
-  HWND parent = hwnd ? GetParent(hwnd) : nullptr;
-  TulObject* obj =
-      parent ? registryObject(registryFind(static_cast<std::uint32_t>(fromHandle(parent))))
-             : nullptr;
+  TulObject* obj = parentWindow(f.self());
   return obj ? f.ret(TulValue(obj)) : f.retNothing();
 }
 

@@ -13,6 +13,7 @@
 #include "module/script_calls.h"
 #include "window/registry.h"
 #include "window/window_class.h"
+#include "window/winbase.h"
 
 namespace {
 
@@ -45,7 +46,7 @@ LRESULT dispatch(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
                            TulValue(static_cast<unsigned>(message)),
                            TulValue(static_cast<int>(wParam)), TulValue(static_cast<int>(lParam))};
   TulValue result;
-  const bool ok = invokeScript(*vm.interpreter(), result, window, Call::WindowHandle, args, 4);
+  const bool ok = deliverMessage(*vm.interpreter(), window, args, result);
   // The script may have released the object; only the handle is used now.
   // A window whose entry outlived a failed WM_DESTROY loses it here at last.
   if ((ok && message == WM_DESTROY) || message == WM_NCDESTROY) registryRemove(handleOf(hwnd));
