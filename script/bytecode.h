@@ -129,7 +129,7 @@ struct CallSite {
   int argc = 0;         // Method, BaseMethod
   int calleeSlot = 0;   // Push: the temp before the arguments
   SiteCache cache;      // Method
-  NativeSite native;    // Method, when the cache has no script method
+  NativeSite native;    // Method, when the cache has no script method; BaseMethod
 };
 
 struct MemberSite {

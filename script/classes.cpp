@@ -59,16 +59,19 @@ bool Interp::declareClass(const ClassDecl& d, Frame& f, TulClass*& out) {
 
 // The native frame: the result slot lies argc slots below sp, then `this`
 // (instance methods), then the arguments. False after reporting a frame the
-// method cannot take.
+// method cannot take. `this` and the arguments are read where the frame
+// holds them (the runtime's stack does not move, and the frame keeps them
+// for the call); a static method's self is Nil.
 bool Interp::methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, const ValPtr& p,
-                             TulValue& self, const TulValue*& args, int& count) {
-  TulInterpreter& host = vm_->interp();
+                             const TulValue*& self, const TulValue*& args, int& count) {
+  static const TulValue kNoSelf;
   int first = p.index + 1;
   int nargs = argc;
+  self = &kNoSelf;
   if (!fn.isStatic) {
-    if (argc < 1 || !static_cast<TulObject*>(*ValPtr{p.vec, first}))
-      return host.returnError("invalid 'this' pointer", nullptr);
-    self = *ValPtr{p.vec, first};
+    if (argc < 1 || !objectIn(*ValPtr{p.vec, first}))
+      return vm_->interp().returnError("invalid 'this' pointer", nullptr);
+    self = &*ValPtr{p.vec, first};
     ++first;
     --nargs;
   }
@@ -76,9 +79,8 @@ bool Interp::methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, co
     std::string text = "too many arguments to " + std::string(tulrt::className(cls)) + "." +
                        fn.name + " (takes " + std::to_string(fn.params.size()) + ", got " +
                        std::to_string(nargs) + ")";
-    return host.returnError(text.c_str(), nullptr);
+    return vm_->interp().returnError(text.c_str(), nullptr);
   }
-  // Read where the frame holds them: the runtime's stack does not move.
   args = nargs ? &*ValPtr{p.vec, first} : nullptr;
   count = nargs;
   return true;
@@ -95,27 +97,30 @@ bool Interp::runMethod(const FunctionDecl& fn, TulClass* cls, int argc, ValPtr& 
   }
   ValPtr p = sp;
   p -= argc;
-  TulValue self;
+  const TulValue* self = nullptr;
   const TulValue* args = nullptr;
   int nargs = 0;
   if (!methodArguments(fn, cls, argc, p, self, args, nargs)) return false;
 
   // This method may run while an error unwinds the script (a `dtor` of a
-  // value released on the way); that error resumes afterwards.
-  StopKind savedStop = stop_;
-  ScriptError savedError = error_;
+  // value released on the way); that error resumes afterwards. The record
+  // means something only while an error is under way, so only then is it
+  // kept (a copy of its texts for every call would cost more than the call).
+  const StopKind savedStop = stop_;
+  ScriptError savedError;
+  if (savedStop == StopKind::Error) savedError = error_;
   stop_ = StopKind::None;
   TulValue result;
-  bool ok = runGuarded(fn, cls, self, args, nargs, result);
+  bool ok = runGuarded(fn, cls, *self, args, nargs, result);
   if (ok) {
-    *p = fn.isConstructor ? self : std::move(result);
+    *p = fn.isConstructor ? *self : std::move(result);
     sp = p;
   } else {
     forwardToHost();
   }
   if (!stopping()) {
     stop_ = savedStop;
-    error_ = std::move(savedError);
+    if (savedStop == StopKind::Error) error_ = std::move(savedError);
   }
   return ok;
 }

@@ -479,7 +479,7 @@ class Interp : public GlobalNames {
   // slots; the caller's frame, with its pending callees and first handler.
   Frame* popActivation(const void**& pending, std::size_t& tryBase);
   bool methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, const ValPtr& p,
-                       TulValue& self, const TulValue*& args, int& nargs);
+                       const TulValue*& self, const TulValue*& args, int& nargs);
   bool runGuarded(const FunctionDecl& fn, TulClass* cls, const TulValue& self,
                   const TulValue* args, int nargs, TulValue& result);
   // Runs fn on its frame's slots; self null outside instance methods.

@@ -334,9 +334,14 @@ bool callNamed(Interp& in, Frame& f, int line, const TulValue& obj, const std::s
                               typeTagName(obj.type()));
 }
 
-bool callBase(Interp& in, Frame& f, int line, const std::string& name, const TulValue* args,
-              int n, TulValue& out) {
+// A native method of the base is called as the site found it (while no
+// class binds a method); a script one goes by name through the runtime,
+// which holds it for the call.
+bool callBase(Interp& in, Frame& f, int line, const std::string& name, NativeSite& site,
+              TulValue* args, int n, TulValue& out) {
   TulClass* base = f.cls ? tulrt::baseClass(f.cls) : nullptr;
+  if (NativeMethod fn = base ? in.nativeAt(site, base, name) : nullptr)
+    return in.callNative(f, line, f.thisValue(), fn, args, n, out);
   if (!base || !tulrt::hasMethod(base, name.c_str()))
     return in.fail(f, line, std::string("base class ") + (base ? classNameOf(base) : "?") +
                                 " has no method " + quoted(name));

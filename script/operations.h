@@ -50,9 +50,10 @@ bool dictionaryKey(Interp& in, Frame& f, int line, const TulValue& key, TulStrin
 // methods, ancestors' constructors, static methods, dictionary members.
 bool callNamed(Interp& in, Frame& f, int line, const TulValue& obj, const std::string& name,
                const TulValue* args, int n, TulValue& out);
-// base.name(args) from the frame's method.
-bool callBase(Interp& in, Frame& f, int line, const std::string& name, const TulValue* args,
-              int n, TulValue& out);
+// base.name(args) from the frame's method; site remembers the base's
+// native method. The arguments may be moved into the call's frame.
+bool callBase(Interp& in, Frame& f, int line, const std::string& name, NativeSite& site,
+              TulValue* args, int n, TulValue& out);
 
 // The error `throw v` raises (always false).
 bool raise(Interp& in, Frame& f, int line, const TulValue& v);

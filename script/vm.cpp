@@ -438,10 +438,10 @@ bool Interp::method(Frame& f) {
 
 bool Interp::baseMethod(Frame& f) {
   const Ins* ip = f.ip;
-  const CallSite& e = f.code->calls[static_cast<std::size_t>(ip->c)];
+  CallSite& e = f.code->calls[static_cast<std::size_t>(ip->c)];
   TulValue* args = f.slots + ip->d;
   TulValue out;
-  const bool ok = ops::callBase(*this, f, lines::Op, e.name, args, e.argc, out);
+  const bool ok = ops::callBase(*this, f, lines::Op, e.name, e.native, args, e.argc, out);
   for (int i = 0; i < e.argc; ++i) dropRef(args[i]);
   return ok && store(ip->a, f, std::move(out));
 }
