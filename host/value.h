@@ -219,6 +219,16 @@ class TUL_API TulValue {
   // A value of a reference tag for a host object of the runtime's own kinds
   // (Function); takes charge of the object.
   static TulValue fromRef(TulValueType tag, TulRefObject* obj);
+  // A strong reference to obj (not null) under a reference tag of its kind,
+  // its count raised inline: what the pointer constructors make, for the
+  // runtime's call frames.
+  static TulValue strongRef(TulValueType tag, TulRefObject* obj) {
+    TulValue v;
+    v.tag_ = static_cast<std::uint8_t>(tag);
+    v.v_.ref = obj;
+    obj->retain();
+    return v;
+  }
   // The referenced host object of a reference tag (not weak), else null.
   TulRefObject* refObject() const { return holdsStrong(tag_) ? v_.ref : nullptr; }
 

@@ -111,7 +111,7 @@ void place(TulValue& slot, TulValue&& v) {
 }
 
 const TulValue& selfOf(const TulValue* self) { return *self; }
-TulObject* selfOf(TulObject* self) { return self; }
+TulValue selfOf(TulObject* self) { return TulValue::strongRef(TulValueType::Object, self); }
 
 // Releases what a slot held (see resetSlots).
 void drop(TulValue& slot) { TulValue dropped(std::move(slot)); }
