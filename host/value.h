@@ -122,7 +122,14 @@ class TUL_API TulValue {
     v_.zero();
     v_.i = v;
   }
-  explicit TulValue(unsigned int v);
+  explicit TulValue(unsigned int v)
+      : tag_(static_cast<std::uint8_t>(TulValueType::U32)),
+        flags_(0),
+        reserved16_(0),
+        reserved32_(0) {
+    v_.zero();
+    v_.u = v;
+  }
   explicit TulValue(float v);
   explicit TulValue(double v);
   // weak: a reference that does not keep the object alive (tag ObjectRef).

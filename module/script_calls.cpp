@@ -1,17 +1,12 @@
 // Calls between native methods and script code (see script_calls.h).
 #include "module/script_calls.h"
 
-namespace {
-
-// The call sites of the calls made once a message, in the order of Call.
-TulCallSite gSites[] = {
+TulCallSite gCallSites[] = {
     {"preprocessMessage"}, {"preprocessMessage"}, {"getParent"},
     {"handleMessage"},     {"handleMessage"},
 };
-static_assert(sizeof gSites / sizeof gSites[0] == static_cast<unsigned>(Call::Count),
+static_assert(sizeof gCallSites / sizeof gCallSites[0] == static_cast<unsigned>(Call::Count),
               "one site per call");
-
-}  // namespace
 
 CallWatch* CallWatch::innermost_ = nullptr;
 
@@ -28,13 +23,7 @@ bool invokeScript(TulInterpreter& in, TulValue& result, TulObject* obj, const ch
 bool invokeScript(TulInterpreter& in, TulValue& result, TulObject* obj, Call call,
                   const TulValue* args, int nargs) {
   const CallWatch boundary(CallWatch::Kind::ScriptCall);
-  return in.invokeMember(result, obj, gSites[static_cast<unsigned>(call)], args, nargs);
-}
-
-NativeMethod nativeAt(TulInterpreter& in, TulObject* obj, Call call) {
-  TulCallSite& site = gSites[static_cast<unsigned>(call)];
-  if (site.remembers(obj->getClass())) return site.native;
-  return in.nativeMethodAt(obj, site);
+  return in.invokeMember(result, obj, gCallSites[static_cast<unsigned>(call)], args, nargs);
 }
 
 bool createScriptObject(TulInterpreter& in, TulValue& out, const TulString& className,

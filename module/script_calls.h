@@ -84,6 +84,14 @@ class HeldObject {
   TulObject* obj_;
 };
 
+// The call sites, in the order of Call (script_calls.cpp).
+extern TulCallSite gCallSites[];
+
 // The native function the call's site finds for obj (see
-// TulInterpreter::nativeMethodAt); null for a script method or none.
-NativeMethod nativeAt(TulInterpreter& in, TulObject* obj, Call call);
+// TulInterpreter::nativeMethodAt); null for a script method or none. What
+// the site remembers is read inline: every message asks three times.
+inline NativeMethod nativeAt(TulInterpreter& in, TulObject* obj, Call call) {
+  TulCallSite& site = gCallSites[static_cast<unsigned>(call)];
+  if (site.remembers(obj->getClass())) return site.native;
+  return in.nativeMethodAt(obj, site);
+}

@@ -137,11 +137,6 @@ OwnReleaseQueue::~OwnReleaseQueue() {
 
 // --- TulValue: construction and lifetime ------------------------------------
 
-TulValue::TulValue(unsigned int v) : TulValue() {
-  tag_ = static_cast<std::uint8_t>(TulValueType::U32);
-  v_.u = v;
-}
-
 TulValue::TulValue(float v) : TulValue() {
   tag_ = static_cast<std::uint8_t>(TulValueType::F32);
   v_.f = v;

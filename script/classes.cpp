@@ -9,6 +9,7 @@
 #include "script/interp.h"
 
 #include <exception>
+#include <optional>
 
 #include "script/values.h"
 
@@ -107,7 +108,7 @@ bool Interp::runMethod(const FunctionDecl& fn, TulClass* cls, int argc, ValPtr& 
   // means something only while an error is under way, so only then is it
   // kept (a copy of its texts for every call would cost more than the call).
   const StopKind savedStop = stop_;
-  ScriptError savedError;
+  std::optional<ScriptError> savedError;
   if (savedStop == StopKind::Error) savedError = error_;
   stop_ = StopKind::None;
   TulValue result;
@@ -120,7 +121,7 @@ bool Interp::runMethod(const FunctionDecl& fn, TulClass* cls, int argc, ValPtr& 
   }
   if (!stopping()) {
     stop_ = savedStop;
-    if (savedStop == StopKind::Error) error_ = std::move(savedError);
+    if (savedError) error_ = std::move(*savedError);
   }
   return ok;
 }

@@ -86,7 +86,7 @@ Reaction builtInReaction(TulInterpreter& in, TulObject* self, HWND hwnd, UINT me
 LRESULT defaultProcessing(TulObject* self, HWND hwnd, UINT message, WPARAM wParam,
                           LPARAM lParam) {
   const std::int32_t saved = intMember(self, Member::WinSavedWndProc);
-  if (isReplacedProcedure(saved))
+  if (saved && isReplacedProcedure(saved))
     return CallWindowProcA(reinterpret_cast<WNDPROC>(toPointer(saved)), hwnd, message, wParam,
                            lParam);
   return DefWindowProcA(hwnd, message, wParam, lParam);
@@ -111,7 +111,10 @@ bool handleMessageOf(TulInterpreter& in, TulObject* self, const TulValue* args,
     case Walk::PassedOn: break;
   }
   HWND hwnd = toHwnd(static_cast<int>(args[0]));
-  const auto message = static_cast<UINT>(static_cast<unsigned>(args[1]));
+  // The window procedure passes the message as an unsigned word, read inline.
+  const auto message = args[1].type() == TulValueType::U32
+                           ? static_cast<UINT>(static_cast<std::uint32_t>(args[1].i32()))
+                           : static_cast<UINT>(static_cast<unsigned>(args[1]));
   const auto wParam = static_cast<WPARAM>(static_cast<std::uint32_t>(static_cast<int>(args[2])));
   const auto lParam = static_cast<LPARAM>(static_cast<int>(args[3]));
   // Built-in reactions concern the window's own messages only.

@@ -26,10 +26,12 @@ TulClass* winBaseClass(Frame& f) {
   return cls;
 }
 
-// Copies the native message into the loop's script MSG object.
+// Copies the native message into the loop's script MSG object; its buffer
+// read inline, as every message needs it.
 bool copyMessage(TulObject* msgObj, const MSG& msg) {
-  TulBuffer* image = bufferMember(msgObj, Member::MsgMsg, kMsgImage.size);
-  if (!image) return false;
+  const TulValue* slot = memberSlot(msgObj, Member::MsgMsg);
+  TulBuffer* image = slot ? refIn<TulBuffer>(*slot, TulValueType::Buffer) : nullptr;
+  if (!image || image->size() < kMsgImage.size) return false;
   std::memcpy(image->data(), &msg, sizeof msg);
   return true;
 }
@@ -60,7 +62,7 @@ bool winbase_mainLoop(TulVirtualMachine* vm, int argc, ValPtr& sp) {
     if (f.vm()->isInDbg()) continue;
     if (r == -1 || registryCount() == 0) break;
     const auto handle = static_cast<std::uint32_t>(fromHandle(msg.hwnd));
-    if (TulObject* window = registryObject(registryFind(handle))) {
+    if (TulObject* window = registryLookup(handle)) {
       if (!copyMessage(msgObj, msg)) return f.fail(err::kInvalidMessageObject);
       bool consumed = false;
       if (!offerMessage(f.interp(), window, msgValue, Call::LoopPreprocess, consumed))

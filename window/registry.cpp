@@ -83,5 +83,10 @@ TulObject* registryObject(int index) {
   return index >= 0 && static_cast<unsigned>(index) < gCount ? gEntries[index].object : nullptr;
 }
 
+TulObject* registryLookup(std::uint32_t handle) {
+  const int i = registryFind(handle);
+  return i >= 0 ? gEntries[i].object : nullptr;
+}
+
 unsigned registryCount() { return gCount; }
 unsigned registryCapacity() { return gCapacity; }

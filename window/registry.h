@@ -33,5 +33,7 @@ bool registryRemove(std::uint32_t handle);
 void registryForget(const TulObject* object);
 
 TulObject* registryObject(int index);
+// The object registered for handle, or null: registryObject(registryFind()).
+TulObject* registryLookup(std::uint32_t handle);
 unsigned registryCount();
 unsigned registryCapacity();

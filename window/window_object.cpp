@@ -206,8 +206,7 @@ bool winbase_getHandle(TulVirtualMachine* vm, int argc, ValPtr& sp) {
 TulObject* parentWindow(TulObject* self) {
   HWND hwnd = windowOf(self);
   HWND parent = hwnd ? GetParent(hwnd) : nullptr;
-  return parent ? registryObject(registryFind(static_cast<std::uint32_t>(fromHandle(parent))))
-                : nullptr;
+  return parent ? registryLookup(static_cast<std::uint32_t>(fromHandle(parent))) : nullptr;
 }
 
 bool winbase_getParent(TulVirtualMachine* vm, int argc, ValPtr& sp) {

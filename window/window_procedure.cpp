@@ -25,7 +25,7 @@ std::uint32_t handleOf(HWND hwnd) {
 // first WM_NCCREATE the object whose create is under way.
 TulObject* objectFor(HWND hwnd, UINT message, bool& takenOver) {
   takenOver = false;
-  if (TulObject* window = registryObject(registryFind(handleOf(hwnd)))) return window;
+  if (TulObject* window = registryLookup(handleOf(hwnd))) return window;
   if (message != WM_NCCREATE) return nullptr;
   TulObject* window = pendingCreateWindow();
   setPendingCreateWindow(nullptr);
