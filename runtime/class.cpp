@@ -60,6 +60,7 @@ void MethodTable::bind(const char* name, NativeMethod native,
   }
   MethodEntry& e = entries_[it->second];
   e.native = native;
+  if (e.script) retired_.push_back(std::move(e.script));
   e.script = std::move(script);
 }
 
@@ -78,6 +79,7 @@ void MethodTable::clear() {
   newMethodGeneration();
   index_.clear();
   entries_.clear();
+  retired_.clear();
 }
 
 // --- TulClass ---------------------------------------------------------------
@@ -210,7 +212,7 @@ void newMethodGeneration() { ++gMethodGeneration; }
 
 Callee findMethod(const TulClass* cls, const char* name, bool isStatic) {
   const MethodEntry* e = findEntry(cls, name, isStatic);
-  return e ? Callee{e->native, e->script} : Callee{};
+  return e ? Callee{e->native, e->script.get()} : Callee{};
 }
 
 const MethodEntry* findEntry(const TulClass* cls, const char* name, bool isStatic) {

@@ -19,8 +19,8 @@
 #include "runtime/runtime.h"
 
 // One bound method: a native function or a C++ callable standing for script
-// code. The callable is shared so a call in progress keeps it alive even if
-// the method is rebound meanwhile.
+// code. A callable that rebinding replaces is kept by its table (retired),
+// so a call in progress, which holds it by a plain pointer, keeps it.
 struct MethodEntry {
   std::string name;
   NativeMethod native = nullptr;
@@ -32,7 +32,9 @@ struct MethodEntry {
 // when later ones are bound; a lookup then allocates nothing.
 class MethodTable {
  public:
-  // Rebinding a name replaces its function but keeps its first position.
+  // Rebinding a name replaces its function but keeps its first position; the
+  // callable replaced lives on with the table (rebinding is rare, calls are
+  // not: they need not take a shared count).
   void bind(const char* name, NativeMethod native,
             std::shared_ptr<const tulrt::ScriptMethod> script);
   const MethodEntry* find(const char* name) const;
@@ -42,6 +44,7 @@ class MethodTable {
  private:
   std::deque<MethodEntry> entries_;
   std::unordered_map<std::string_view, std::size_t> index_;
+  std::vector<std::shared_ptr<const tulrt::ScriptMethod>> retired_;
 };
 
 // A class's recent lookups through its chain, by the name's address (the

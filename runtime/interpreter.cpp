@@ -204,7 +204,7 @@ Callee constructorOf(const TulClass* cls) {
     }
     s.ctorGeneration = methodGeneration();
   }
-  return s.ctor ? Callee{s.ctor->native, s.ctor->script} : Callee{};
+  return s.ctor ? Callee{s.ctor->native, s.ctor->script.get()} : Callee{};
 }
 
 }  // namespace
@@ -294,14 +294,12 @@ bool tulrt::Interpreter::create(TulValue& out, TulClass* cls, TulValue* args, in
 
 namespace {
 
-// Runs the entry found for obj's class under name, with obj as `this`. A
-// native method is called straight from the entry; only a script method is
-// held for the call, so that rebinding during the call cannot pull it away.
+// Runs the entry found for obj's class under name, with obj as `this`.
 bool callEntry(Machine::Impl& m, TulObject* obj, const MethodEntry* e, const char* name,
                const TulValue* args, int nargs, TulValue& result) {
   const TulClass* cls = obj->getClass();
   if (!e) return report(&m, cls ? methodNotFound(cls, name) : "invalid object");
-  const Callee callee = e->native ? Callee{e->native, nullptr} : Callee{nullptr, e->script};
+  const Callee callee{e->native, e->native ? nullptr : e->script.get()};
   return runFrame(m, callee, obj, args, nargs, result);
 }
 

@@ -64,11 +64,13 @@ Machine::Impl& implOf(const TulInterpreter* in);
 bool report(Machine::Impl* m, const std::string& message,
             const char* detail = nullptr);
 
-// A method found by lookup, copied out so that rebinding during the call
-// cannot pull it away.
+// A method found by lookup. A script method's callable lives as long as its
+// class, even when rebound during the call (MethodTable retires it), and
+// the class outlives the call (the object called holds it; the machine holds
+// every class until teardown), so the callee is held by a plain pointer.
 struct Callee {
   NativeMethod native = nullptr;
-  std::shared_ptr<const ScriptMethod> script;
+  const ScriptMethod* script = nullptr;
   explicit operator bool() const { return native || script; }
 };
 
