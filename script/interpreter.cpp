@@ -103,7 +103,9 @@ bool Interp::callScript(const FunctionDecl& fn, const TulValue& self, TulClass* 
                         const TulValue* args, int n, TulValue& out) {
   SlotFrame frame(slotStack_, static_cast<std::size_t>(fn.code.frameSize));
   TulValue* slots = frame.slots();
-  for (int i = 0; i < n && i < static_cast<int>(fn.params.size()); ++i) slots[i] = args[i];
+  // The slots come nil: the arguments are copied in, not assigned.
+  for (int i = 0; i < n && i < static_cast<int>(fn.params.size()); ++i)
+    new (&slots[i]) TulValue(args[i]);
   return runFrame(fn, slots, &self, cls, out);
 }
 
