@@ -9,7 +9,7 @@
 #include "script/interp.h"
 
 #include <exception>
-#include <optional>
+#include <memory>
 
 #include "script/values.h"
 
@@ -63,8 +63,20 @@ bool Interp::declareClass(const ClassDecl& d, Frame& f, TulClass*& out) {
 // method cannot take. `this` and the arguments are read where the frame
 // holds them (the runtime's stack does not move, and the frame keeps them
 // for the call); a static method's self is Nil.
-bool Interp::methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, const ValPtr& p,
-                             const TulValue*& self, const TulValue*& args, int& count) {
+namespace {
+
+bool tooManyForMethod(TulInterpreter& host, const FunctionDecl& fn, TulClass* cls, int nargs) {
+  std::string text = "too many arguments to " + std::string(tulrt::className(cls)) + "." +
+                     fn.name + " (takes " + std::to_string(fn.params.size()) + ", got " +
+                     std::to_string(nargs) + ")";
+  return host.returnError(text.c_str(), nullptr);
+}
+
+}  // namespace
+
+TUL_ALWAYS_INLINE bool Interp::methodArguments(const FunctionDecl& fn, TulClass* cls, int argc,
+                                               const ValPtr& p, const TulValue*& self,
+                                               const TulValue*& args, int& count) {
   static const TulValue kNoSelf;
   int first = p.index + 1;
   int nargs = argc;
@@ -76,12 +88,8 @@ bool Interp::methodArguments(const FunctionDecl& fn, TulClass* cls, int argc, co
     ++first;
     --nargs;
   }
-  if (nargs > static_cast<int>(fn.params.size())) {
-    std::string text = "too many arguments to " + std::string(tulrt::className(cls)) + "." +
-                       fn.name + " (takes " + std::to_string(fn.params.size()) + ", got " +
-                       std::to_string(nargs) + ")";
-    return vm_->interp().returnError(text.c_str(), nullptr);
-  }
+  if (nargs > static_cast<int>(fn.params.size()))
+    return tooManyForMethod(vm_->interp(), fn, cls, nargs);
   args = nargs ? &*ValPtr{p.vec, first} : nullptr;
   count = nargs;
   return true;
@@ -108,8 +116,8 @@ bool Interp::runMethod(const FunctionDecl& fn, TulClass* cls, int argc, ValPtr& 
   // means something only while an error is under way, so only then is it
   // kept (a copy of its texts for every call would cost more than the call).
   const StopKind savedStop = stop_;
-  std::optional<ScriptError> savedError;
-  if (savedStop == StopKind::Error) savedError = error_;
+  std::unique_ptr<ScriptError> savedError;
+  if (savedStop == StopKind::Error) savedError = std::make_unique<ScriptError>(error_);
   stop_ = StopKind::None;
   TulValue result;
   bool ok = runGuarded(fn, cls, *self, args, nargs, result);
