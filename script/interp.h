@@ -439,6 +439,12 @@ class Interp : public GlobalNames {
   TUL_NOINLINE bool callFunctionAt(Frame& f, const FunctionDecl& fn, TulValue* args, int n);
   TUL_NOINLINE bool lenOrPush(Frame& f, const void* pending);
   TUL_NOINLINE bool method(Frame& f);
+  // The native method instruction f.ip's site found before for its object's
+  // class (an object a local or `this` holds), while that still stands;
+  // null when the call must look further.
+  TUL_ALWAYS_INLINE NativeMethod knownNative(const Frame& f, const TulValue*& obj);
+  // obj.native(args) for the call at f.ip, the result stored.
+  TUL_NOINLINE bool nativeMethod(Frame& f, const TulValue& obj, NativeMethod native);
   TUL_NOINLINE bool baseMethod(Frame& f);
   TUL_NOINLINE bool member(Frame& f, bool write);
   TUL_NOINLINE bool index(Frame& f, bool write);
