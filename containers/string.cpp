@@ -21,17 +21,22 @@ TulString* text(Frame& f) {
   return f.memberAs<TulString>(Member::StringStr, TulValueType::String);
 }
 
+// The string a value holds, or null: what the host's
+// getStringFromValueExtern answers, read inline since most calls pass one.
+TulString* stringIn(const TulValue& v) { return refIn<TulString>(v, TulValueType::String); }
+
 // A string argument, or a bad-type report (string expected) and null.
 TulString* stringArg(Frame& f, int i) {
-  TulString* s = f.interp().getStringFromValueExtern(f.arg(i));
+  TulString* s = stringIn(f.arg(i));
   if (!s) f.badType(f.arg(i), TulValueType::String);
   return s;
 }
 
+// The result: a new object of the class of `this` holding s.
 bool newString(Frame& f, TulString* s) {
   TulValue obj = newObjectWith(f.self()->getClass(), Member::StringStr, TulValue(s));
   if (obj.type() == TulValueType::Nil) return f.badType(TulValue(), TulValueType::String);
-  return f.ret(obj);
+  return f.ret(std::move(obj));
 }
 
 bool string_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
@@ -43,19 +48,14 @@ bool string_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
     *slot = TulValue(new TulString());
     return f.retSelf();
   }
-  // The top slot is kept aside while the format is extracted, so the format
-  // arguments read below are the ones the script passed.
-  TulValue top = *sp;
-  TulString* format = f.interp().getStringFromValueExtern(f.arg(0));
-  if (!format) return f.badType(f.arg(0), TulValueType::String);
+  TulString* format = stringArg(f, 0);
+  if (!format) return false;
   if (f.argCount() == 1) {
     // A string that only this frame holds (a literal, say) becomes the
     // object's own: no one else can see it change.
     *slot = format->refCount() == 1 ? std::move(f.arg(0)) : TulValue(new TulString(*format));
     return f.retSelf();
   }
-  TulValue held = *sp;  // kept until the call ends
-  *sp = top;
   *slot = TulValue(new TulString(format->c_str(), f.argCount() - 1, f.argCursor(1)));
   return f.retSelf();
 }
@@ -65,7 +65,7 @@ template <bool Right>
 bool string_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   Frame f(vm, argc, sp);
   if (!f.enter(1, 1)) return false;
-  TulString* s = f.interp().getStringFromValueExtern(f.arg(0));
+  TulString* s = stringIn(f.arg(0));
   bool isChar = !s && isCharacter(f.arg(0));
   if (!s && !isChar) return f.badType(f.arg(0), TulValueType::String);
   TulString* mine = text(f);
@@ -205,11 +205,10 @@ bool string_replace(TulVirtualMachine* vm, int argc, ValPtr& sp) {
     s->replace(charOf(f.arg(0)), static_cast<char>(to & 0xFF));
     return f.retSelf();
   }
-  TulValue first = f.arg(0), second = f.arg(1);
-  TulString* from = f.interp().getStringFromValueExtern(first);
-  if (!from) return f.badType(first, TulValueType::String);
-  TulString* to = f.interp().getStringFromValueExtern(second);
-  if (!to) return f.badType(second, TulValueType::String);
+  TulString* from = stringArg(f, 0);
+  if (!from) return false;
+  TulString* to = stringArg(f, 1);
+  if (!to) return false;
   s->replace(*from, *to);
   return f.retSelf();
 }

@@ -3,6 +3,8 @@
 // the arguments start at p+1. argc counts every slot after p.
 #include "module/frame.h"
 
+#include <utility>
+
 #include "module/errors.h"
 
 
@@ -25,7 +27,6 @@ ValPtr Frame::argCursor(int i) const {
   return ValPtr{result_.vec, result_.index + first_ + i};
 }
 
-TulValue* Frame::member(Member m) const { return memberSlot(self_, m); }
 
 bool Frame::intArg(int i, int& out) const {
   const TulValue& v = arg(i);
@@ -75,11 +76,12 @@ TulClass* findClass(TulVirtualMachine* vm, const TulString& name) {
   return e ? static_cast<TulClass*>(e->value) : nullptr;
 }
 
-TulValue newObjectWith(TulClass* cls, Member m, const TulValue& v) {
-  TulValue obj(new TulObject(cls));
-  TulValue* slot = memberSlot(static_cast<TulObject*>(obj), m);
+TulValue newObjectWith(TulClass* cls, Member m, TulValue v) {
+  auto* made = new TulObject(cls);
+  TulValue obj(made);
+  TulValue* slot = memberSlot(made, m);
   if (!slot) return TulValue();
-  *slot = v;
+  *slot = std::move(v);
   return obj;
 }
 

@@ -37,7 +37,7 @@ class Frame {
   ValPtr argCursor(int i) const;
   // The slot of one of this object's data members through the member index
   // cache; null when the object has no such slot.
-  TulValue* member(Member m) const;
+  TulValue* member(Member m) const { return memberSlot(self_, m); }
 
   // The i-th argument as an integer, after the host's integer check. False
   // after the host's report.
@@ -119,8 +119,8 @@ TulBuffer* bufferMember(TulObject* obj, Member m, unsigned minSize);
 inline bool isCharacter(const TulValue& v) { return isNumericTag(v.type()); }
 
 // A new object of cls, made natively (no script constructor runs), with data
-// member m set to v. Nil when cls has no such member.
-TulValue newObjectWith(TulClass* cls, Member m, const TulValue& v);
+// member m set to v (moved in). Nil when cls has no such member.
+TulValue newObjectWith(TulClass* cls, Member m, TulValue v);
 
 // True when v is an object whose class is cls or derives from it.
 bool isObjectOf(const TulValue& v, TulClass* cls);
