@@ -16,6 +16,10 @@ bool Frame::checkCounts(int minArgs, int maxArgs) const {
 
 bool Frame::failThis() const { return fail(err::kInvalidThis); }
 
+void Frame::memberBadType(const TulValue* slot, TulValueType tag) const {
+  badType(slot ? *slot : TulValue(), tag);
+}
+
 bool Frame::enterStatic(int minArgs, int maxArgs) {
   first_ = 1;
   nargs_ = argc_;

@@ -49,7 +49,7 @@ class Frame {
   T* memberAs(Member m, TulValueType tag) const {
     TulValue* slot = member(m);
     if (slot && slot->type() == tag) return static_cast<T*>(slot->refObject());
-    badType(slot ? *slot : TulValue(), tag);
+    memberBadType(slot, tag);
     return nullptr;
   }
 
@@ -81,6 +81,7 @@ class Frame {
 
  private:
   bool checkCounts(int minArgs, int maxArgs) const;
+  void memberBadType(const TulValue* slot, TulValueType tag) const;
   bool failThis() const;
 
   TulVirtualMachine* vm_;

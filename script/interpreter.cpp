@@ -169,16 +169,13 @@ void Interp::findNative(NativeSite& site, TulClass* cls, const std::string& name
 bool Interp::callNative(Frame& f, int line, const TulValue& self, NativeMethod fn,
                         TulValue* args, int n, TulValue& out) {
   if (!enterCall(f, line)) return false;
-  TulValue result;
   Forwarded outer = haveForwarded_ ? enterNativeCall() : nullptr;
-  bool ok = vm_->interp().callNative(result, fn, self, args, n);
+  // The runtime writes the result only when the call succeeds.
+  bool ok = vm_->interp().callNative(out, fn, self, args, n);
   leaveCall();
   // Success with nothing forwarded before or during the call, the common
   // case, has nothing to hand back.
-  if (!(ok && !outer && !haveForwarded_) && !leaveNativeCall(f, line, ok, std::move(outer)))
-    return false;
-  out = std::move(result);
-  return true;
+  return (ok && !outer && !haveForwarded_) || leaveNativeCall(f, line, ok, std::move(outer));
 }
 
 namespace {
