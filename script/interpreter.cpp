@@ -94,9 +94,10 @@ bool Interp::callValue(Frame& f, int line, const TulValue& callee, TulValue* arg
 
 bool Interp::createObject(Frame& f, int line, TulClass* cls, TulValue* args, int n,
                           TulValue& out) {
-  Forwarded outer = enterNativeCall();
+  Forwarded outer = haveForwarded_ ? enterNativeCall() : nullptr;
   bool ok = vm_->interp().create(out, cls, args, n);
-  return leaveNativeCall(f, line, ok, std::move(outer));
+  // As for callNative: the common case has nothing to hand back.
+  return (ok && !outer && !haveForwarded_) || leaveNativeCall(f, line, ok, std::move(outer));
 }
 
 bool Interp::callScript(const FunctionDecl& fn, const TulValue& self, TulClass* cls,
