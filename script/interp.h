@@ -255,8 +255,17 @@ class Interp : public GlobalNames {
   }
   // self.fn(args) for a native method nativeAt found, as callMethod runs
   // it, the arguments moved into the runtime's frame (left nil).
-  bool callNative(Frame& f, int line, const TulValue& self, NativeMethod fn, TulValue* args,
-                  int n, TulValue& out);
+  TUL_ALWAYS_INLINE bool callNative(Frame& f, int line, const TulValue& self, NativeMethod fn,
+                                    TulValue* args, int n, TulValue& out) {
+    if (!enterCall(f, line)) return false;
+    Forwarded outer = haveForwarded_ ? enterNativeCall() : nullptr;
+    // The runtime writes the result only when the call succeeds.
+    const bool ok = host_->callNative(out, fn, self, args, n);
+    leaveCall();
+    // Success with nothing forwarded before or during the call, the common
+    // case, has nothing to hand back.
+    return (ok && !outer && !haveForwarded_) || leaveNativeCall(f, line, ok, std::move(outer));
+  }
   // The text print() and str() show; may run toString() of objects.
   bool display(Frame& f, int line, const TulValue& v, std::string& out, int depth = 0);
   TulValue functionValue(const FunctionDecl& fn);
@@ -520,6 +529,7 @@ class Interp : public GlobalNames {
   void reportDtorError(const tulrt::ErrorRecord& e);
 
   std::unique_ptr<tulrt::Machine> vm_;
+  tulrt::Interpreter* host_ = &vm_->interp();  // vm_'s, kept at hand for native calls
   EngineOptions opts_;
   std::ostream* out_;
   std::ostream* err_;

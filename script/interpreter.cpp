@@ -167,18 +167,6 @@ void Interp::findNative(NativeSite& site, TulClass* cls, const std::string& name
   site.fn = tulrt::findNativeMethod(cls, name.c_str());
 }
 
-bool Interp::callNative(Frame& f, int line, const TulValue& self, NativeMethod fn,
-                        TulValue* args, int n, TulValue& out) {
-  if (!enterCall(f, line)) return false;
-  Forwarded outer = haveForwarded_ ? enterNativeCall() : nullptr;
-  // The runtime writes the result only when the call succeeds.
-  bool ok = vm_->interp().callNative(out, fn, self, args, n);
-  leaveCall();
-  // Success with nothing forwarded before or during the call, the common
-  // case, has nothing to hand back.
-  return (ok && !outer && !haveForwarded_) || leaveNativeCall(f, line, ok, std::move(outer));
-}
-
 namespace {
 
 // The text of a value that is not a container or an object.
