@@ -176,7 +176,7 @@ bool string_substr(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   int pos, count = -1;
   if (!s || !f.intArg(0, pos)) return false;
   if (f.argCount() == 2 && !f.intArg(1, count)) return false;
-  auto* result = new TulString(s->substr(pos, count));
+  auto* result = new TulString(*s, pos, count);
   TulValue owner(result);
   return newString(f, result);
 }

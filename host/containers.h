@@ -39,6 +39,8 @@ class TUL_API TulString : public TulRefObject {
   TulString(const char* s);
   TulString(const char* s, unsigned len);
   TulString(const TulString& other);
+  // The characters other.substr(pos, count) gives, made in place.
+  TulString(const TulString& other, int pos, int count);
   // printf-style formatting of n script values that start at `first`:
   // %d %i %u %x %X %o %c %s %f %e %g %% with flags, width and precision.
   // Missing values format as empty or zero; extra ones are ignored.
