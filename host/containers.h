@@ -46,6 +46,9 @@ class TUL_API TulString : public TulRefObject {
   // Missing values format as empty or zero; extra ones are ignored.
   TulString(const char* format, int n, ValPtr first);
   ~TulString() override;
+  // Strings are made and dropped by the thousand: their blocks are reused.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* block, std::size_t size);
 
   static TulString format(const char* fmt, ...);
 

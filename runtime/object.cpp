@@ -10,6 +10,7 @@
 #include <new>
 #include <utility>
 
+#include "runtime/block_cache.h"
 #include "runtime/machine_impl.h"
 
 using tulrt::Machine;
@@ -42,8 +43,10 @@ ObjectBlock* blockAt(void* part, std::size_t offset) {
   return reinterpret_cast<ObjectBlock*>(static_cast<unsigned char*>(part) - offset);
 }
 
+using ObjectBlocks = tulrt::detail::BlockCache<sizeof(ObjectBlock)>;
+
 void dropPart(ObjectBlock* block) {
-  if (--block->parts == 0) ::operator delete(block);
+  if (--block->parts == 0) ObjectBlocks::give(block);
 }
 
 void MemberVector::lastReleased() {
@@ -57,7 +60,7 @@ void MemberVector::lastReleased() {
 void* TulObject::operator new(std::size_t size) {
   assert(size == sizeof(TulObject) && "no class derives from TulObject");
   (void)size;
-  auto* block = static_cast<ObjectBlock*>(::operator new(sizeof(ObjectBlock)));
+  auto* block = static_cast<ObjectBlock*>(ObjectBlocks::take());
   block->parts = 1;  // the member vector counts once it is made
   return block->object;
 }

@@ -15,6 +15,7 @@
 #include <string_view>
 
 #include "host/containers.h"
+#include "runtime/block_cache.h"
 #include "runtime/machine_impl.h"
 
 namespace {
@@ -118,6 +119,19 @@ TulString::TulString(const TulString& other, int pos, int count) : TulString() {
 TulString::~TulString() {
   dropWide(wide_);
   if (!isShort()) std::free(data_);
+}
+
+using StringBlocks = tulrt::detail::BlockCache<sizeof(TulString)>;
+
+void* TulString::operator new(std::size_t size) {
+  return size == sizeof(TulString) ? StringBlocks::take() : ::operator new(size);
+}
+
+void TulString::operator delete(void* block, std::size_t size) {
+  if (size == sizeof(TulString))
+    StringBlocks::give(block);
+  else
+    ::operator delete(block);
 }
 
 TulString TulString::format(const char* fmt, ...) {
