@@ -15,10 +15,11 @@
 
 class Frame {
  public:
+  // The cursor is read a field at a time, as the caller wrote it: one wider
+  // read of the two writes would wait for both.
   Frame(TulVirtualMachine* vm, int argc, ValPtr& sp)
-      : vm_(vm), sp_(sp), result_(sp), argc_(argc), first_(1), nargs_(argc) {
-    result_ -= argc;
-  }
+      : vm_(vm), sp_(sp), result_{sp.vec, sp.index - argc}, argc_(argc), first_(1),
+        nargs_(argc) {}
 
   // Instance methods: checks `this`, then minArgs and maxArgs, which count
   // the script's arguments (not `this`). False after the report.
