@@ -41,13 +41,7 @@ bool Frame::intArg(int i, int& out) const {
 }
 
 
-bool Frame::retSelf() {
-  // `this` held strongly in its slot is copied as it is; a weak one gives a
-  // strong reference.
-  const TulValue& self = (*result_.vec)[static_cast<unsigned>(result_.index + 1)];
-  if (first_ == 2 && self.type() == TulValueType::Object) return ret(TulValue(self));
-  return ret(TulValue(self_));
-}
+bool Frame::retSelfSlow() { return ret(TulValue(self_)); }
 
 bool Frame::retNothing() {
   result_->dispose();

@@ -68,7 +68,13 @@ class Frame {
   }
   bool retInt(int v) { return ret(TulValue(v)); }
   bool retBool(bool b) { return ret(TulValue(b ? 1 : 0)); }
-  bool retSelf();     // constructors: the object itself
+  // Constructors: the object itself. `this` held strongly in its slot is
+  // copied as it is; a weak one gives a strong reference.
+  bool retSelf() {
+    const TulValue& self = (*result_.vec)[static_cast<unsigned>(result_.index + 1)];
+    if (first_ == 2 && self.type() == TulValueType::Object) return ret(TulValue(self));
+    return retSelfSlow();
+  }
   bool retNothing();  // the result slot is left empty
 
   // True when a message handler that the system called during one of this
@@ -82,6 +88,7 @@ class Frame {
 
  private:
   bool checkCounts(int minArgs, int maxArgs) const;
+  bool retSelfSlow();
   void memberBadType(const TulValue* slot, TulValueType tag) const;
   bool failThis() const;
 

@@ -240,7 +240,7 @@ bool constructWith(Machine::Impl& m, TulValue& out, TulClass* cls, Arg* args, in
     TulObjectAccess::dtorRan(*static_cast<TulObject*>(obj)) = true;
     return false;
   }
-  out = obj;
+  out = std::move(obj);
   return true;
 }
 
