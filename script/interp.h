@@ -540,6 +540,7 @@ class Interp : public GlobalNames {
   // operand points while its instruction runs (a deque, so that it stays
   // put while nested code reads further globals).
   std::deque<TulValue> classReads_;
+  std::deque<std::uint64_t> classReadsAt_;  // the method generation of each read
   // The `try` handlers of every run under way, innermost last; each run
   // owns those above the size it found.
   std::vector<TryHandler> tries_;

@@ -103,8 +103,16 @@ bool joinable(const TulValue& v, char (&buf)[32], std::string& longer, const cha
 
 const TulValue* Interp::readGlobal(int index, Frame& f, int which) {
   const std::size_t i = static_cast<std::size_t>(index);
-  if (classReads_.size() <= i) classReads_.resize(i + 1);
+  if (classReads_.size() <= i) {
+    classReads_.resize(i + 1);
+    classReadsAt_.resize(i + 1, 0);
+  }
+  // Naming a class starts a new method generation, so a class read by name
+  // in this one is still the class of that name.
+  if (classReadsAt_[i] == *methodGeneration_ && classReads_[i].type() == TulValueType::Class)
+    return &classReads_[i];
   if (!readUndefined(index, f, which, classReads_[i])) return nullptr;
+  classReadsAt_[i] = *methodGeneration_;
   return &classReads_[i];
 }
 
