@@ -6,6 +6,7 @@
 // Invariant: no method changes `_str` before all of its checks have passed.
 #include <climits>
 #include <cstring>
+#include <utility>
 
 #include "module/classes.h"
 #include "module/errors.h"
@@ -32,9 +33,9 @@ TulString* stringArg(Frame& f, int i) {
   return s;
 }
 
-// The result: a new object of the class of `this` holding s.
-bool newString(Frame& f, TulString* s) {
-  TulValue obj = newObjectWith(f.self()->getClass(), Member::StringStr, TulValue(s));
+// The result: a new object of the class of `this` holding the string text.
+bool newString(Frame& f, TulValue text) {
+  TulValue obj = newObjectWith(f.self()->getClass(), Member::StringStr, std::move(text));
   if (obj.type() == TulValueType::Nil) return f.badType(TulValue(), TulValueType::String);
   return f.ret(std::move(obj));
 }
@@ -76,7 +77,7 @@ bool string_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (Right && isChar) result->insert(0, charOf(f.arg(0)), 1);
   if (!Right && s) *result += s->c_str();  // up to its first zero character
   if (!Right && isChar) *result += charOf(f.arg(0));
-  return newString(f, result);
+  return newString(f, std::move(owner));
 }
 
 bool string_vref(TulVirtualMachine* vm, int argc, ValPtr& sp) {
@@ -176,9 +177,7 @@ bool string_substr(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   int pos, count = -1;
   if (!s || !f.intArg(0, pos)) return false;
   if (f.argCount() == 2 && !f.intArg(1, count)) return false;
-  auto* result = new TulString(*s, pos, count);
-  TulValue owner(result);
-  return newString(f, result);
+  return newString(f, TulValue(new TulString(*s, pos, count)));
 }
 
 bool string_find(TulVirtualMachine* vm, int argc, ValPtr& sp) {
