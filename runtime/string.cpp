@@ -107,6 +107,13 @@ TulString::TulString(const char* s, unsigned len) : TulString() {
 
 TulString::TulString(const TulString& other)
     : TulRefObject(other), data_(short_), len_(0), cap_(kShortRoom - 1), wide_(nullptr) {
+  if (other.isShort()) {
+    // The whole room, a fixed size the compiler copies inline; the bytes
+    // past the zero mean nothing.
+    std::memcpy(short_, other.short_, kShortRoom);
+    len_ = other.len_;
+    return;
+  }
   assign(other.data_, other.len_);
 }
 
