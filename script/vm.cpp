@@ -445,15 +445,17 @@ bool Interp::method(Frame& f) {
 
 // Both caches must still speak for the class: the method site's (no script
 // method of that name) and the native site's (the runtime's binding).
+// A site that found a script method last leaves at the first test.
 NativeMethod Interp::knownNative(const Frame& f, const TulValue*& obj) {
   const Ins* ip = f.ip;
+  const CallSite& e = f.code->calls[static_cast<std::size_t>(ip->c)];
+  if (e.cache.fn || !e.native.fn) return nullptr;
   obj = operand::space(ip->b) == operand::Local ? &f.slots[operand::index(ip->b)]
         : operand::space(ip->b) == operand::This ? f.self
                                                  : nullptr;
   if (!obj || obj->type() != TulValueType::Object) return nullptr;
-  const CallSite& e = f.code->calls[static_cast<std::size_t>(ip->c)];
   const TulClass* cls = static_cast<TulObject*>(obj->refObject())->getClass();
-  if (e.cache.cls != cls || e.cache.epoch != classEpoch_ || e.cache.fn || e.native.cls != cls ||
+  if (e.cache.cls != cls || e.cache.epoch != classEpoch_ || e.native.cls != cls ||
       e.native.generation != *methodGeneration_)
     return nullptr;
   return e.native.fn;
