@@ -29,7 +29,7 @@ declare -A dominant=(
   [strings]="one new host string for each chain of + and one for each literal evaluated outside an operator"
   [dicts]="the key string built by + (one host string a key) and the host dictionary's hashing of it on every read and write"
   [vectors]="each element a 16-byte value copied in and out, and the instructions of the loops around them"
-  [texts]="allocation: two blocks for each String object made (String(...) and substr) and one for its text, one for each toString, all freed again within the round; and each native call's frame set up and cleared through the runtime"
+  [texts]="each native call's frames (the VM's site, the runtime's frame with this retained and released and its slots cleared, the method's own Frame), String(...)'s constructor frame, and five strings a round built, linked into the storage list and unlinked again"
   [callbacks]="the references counted on the way: each container passed as an argument taken and released by the callee's frame, and a function kept in a variable copied there"
 )
 declare -A next_step=(
@@ -40,7 +40,7 @@ declare -A next_step=(
   [strings]="literals joined into the chain's string without a string of their own"
   [dicts]="keys hashed once per string"
   [vectors]="instructions specialised for operands in locals and constants"
-  [texts]="objects of native classes with their members in the object's own block, and toString handing out the text shared where nothing writes it"
+  [texts]="a native method's frame entered without the runtime's general frame (this and the arguments read where the VM keeps them), and value reads as wide as the writes before them"
   [callbacks]="arguments that are variables holding containers lent to the callee's frame rather than copied into it"
 )
 check_rounds=7      # the run whose output all versions must agree on

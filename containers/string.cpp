@@ -6,6 +6,7 @@
 // Invariant: no method changes `_str` before all of its checks have passed.
 #include <climits>
 #include <cstring>
+#include <utility>
 
 #include "module/classes.h"
 #include "module/errors.h"
@@ -21,17 +22,22 @@ TulString* text(Frame& f) {
   return f.memberAs<TulString>(Member::StringStr, TulValueType::String);
 }
 
+// The string a value holds, or null: what the host's
+// getStringFromValueExtern answers, read inline since most calls pass one.
+TulString* stringIn(const TulValue& v) { return refIn<TulString>(v, TulValueType::String); }
+
 // A string argument, or a bad-type report (string expected) and null.
 TulString* stringArg(Frame& f, int i) {
-  TulString* s = f.interp().getStringFromValueExtern(f.arg(i));
+  TulString* s = stringIn(f.arg(i));
   if (!s) f.badType(f.arg(i), TulValueType::String);
   return s;
 }
 
-bool newString(Frame& f, TulString* s) {
-  TulValue obj = newObjectWith(f.self()->getClass(), Member::StringStr, TulValue(s));
+// The result: a new object of the class of `this` holding the string text.
+bool newString(Frame& f, TulValue text) {
+  TulValue obj = newObjectWith(f.self()->getClass(), Member::StringStr, std::move(text));
   if (obj.type() == TulValueType::Nil) return f.badType(TulValue(), TulValueType::String);
-  return f.ret(obj);
+  return f.ret(std::move(obj));
 }
 
 bool string_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
@@ -43,19 +49,14 @@ bool string_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
     *slot = TulValue(new TulString());
     return f.retSelf();
   }
-  // The top slot is kept aside while the format is extracted, so the format
-  // arguments read below are the ones the script passed.
-  TulValue top = *sp;
-  TulString* format = f.interp().getStringFromValueExtern(f.arg(0));
-  if (!format) return f.badType(f.arg(0), TulValueType::String);
+  TulString* format = stringArg(f, 0);
+  if (!format) return false;
   if (f.argCount() == 1) {
     // A string that only this frame holds (a literal, say) becomes the
     // object's own: no one else can see it change.
     *slot = format->refCount() == 1 ? std::move(f.arg(0)) : TulValue(new TulString(*format));
     return f.retSelf();
   }
-  TulValue held = *sp;  // kept until the call ends
-  *sp = top;
   *slot = TulValue(new TulString(format->c_str(), f.argCount() - 1, f.argCursor(1)));
   return f.retSelf();
 }
@@ -65,7 +66,7 @@ template <bool Right>
 bool string_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   Frame f(vm, argc, sp);
   if (!f.enter(1, 1)) return false;
-  TulString* s = f.interp().getStringFromValueExtern(f.arg(0));
+  TulString* s = stringIn(f.arg(0));
   bool isChar = !s && isCharacter(f.arg(0));
   if (!s && !isChar) return f.badType(f.arg(0), TulValueType::String);
   TulString* mine = text(f);
@@ -76,7 +77,7 @@ bool string_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (Right && isChar) result->insert(0, charOf(f.arg(0)), 1);
   if (!Right && s) *result += s->c_str();  // up to its first zero character
   if (!Right && isChar) *result += charOf(f.arg(0));
-  return newString(f, result);
+  return newString(f, std::move(owner));
 }
 
 bool string_vref(TulVirtualMachine* vm, int argc, ValPtr& sp) {
@@ -176,9 +177,7 @@ bool string_substr(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   int pos, count = -1;
   if (!s || !f.intArg(0, pos)) return false;
   if (f.argCount() == 2 && !f.intArg(1, count)) return false;
-  auto* result = new TulString(s->substr(pos, count));
-  TulValue owner(result);
-  return newString(f, result);
+  return newString(f, TulValue(new TulString(*s, pos, count)));
 }
 
 bool string_find(TulVirtualMachine* vm, int argc, ValPtr& sp) {
@@ -205,11 +204,10 @@ bool string_replace(TulVirtualMachine* vm, int argc, ValPtr& sp) {
     s->replace(charOf(f.arg(0)), static_cast<char>(to & 0xFF));
     return f.retSelf();
   }
-  TulValue first = f.arg(0), second = f.arg(1);
-  TulString* from = f.interp().getStringFromValueExtern(first);
-  if (!from) return f.badType(first, TulValueType::String);
-  TulString* to = f.interp().getStringFromValueExtern(second);
-  if (!to) return f.badType(second, TulValueType::String);
+  TulString* from = stringArg(f, 0);
+  if (!from) return false;
+  TulString* to = stringArg(f, 1);
+  if (!to) return false;
   s->replace(*from, *to);
   return f.retSelf();
 }

@@ -39,11 +39,16 @@ class TUL_API TulString : public TulRefObject {
   TulString(const char* s);
   TulString(const char* s, unsigned len);
   TulString(const TulString& other);
+  // The characters other.substr(pos, count) gives, made in place.
+  TulString(const TulString& other, int pos, int count);
   // printf-style formatting of n script values that start at `first`:
   // %d %i %u %x %X %o %c %s %f %e %g %% with flags, width and precision.
   // Missing values format as empty or zero; extra ones are ignored.
   TulString(const char* format, int n, ValPtr first);
   ~TulString() override;
+  // Strings are made and dropped by the thousand: their blocks are reused.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* block, std::size_t size);
 
   static TulString format(const char* fmt, ...);
 

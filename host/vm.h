@@ -134,6 +134,9 @@ class TUL_API TulObject : public TulRefObject {
   // An instance made natively: members Nil, no script constructor run.
   explicit TulObject(TulClass* cls);
   ~TulObject() override;
+  // An object and its member vector are made in one block.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* object);
 
   TulClass* getClass() { return class_; }
   TulVector* getMemberData() { return members_; }

@@ -3,6 +3,8 @@
 // the arguments start at p+1. argc counts every slot after p.
 #include "module/frame.h"
 
+#include <utility>
+
 #include "module/errors.h"
 
 
@@ -13,6 +15,10 @@ bool Frame::checkCounts(int minArgs, int maxArgs) const {
 }
 
 bool Frame::failThis() const { return fail(err::kInvalidThis); }
+
+void Frame::memberBadType(const TulValue* slot, TulValueType tag) const {
+  badType(slot ? *slot : TulValue(), tag);
+}
 
 bool Frame::enterStatic(int minArgs, int maxArgs) {
   first_ = 1;
@@ -25,7 +31,6 @@ ValPtr Frame::argCursor(int i) const {
   return ValPtr{result_.vec, result_.index + first_ + i};
 }
 
-TulValue* Frame::member(Member m) const { return memberSlot(self_, m); }
 
 bool Frame::intArg(int i, int& out) const {
   const TulValue& v = arg(i);
@@ -36,13 +41,7 @@ bool Frame::intArg(int i, int& out) const {
 }
 
 
-bool Frame::retSelf() {
-  // `this` held strongly in its slot is copied as it is; a weak one gives a
-  // strong reference.
-  const TulValue& self = (*result_.vec)[static_cast<unsigned>(result_.index + 1)];
-  if (first_ == 2 && self.type() == TulValueType::Object) return ret(TulValue(self));
-  return ret(TulValue(self_));
-}
+bool Frame::retSelfSlow() { return ret(TulValue(self_)); }
 
 bool Frame::retNothing() {
   result_->dispose();
@@ -75,11 +74,12 @@ TulClass* findClass(TulVirtualMachine* vm, const TulString& name) {
   return e ? static_cast<TulClass*>(e->value) : nullptr;
 }
 
-TulValue newObjectWith(TulClass* cls, Member m, const TulValue& v) {
-  TulValue obj(new TulObject(cls));
-  TulValue* slot = memberSlot(static_cast<TulObject*>(obj), m);
+TulValue newObjectWith(TulClass* cls, Member m, TulValue v) {
+  auto* made = new TulObject(cls);
+  TulValue obj(made);
+  TulValue* slot = memberSlot(made, m);
   if (!slot) return TulValue();
-  *slot = v;
+  *slot = std::move(v);
   return obj;
 }
 

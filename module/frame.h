@@ -15,10 +15,11 @@
 
 class Frame {
  public:
+  // The cursor is read a field at a time, as the caller wrote it: one wider
+  // read of the two writes would wait for both.
   Frame(TulVirtualMachine* vm, int argc, ValPtr& sp)
-      : vm_(vm), sp_(sp), result_(sp), argc_(argc), first_(1), nargs_(argc) {
-    result_ -= argc;
-  }
+      : vm_(vm), sp_(sp), result_{sp.vec, sp.index - argc}, argc_(argc), first_(1),
+        nargs_(argc) {}
 
   // Instance methods: checks `this`, then minArgs and maxArgs, which count
   // the script's arguments (not `this`). False after the report.
@@ -37,7 +38,7 @@ class Frame {
   ValPtr argCursor(int i) const;
   // The slot of one of this object's data members through the member index
   // cache; null when the object has no such slot.
-  TulValue* member(Member m) const;
+  TulValue* member(Member m) const { return memberSlot(self_, m); }
 
   // The i-th argument as an integer, after the host's integer check. False
   // after the host's report.
@@ -49,7 +50,7 @@ class Frame {
   T* memberAs(Member m, TulValueType tag) const {
     TulValue* slot = member(m);
     if (slot && slot->type() == tag) return static_cast<T*>(slot->refObject());
-    badType(slot ? *slot : TulValue(), tag);
+    memberBadType(slot, tag);
     return nullptr;
   }
 
@@ -67,7 +68,13 @@ class Frame {
   }
   bool retInt(int v) { return ret(TulValue(v)); }
   bool retBool(bool b) { return ret(TulValue(b ? 1 : 0)); }
-  bool retSelf();     // constructors: the object itself
+  // Constructors: the object itself. `this` held strongly in its slot is
+  // copied as it is; a weak one gives a strong reference.
+  bool retSelf() {
+    const TulValue& self = (*result_.vec)[static_cast<unsigned>(result_.index + 1)];
+    if (first_ == 2 && self.type() == TulValueType::Object) return ret(TulValue(self));
+    return retSelfSlow();
+  }
   bool retNothing();  // the result slot is left empty
 
   // True when a message handler that the system called during one of this
@@ -81,6 +88,8 @@ class Frame {
 
  private:
   bool checkCounts(int minArgs, int maxArgs) const;
+  bool retSelfSlow();
+  void memberBadType(const TulValue* slot, TulValueType tag) const;
   bool failThis() const;
 
   TulVirtualMachine* vm_;
@@ -119,8 +128,8 @@ TulBuffer* bufferMember(TulObject* obj, Member m, unsigned minSize);
 inline bool isCharacter(const TulValue& v) { return isNumericTag(v.type()); }
 
 // A new object of cls, made natively (no script constructor runs), with data
-// member m set to v. Nil when cls has no such member.
-TulValue newObjectWith(TulClass* cls, Member m, const TulValue& v);
+// member m set to v (moved in). Nil when cls has no such member.
+TulValue newObjectWith(TulClass* cls, Member m, TulValue v);
 
 // True when v is an object whose class is cls or derives from it.
 bool isObjectOf(const TulValue& v, TulClass* cls);

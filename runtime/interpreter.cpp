@@ -80,6 +80,20 @@ inline bool runCallee(Machine::Impl& m, const Callee& c, int argc, ValPtr& sp) {
   }
 }
 
+// The same for a native method known to be one, as a call from script
+// finds it.
+inline bool runCallee(Machine::Impl& m, NativeMethod native, int argc, ValPtr& sp) {
+  try {
+    return native(m.self, argc, sp);
+  } catch (const std::bad_alloc&) {
+    return report(&m, "out of memory");
+  } catch (const std::exception& e) {
+    return report(&m, std::string("unhandled exception: ") + e.what());
+  } catch (...) {
+    return report(&m, "unhandled exception");
+  }
+}
+
 // Whether a value holds a reference (strong or weak) that assignment or
 // destruction must give back; every other value is plain bits.
 bool holdsReference(const TulValue& v) {
@@ -148,10 +162,9 @@ bool fitsFrame(const Machine::Impl& m, int slots) {
 // The frame: the result slot at p = top+1, then `this` (instance calls), then
 // the arguments; the callee gets sp on the last of them. Self is a value or
 // an object, placed as place() takes it; Arg is TulValue when the arguments
-// are moved in.
-template <class Self, class Arg>
-bool runFrame(Machine::Impl& m, const Callee& c, Self self, Arg* args, int nargs,
-              TulValue& result) {
+// are moved in; C is a Callee or a NativeMethod, as runCallee takes it.
+template <class Self, class Arg, class C>
+bool runFrame(Machine::Impl& m, C c, Self self, Arg* args, int nargs, TulValue& result) {
   const int argc = (self ? 1 : 0) + nargs;
   if (!fitsFrame(m, argc + 1)) return report(&m, kStackOverflow);
   TulVector& stack = *m.stack;
@@ -181,12 +194,13 @@ namespace detail {
 
 bool invoke(Machine::Impl& m, const Callee& c, const TulValue* self,
             const TulValue* args, int nargs, TulValue& result) {
-  return runFrame(m, c, self, args, nargs, result);
+  return runFrame<const TulValue*, const TulValue, const Callee&>(m, c, self, args, nargs,
+                                                                   result);
 }
 
 bool invokeMoving(Machine::Impl& m, const Callee& c, const TulValue* self, TulValue* args,
                   int nargs, TulValue& result) {
-  return runFrame(m, c, self, args, nargs, result);
+  return runFrame<const TulValue*, TulValue, const Callee&>(m, c, self, args, nargs, result);
 }
 
 namespace {
@@ -226,7 +240,7 @@ bool constructWith(Machine::Impl& m, TulValue& out, TulClass* cls, Arg* args, in
     TulObjectAccess::dtorRan(*static_cast<TulObject*>(obj)) = true;
     return false;
   }
-  out = obj;
+  out = std::move(obj);
   return true;
 }
 
@@ -355,8 +369,7 @@ bool Interpreter::call(TulValue& result, TulClass* cls, const char* name,
 
 bool Interpreter::callNative(TulValue& result, NativeMethod fn, const TulValue& self,
                              TulValue* args, int nargs) {
-  return detail::invokeMoving(implOf(this), detail::Callee{fn, nullptr}, &self, args, nargs,
-                              result);
+  return runFrame(implOf(this), fn, &self, args, nargs, result);
 }
 
 bool Interpreter::callMember(TulValue& result, TulObject* obj, const char* name,

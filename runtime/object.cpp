@@ -2,10 +2,15 @@
 //
 // Invariant: an object's `dtor` runs at most once, while its machine is alive
 // and before its members are released; a failing `dtor` goes to the
-// machine's handler and never leaves the error record changed.
+// machine's handler and never leaves the error record changed. An object and
+// its member vector share one block, freed when the last of the two goes.
+#include <cassert>
+#include <cstddef>
 #include <cstdio>
+#include <new>
 #include <utility>
 
+#include "runtime/block_cache.h"
 #include "runtime/machine_impl.h"
 
 using tulrt::Machine;
@@ -16,13 +21,61 @@ Machine::Impl* machineOf(TulClass* cls) {
   return cls ? cls->state().machine : nullptr;
 }
 
+// The member vector is counted like any other (a release in progress may
+// hold it past its object), so it gives its part of the block back itself.
+class MemberVector final : public TulVector {
+ public:
+  explicit MemberVector(unsigned slots) : TulVector(slots, true) {}
+
+ protected:
+  void lastReleased() override;
+};
+
+// One allocation a script object: the object, then its member vector, and
+// how many of the two are still alive.
+struct ObjectBlock {
+  int parts;
+  alignas(8) unsigned char object[sizeof(TulObject)];
+  alignas(MemberVector) unsigned char members[sizeof(MemberVector)];
+};
+
+ObjectBlock* blockAt(void* part, std::size_t offset) {
+  return reinterpret_cast<ObjectBlock*>(static_cast<unsigned char*>(part) - offset);
+}
+
+using ObjectBlocks = tulrt::detail::BlockCache<sizeof(ObjectBlock)>;
+
+void dropPart(ObjectBlock* block) {
+  if (--block->parts == 0) ObjectBlocks::give(block);
+}
+
+void MemberVector::lastReleased() {
+  ObjectBlock* block = blockAt(this, offsetof(ObjectBlock, members));
+  this->~MemberVector();
+  dropPart(block);
+}
+
 }  // namespace
+
+void* TulObject::operator new(std::size_t size) {
+  assert(size == sizeof(TulObject) && "no class derives from TulObject");
+  (void)size;
+  auto* block = static_cast<ObjectBlock*>(ObjectBlocks::take());
+  block->parts = 1;  // the member vector counts once it is made
+  return block->object;
+}
+
+void TulObject::operator delete(void* object) {
+  dropPart(blockAt(object, offsetof(ObjectBlock, object)));
+}
 
 // The members vector and the class are held through references taken here
 // and dropped in the destructor (the fields are raw by the host's layout).
 TulObject::TulObject(TulClass* cls) : class_(cls), members_(nullptr), dtorRan_(false) {
   const auto slots = cls ? static_cast<unsigned>(cls->state().layout.size()) : 0u;
-  members_ = new TulVector(slots, true);
+  ObjectBlock* block = blockAt(this, offsetof(ObjectBlock, object));
+  members_ = new (block->members) MemberVector(slots);
+  ++block->parts;
   members_->retain();
   if (!cls) return;
   cls->retain();

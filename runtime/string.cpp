@@ -15,6 +15,7 @@
 #include <string_view>
 
 #include "host/containers.h"
+#include "runtime/block_cache.h"
 #include "runtime/machine_impl.h"
 
 namespace {
@@ -106,12 +107,38 @@ TulString::TulString(const char* s, unsigned len) : TulString() {
 
 TulString::TulString(const TulString& other)
     : TulRefObject(other), data_(short_), len_(0), cap_(kShortRoom - 1), wide_(nullptr) {
+  if (other.isShort()) {
+    // The whole room, a fixed size the compiler copies inline; the bytes
+    // past the zero mean nothing.
+    std::memcpy(short_, other.short_, kShortRoom);
+    len_ = other.len_;
+    return;
+  }
   assign(other.data_, other.len_);
+}
+
+TulString::TulString(const TulString& other, int pos, int count) : TulString() {
+  if (pos < 0 || static_cast<unsigned>(pos) > other.len_) return;
+  const auto at = static_cast<unsigned>(pos);
+  assign(other.data_ + at, spanFrom(at, count, other.len_));
 }
 
 TulString::~TulString() {
   dropWide(wide_);
   if (!isShort()) std::free(data_);
+}
+
+using StringBlocks = tulrt::detail::BlockCache<sizeof(TulString)>;
+
+void* TulString::operator new(std::size_t size) {
+  return size == sizeof(TulString) ? StringBlocks::take() : ::operator new(size);
+}
+
+void TulString::operator delete(void* block, std::size_t size) {
+  if (size == sizeof(TulString))
+    StringBlocks::give(block);
+  else
+    ::operator delete(block);
 }
 
 TulString TulString::format(const char* fmt, ...) {
@@ -184,8 +211,7 @@ TulString& TulString::operator=(const char* s) {
 }
 
 TulString& TulString::operator+=(const TulString& s) {
-  insert(static_cast<int>(len_), s);
-  return *this;
+  return append(s.data_, s.len_);  // a string appended to itself is copied there
 }
 
 TulString& TulString::operator+=(const char* s) {
@@ -290,6 +316,10 @@ void TulString::replace(const TulString& from, const TulString& to) {
   const std::string_view needle(from.data_, from.len_);
   const std::string_view with(to.data_, to.len_);
   const std::string_view hay(data_, len_);
+  if (needle.size() == 1 && with.size() == 1 && &from != this && &to != this) {
+    replace(needle[0], with[0]);
+    return;
+  }
   if (needle.size() == with.size() && &from != this && &to != this) {
     // Same length: in place, without building a copy.
     std::size_t at = hay.find(needle);
@@ -349,7 +379,5 @@ void TulString::erase(int pos, int count) {
 }
 
 TulString TulString::substr(int pos, int count) const {
-  if (pos < 0 || static_cast<unsigned>(pos) > len_) return TulString();
-  const unsigned at = static_cast<unsigned>(pos);
-  return TulString(data_ + at, spanFrom(at, count, len_));
+  return TulString(*this, pos, count);
 }

@@ -255,8 +255,17 @@ class Interp : public GlobalNames {
   }
   // self.fn(args) for a native method nativeAt found, as callMethod runs
   // it, the arguments moved into the runtime's frame (left nil).
-  bool callNative(Frame& f, int line, const TulValue& self, NativeMethod fn, TulValue* args,
-                  int n, TulValue& out);
+  TUL_ALWAYS_INLINE bool callNative(Frame& f, int line, const TulValue& self, NativeMethod fn,
+                                    TulValue* args, int n, TulValue& out) {
+    if (!enterCall(f, line)) return false;
+    Forwarded outer = haveForwarded_ ? enterNativeCall() : nullptr;
+    // The runtime writes the result only when the call succeeds.
+    const bool ok = host_->callNative(out, fn, self, args, n);
+    leaveCall();
+    // Success with nothing forwarded before or during the call, the common
+    // case, has nothing to hand back.
+    return (ok && !outer && !haveForwarded_) || leaveNativeCall(f, line, ok, std::move(outer));
+  }
   // The text print() and str() show; may run toString() of objects.
   bool display(Frame& f, int line, const TulValue& v, std::string& out, int depth = 0);
   TulValue functionValue(const FunctionDecl& fn);
@@ -439,6 +448,12 @@ class Interp : public GlobalNames {
   TUL_NOINLINE bool callFunctionAt(Frame& f, const FunctionDecl& fn, TulValue* args, int n);
   TUL_NOINLINE bool lenOrPush(Frame& f, const void* pending);
   TUL_NOINLINE bool method(Frame& f);
+  // The native method instruction f.ip's site found before for its object's
+  // class (an object a local or `this` holds), while that still stands;
+  // null when the call must look further.
+  TUL_ALWAYS_INLINE NativeMethod knownNative(const Frame& f, const TulValue*& obj);
+  // obj.native(args) for the call at f.ip, the result stored.
+  TUL_NOINLINE bool nativeMethod(Frame& f, const TulValue& obj, NativeMethod native);
   TUL_NOINLINE bool baseMethod(Frame& f);
   TUL_NOINLINE bool member(Frame& f, bool write);
   TUL_NOINLINE bool index(Frame& f, bool write);
@@ -514,6 +529,7 @@ class Interp : public GlobalNames {
   void reportDtorError(const tulrt::ErrorRecord& e);
 
   std::unique_ptr<tulrt::Machine> vm_;
+  tulrt::Interpreter* host_ = &vm_->interp();  // vm_'s, kept at hand for native calls
   EngineOptions opts_;
   std::ostream* out_;
   std::ostream* err_;
@@ -524,6 +540,7 @@ class Interp : public GlobalNames {
   // operand points while its instruction runs (a deque, so that it stays
   // put while nested code reads further globals).
   std::deque<TulValue> classReads_;
+  std::deque<std::uint64_t> classReadsAt_;  // the method generation of each read
   // The `try` handlers of every run under way, innermost last; each run
   // owns those above the size it found.
   std::vector<TryHandler> tries_;

@@ -94,9 +94,10 @@ bool Interp::callValue(Frame& f, int line, const TulValue& callee, TulValue* arg
 
 bool Interp::createObject(Frame& f, int line, TulClass* cls, TulValue* args, int n,
                           TulValue& out) {
-  Forwarded outer = enterNativeCall();
+  Forwarded outer = haveForwarded_ ? enterNativeCall() : nullptr;
   bool ok = vm_->interp().create(out, cls, args, n);
-  return leaveNativeCall(f, line, ok, std::move(outer));
+  // As for callNative: the common case has nothing to hand back.
+  return (ok && !outer && !haveForwarded_) || leaveNativeCall(f, line, ok, std::move(outer));
 }
 
 bool Interp::callScript(const FunctionDecl& fn, const TulValue& self, TulClass* cls,
@@ -166,21 +167,6 @@ void Interp::findNative(NativeSite& site, TulClass* cls, const std::string& name
   site.cls = cls;
   site.generation = *methodGeneration_;
   site.fn = tulrt::findNativeMethod(cls, name.c_str());
-}
-
-bool Interp::callNative(Frame& f, int line, const TulValue& self, NativeMethod fn,
-                        TulValue* args, int n, TulValue& out) {
-  if (!enterCall(f, line)) return false;
-  TulValue result;
-  Forwarded outer = haveForwarded_ ? enterNativeCall() : nullptr;
-  bool ok = vm_->interp().callNative(result, fn, self, args, n);
-  leaveCall();
-  // Success with nothing forwarded before or during the call, the common
-  // case, has nothing to hand back.
-  if (!(ok && !outer && !haveForwarded_) && !leaveNativeCall(f, line, ok, std::move(outer)))
-    return false;
-  out = std::move(result);
-  return true;
 }
 
 namespace {

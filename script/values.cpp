@@ -268,7 +268,7 @@ TulValue literalString(const Code& code, std::size_t i) {
   if (code.literals.size() != code.strings.size()) code.literals.resize(code.strings.size());
   TulValue& kept = code.literals[i];
   const std::string& text = code.strings[i];
-  const TulString* s = static_cast<TulString*>(kept);
+  const TulString* s = refIn<TulString>(kept, TulValueType::String);
   const bool reusable = s && s->refCount() == 1 && s->length() == text.size() &&
                         std::memcmp(s->c_str(), text.data(), text.size()) == 0;
   if (!reusable) kept = makeString(text);

@@ -103,8 +103,16 @@ bool joinable(const TulValue& v, char (&buf)[32], std::string& longer, const cha
 
 const TulValue* Interp::readGlobal(int index, Frame& f, int which) {
   const std::size_t i = static_cast<std::size_t>(index);
-  if (classReads_.size() <= i) classReads_.resize(i + 1);
+  if (classReads_.size() <= i) {
+    classReads_.resize(i + 1);
+    classReadsAt_.resize(i + 1, 0);
+  }
+  // Naming a class starts a new method generation, so a class read by name
+  // in this one is still the class of that name.
+  if (classReadsAt_[i] == *methodGeneration_ && classReads_[i].type() == TulValueType::Class)
+    return &classReads_[i];
   if (!readUndefined(index, f, which, classReads_[i])) return nullptr;
+  classReadsAt_[i] = *methodGeneration_;
   return &classReads_[i];
 }
 
@@ -420,6 +428,7 @@ bool Interp::method(Frame& f) {
     if (fn && n > static_cast<int>(fn->params.size())) fn = nullptr;
     if (!e.cache.fn) native = nativeAt(e.native, o->getClass(), e.name);
   }
+  if (native) return nativeMethod(f, *obj, native);
   TulValue out;
   bool ok;
   if (fn) {
@@ -427,11 +436,40 @@ bool Interp::method(Frame& f) {
     TulValue* slots = frame.slots();
     ok = callMethodInPlace(f, lines::Op, *fn, e.cache.owner, *obj, slots, out);
   } else {
-    // A native method found before takes its arguments where they are.
-    ok = native ? callNative(f, lines::Op, *obj, native, args, n, out)
-                : ops::callNamed(*this, f, lines::Op, *obj, e.name, args, n, out);
+    ok = ops::callNamed(*this, f, lines::Op, *obj, e.name, args, n, out);
     for (int i = 0; i < n; ++i) dropRef(args[i]);
   }
+  if (ip->flags & kFreeB) dropRef(f.slots[operand::index(ip->b)]);
+  return ok && store(ip->a, f, std::move(out));
+}
+
+// Both caches must still speak for the class: the method site's (no script
+// method of that name) and the native site's (the runtime's binding).
+// A site that found a script method last leaves at the first test.
+NativeMethod Interp::knownNative(const Frame& f, const TulValue*& obj) {
+  const Ins* ip = f.ip;
+  const CallSite& e = f.code->calls[static_cast<std::size_t>(ip->c)];
+  if (e.cache.fn || !e.native.fn) return nullptr;
+  obj = operand::space(ip->b) == operand::Local ? &f.slots[operand::index(ip->b)]
+        : operand::space(ip->b) == operand::This ? f.self
+                                                 : nullptr;
+  if (!obj || obj->type() != TulValueType::Object) return nullptr;
+  const TulClass* cls = static_cast<TulObject*>(obj->refObject())->getClass();
+  if (e.cache.cls != cls || e.cache.epoch != classEpoch_ || e.native.cls != cls ||
+      e.native.generation != *methodGeneration_)
+    return nullptr;
+  return e.native.fn;
+}
+
+// A native method takes its arguments where they are: they are moved into
+// the runtime's frame.
+bool Interp::nativeMethod(Frame& f, const TulValue& obj, NativeMethod native) {
+  const Ins* ip = f.ip;
+  const int n = f.code->calls[static_cast<std::size_t>(ip->c)].argc;
+  TulValue* args = f.slots + ip->d;
+  TulValue out;
+  const bool ok = callNative(f, lines::Op, obj, native, args, n, out);
+  for (int i = 0; i < n; ++i) dropRef(args[i]);
   if (ip->flags & kFreeB) dropRef(f.slots[operand::index(ip->b)]);
   return ok && store(ip->a, f, std::move(out));
 }
@@ -1049,6 +1087,11 @@ LenOrPush: {
 // its own `this`) until it returns.
 Method: {
   F->ip = ip;
+  const TulValue* obj;
+  if (NativeMethod native = knownNative(*F, obj)) {
+    CHECK(nativeMethod(*F, *obj, native));
+    NEXT();
+  }
   if (Activation* a = methodActivation(*F, pending, tryBase)) ENTER(*a);
   CHECK(method(*F));
   NEXT();

@@ -66,6 +66,21 @@ TEST_F(DtorTest, NativeDtorRunsAfterAScriptOverride) {
   gNativeRan = nullptr;
 }
 
+// An object's members share its block; members held elsewhere outlive it.
+TEST_F(DtorTest, MembersHeldPastTheirObjectStayUsable) {
+  TulValue members;
+  {
+    TulValue obj = make(base, "kept");
+    members = TulValue(static_cast<TulObject*>(obj)->getMemberData());
+  }
+  EXPECT_EQ(ran, std::vector<std::string>{"kept"});
+  auto* v = static_cast<TulVector*>(members);
+  ASSERT_NE(v, nullptr);
+  for (int i = 0; i < 4; ++i) v->push_back(TulValue(i));  // past the vector's own room
+  EXPECT_STREQ(static_cast<TulString*>((*v)[0])->c_str(), "kept");
+  EXPECT_EQ(static_cast<int>((*v)[4]), 3);
+}
+
 TEST(TeardownTest, ReleasesEverythingIncludingCycles) {
   const long before = tulrt::liveObjects();
   std::vector<std::string> ran;

@@ -32,6 +32,19 @@ TEST(StringTest, FindAcceptsAnyStart) {
   EXPECT_EQ(s.find('\0', 0), -1);  // the terminator is not part of the string
 }
 
+TEST(StringTest, SubstrTakesWhatFitsAndNothingOutOfRange) {
+  const TulString s("abcdef");
+  const struct {
+    int pos, count;
+    const char* expected;
+  } cases[] = {{2, -1, "cdef"}, {2, 0, ""}, {2, 2, "cd"}, {2, 99, "cdef"},
+               {6, 1, ""},      {7, 1, ""}, {-1, 2, ""}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::to_string(c.pos) + ", " + std::to_string(c.count));
+    EXPECT_EQ(text(s.substr(c.pos, c.count)), c.expected);
+  }
+}
+
 TEST(StringTest, CompareOrdersBytesAndIcompareFoldsOnlyAscii) {
   EXPECT_LT(TulString("abc").compare("abd"), 0);
   EXPECT_GT(TulString("abcd").compare(TulString("abc")), 0);
