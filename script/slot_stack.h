@@ -8,10 +8,15 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <vector>
+
+#if defined(__SSE2__)
+#  include <emmintrin.h>
+#endif
 
 #include "host/tul.h"
 
@@ -60,8 +65,33 @@ TUL_SLOTS_INLINE void putNil(TulValue& v) { std::memset(static_cast<void*>(&v), 
 // few stores of constants); false, with nothing written, over a reference.
 TUL_SLOTS_INLINE bool putInteger(TulValue& v, int r) {
   if (holdsReference(v)) return false;
+#if defined(__SSE2__)
+  // The payload in one write: a copy reads it as one, and a read that
+  // spans two writes still on their way to memory waits for both.
+  char* const d = reinterpret_cast<char*>(&v);
+  const std::uint32_t head = static_cast<std::uint32_t>(TulValueType::I32), zero = 0;
+  std::memcpy(d, &head, 4);
+  std::memcpy(d + 4, &zero, 4);
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(d + 8), _mm_cvtsi32_si128(r));
+#else
   new (&v) TulValue(r);
+#endif
   return true;
+}
+
+TUL_SLOTS_NOINLINE inline void clearHeld(TulValue& v) { v = TulValue(); }
+
+// v, which holds a reference, = nil. Giving up a reference that others
+// share is a decrement, done here; the last one (which ends the object) and
+// a weak one go out of line.
+TUL_SLOTS_INLINE void dropHeld(TulValue& v) {
+  TulRefObject* o = v.refObject();
+  if (o && o->refCount() > 1) {
+    putNil(v);
+    o->release();
+    return;
+  }
+  clearHeld(v);
 }
 
 // v = nil.
@@ -106,7 +136,7 @@ class SlotStack {
     for (TulValue* p = slots + m.top; p != end; ++p) {
       if (p->type() == TulValueType::Nil) continue;
       if (holdsReference(*p))
-        releaseSlot(*p);
+        dropHeld(*p);
       else
         putNil(*p);
     }
@@ -114,7 +144,6 @@ class SlotStack {
   }
 
  private:
-  TUL_SLOTS_NOINLINE static void releaseSlot(TulValue& v) { v = TulValue(); }
   TUL_SLOTS_NOINLINE void releaseBlocks(const Mark& m) {
     while (block_ != m.block || top_ != m.top) {
       // The block's array stays put even if running a dtor adds blocks.
