@@ -8,15 +8,10 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <vector>
-
-#if defined(__SSE2__)
-#  include <emmintrin.h>
-#endif
 
 #include "host/tul.h"
 
@@ -65,17 +60,7 @@ TUL_SLOTS_INLINE void putNil(TulValue& v) { std::memset(static_cast<void*>(&v), 
 // few stores of constants); false, with nothing written, over a reference.
 TUL_SLOTS_INLINE bool putInteger(TulValue& v, int r) {
   if (holdsReference(v)) return false;
-#if defined(__SSE2__)
-  // The payload in one write: a copy reads it as one, and a read that
-  // spans two writes still on their way to memory waits for both.
-  char* const d = reinterpret_cast<char*>(&v);
-  const std::uint32_t head = static_cast<std::uint32_t>(TulValueType::I32), zero = 0;
-  std::memcpy(d, &head, 4);
-  std::memcpy(d + 4, &zero, 4);
-  _mm_storel_epi64(reinterpret_cast<__m128i*>(d + 8), _mm_cvtsi32_si128(r));
-#else
   new (&v) TulValue(r);
-#endif
   return true;
 }
 

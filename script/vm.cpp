@@ -22,13 +22,11 @@
 namespace tulscript {
 namespace {
 
-TUL_NOINLINE void clearSlot(TulValue& v) { dropHeld(v); }
-
-// Releases what a slot holds, if it holds a reference. (The release is out
-// of line: run() would otherwise hold a temporary for each use, which
-// unoptimised builds keep apart on the stack.)
+// Releases what a slot holds, if it holds a reference. (The last release
+// is out of line: run() would otherwise hold a temporary for each use,
+// which unoptimised builds keep apart on the stack.)
 inline void dropRef(TulValue& v) {
-  if (holdsReference(v)) clearSlot(v);
+  if (holdsReference(v)) dropHeld(v);
 }
 
 // A pending callee: a script function's declaration, or a built-in's

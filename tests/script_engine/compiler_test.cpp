@@ -3,15 +3,12 @@
 // (for each kind of line an instruction keeps).
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <cstring>
 #include <sstream>
 #include <string>
 
 #include "script/compiler.h"
 #include "script/engine.h"
 #include "script/parser.h"
-#include "script/slot_stack.h"
 #include "tests/script_engine/names.h"
 
 namespace tulscript {
@@ -72,19 +69,6 @@ TEST(Compiler, ErrorsReportTheLineOfWhatFailed) {
     EXPECT_EQ(err.str().compare(0, std::string(c.err).size(), c.err), 0)
         << c.src << "\n got: " << err.str();
   }
-}
-
-// The VM writes integers over values a word at a time: the bytes must be
-// those of the value built whole, and a reference must not be written over.
-TEST(SlotValues, IntegerWrittenInPlaceIsTheConstructedOne) {
-  for (const int r : {0, 1, -1, 12345, INT32_MIN, INT32_MAX}) {
-    TulValue v(2.5), whole(r);
-    ASSERT_TRUE(putInteger(v, r)) << r;
-    EXPECT_EQ(std::memcmp(&v, &whole, sizeof v), 0) << r;
-  }
-  TulValue held(new TulVector(0, false));
-  EXPECT_FALSE(putInteger(held, 7));
-  EXPECT_EQ(held.type(), TulValueType::Vector);
 }
 
 }  // namespace
