@@ -495,7 +495,7 @@ bool Interp::rare(Frame& f) {
       const TulValue* v = read(ip->b, f, lines::B);
       if (!v) return false;
       const TulValue held(*v);
-      if (ip->flags & kFreeB) dropRef((*operandAt(R, ip->b)));
+      if (ip->flags & kFreeB) dropRef(*operandAt(R, ip->b));
       const std::size_t i = static_cast<std::size_t>(ip->a);
       globals_[i] = held;
       defined_[i] = 1;
@@ -510,21 +510,21 @@ bool Interp::rare(Frame& f) {
       return store(ip->a, f, TulValue(new TulVector(static_cast<unsigned>(ip->d), false)));
     }
     case Op::VecPush:
-      static_cast<TulVector*>((*operandAt(R, ip->a)))->push_back((*operandAt(R, ip->b)));
-      dropRef((*operandAt(R, ip->b)));
+      static_cast<TulVector*>(*operandAt(R, ip->a))->push_back(*operandAt(R, ip->b));
+      dropRef(*operandAt(R, ip->b));
       return true;
     case Op::NewDict: return store(ip->a, f, TulValue(new TulDictionary()));
     case Op::DictKey: {
       TulString* k = nullptr;
-      return ops::dictionaryKey(*this, f, lines::Op, (*operandAt(R, ip->b)), k);
+      return ops::dictionaryKey(*this, f, lines::Op, *operandAt(R, ip->b), k);
     }
     case Op::DictPut: {
       const TulValue* v = read(ip->c, f, lines::C);
       if (!v) return false;
-      TulDictionary* d = static_cast<TulDictionary*>((*operandAt(R, ip->a)));
-      *(*d)[*static_cast<TulString*>((*operandAt(R, ip->b)))] = *v;
-      dropRef((*operandAt(R, ip->b)));
-      if (ip->flags & kFreeC) dropRef((*operandAt(R, ip->c)));
+      TulDictionary* d = static_cast<TulDictionary*>(*operandAt(R, ip->a));
+      *(*d)[*static_cast<TulString*>(*operandAt(R, ip->b))] = *v;
+      dropRef(*operandAt(R, ip->b));
+      if (ip->flags & kFreeC) dropRef(*operandAt(R, ip->c));
       return true;
     }
     case Op::IncDec: {
@@ -534,7 +534,7 @@ bool Interp::rare(Frame& f) {
       if (!ops::stepped(*this, f, lines::Op, ip->d > 0, (ip->flags & kPrefix) != 0, *old,
                         updated))
         return false;
-      if (ip->flags & kFreeB) dropRef((*operandAt(R, ip->b)));
+      if (ip->flags & kFreeB) dropRef(*operandAt(R, ip->b));
       return store(ip->a, f, std::move(updated));
     }
     case Op::ForInPrep: {
@@ -552,15 +552,15 @@ bool Interp::rare(Frame& f) {
     case Op::Class: {
       TulClass* cls = nullptr;
       if (!declareClass(*f.code->classes[static_cast<std::size_t>(ip->b)], f, cls)) return false;
-      (*operandAt(R, ip->a)) = TulValue(cls);
+      *operandAt(R, ip->a) = TulValue(cls);
       return true;
     }
     case Op::Static: {
       const TulValue* v = read(ip->b, f, lines::B);
       if (!v) return false;
       const std::string& name = f.code->strings[static_cast<std::size_t>(ip->c)];
-      static_cast<TulClass*>((*operandAt(R, ip->a)))->addStaticDataMember(name.c_str(), *v);
-      if (ip->flags & kFreeB) dropRef((*operandAt(R, ip->b)));
+      static_cast<TulClass*>(*operandAt(R, ip->a))->addStaticDataMember(name.c_str(), *v);
+      if (ip->flags & kFreeB) dropRef(*operandAt(R, ip->b));
       return true;
     }
     case Op::Include: {
@@ -665,8 +665,8 @@ Flow Interp::run(const Code& code, Frame& entry) {
   do {                                                                            \
     const TulValue& copied = (v);                                                 \
     if (operand::space(ip->a) == operand::Local &&                                \
-        !holdsReference((*operandAt(R, ip->a)))) {                              \
-      new (operandAt(R, ip->a)) TulValue(copied);                           \
+        !holdsReference(*operandAt(R, ip->a))) {                                  \
+      new (operandAt(R, ip->a)) TulValue(copied);                                 \
     } else {                                                                      \
       CHECK(storeCopy(*F, copied));                                               \
     }                                                                             \
@@ -699,7 +699,7 @@ Flow Interp::run(const Code& code, Frame& entry) {
     base[operand::Const] = const_cast<TulValue*>(K); \
   } while (0)
 #define FREE(flag, x) \
-  if (ip->flags & (flag)) dropRef((*operandAt(R, x)))
+  if (ip->flags & (flag)) dropRef(*operandAt(R, x))
 #define FREE_BC()                                 \
   if (ip->flags & (kFreeB | kFreeC)) {            \
     FREE(kFreeB, ip->b);                          \
@@ -760,7 +760,7 @@ Move:
   if (ip->flags & kDirect) {
     COPY_TO_A(*DIRECT(ip->b));
   } else if (ip->flags & kFreeB) {
-    ENSURE(store(ip->a, *F, std::move((*operandAt(R, ip->b))), ip));
+    ENSURE(store(ip->a, *F, std::move(*operandAt(R, ip->b)), ip));
   } else {
     const TulValue* x = READ(ip->b, lines::B);
     ENSURE(x);
@@ -1140,7 +1140,7 @@ SetIndex: {
 Return: {
   // The frame's slots end with it: a local's value is taken, not copied.
   if ((ip->flags & kFreeB) || operand::space(ip->b) == operand::Local) {
-    F->ret = std::move((*operandAt(R, ip->b)));
+    F->ret = std::move(*operandAt(R, ip->b));
   } else {
     const TulValue* x = READ(ip->b, lines::B);
     ENSURE(x);
@@ -1168,7 +1168,7 @@ returned: {
     if (method) {
       // A constructor gives its object; the object's temporary goes now.
       if (constructor)
-        out = operand::space(ip->b) == operand::Local ? (*operandAt(R, ip->b)) : *F->self;
+        out = operand::space(ip->b) == operand::Local ? *operandAt(R, ip->b) : *F->self;
       FREE(kFreeB, ip->b);
     }
     ok = store(ip->a, *F, std::move(out), ip);
