@@ -381,8 +381,8 @@ TulValue functionValueOf(const BuiltinRow& row) {
 
 }  // namespace
 
-bool isBuiltinLen(const FunctionObject& fn) { return fn.builtin() == builtin_len; }
-bool isBuiltinPush(const FunctionObject& fn) { return fn.builtin() == builtin_push; }
+extern const BuiltinFn kBuiltinLen = builtin_len;
+extern const BuiltinFn kBuiltinPush = builtin_push;
 
 void Interp::defineBuiltins() {
   for (const BuiltinRow& row : kBuiltins) {

@@ -25,17 +25,22 @@ struct ClassDecl;
 struct Program;
 
 // An operand: where an instruction reads a value, or writes one. The low
-// two bits say which space, the rest are the index in it.
+// two bits say which space; the rest, with the low four bits clear, is the
+// byte offset of the value in it, so that finding an operand is a mask and
+// an add (a value is 16 bytes).
 namespace operand {
 enum Space : std::int32_t { Local = 0, Global = 1, Const = 2, This = 3 };
-constexpr std::int32_t local(int i) { return i << 2 | Local; }
-constexpr std::int32_t global(int i) { return i << 2 | Global; }
-constexpr std::int32_t constant(int i) { return i << 2 | Const; }
+constexpr int kShift = 4;  // log2 of a value's size
+constexpr std::int32_t local(int i) { return i << kShift | Local; }
+constexpr std::int32_t global(int i) { return i << kShift | Global; }
+constexpr std::int32_t constant(int i) { return i << kShift | Const; }
 constexpr std::int32_t self() { return This; }
 // As a destination, This means the value is not wanted: it is dropped.
 constexpr std::int32_t discard() { return This; }
 constexpr Space space(std::int32_t x) { return static_cast<Space>(x & 3); }
-constexpr int index(std::int32_t x) { return x >> 2; }
+constexpr int index(std::int32_t x) { return x >> kShift; }
+// The byte offset of operand x's value from the start of its space.
+constexpr std::int32_t offset(std::int32_t x) { return x & ~((1 << kShift) - 1); }
 }  // namespace operand
 
 enum class Op : std::uint8_t {
@@ -72,10 +77,11 @@ constexpr std::uint8_t kFreeC = 2;   // c likewise
 constexpr std::uint8_t kFreeD = 16;  // d likewise
 constexpr std::uint8_t kNegate = 4;  // jumps: on the opposite outcome
 constexpr std::uint8_t kPrefix = 8;  // IncDec: the value is the new one
-// Arithmetic, comparisons, compare-and-jumps and StepLess: every operand
-// the instruction reads, and its destination, is a local, a constant or a
-// global the file's top level has certainly defined by then, so each lies
-// where its space and index say without a check.
+// Arithmetic, comparisons, compare-and-jumps, StepLess and a Move into a
+// local that copies: every operand the instruction reads, and its
+// destination, is a local, a constant or a global the file's top level has
+// certainly defined by then, so each lies where its space and index say
+// without a check.
 constexpr std::uint8_t kDirect = 32;
 constexpr std::uint8_t kCounted = 64;  // StepLess: the run has a step budget
 // A kDirect arithmetic, comparison or compare-and-jump whose c is an
@@ -90,6 +96,7 @@ struct Ins {
   std::int32_t a = 0, b = 0, c = 0, d = 0;
 };
 static_assert(sizeof(Ins) == 20, "an instruction is five words");
+static_assert(sizeof(TulValue) == 1 << operand::kShift, "an operand's offset counts values");
 
 // Where an error's line comes from: a line itself (0 or more), or one of
 // the lines the frame's current instruction records, looked up in its

@@ -187,7 +187,7 @@ class Compiler {
     ins.b = b;
     ins.c = c;
     ins.d = d;
-    if (direct(op, a, b, c)) ins.flags |= kDirect;
+    if (direct(op, a, b, c, flags)) ins.flags |= kDirect;
     const int pc = here();
     code_.ins.push_back(ins);
     if (code_.lineRuns.empty() || code_.lineRuns.back().line != line)
@@ -209,8 +209,11 @@ class Compiler {
     return pc;
   }
   // Whether instruction op's operands all qualify for kDirect.
-  bool direct(Op op, std::int32_t a, std::int32_t b, std::int32_t c) const {
+  bool direct(Op op, std::int32_t a, std::int32_t b, std::int32_t c, std::uint8_t flags) const {
     const bool compareJump = op >= Op::JumpLess && op <= Op::JumpNotEqual;
+    // A Move that uses up a temporary moves it rather than copy it.
+    if (op == Op::Move)
+      return !(flags & kFreeB) && operand::space(a) == operand::Local && directOperand(b);
     if (!(op >= Op::Add && op <= Op::NotEqual) && !compareJump && op != Op::StepLess)
       return false;
     if (!directOperand(b) || !directOperand(c)) return false;

@@ -47,6 +47,15 @@ namespace tulscript {
 class Interp;
 struct Frame;
 
+// The value of operand x in its space, which begins at base.
+TUL_ALWAYS_INLINE TulValue* operandAt(TulValue* base, std::int32_t x) {
+  return reinterpret_cast<TulValue*>(reinterpret_cast<char*>(base) + operand::offset(x));
+}
+TUL_ALWAYS_INLINE const TulValue* operandAt(const TulValue* base, std::int32_t x) {
+  return reinterpret_cast<const TulValue*>(reinterpret_cast<const char*>(base) +
+                                           operand::offset(x));
+}
+
 // How deeply print() and str() show containers inside containers.
 constexpr int kMaxDisplayDepth = 100;
 
@@ -101,8 +110,10 @@ FunctionObject* functionOf(const TulValue& v);
 
 // Whether fn is the built-in len or push (builtins.cpp), which a call by
 // name may run on a vector in place.
-bool isBuiltinLen(const FunctionObject& fn);
-bool isBuiltinPush(const FunctionObject& fn);
+extern const BuiltinFn kBuiltinLen;
+extern const BuiltinFn kBuiltinPush;
+inline bool isBuiltinLen(const FunctionObject& fn) { return fn.builtin() == kBuiltinLen; }
+inline bool isBuiltinPush(const FunctionObject& fn) { return fn.builtin() == kBuiltinPush; }
 
 // One activation: a file's top level, a function or a method.
 struct Frame {
@@ -327,8 +338,8 @@ class Interp : public GlobalNames {
   TUL_ALWAYS_INLINE const TulValue* read(std::int32_t x, Frame& f, int which) {
     const int i = operand::index(x);
     // Locals first: they are what most operands are.
-    if (operand::space(x) == operand::Local) return f.slots + i;
-    if (operand::space(x) == operand::Const) return f.code->consts.data() + i;
+    if (operand::space(x) == operand::Local) return operandAt(f.slots, x);
+    if (operand::space(x) == operand::Const) return operandAt(f.code->consts.data(), x);
     if (operand::space(x) == operand::This) return &f.thisValue();
     if (defined_[static_cast<std::size_t>(i)]) return &globals_[static_cast<std::size_t>(i)];
     return readGlobal(i, f, which);
@@ -339,8 +350,8 @@ class Interp : public GlobalNames {
   TUL_ALWAYS_INLINE const TulValue* read(std::int32_t x, Frame& f, int which, const Ins* ip,
                                          const TulValue* consts) {
     const int i = operand::index(x);
-    if (operand::space(x) == operand::Local) return f.slots + i;
-    if (operand::space(x) == operand::Const) return consts + i;
+    if (operand::space(x) == operand::Local) return operandAt(f.slots, x);
+    if (operand::space(x) == operand::Const) return operandAt(consts, x);
     if (operand::space(x) == operand::This) return &f.thisValue();
     if (defined_[static_cast<std::size_t>(i)]) return &globals_[static_cast<std::size_t>(i)];
     f.ip = ip;
@@ -349,7 +360,7 @@ class Interp : public GlobalNames {
   // Where a variable operand (a local or a defined global) is; null for any
   // other operand.
   TUL_ALWAYS_INLINE TulValue* variableSlot(std::int32_t x, TulValue* locals) {
-    if (operand::space(x) == operand::Local) return locals + operand::index(x);
+    if (operand::space(x) == operand::Local) return operandAt(locals, x);
     return operand::space(x) == operand::Global ? globalSlot(x) : nullptr;
   }
   // The slot of a defined global operand, else null.
@@ -361,7 +372,7 @@ class Interp : public GlobalNames {
   // fails at the instruction's target line).
   TUL_ALWAYS_INLINE bool store(std::int32_t x, Frame& f, TulValue&& v, const Ins* ip) {
     if (operand::space(x) == operand::Local) {
-      moveInto(f.slots[operand::index(x)], std::move(v));
+      moveInto(*operandAt(f.slots, x), std::move(v));
       return true;
     }
     f.ip = ip;
@@ -382,7 +393,7 @@ class Interp : public GlobalNames {
   }
   TUL_ALWAYS_INLINE bool storeInt(std::int32_t x, Frame& f, std::int32_t r, const Ins* ip) {
     if (operand::space(x) == operand::Local) {
-      if (f.slots[operand::index(x)].putInt(r)) return true;
+      if (operandAt(f.slots, x)->putInt(r)) return true;
     } else if (operand::space(x) == operand::Global) {
       TulValue* g = globalSlot(x);
       if (g && g->putInt(r)) return true;

@@ -64,6 +64,21 @@ TUL_SLOTS_INLINE bool putInteger(TulValue& v, int r) {
   return true;
 }
 
+TUL_SLOTS_NOINLINE inline void clearHeld(TulValue& v) { v = TulValue(); }
+
+// v, which holds a reference, = nil. Giving up a reference that others
+// share is a decrement, done here; the last one (which ends the object) and
+// a weak one go out of line.
+TUL_SLOTS_INLINE void dropHeld(TulValue& v) {
+  TulRefObject* o = v.refObject();
+  if (o && o->refCount() > 1) {
+    putNil(v);
+    o->release();
+    return;
+  }
+  clearHeld(v);
+}
+
 // v = nil.
 TUL_SLOTS_INLINE void clearValue(TulValue& v) {
   if (holdsReference(v))
@@ -106,7 +121,7 @@ class SlotStack {
     for (TulValue* p = slots + m.top; p != end; ++p) {
       if (p->type() == TulValueType::Nil) continue;
       if (holdsReference(*p))
-        releaseSlot(*p);
+        dropHeld(*p);
       else
         putNil(*p);
     }
@@ -114,7 +129,6 @@ class SlotStack {
   }
 
  private:
-  TUL_SLOTS_NOINLINE static void releaseSlot(TulValue& v) { v = TulValue(); }
   TUL_SLOTS_NOINLINE void releaseBlocks(const Mark& m) {
     while (block_ != m.block || top_ != m.top) {
       // The block's array stays put even if running a dtor adds blocks.

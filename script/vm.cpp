@@ -22,14 +22,11 @@
 namespace tulscript {
 namespace {
 
-TUL_NOINLINE void clearSlot(TulValue& v) { v = TulValue(); }
-
-// Releases what a slot holds, if it holds a reference. (The clearing is
-// out of line: run() would otherwise hold a temporary for each use, which
-// unoptimised builds keep apart on the stack.)
+// Releases what a slot holds, if it holds a reference. (The last release
+// is out of line: run() would otherwise hold a temporary for each use,
+// which unoptimised builds keep apart on the stack.)
 inline void dropRef(TulValue& v) {
-  if (static_cast<unsigned>(v.type()) >= static_cast<unsigned>(TulValueType::Object))
-    clearSlot(v);
+  if (holdsReference(v)) dropHeld(v);
 }
 
 // A pending callee: a script function's declaration, or a built-in's
@@ -536,7 +533,7 @@ bool Interp::rare(Frame& f) {
       const TulValue* v = read(ip->b, f, lines::B);
       if (!v) return false;
       const TulValue held(*v);
-      if (ip->flags & kFreeB) dropRef(R[operand::index(ip->b)]);
+      if (ip->flags & kFreeB) dropRef(*operandAt(R, ip->b));
       const std::size_t i = static_cast<std::size_t>(ip->a);
       globals_[i] = held;
       defined_[i] = 1;
@@ -551,21 +548,21 @@ bool Interp::rare(Frame& f) {
       return store(ip->a, f, TulValue(new TulVector(static_cast<unsigned>(ip->d), false)));
     }
     case Op::VecPush:
-      static_cast<TulVector*>(R[operand::index(ip->a)])->push_back(R[operand::index(ip->b)]);
-      dropRef(R[operand::index(ip->b)]);
+      static_cast<TulVector*>(*operandAt(R, ip->a))->push_back(*operandAt(R, ip->b));
+      dropRef(*operandAt(R, ip->b));
       return true;
     case Op::NewDict: return store(ip->a, f, TulValue(new TulDictionary()));
     case Op::DictKey: {
       TulString* k = nullptr;
-      return ops::dictionaryKey(*this, f, lines::Op, R[operand::index(ip->b)], k);
+      return ops::dictionaryKey(*this, f, lines::Op, *operandAt(R, ip->b), k);
     }
     case Op::DictPut: {
       const TulValue* v = read(ip->c, f, lines::C);
       if (!v) return false;
-      TulDictionary* d = static_cast<TulDictionary*>(R[operand::index(ip->a)]);
-      *(*d)[*static_cast<TulString*>(R[operand::index(ip->b)])] = *v;
-      dropRef(R[operand::index(ip->b)]);
-      if (ip->flags & kFreeC) dropRef(R[operand::index(ip->c)]);
+      TulDictionary* d = static_cast<TulDictionary*>(*operandAt(R, ip->a));
+      *(*d)[*static_cast<TulString*>(*operandAt(R, ip->b))] = *v;
+      dropRef(*operandAt(R, ip->b));
+      if (ip->flags & kFreeC) dropRef(*operandAt(R, ip->c));
       return true;
     }
     case Op::IncDec: {
@@ -575,7 +572,7 @@ bool Interp::rare(Frame& f) {
       if (!ops::stepped(*this, f, lines::Op, ip->d > 0, (ip->flags & kPrefix) != 0, *old,
                         updated))
         return false;
-      if (ip->flags & kFreeB) dropRef(R[operand::index(ip->b)]);
+      if (ip->flags & kFreeB) dropRef(*operandAt(R, ip->b));
       return store(ip->a, f, std::move(updated));
     }
     case Op::ForInPrep: {
@@ -593,15 +590,15 @@ bool Interp::rare(Frame& f) {
     case Op::Class: {
       TulClass* cls = nullptr;
       if (!declareClass(*f.code->classes[static_cast<std::size_t>(ip->b)], f, cls)) return false;
-      R[operand::index(ip->a)] = TulValue(cls);
+      *operandAt(R, ip->a) = TulValue(cls);
       return true;
     }
     case Op::Static: {
       const TulValue* v = read(ip->b, f, lines::B);
       if (!v) return false;
       const std::string& name = f.code->strings[static_cast<std::size_t>(ip->c)];
-      static_cast<TulClass*>(R[operand::index(ip->a)])->addStaticDataMember(name.c_str(), *v);
-      if (ip->flags & kFreeB) dropRef(R[operand::index(ip->b)]);
+      static_cast<TulClass*>(*operandAt(R, ip->a))->addStaticDataMember(name.c_str(), *v);
+      if (ip->flags & kFreeB) dropRef(*operandAt(R, ip->b));
       return true;
     }
     case Op::Include: {
@@ -706,8 +703,8 @@ Flow Interp::run(const Code& code, Frame& entry) {
   do {                                                                            \
     const TulValue& copied = (v);                                                 \
     if (operand::space(ip->a) == operand::Local &&                                \
-        !holdsReference(R[operand::index(ip->a)])) {                              \
-      new (&R[operand::index(ip->a)]) TulValue(copied);                           \
+        !holdsReference(*operandAt(R, ip->a))) {                                  \
+      new (operandAt(R, ip->a)) TulValue(copied);                                 \
     } else {                                                                      \
       CHECK(storeCopy(*F, copied));                                               \
     }                                                                             \
@@ -740,7 +737,7 @@ Flow Interp::run(const Code& code, Frame& entry) {
     base[operand::Const] = const_cast<TulValue*>(K); \
   } while (0)
 #define FREE(flag, x) \
-  if (ip->flags & (flag)) dropRef(R[operand::index(x)])
+  if (ip->flags & (flag)) dropRef(*operandAt(R, x))
 #define FREE_BC()                                 \
   if (ip->flags & (kFreeB | kFreeC)) {            \
     FREE(kFreeB, ip->b);                          \
@@ -758,8 +755,8 @@ Flow Interp::run(const Code& code, Frame& entry) {
 #  define TUL_LIKELY(x) (x)
 #endif
 // Where an operand of a kDirect instruction lies, and its destination.
-#define DIRECT(x) (static_cast<const TulValue*>(base[operand::space(x)]) + operand::index(x))
-#define DIRECT_DEST(x) (base[operand::space(x)] + operand::index(x))
+#define DIRECT(x) operandAt(static_cast<const TulValue*>(base[operand::space(x)]), x)
+#define DIRECT_DEST(x) operandAt(base[operand::space(x)], x)
 // The two operands x and y of a kDirect instruction: whether both are
 // integers, and their values (taken at once, so that nothing but the
 // values stays live).
@@ -798,8 +795,10 @@ Step:
   NEXT();
 
 Move:
-  if (ip->flags & kFreeB) {
-    ENSURE(store(ip->a, *F, std::move(R[operand::index(ip->b)]), ip));
+  if (ip->flags & kDirect) {
+    COPY_TO_A(*DIRECT(ip->b));
+  } else if (ip->flags & kFreeB) {
+    ENSURE(store(ip->a, *F, std::move(*operandAt(R, ip->b)), ip));
   } else {
     const TulValue* x = READ(ip->b, lines::B);
     ENSURE(x);
@@ -961,7 +960,7 @@ StepLess: {
       NEXT();
     }
   }
-  TulValue* i = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
+  TulValue* i = operand::space(ip->b) == operand::Local ? operandAt(R, ip->b)
                                                          : globalSlot(ip->b);
   const TulValue* n = READ(ip->c, lines::C);
   int taken;
@@ -983,7 +982,7 @@ StepLess: {
 }
 
 IncVar: {
-  TulValue* v = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
+  TulValue* v = operand::space(ip->b) == operand::Local ? operandAt(R, ip->b)
                                                          : globalSlot(ip->b);
   if (v && v->type() == TulValueType::I32) {
     v->putInt(static_cast<std::int32_t>(static_cast<std::uint32_t>(v->i32()) +
@@ -996,7 +995,7 @@ IncVar: {
 
 Callee: {
   // A variable that holds a script function: its declaration.
-  const TulValue* v = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
+  const TulValue* v = operand::space(ip->b) == operand::Local ? operandAt(R, ip->b)
                       : operand::space(ip->b) == operand::Global ? globalSlot(ip->b)
                                                                   : nullptr;
   const FunctionObject* fn = v && v->type() == TulValueType::Function
@@ -1104,7 +1103,7 @@ BaseMethod:
 GetMember: {
   // A data member of an object in a local or `this`, at the index the site
   // remembers for its class.
-  const TulValue* o = operand::space(ip->b) == operand::Local ? &R[operand::index(ip->b)]
+  const TulValue* o = operand::space(ip->b) == operand::Local ? operandAt(R, ip->b)
                       : operand::space(ip->b) == operand::This ? F->self
                                                                 : nullptr;
   bool done = false;
@@ -1184,7 +1183,7 @@ SetIndex: {
 Return: {
   // The frame's slots end with it: a local's value is taken, not copied.
   if ((ip->flags & kFreeB) || operand::space(ip->b) == operand::Local) {
-    F->ret = std::move(R[operand::index(ip->b)]);
+    F->ret = std::move(*operandAt(R, ip->b));
   } else {
     const TulValue* x = READ(ip->b, lines::B);
     ENSURE(x);
@@ -1212,7 +1211,7 @@ returned: {
     if (method) {
       // A constructor gives its object; the object's temporary goes now.
       if (constructor)
-        out = operand::space(ip->b) == operand::Local ? R[operand::index(ip->b)] : *F->self;
+        out = operand::space(ip->b) == operand::Local ? *operandAt(R, ip->b) : *F->self;
       FREE(kFreeB, ip->b);
     }
     ok = store(ip->a, *F, std::move(out), ip);
