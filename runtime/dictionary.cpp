@@ -144,9 +144,28 @@ TulDictionary& TulDictionary::operator=(const TulDictionary& other) {
   return *this;
 }
 
+// No one can reach the dictionary any more, so its table is not kept up
+// entry by entry: every entry is first marked erased and cut from its
+// neighbours (a destructor run by a value's release then meets only erased
+// entries), then the values and the entries are released in order.
 TulDictionary::~TulDictionary() {
   tulrt::detail::untrackContainer(live_);
-  clear();
+  TulDictionaryEntry* const head = first_;
+  first_ = last_ = nullptr;
+  count_ = 0;
+  for (TulDictionaryEntry *e = head, *n; e; e = n) {
+    n = e->next;
+    e->owner_ = nullptr;
+    e->next = nullptr;
+    e->prev_ = n;  // the release order, kept where nothing else looks
+  }
+  for (TulDictionaryEntry *e = head, *n; e; e = n) {
+    n = e->prev_;
+    e->prev_ = nullptr;
+    TulValue old(std::move(e->value));
+    e->value.dispose();
+    e->release();
+  }
   if (slots_ != shortSlots_) std::free(slots_);
   for (TulDictionaryChunk* c = chunks_; c;) {
     TulDictionaryChunk* next = c->next;
@@ -216,9 +235,18 @@ TulDictionaryEntry* TulDictionary::find(const char* key) const {
   return lookup(key, len, hashKey(key, len));
 }
 
+TulDictionaryEntry* TulDictionary::find(const TulString& key, std::uint32_t& hash) const {
+  hash = hashKey(key.c_str(), key.length());
+  return lookup(key.c_str(), key.length(), hash);
+}
+
 TulDictionaryEntry* TulDictionary::operator[](const TulString& key) {
-  const std::uint32_t hash = hashKey(key.c_str(), key.length());
-  if (TulDictionaryEntry* e = lookup(key.c_str(), key.length(), hash)) return e;
+  std::uint32_t hash;
+  if (TulDictionaryEntry* e = find(key, hash)) return e;
+  return append(key, hash);
+}
+
+TulDictionaryEntry* TulDictionary::append(const TulString& key, std::uint32_t hash) {
   // Room first, so that a failure leaves the dictionary as it was.
   if (needsGrowth(count_ + 1, slotCount_)) rehash(slotCount_ * 2);
   if (count_ >= slotCount_) throw std::bad_alloc();
