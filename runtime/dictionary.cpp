@@ -64,13 +64,19 @@ namespace {
 
 constexpr unsigned kFirstChunk = 2;
 constexpr unsigned kLargestChunk = 512;
-// Places are 16-byte aligned, as the C library's blocks are, so that what a
-// found lookup reads of an entry (its value, its key's length and short
-// characters) crosses no more cache lines than it did in a block of its own.
-constexpr std::size_t kPlaceAlign = 16;
-constexpr std::size_t roundUp(std::size_t n) { return (n + kPlaceAlign - 1) / kPlaceAlign * kPlaceAlign; }
-constexpr std::size_t kPlacesOffset = roundUp(sizeof(TulDictionaryChunk));
-constexpr std::size_t kPlaceSize = roundUp(sizeof(TulDictionaryEntry));
+// A found lookup reads an entry's value and its key's length and short
+// characters: kHotBytes from kHotStart into the entry. Places are a whole
+// number of cache lines apart and start kLineShift into a line, so that
+// this part of every entry lies in one line.
+constexpr std::size_t kLine = 64;
+constexpr std::size_t kHotStart = 16;
+constexpr std::size_t kHotBytes = 56;
+static_assert(kHotBytes <= kLine, "the read part fits a line");
+constexpr std::size_t kLineShift = kLine - kHotStart;
+constexpr std::size_t kPlaceSize = (sizeof(TulDictionaryEntry) + kLine - 1) / kLine * kLine;
+// Bytes of a block of n places: the header, the slack up to the first
+// place, the places.
+constexpr std::size_t blockBytes(unsigned n) { return sizeof(TulDictionaryChunk) + kLine + n * kPlaceSize; }
 
 // A free place, linked from the dictionary through the places themselves.
 struct FreePlace {
@@ -80,7 +86,9 @@ struct FreePlace {
 static_assert(sizeof(FreePlace) <= sizeof(TulDictionaryEntry), "a free place holds its link");
 
 void* placeIn(TulDictionaryChunk* c, unsigned i) {
-  return reinterpret_cast<char*>(c) + kPlacesOffset + i * kPlaceSize;
+  const std::uintptr_t after = reinterpret_cast<std::uintptr_t>(c + 1);
+  const std::uintptr_t first = (after + kLine - 1 - kLineShift) / kLine * kLine + kLineShift;
+  return reinterpret_cast<void*>(first + i * kPlaceSize);
 }
 
 }  // namespace
@@ -188,7 +196,7 @@ void* TulDictionary::takePlace(TulDictionaryChunk** chunk) {
     const unsigned capacity = !c ? kFirstChunk
                               : c->capacity == kFirstChunk ? 3 * kFirstChunk
                                                            : std::min(c->capacity * 2, kLargestChunk);
-    void* block = std::malloc(kPlacesOffset + capacity * kPlaceSize);
+    void* block = std::malloc(blockBytes(capacity));
     if (!block) throw std::bad_alloc();
     c = new (block) TulDictionaryChunk{chunks_, this, capacity, 0, 0};
     chunks_ = c;
