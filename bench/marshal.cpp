@@ -123,10 +123,11 @@ void buildRow(bench::Host& host, const std::vector<AddCall>& layout, const Field
              "dictionary entry and a four-value record per member, and the structure's object, "
              "dictionary and buffer made and freed once for eight members");
   bench::row("Struct: allocations per member in building", allocs, kBuildAllocationsTarget,
-             bench::fixed(allocs, 2) + ": each member's record (its four values inside it), "
-             "and shared by the structure's " + std::to_string(kMembers) + " members: the "
-             "dictionary's two blocks of entries (two places, then six; the keys inside them) "
-             "and the structure's object, dictionary, buffer and bytes");
+             bench::fixed(allocs, 2) + ": each member's record (its four values inside it) "
+             "takes the place of one the last structure released, and shared by the "
+             "structure's " + std::to_string(kMembers) + " members: the dictionary's two "
+             "blocks of entries (two places, then six; the keys inside them) and the "
+             "structure's object, dictionary, buffer and bytes");
 }
 
 // Seconds per update through the interpreter, and per update called straight.

@@ -131,7 +131,7 @@ bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (!growBytes(*data, offset + kind.width)) return f.fail(err::kOutOfMemory);
   // The record's four values are written in place: its room holds them from
   // the start, so the address of element 1 is fixed before it is taken.
-  auto* record = new TulVector(kFields, true);
+  TulVector* record = newRecord();
   *dict->append(*name, hash) = TulValue(record);
   (*record)[kOffset] = TulValue(static_cast<int>(offset));
   (*record)[kValue] = std::move(value);
