@@ -78,6 +78,50 @@ constexpr std::size_t kPlaceSize = (sizeof(TulDictionaryEntry) + kLine - 1) / kL
 // place, the places.
 constexpr std::size_t blockBytes(unsigned n) { return sizeof(TulDictionaryChunk) + kLine + n * kPlaceSize; }
 
+// Blocks of the two first sizes that dictionaries gave back, kept for the
+// next ones (small records made and dropped again and again), linked
+// through their headers' next. The host runs on one thread: no lock. Under
+// the address sanitizer every block goes back to the heap, so that a use
+// after the end is still caught.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr unsigned kKeptChunks = 0;
+#else
+constexpr unsigned kKeptChunks = 16;
+#endif
+struct KeptChunks {
+  TulDictionaryChunk* first = nullptr;
+  unsigned count = 0;
+};
+KeptChunks gKept[2];  // two places, then six
+
+KeptChunks* keptFor(unsigned capacity) {
+  return capacity == kFirstChunk ? &gKept[0] : capacity == 3 * kFirstChunk ? &gKept[1] : nullptr;
+}
+
+void* newChunk(unsigned capacity) {
+  KeptChunks* kept = keptFor(capacity);
+  if (kept && kept->first) {
+    TulDictionaryChunk* c = kept->first;
+    kept->first = c->next;
+    --kept->count;
+    return c;
+  }
+  void* block = std::malloc(blockBytes(capacity));
+  if (!block) throw std::bad_alloc();
+  return block;
+}
+
+void freeChunk(TulDictionaryChunk* c) {
+  KeptChunks* kept = keptFor(c->capacity);
+  if (kept && kept->count < kKeptChunks) {
+    c->next = kept->first;
+    kept->first = c;
+    ++kept->count;
+    return;
+  }
+  std::free(c);
+}
+
 // A free place, linked from the dictionary through the places themselves.
 struct FreePlace {
   FreePlace* next;
@@ -112,7 +156,7 @@ void TulDictionaryEntry::lastReleased() {
   if (TulDictionary* d = c->dict) {
     d->freePlaces_ = new (this) FreePlace{static_cast<FreePlace*>(d->freePlaces_), c};
   } else if (c->live == 0) {
-    std::free(c);
+    freeChunk(c);
   }
 }
 
@@ -177,7 +221,7 @@ TulDictionary::~TulDictionary() {
   if (slots_ != shortSlots_) std::free(slots_);
   for (TulDictionaryChunk* c = chunks_; c;) {
     TulDictionaryChunk* next = c->next;
-    if (c->live == 0) std::free(c); else c->dict = nullptr;
+    if (c->live == 0) freeChunk(c); else c->dict = nullptr;
     c = next;
   }
 }
@@ -196,9 +240,7 @@ void* TulDictionary::takePlace(TulDictionaryChunk** chunk) {
     const unsigned capacity = !c ? kFirstChunk
                               : c->capacity == kFirstChunk ? 3 * kFirstChunk
                                                            : std::min(c->capacity * 2, kLargestChunk);
-    void* block = std::malloc(blockBytes(capacity));
-    if (!block) throw std::bad_alloc();
-    c = new (block) TulDictionaryChunk{chunks_, this, capacity, 0, 0};
+    c = new (newChunk(capacity)) TulDictionaryChunk{chunks_, this, capacity, 0, 0};
     chunks_ = c;
   }
   *chunk = c;
