@@ -4,14 +4,22 @@
 
 #include "marshal/struct.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+#else
+#define ASAN_POISON_MEMORY_REGION(addr, size) ((void)(addr), (void)(size))
+#define ASAN_UNPOISON_MEMORY_REGION(addr, size) ((void)(addr), (void)(size))
+#endif
+
 namespace structrec {
 
 namespace {
 
 // A record as the host sees it (a vector of four values), whose storage
 // comes from and goes back to the released records below. The host runs on
-// one thread, so the list takes no lock. Under the address sanitizer every
-// record is its own allocation, so that a use after release is still caught.
+// one thread, so the list takes no lock. A kept record's bytes past its
+// link are poisoned for the address sanitizer, so that a use after release
+// is still caught.
 class Record final : public TulVector {
  public:
   Record() : TulVector(kFields, true) {}
@@ -27,26 +35,21 @@ struct Released {
 Released* gReleased = nullptr;
 unsigned gReleasedCount = 0;
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kReuse = false;
-#else
-constexpr bool kReuse = true;
-#endif
-
 void* Record::operator new(std::size_t bytes) {
-  if (kReuse && gReleased) {
-    Released* r = gReleased;
+  if (Released* r = gReleased) {
     gReleased = r->next;
     --gReleasedCount;
+    ASAN_UNPOISON_MEMORY_REGION(r, bytes);
     return r;
   }
   return ::operator new(bytes);
 }
 
 void Record::operator delete(void* p, std::size_t bytes) {
-  if (kReuse && gReleasedCount < kKeptRecords) {
+  if (gReleasedCount < kKeptRecords) {
     gReleased = new (p) Released{gReleased};
     ++gReleasedCount;
+    ASAN_POISON_MEMORY_REGION(static_cast<char*>(p) + sizeof(Released), bytes - sizeof(Released));
     return;
   }
   ::operator delete(p, bytes);

@@ -25,6 +25,13 @@
 
 #include "runtime/machine_impl.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+#else
+#define ASAN_POISON_MEMORY_REGION(addr, size) ((void)(addr), (void)(size))
+#define ASAN_UNPOISON_MEMORY_REGION(addr, size) ((void)(addr), (void)(size))
+#endif
+
 namespace {
 
 
@@ -80,14 +87,10 @@ constexpr std::size_t blockBytes(unsigned n) { return sizeof(TulDictionaryChunk)
 
 // Blocks of the two first sizes that dictionaries gave back, kept for the
 // next ones (small records made and dropped again and again), linked
-// through their headers' next. The host runs on one thread: no lock. Under
-// the address sanitizer every block goes back to the heap, so that a use
-// after the end is still caught.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr unsigned kKeptChunks = 0;
-#else
+// through their headers' next. The host runs on one thread: no lock. A kept
+// block's places are poisoned for the address sanitizer, so that a use after
+// the end is still caught.
 constexpr unsigned kKeptChunks = 16;
-#endif
 struct KeptChunks {
   TulDictionaryChunk* first = nullptr;
   unsigned count = 0;
@@ -104,6 +107,7 @@ void* newChunk(unsigned capacity) {
     TulDictionaryChunk* c = kept->first;
     kept->first = c->next;
     --kept->count;
+    ASAN_UNPOISON_MEMORY_REGION(c + 1, blockBytes(capacity) - sizeof *c);
     return c;
   }
   void* block = std::malloc(blockBytes(capacity));
@@ -117,6 +121,7 @@ void freeChunk(TulDictionaryChunk* c) {
     c->next = kept->first;
     kept->first = c;
     ++kept->count;
+    ASAN_POISON_MEMORY_REGION(c + 1, blockBytes(c->capacity) - sizeof *c);
     return;
   }
   std::free(c);
