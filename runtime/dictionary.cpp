@@ -14,7 +14,7 @@
 // dictionary of one or two keys costs about what two separate entries did),
 // then six, so a record of up to eight members takes two allocations for
 // its entries rather than eight, then twice the last block up to
-// kLargestChunk. An entry never moves; when its last reference goes its
+// kMidChunk, then blocks of huge pages. An entry never moves; when its last reference goes its
 // place joins the dictionary's free places, and the blocks go with the
 // dictionary, or after it with the last entry a value still holds.
 #include <algorithm>
@@ -70,7 +70,10 @@ struct TulDictionaryChunk {
 namespace {
 
 constexpr unsigned kFirstChunk = 2;
-constexpr unsigned kLargestChunk = 512;
+// Past kMidChunk places a block holds as many as fit kLargeBlock bytes'
+// worth of huge pages, so that a large dictionary's entries are read through
+// few address translations.
+constexpr unsigned kMidChunk = 4096;
 // A found lookup reads an entry's value and its key's length and short
 // characters: kHotBytes from kHotStart into the entry. Places are a whole
 // number of cache lines apart and start kLineShift into a line, so that
@@ -84,6 +87,19 @@ constexpr std::size_t kPlaceSize = (sizeof(TulDictionaryEntry) + kLine - 1) / kL
 // Bytes of a block of n places: the header, the slack up to the first
 // place, the places.
 constexpr std::size_t blockBytes(unsigned n) { return sizeof(TulDictionaryChunk) + kLine + n * kPlaceSize; }
+constexpr unsigned kLargeChunk =
+    (tulrt::detail::kLargeRound - sizeof(TulDictionaryChunk) - kLine) / kPlaceSize;
+static_assert(blockBytes(kLargeChunk) >= tulrt::detail::kLargeBlock, "a large block");
+static_assert(blockBytes(2 * kMidChunk - 1) < tulrt::detail::kLargeBlock, "a heap block");
+
+// A table of slots: from the heap, or a large block when it is that big.
+void* newTable(std::size_t bytes) {
+  return bytes >= tulrt::detail::kLargeBlock ? tulrt::detail::allocLarge(bytes) : std::calloc(bytes, 1);
+}
+
+void freeTable(void* table, std::size_t bytes) {
+  if (bytes >= tulrt::detail::kLargeBlock) tulrt::detail::freeLarge(table, bytes); else std::free(table);
+}
 
 // Blocks of the two first sizes that dictionaries gave back, kept for the
 // next ones (small records made and dropped again and again), linked
@@ -110,7 +126,8 @@ void* newChunk(unsigned capacity) {
     ASAN_UNPOISON_MEMORY_REGION(c + 1, blockBytes(capacity) - sizeof *c);
     return c;
   }
-  void* block = std::malloc(blockBytes(capacity));
+  const std::size_t bytes = blockBytes(capacity);
+  void* block = bytes >= tulrt::detail::kLargeBlock ? tulrt::detail::allocLarge(bytes) : std::malloc(bytes);
   if (!block) throw std::bad_alloc();
   return block;
 }
@@ -124,7 +141,8 @@ void freeChunk(TulDictionaryChunk* c) {
     ASAN_POISON_MEMORY_REGION(c + 1, blockBytes(c->capacity) - sizeof *c);
     return;
   }
-  std::free(c);
+  const std::size_t bytes = blockBytes(c->capacity);
+  if (bytes >= tulrt::detail::kLargeBlock) tulrt::detail::freeLarge(c, bytes); else std::free(c);
 }
 
 // A free place, linked from the dictionary through the places themselves.
@@ -223,7 +241,7 @@ TulDictionary::~TulDictionary() {
     e->value.dispose();
     e->release();
   }
-  if (slots_ != shortSlots_) std::free(slots_);
+  if (slots_ != shortSlots_) freeTable(slots_, std::size_t(slotCount_) * sizeof(Slot));
   for (TulDictionaryChunk* c = chunks_; c;) {
     TulDictionaryChunk* next = c->next;
     if (c->live == 0) freeChunk(c); else c->dict = nullptr;
@@ -244,7 +262,8 @@ void* TulDictionary::takePlace(TulDictionaryChunk** chunk) {
   if (!c || c->used == c->capacity) {
     const unsigned capacity = !c ? kFirstChunk
                               : c->capacity == kFirstChunk ? 3 * kFirstChunk
-                                                           : std::min(c->capacity * 2, kLargestChunk);
+                              : c->capacity < kMidChunk ? c->capacity * 2
+                                                        : kLargeChunk;
     c = new (newChunk(capacity)) TulDictionaryChunk{chunks_, this, capacity, 0, 0};
     chunks_ = c;
   }
@@ -335,7 +354,7 @@ TulDictionaryEntry* TulDictionary::operator[](const char* key) {
 // rather than from the entries. When a larger table cannot be had the old
 // one stays as it is: probes grow longer until it is full.
 void TulDictionary::rehash(unsigned slots) {
-  auto* fresh = static_cast<Slot*>(std::calloc(slots, sizeof(Slot)));
+  auto* fresh = static_cast<Slot*>(newTable(std::size_t(slots) * sizeof(Slot)));
   if (!fresh) return;
   Slot* old = slots_;
   const unsigned oldCount = slotCount_;
@@ -348,7 +367,7 @@ void TulDictionary::rehash(unsigned slots) {
     while (fresh[j].entry) j = (j + 1) & mask;
     fresh[j] = old[i];
   }
-  if (old != shortSlots_) std::free(old);
+  if (old != shortSlots_) freeTable(old, std::size_t(oldCount) * sizeof(Slot));
 }
 
 void TulDictionary::unlink(TulDictionaryEntry* e) {
