@@ -14,9 +14,10 @@
 // dictionary of one or two keys costs about what two separate entries did),
 // then six, so a record of up to eight members takes two allocations for
 // its entries rather than eight, then twice the last block up to
-// kMidChunk, then blocks of huge pages. An entry never moves; when its last reference goes its
-// place joins the dictionary's free places, and the blocks go with the
-// dictionary, or after it with the last entry a value still holds.
+// kMidChunk, then blocks of a huge page each. An entry never moves; when its
+// last reference goes its place joins the dictionary's free places, and the
+// blocks go with the dictionary, or after it with the last entry a value
+// still holds.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -70,9 +71,9 @@ struct TulDictionaryChunk {
 namespace {
 
 constexpr unsigned kFirstChunk = 2;
-// Past kMidChunk places a block holds as many as fit kLargeBlock bytes'
-// worth of huge pages, so that a large dictionary's entries are read through
-// few address translations.
+// Past kMidChunk places a block holds as many as fit one huge page
+// (kLargeRound bytes), so that a large dictionary's entries are read
+// through few address translations.
 constexpr unsigned kMidChunk = 4096;
 // A found lookup reads an entry's value and its key's length and short
 // characters: kHotBytes from kHotStart into the entry. Places are a whole
