@@ -19,6 +19,7 @@
 // blocks go with the dictionary, or after it with the last entry a value
 // still holds.
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -93,9 +94,12 @@ constexpr unsigned kLargeChunk =
 static_assert(blockBytes(kLargeChunk) >= tulrt::detail::kLargeBlock, "a large block");
 static_assert(blockBytes(2 * kMidChunk - 1) < tulrt::detail::kLargeBlock, "a heap block");
 
-// A table of slots: from the heap, or a large block when it is that big.
-void* newTable(std::size_t bytes) {
-  return bytes >= tulrt::detail::kLargeBlock ? tulrt::detail::allocLarge(bytes) : std::calloc(bytes, 1);
+// A table of n slots of the given size: from the heap, or a large block
+// when it is that big; null when its size cannot even be counted.
+void* newTable(unsigned n, std::size_t size) {
+  if (n > SIZE_MAX / size) return nullptr;
+  const std::size_t bytes = n * size;
+  return bytes >= tulrt::detail::kLargeBlock ? tulrt::detail::allocLarge(bytes) : std::calloc(n, size);
 }
 
 void freeTable(void* table, std::size_t bytes) {
@@ -355,7 +359,7 @@ TulDictionaryEntry* TulDictionary::operator[](const char* key) {
 // rather than from the entries. When a larger table cannot be had the old
 // one stays as it is: probes grow longer until it is full.
 void TulDictionary::rehash(unsigned slots) {
-  auto* fresh = static_cast<Slot*>(newTable(std::size_t(slots) * sizeof(Slot)));
+  auto* fresh = static_cast<Slot*>(newTable(slots, sizeof(Slot)));
   if (!fresh) return;
   Slot* old = slots_;
   const unsigned oldCount = slotCount_;
