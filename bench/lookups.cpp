@@ -72,18 +72,25 @@ void registryRows(bench::Host& host) {
 
 TulValue text(const std::string& s) { return TulValue(new TulString(s.c_str())); }
 
+// The i-th key: of one length at every size, so that the small and the
+// large dictionary hash and compare the same number of characters.
+TulValue key(unsigned i) {
+  std::string digits = std::to_string(i);
+  return text("key" + std::string(6 - digits.size(), '0') + digits);
+}
+
 // Seconds per Dictionary [] (the library's OP_VREF, called straight) with n
 // keys present.
 double dictionaryLookup(bench::Host& host, unsigned n) {
   TulValue dict = host.make("Dictionary");
   bench::DirectCall set(host.vm(), bench::nativeMethod(kDictionarySpec, "OP_VSET"), dict, 2);
   for (unsigned i = 0; i < n; ++i) {
-    set.setArg(0, text("key" + std::to_string(i)));
+    set.setArg(0, key(i));
     set.setArg(1, TulValue(static_cast<int>(i)));
     if (!set()) bench::die("Dictionary []= failed");
   }
   std::vector<TulValue> keys;
-  for (unsigned i : probes(n)) keys.push_back(text("key" + std::to_string(i)));
+  for (unsigned i : probes(n)) keys.push_back(key(i));
   bench::DirectCall get(host.vm(), bench::nativeMethod(kDictionarySpec, "OP_VREF"), dict, 1);
   get.setArg(0, keys[0]);
   if (!get() || get.result().type() != TulValueType::I32) bench::die("Dictionary [] failed");

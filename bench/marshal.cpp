@@ -119,14 +119,15 @@ void buildRow(bench::Host& host, const std::vector<AddCall>& layout, const Field
       4096);
   bench::row("Struct: building, per member, against a C++ packer", structBuild / packer,
              kBuildTarget,
-             bench::micro(structBuild / kMembers) + " us a member: an interpreter call, a "
-             "dictionary entry and a four-value record per member, and the structure's object, "
-             "dictionary and buffer made and freed once for eight members");
+             bench::micro(structBuild / kMembers) + " us a member: an interpreter call by "
+             "name, a dictionary entry and a four-value record per member, and the structure's "
+             "object, dictionary and buffer made and freed once for eight members");
   bench::row("Struct: allocations per member in building", allocs, kBuildAllocationsTarget,
-             bench::fixed(allocs, 2) + ": each member's record (its four values inside it), "
-             "and shared by the structure's " + std::to_string(kMembers) + " members: the "
-             "dictionary's two blocks of entries (two places, then six; the keys inside them) "
-             "and the structure's object, dictionary, buffer and bytes");
+             bench::fixed(allocs, 2) + ": each member's record (its four values inside it) "
+             "takes the place of one the last structure released, and shared by the "
+             "structure's " + std::to_string(kMembers) + " members: the dictionary's two "
+             "blocks of entries (two places, then six; the keys inside them) and the "
+             "structure's object, dictionary, buffer and bytes");
 }
 
 // Seconds per update through the interpreter, and per update called straight.

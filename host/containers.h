@@ -310,6 +310,11 @@ class TUL_API TulDictionary : public TulRefObject {
   TulDictionaryEntry* find(const char* key) const;
   // The entry for key, appended with a Nil value when missing.
   TulDictionaryEntry* operator[](const TulString& key);
+  // find that also gives the key's hash, and the append of a key that find
+  // (with no change since) did not find, with that hash: one probe for a
+  // caller that checks before it adds.
+  TulDictionaryEntry* find(const TulString& key, std::uint32_t& hash) const;
+  TulDictionaryEntry* append(const TulString& key, std::uint32_t hash);
   TulDictionaryEntry* operator[](const char* key);
   bool erase(const TulString& key);
   // False, and nothing changes, for an entry of another dictionary or one

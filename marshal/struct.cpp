@@ -1,8 +1,63 @@
 // The member records shared by Struct's layout and read-back methods.
+#include <cstddef>
+#include <new>
+
 #include "marshal/struct.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+#else
+#define ASAN_POISON_MEMORY_REGION(addr, size) ((void)(addr), (void)(size))
+#define ASAN_UNPOISON_MEMORY_REGION(addr, size) ((void)(addr), (void)(size))
+#endif
 
 namespace structrec {
+
+namespace {
+
+// A record as the host sees it (a vector of four values), whose storage
+// comes from and goes back to the released records below. The host runs on
+// one thread, so the list takes no lock. A kept record's bytes past its
+// link are poisoned for the address sanitizer, so that a use after release
+// is still caught.
+class Record final : public TulVector {
+ public:
+  Record() : TulVector(kFields, true) {}
+  static void* operator new(std::size_t bytes);
+  static void operator delete(void* p, std::size_t bytes);
+};
+
+constexpr unsigned kKeptRecords = 64;
+
+struct Released {
+  Released* next;
+};
+Released* gReleased = nullptr;
+unsigned gReleasedCount = 0;
+
+void* Record::operator new(std::size_t bytes) {
+  if (Released* r = gReleased) {
+    gReleased = r->next;
+    --gReleasedCount;
+    ASAN_UNPOISON_MEMORY_REGION(r, bytes);
+    return r;
+  }
+  return ::operator new(bytes);
+}
+
+void Record::operator delete(void* p, std::size_t bytes) {
+  if (gReleasedCount < kKeptRecords) {
+    gReleased = new (p) Released{gReleased};
+    ++gReleasedCount;
+    ASAN_POISON_MEMORY_REGION(static_cast<char*>(p) + sizeof(Released), bytes - sizeof(Released));
+    return;
+  }
+  ::operator delete(p, bytes);
+}
+
+}  // namespace
+
+TulVector* newRecord() { return new Record; }
 
 TulVector* recordOf(const TulDictionaryEntry* e) {
   TulVector* r = static_cast<TulVector*>(e->value);

@@ -111,9 +111,10 @@ bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (!dict) return false;
   TulBuffer* data = f.memberAs<TulBuffer>(Member::StructData, TulValueType::Buffer);
   if (!data) return false;
-  TulString* name = f.interp().getStringFromValueExtern(f.arg(0));
+  TulString* name = refIn<TulString>(f.arg(0), TulValueType::String);
   if (!name) return f.badType(f.arg(0), TulValueType::String);
-  if (dict->find(*name)) return f.fail(err::kStructMemberDefined, name->c_str());
+  std::uint32_t hash;
+  if (dict->find(*name, hash)) return f.fail(err::kStructMemberDefined, name->c_str());
 
   unsigned size = data->size();
   unsigned offset = size;
@@ -130,8 +131,8 @@ bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (!growBytes(*data, offset + kind.width)) return f.fail(err::kOutOfMemory);
   // The record's four values are written in place: its room holds them from
   // the start, so the address of element 1 is fixed before it is taken.
-  auto* record = new TulVector(kFields, true);
-  *(*dict)[*name] = TulValue(record);
+  TulVector* record = newRecord();
+  dict->append(*name, hash)->value = TulValue(record);
   (*record)[kOffset] = TulValue(static_cast<int>(offset));
   (*record)[kValue] = std::move(value);
   (*record)[kSize] = TulValue(static_cast<int>(kind.width));

@@ -14,16 +14,25 @@
 // dictionary of one or two keys costs about what two separate entries did),
 // then six, so a record of up to eight members takes two allocations for
 // its entries rather than eight, then twice the last block up to
-// kLargestChunk. An entry never moves; when its last reference goes its
-// place joins the dictionary's free places, and the blocks go with the
-// dictionary, or after it with the last entry a value still holds.
+// kMidChunk, then blocks of a huge page each. An entry never moves; when its
+// last reference goes its place joins the dictionary's free places, and the
+// blocks go with the dictionary, or after it with the last entry a value
+// still holds.
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <utility>
 
 #include "runtime/machine_impl.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+#else
+#define ASAN_POISON_MEMORY_REGION(addr, size) ((void)(addr), (void)(size))
+#define ASAN_UNPOISON_MEMORY_REGION(addr, size) ((void)(addr), (void)(size))
+#endif
 
 namespace {
 
@@ -63,14 +72,83 @@ struct TulDictionaryChunk {
 namespace {
 
 constexpr unsigned kFirstChunk = 2;
-constexpr unsigned kLargestChunk = 512;
-// Places are 16-byte aligned, as the C library's blocks are, so that what a
-// found lookup reads of an entry (its value, its key's length and short
-// characters) crosses no more cache lines than it did in a block of its own.
-constexpr std::size_t kPlaceAlign = 16;
-constexpr std::size_t roundUp(std::size_t n) { return (n + kPlaceAlign - 1) / kPlaceAlign * kPlaceAlign; }
-constexpr std::size_t kPlacesOffset = roundUp(sizeof(TulDictionaryChunk));
-constexpr std::size_t kPlaceSize = roundUp(sizeof(TulDictionaryEntry));
+// Past kMidChunk places a block holds as many as fit one huge page
+// (kLargeRound bytes), so that a large dictionary's entries are read
+// through few address translations.
+constexpr unsigned kMidChunk = 4096;
+// A found lookup reads an entry's value and its key's length and short
+// characters: kHotBytes from kHotStart into the entry. Places are a whole
+// number of cache lines apart and start kLineShift into a line, so that
+// this part of every entry lies in one line.
+constexpr std::size_t kLine = 64;
+constexpr std::size_t kHotStart = 16;
+constexpr std::size_t kHotBytes = 56;
+static_assert(kHotBytes <= kLine, "the read part fits a line");
+constexpr std::size_t kLineShift = kLine - kHotStart;
+constexpr std::size_t kPlaceSize = (sizeof(TulDictionaryEntry) + kLine - 1) / kLine * kLine;
+// Bytes of a block of n places: the header, the slack up to the first
+// place, the places.
+constexpr std::size_t blockBytes(unsigned n) { return sizeof(TulDictionaryChunk) + kLine + n * kPlaceSize; }
+constexpr unsigned kLargeChunk =
+    (tulrt::detail::kLargeRound - sizeof(TulDictionaryChunk) - kLine) / kPlaceSize;
+static_assert(blockBytes(kLargeChunk) >= tulrt::detail::kLargeBlock, "a large block");
+static_assert(blockBytes(2 * kMidChunk - 1) < tulrt::detail::kLargeBlock, "a heap block");
+
+// A table of n slots of the given size: from the heap, or a large block
+// when it is that big; null when its size cannot even be counted.
+void* newTable(unsigned n, std::size_t size) {
+  if (n > SIZE_MAX / size) return nullptr;
+  const std::size_t bytes = n * size;
+  return bytes >= tulrt::detail::kLargeBlock ? tulrt::detail::allocLarge(bytes) : std::calloc(n, size);
+}
+
+void freeTable(void* table, std::size_t bytes) {
+  if (bytes >= tulrt::detail::kLargeBlock) tulrt::detail::freeLarge(table, bytes); else std::free(table);
+}
+
+// Blocks of the two first sizes that dictionaries gave back, kept for the
+// next ones (small records made and dropped again and again), linked
+// through their headers' next. The host runs on one thread: no lock. A kept
+// block's places are poisoned for the address sanitizer, so that a use after
+// the end is still caught.
+constexpr unsigned kKeptChunks = 16;
+struct KeptChunks {
+  TulDictionaryChunk* first = nullptr;
+  unsigned count = 0;
+};
+KeptChunks gKept[2];  // two places, then six
+
+KeptChunks* keptFor(unsigned capacity) {
+  return capacity == kFirstChunk ? &gKept[0] : capacity == 3 * kFirstChunk ? &gKept[1] : nullptr;
+}
+
+void* newChunk(unsigned capacity) {
+  KeptChunks* kept = keptFor(capacity);
+  if (kept && kept->first) {
+    TulDictionaryChunk* c = kept->first;
+    kept->first = c->next;
+    --kept->count;
+    ASAN_UNPOISON_MEMORY_REGION(c + 1, blockBytes(capacity) - sizeof *c);
+    return c;
+  }
+  const std::size_t bytes = blockBytes(capacity);
+  void* block = bytes >= tulrt::detail::kLargeBlock ? tulrt::detail::allocLarge(bytes) : std::malloc(bytes);
+  if (!block) throw std::bad_alloc();
+  return block;
+}
+
+void freeChunk(TulDictionaryChunk* c) {
+  KeptChunks* kept = keptFor(c->capacity);
+  if (kept && kept->count < kKeptChunks) {
+    c->next = kept->first;
+    kept->first = c;
+    ++kept->count;
+    ASAN_POISON_MEMORY_REGION(c + 1, blockBytes(c->capacity) - sizeof *c);
+    return;
+  }
+  const std::size_t bytes = blockBytes(c->capacity);
+  if (bytes >= tulrt::detail::kLargeBlock) tulrt::detail::freeLarge(c, bytes); else std::free(c);
+}
 
 // A free place, linked from the dictionary through the places themselves.
 struct FreePlace {
@@ -80,7 +158,9 @@ struct FreePlace {
 static_assert(sizeof(FreePlace) <= sizeof(TulDictionaryEntry), "a free place holds its link");
 
 void* placeIn(TulDictionaryChunk* c, unsigned i) {
-  return reinterpret_cast<char*>(c) + kPlacesOffset + i * kPlaceSize;
+  const std::uintptr_t after = reinterpret_cast<std::uintptr_t>(c + 1);
+  const std::uintptr_t first = (after + kLine - 1 - kLineShift) / kLine * kLine + kLineShift;
+  return reinterpret_cast<void*>(first + i * kPlaceSize);
 }
 
 }  // namespace
@@ -104,7 +184,7 @@ void TulDictionaryEntry::lastReleased() {
   if (TulDictionary* d = c->dict) {
     d->freePlaces_ = new (this) FreePlace{static_cast<FreePlace*>(d->freePlaces_), c};
   } else if (c->live == 0) {
-    std::free(c);
+    freeChunk(c);
   }
 }
 
@@ -144,13 +224,32 @@ TulDictionary& TulDictionary::operator=(const TulDictionary& other) {
   return *this;
 }
 
+// No one can reach the dictionary any more, so its table is not kept up
+// entry by entry: every entry is first marked erased and cut from its
+// neighbours (a destructor run by a value's release then meets only erased
+// entries), then the values and the entries are released in order.
 TulDictionary::~TulDictionary() {
   tulrt::detail::untrackContainer(live_);
-  clear();
-  if (slots_ != shortSlots_) std::free(slots_);
+  TulDictionaryEntry* const head = first_;
+  first_ = last_ = nullptr;
+  count_ = 0;
+  for (TulDictionaryEntry *e = head, *n; e; e = n) {
+    n = e->next;
+    e->owner_ = nullptr;
+    e->next = nullptr;
+    e->prev_ = n;  // the release order, kept where nothing else looks
+  }
+  for (TulDictionaryEntry *e = head, *n; e; e = n) {
+    n = e->prev_;
+    e->prev_ = nullptr;
+    TulValue old(std::move(e->value));
+    e->value.dispose();
+    e->release();
+  }
+  if (slots_ != shortSlots_) freeTable(slots_, std::size_t(slotCount_) * sizeof(Slot));
   for (TulDictionaryChunk* c = chunks_; c;) {
     TulDictionaryChunk* next = c->next;
-    if (c->live == 0) std::free(c); else c->dict = nullptr;
+    if (c->live == 0) freeChunk(c); else c->dict = nullptr;
     c = next;
   }
 }
@@ -168,10 +267,9 @@ void* TulDictionary::takePlace(TulDictionaryChunk** chunk) {
   if (!c || c->used == c->capacity) {
     const unsigned capacity = !c ? kFirstChunk
                               : c->capacity == kFirstChunk ? 3 * kFirstChunk
-                                                           : std::min(c->capacity * 2, kLargestChunk);
-    void* block = std::malloc(kPlacesOffset + capacity * kPlaceSize);
-    if (!block) throw std::bad_alloc();
-    c = new (block) TulDictionaryChunk{chunks_, this, capacity, 0, 0};
+                              : c->capacity < kMidChunk ? c->capacity * 2
+                                                        : kLargeChunk;
+    c = new (newChunk(capacity)) TulDictionaryChunk{chunks_, this, capacity, 0, 0};
     chunks_ = c;
   }
   *chunk = c;
@@ -216,9 +314,18 @@ TulDictionaryEntry* TulDictionary::find(const char* key) const {
   return lookup(key, len, hashKey(key, len));
 }
 
+TulDictionaryEntry* TulDictionary::find(const TulString& key, std::uint32_t& hash) const {
+  hash = hashKey(key.c_str(), key.length());
+  return lookup(key.c_str(), key.length(), hash);
+}
+
 TulDictionaryEntry* TulDictionary::operator[](const TulString& key) {
-  const std::uint32_t hash = hashKey(key.c_str(), key.length());
-  if (TulDictionaryEntry* e = lookup(key.c_str(), key.length(), hash)) return e;
+  std::uint32_t hash;
+  if (TulDictionaryEntry* e = find(key, hash)) return e;
+  return append(key, hash);
+}
+
+TulDictionaryEntry* TulDictionary::append(const TulString& key, std::uint32_t hash) {
   // Room first, so that a failure leaves the dictionary as it was.
   if (needsGrowth(count_ + 1, slotCount_)) rehash(slotCount_ * 2);
   if (count_ >= slotCount_) throw std::bad_alloc();
@@ -252,7 +359,7 @@ TulDictionaryEntry* TulDictionary::operator[](const char* key) {
 // rather than from the entries. When a larger table cannot be had the old
 // one stays as it is: probes grow longer until it is full.
 void TulDictionary::rehash(unsigned slots) {
-  auto* fresh = static_cast<Slot*>(std::calloc(slots, sizeof(Slot)));
+  auto* fresh = static_cast<Slot*>(newTable(slots, sizeof(Slot)));
   if (!fresh) return;
   Slot* old = slots_;
   const unsigned oldCount = slotCount_;
@@ -265,7 +372,7 @@ void TulDictionary::rehash(unsigned slots) {
     while (fresh[j].entry) j = (j + 1) & mask;
     fresh[j] = old[i];
   }
-  if (old != shortSlots_) std::free(old);
+  if (old != shortSlots_) freeTable(old, std::size_t(oldCount) * sizeof(Slot));
 }
 
 void TulDictionary::unlink(TulDictionaryEntry* e) {

@@ -57,6 +57,18 @@ namespace detail {
 // tulrt::setContainerLimit).
 bool withinContainerLimit(std::size_t bytes);
 
+// Zero-filled storage for a table or block of at least kLargeBlock bytes
+// that is read at random (a large dictionary's slots and entries); null
+// when it cannot be had. Where the system has huge pages, the block is
+// rounded up to a multiple of kLargeRound bytes (a huge page), aligned to
+// one and marked for them, so reading it needs one address translation per
+// huge page rather than one per small page. freeLarge takes the same byte
+// count.
+constexpr std::size_t kLargeBlock = std::size_t(1) << 20;
+constexpr std::size_t kLargeRound = std::size_t(2) << 20;
+void* allocLarge(std::size_t bytes);
+void freeLarge(void* block, std::size_t bytes);
+
 Machine::Impl& implOf(TulVirtualMachine* vm);
 Machine::Impl& implOf(const TulInterpreter* in);
 

@@ -27,8 +27,9 @@ TulVector::TulVector() : data_(shortRoom()), size_(0), cap_(0) {
   tulrt::detail::trackContainer(live_, this);
 }
 
+// Room of up to kShortRoom values is the vector's own: nothing to allocate.
 TulVector::TulVector(unsigned n, bool filled) : TulVector() {
-  reallocate(n);
+  if (n <= kShortRoom) cap_ = n; else reallocate(n);
   if (!filled) return;
   for (; size_ < n; ++size_) new (data_ + size_) TulValue();
 }

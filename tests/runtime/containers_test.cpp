@@ -58,9 +58,10 @@ TEST(VectorTest, ElementAddressStaysWhileTheCapacityDoes) {
 }  // namespace
 
 // Erasing shifts later keys back: after erasing every k-th key (the full
-// table inside the dictionary, a grown one) each key left is found, in order.
+// table inside the dictionary, a grown one, one whose table and entry blocks
+// are large blocks) each key left is found, in order.
 TEST(DictionaryTest, KeysLeftAreFoundAfterErasing) {
-  for (int n : {8, 9, 200}) {
+  for (int n : {8, 9, 200, 70000}) {
     for (int every : {1, 2, 3}) {
       TulDictionary d;
       for (int i = 0; i < n; ++i) (*d[std::to_string(i).c_str()]) = TulValue(i);
