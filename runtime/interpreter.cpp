@@ -62,15 +62,13 @@ bool accepts(const TulValue& v, TulValueType code) {
   }
 }
 
-// Runs the callee, turning a C++ exception that escapes it (a C++-written
+// Runs a call, turning a C++ exception that escapes it (a C++-written
 // method's own, or an allocation a script asked for that cannot be had) into
 // a script error: the frame must still be unwound by the caller.
-inline bool runCallee(Machine::Impl& m, const Callee& c, int argc, ValPtr& sp) {
-  assert(c && "a call frame needs a method");
-  TulVirtualMachine* vm = m.self;
+template <class Run>
+inline bool guarded(Machine::Impl& m, Run run) {
   try {
-    if (c.native) return c.native(vm, argc, sp);
-    return (*c.script)(vm, argc, sp);
+    return run();
   } catch (const std::bad_alloc&) {
     return report(&m, "out of memory");
   } catch (const std::exception& e) {
@@ -80,18 +78,16 @@ inline bool runCallee(Machine::Impl& m, const Callee& c, int argc, ValPtr& sp) {
   }
 }
 
+inline bool runCallee(Machine::Impl& m, const Callee& c, int argc, ValPtr& sp) {
+  assert(c && "a call frame needs a method");
+  TulVirtualMachine* vm = m.self;
+  return guarded(m, [&] { return c.native ? c.native(vm, argc, sp) : (*c.script)(vm, argc, sp); });
+}
+
 // The same for a native method known to be one, as a call from script
 // finds it.
 inline bool runCallee(Machine::Impl& m, NativeMethod native, int argc, ValPtr& sp) {
-  try {
-    return native(m.self, argc, sp);
-  } catch (const std::bad_alloc&) {
-    return report(&m, "out of memory");
-  } catch (const std::exception& e) {
-    return report(&m, std::string("unhandled exception: ") + e.what());
-  } catch (...) {
-    return report(&m, "unhandled exception");
-  }
+  return guarded(m, [&] { return native(m.self, argc, sp); });
 }
 
 // Whether a value holds a reference (strong or weak) that assignment or
