@@ -1183,6 +1183,14 @@ SetIndex: {
 Return: {
   // The frame's slots end with it: a local's value is taken, not copied.
   if ((ip->flags & kFreeB) || operand::space(ip->b) == operand::Local) {
+    // An integer to a caller in this loop goes straight to its
+    // destination, read as it was written.
+    const TulValue* x = operandAt(R, ip->b);
+    if (x->type() == TulValueType::I32 && depth_ != depth0) {
+      r = x->i32();
+      if (tries_.size() != tryBase) tries_.resize(tryBase);
+      goto returnedInt;
+    }
     F->ret = std::move(*operandAt(R, ip->b));
   } else {
     const TulValue* x = READ(ip->b, lines::B);
@@ -1217,6 +1225,21 @@ returned: {
     ok = store(ip->a, *F, std::move(out), ip);
   }
   ENSURE(ok);
+  NEXT();
+}
+
+// The same for an integer result r.
+returnedInt: {
+  const Activation& ended = *activations_[depth_ - 1];
+  if (ended.constructor) {
+    F->ret = TulValue(r);
+    goto returned;
+  }
+  const bool method = ended.method;
+  F = popActivation(pending, tryBase);
+  RESUME();
+  if (method) FREE(kFreeB, ip->b);
+  ENSURE(storeInt(ip->a, *F, r, ip));
   NEXT();
 }
 
