@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -89,13 +90,38 @@ TUL_SLOTS_INLINE void clearValue(TulValue& v) {
 
 class SlotStack {
  public:
-  // The position to hand back to release() when the frame ends.
+  // The position to hand back to release() when the frame ends: the
+  // frame's slots begin at `from` in `block`, and the top goes back to
+  // `top` (above `from` for a frame that took over its caller's last
+  // temporaries).
   struct Mark {
     std::size_t block;
     std::size_t top;
+    std::size_t from;
   };
 
-  Mark mark() const { return {block_, top_}; }
+  Mark mark() const { return {block_, top_, top_}; }
+
+  // A frame of n slots that begins at `at`, a caller's temporary in the
+  // block under way whose first `used` slots hold the frame's first values
+  // (a call's arguments, which stay where they are): the caller's
+  // temporaries above them are dead at a call and become the frame's,
+  // cleared first. False, with nothing done, when `at` is not in the block
+  // or the frame would not fit in it; m, from mark(), then marks the
+  // frame's start.
+  TUL_SLOTS_INLINE bool takeOver(TulValue* at, std::size_t used, std::size_t n, Mark& m) {
+    const std::size_t from = static_cast<std::size_t>(
+        reinterpret_cast<std::uintptr_t>(at) - reinterpret_cast<std::uintptr_t>(slots_)) /
+        sizeof(TulValue);
+    if (from >= top_ || from + n > size_) return false;
+    const std::size_t top = top_;
+    const std::size_t end = from + n < top ? from + n : top;
+    for (std::size_t i = from + used; i < end; ++i)
+      if (slots_[i].type() != TulValueType::Nil) clearValue(slots_[i]);
+    if (from + n > top_) top_ = from + n;
+    m.from = from;
+    return true;
+  }
 
   // n nil slots, contiguous, above everything taken so far.
   TUL_SLOTS_INLINE TulValue* take(std::size_t n) {
@@ -118,7 +144,7 @@ class SlotStack {
     // own above the top, which it leaves where it found it.
     TulValue* const slots = slots_;
     TulValue* const end = slots + top_;
-    for (TulValue* p = slots + m.top; p != end; ++p) {
+    for (TulValue* p = slots + m.from; p != end; ++p) {
       if (p->type() == TulValueType::Nil) continue;
       if (holdsReference(*p))
         dropHeld(*p);
@@ -133,7 +159,7 @@ class SlotStack {
     while (block_ != m.block || top_ != m.top) {
       // The block's array stays put even if running a dtor adds blocks.
       TulValue* slots = blocks_[block_].slots.get();
-      const std::size_t from = block_ == m.block ? m.top : 0;
+      const std::size_t from = block_ == m.block ? m.from : 0;
       for (std::size_t i = from; i < top_; ++i)
         if (slots[i].type() != TulValueType::Nil) clearValue(slots[i]);
       if (block_ == m.block) {

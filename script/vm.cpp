@@ -281,10 +281,15 @@ TUL_ALWAYS_INLINE Interp::Activation& Interp::pushActivation(const FunctionDecl&
   ++callDepth_;
   a.mark = slotStack_.mark();
   // Calls that come here pass no more arguments than fn has parameters,
-  // and a frame holds them all.
-  TulValue* slots = slotStack_.take(static_cast<std::size_t>(fn.code.frameSize));
-  // Slots taken are nil: the arguments are moved in without a release.
-  for (int i = 0; i < n; ++i) relocate(slots[i], args[i]);
+  // and a frame holds them all. The frame begins at the arguments where the
+  // caller's slots allow, else above them: slots taken are nil, and the
+  // arguments are moved in without a release.
+  TulValue* slots = args;
+  const std::size_t size = static_cast<std::size_t>(fn.code.frameSize);
+  if (!slotStack_.takeOver(args, static_cast<std::size_t>(n), size, a.mark)) {
+    slots = slotStack_.take(size);
+    for (int i = 0; i < n; ++i) relocate(slots[i], args[i]);
+  }
   if (fn.selfSlot >= 0) slots[fn.selfSlot] = functionValue(fn);
   a.frame.program = fn.program;
   a.frame.slots = slots;
