@@ -741,8 +741,10 @@ Flow Interp::run(const Code& code, Frame& entry) {
     base[operand::Global] = globals_.data(); \
     base[operand::Const] = const_cast<TulValue*>(K); \
   } while (0)
+// (Only a reference goes out of line: a temporary that holds a number
+// needs nothing.)
 #define FREE(flag, x) \
-  if (ip->flags & (flag)) dropRef(*operandAt(R, x))
+  if ((ip->flags & (flag)) && holdsReference(*operandAt(R, x))) dropRef(*operandAt(R, x))
 #define FREE_BC()                                 \
   if (ip->flags & (kFreeB | kFreeC)) {            \
     FREE(kFreeB, ip->b);                          \
