@@ -18,7 +18,7 @@ TulDictionary* entries(Frame& f) {
 
 // A key argument, or a bad-type report (string expected) and null.
 TulString* keyArg(Frame& f, int i) {
-  TulString* key = f.interp().getStringFromValueExtern(f.arg(i));
+  TulString* key = refIn<TulString>(f.arg(i), TulValueType::String);
   if (!key) f.badType(f.arg(i), TulValueType::String);
   return key;
 }

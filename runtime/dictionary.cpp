@@ -37,13 +37,29 @@
 namespace {
 
 
-// FNV-1a over the key's bytes.
-std::uint32_t hashKey(const char* key, unsigned len) {
-  std::uint32_t h = 2166136261u;
-  for (unsigned i = 0; i < len; ++i) {
-    h ^= static_cast<unsigned char>(key[i]);
-    h *= 16777619u;
+// The key's bytes four at a time (the last zero to three one by one), each
+// word mixed in with a multiply, then the high bits folded down: the table
+// takes a hash's low bits, and keys that differ only near their end (a
+// counter in a name) must still land apart.
+inline std::uint32_t hashKey(const char* key, unsigned len) {
+  constexpr std::uint32_t kMul = 0x9E3779B1u;
+  std::uint32_t h = len * kMul;
+  unsigned i = 0;
+  for (; i + 4 <= len; i += 4) {
+    std::uint32_t w;
+    std::memcpy(&w, key + i, 4);
+    h = (h ^ w) * kMul;
+    h ^= h >> 15;
   }
+  if (i < len) {
+    std::uint32_t w = 0;
+    for (unsigned shift = 0; i < len; ++i, shift += 8)
+      w |= std::uint32_t(static_cast<unsigned char>(key[i])) << shift;
+    h = (h ^ w) * kMul;
+  }
+  h ^= h >> 16;
+  h *= 0x85EBCA6Bu;
+  h ^= h >> 13;
   return h;
 }
 
@@ -165,9 +181,23 @@ void* placeIn(TulDictionaryChunk* c, unsigned i) {
 
 }  // namespace
 
-// Whether e holds the key of len bytes (its hash matched).
-static bool sameKey(const TulDictionaryEntry* e, const char* key, unsigned len) {
-  return e->key.length() == len && (len == 0 || std::memcmp(e->key.c_str(), key, len) == 0);
+// Whether e holds the key of len bytes (its hash matched). A short key is
+// compared a word at a time in place: a call out would cost more than the
+// comparison.
+static inline bool sameKey(const TulDictionaryEntry* e, const char* key, unsigned len) {
+  if (e->key.length() != len) return false;
+  const char* mine = e->key.c_str();
+  if (len > 32) return std::memcmp(mine, key, len) == 0;
+  unsigned i = 0;
+  for (; i + 4 <= len; i += 4) {
+    std::uint32_t a, b;
+    std::memcpy(&a, mine + i, 4);
+    std::memcpy(&b, key + i, 4);
+    if (a != b) return false;
+  }
+  for (; i < len; ++i)
+    if (mine[i] != key[i]) return false;
+  return true;
 }
 
 // --- TulDictionaryEntry -----------------------------------------------------
@@ -276,23 +306,20 @@ void* TulDictionary::takePlace(TulDictionaryChunk** chunk) {
   return placeIn(c, c->used++);
 }
 
-// A probe stops at the first free slot; only the table inside the
-// dictionary can be without one, and then it is searched once round.
-TulDictionaryEntry* TulDictionary::lookup(const char* key, unsigned len,
-                                          std::uint32_t hash) const {
+// A probe stops at the first free slot, or after a whole round: only the
+// table inside the dictionary can be without a free slot. Inline in find
+// and [], where a found key costs one pass through this loop.
+inline TulDictionaryEntry* TulDictionary::lookup(const char* key, unsigned len,
+                                                 std::uint32_t hash) const {
   const unsigned mask = slotCount_ - 1;
   const Slot* slots = slots_;
   unsigned i = hash & mask;
-  if (count_ == slotCount_) {
-    for (unsigned probes = 0; probes < slotCount_; ++probes, i = (i + 1) & mask)
-      if (slots[i].hash == hash && sameKey(slots[i].entry, key, len)) return slots[i].entry;
-    return nullptr;
+  for (unsigned round = slotCount_; round; --round, i = (i + 1) & mask) {
+    TulDictionaryEntry* e = slots[i].entry;
+    if (!e) break;
+    if (slots[i].hash == hash && sameKey(e, key, len)) return e;
   }
-  for (;; i = (i + 1) & mask) {
-    const Slot& slot = slots[i];
-    if (!slot.entry) return nullptr;
-    if (slot.hash == hash && sameKey(slot.entry, key, len)) return slot.entry;
-  }
+  return nullptr;
 }
 
 // Into the first free slot from the entry's own; the caller made sure there

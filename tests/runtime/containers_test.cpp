@@ -104,3 +104,22 @@ TEST(DictionaryTest, HeldEntriesOutliveReuseAndTheirDictionary) {
     EXPECT_STREQ(e->key.c_str(), std::to_string(3 * k).c_str());
   }
 }
+
+// Two keys of one length and one hash (found by search) stay two entries.
+TEST(DictionaryTest, KeysOfOneHashStayApart) {
+  TulDictionary d;
+  *d["k9J00PH23"] = TulValue(1);
+  *d["kR0007H23"] = TulValue(2);
+  EXPECT_EQ(static_cast<int>(d.find("k9J00PH23")->value), 1);
+  EXPECT_EQ(static_cast<int>(d.find("kR0007H23")->value), 2);
+}
+
+// Assignment replaces the keys with the other's, in its order.
+TEST(DictionaryTest, AssignmentTakesTheOthersKeys) {
+  TulDictionary a, b;
+  *a["x"] = TulValue(1);
+  *b["y"] = TulValue(2);
+  *b["z"] = TulValue(3);
+  a = b;
+  EXPECT_TRUE(!a.find("x") && a.count() == 2 && a.getFirst()->next == a.find("z"));
+}
