@@ -96,6 +96,37 @@ const MethodEntry* findEntry(const TulClass* cls, const char* name, bool isStati
 // remembers stands only in the generation it was filled in (class.cpp).
 extern std::uint64_t gMethodGeneration;
 
+// strcmp(a, b) == 0 for the short names of methods, inline: the C
+// library's vectorised comparison costs more than these few bytes, most of
+// all under an emulator.
+inline bool sameName(const char* a, const char* b) {
+  for (; *a == *b; ++a, ++b)
+    if (!*a) return true;
+  return false;
+}
+
+inline std::size_t cacheSlotOf(const char* name) {
+  const auto a = reinterpret_cast<std::uintptr_t>(name);
+  return (a ^ (a >> 3) ^ (a >> 7)) % MethodLookupCache::kSlots;
+}
+
+// What the class's cache holds for name in this generation, read inline (a
+// call by name asks it first); null when the slot holds something else.
+inline const MethodEntry* cachedEntry(const TulClass* cls, const char* name, bool isStatic) {
+  const auto& slots = isStatic ? cls->state().lookups.statics : cls->state().lookups.instance;
+  const MethodLookupCache::Slot& slot = slots[cacheSlotOf(name)];
+  if (slot.name == name && slot.generation == gMethodGeneration &&
+      sameName(slot.entry->name.c_str(), name))
+    return slot.entry;
+  return nullptr;
+}
+
+// findEntry with the cache read inline; cls and name are not null.
+inline const MethodEntry* findEntryFast(const TulClass* cls, const char* name, bool isStatic) {
+  if (const MethodEntry* e = cachedEntry(cls, name, isStatic)) return e;
+  return findEntry(cls, name, isStatic);
+}
+
 // The instance method a call site names, through what the site remembers
 // (see TulCallSite); null when the chain binds none. What the site remembers
 // is checked inline, the lookup is out of line.
