@@ -8,6 +8,7 @@
 #include <new>
 
 #include "host/containers.h"
+#include "runtime/block_cache.h"
 #include "runtime/machine_impl.h"
 
 namespace {
@@ -44,6 +45,19 @@ TulBuffer& TulBuffer::operator=(const TulBuffer& other) {
 }
 
 TulBuffer::~TulBuffer() { std::free(data_); }
+
+using BufferBlocks = tulrt::detail::BlockCache<sizeof(TulBuffer)>;
+
+void* TulBuffer::operator new(std::size_t size) {
+  return size == sizeof(TulBuffer) ? BufferBlocks::take() : ::operator new(size);
+}
+
+void TulBuffer::operator delete(void* block, std::size_t size) {
+  if (size == sizeof(TulBuffer))
+    BufferBlocks::give(block);
+  else
+    ::operator delete(block);
+}
 
 // False, with nothing changed, when the memory cannot be had.
 bool TulBuffer::reserve(unsigned cap) {
