@@ -31,6 +31,10 @@ struct Machine::Impl {
   Machine* self = nullptr;
   InterpSlot slot;
   Ref<TulDictionary> classes;
+  // The entry findClass found last and the address of the name it was asked
+  // by: hosts ask for one class by one name again and again.
+  Ref<TulDictionaryEntry> lastClass;
+  const char* lastClassName = nullptr;
   // Every class made for this machine; each holds one reference from here
   // until teardown.
   std::vector<TulClass*> classList;
