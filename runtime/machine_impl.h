@@ -100,13 +100,16 @@ const MethodEntry* findEntry(const TulClass* cls, const char* name, bool isStati
 // remembers stands only in the generation it was filled in (class.cpp).
 extern std::uint64_t gMethodGeneration;
 
-// strcmp(a, b) == 0 for the short names of methods, inline: the C
-// library's vectorised comparison costs more than these few bytes, most of
-// all under an emulator.
-inline bool sameName(const char* a, const char* b) {
-  for (; *a == *b; ++a, ++b)
-    if (!*a) return true;
-  return false;
+// Whether name is the text of a method's name, inline: the C library's
+// vectorised comparison costs more than these few bytes, most of all under
+// an emulator. A bound name never holds a zero byte (it was given as a C
+// string), so its terminator ends the comparison too, and name is read no
+// further than its own first difference.
+inline bool sameName(const std::string& bound, const char* name) {
+  const char* k = bound.c_str();
+  for (std::size_t i = 0, n = bound.size(); i <= n; ++i)
+    if (k[i] != name[i]) return false;
+  return true;
 }
 
 inline std::size_t cacheSlotOf(const char* name) {
@@ -120,7 +123,7 @@ inline const MethodEntry* cachedEntry(const TulClass* cls, const char* name, boo
   const auto& slots = isStatic ? cls->state().lookups.statics : cls->state().lookups.instance;
   const MethodLookupCache::Slot& slot = slots[cacheSlotOf(name)];
   if (slot.name == name && slot.generation == gMethodGeneration &&
-      sameName(slot.entry->name.c_str(), name))
+      sameName(slot.entry->name, name))
     return slot.entry;
   return nullptr;
 }
