@@ -124,10 +124,11 @@ void buildRow(bench::Host& host, const std::vector<AddCall>& layout, const Field
              "object, dictionary and buffer made and freed once for eight members");
   bench::row("Struct: allocations per member in building", allocs, kBuildAllocationsTarget,
              bench::fixed(allocs, 2) + ": each member's record (its four values inside it) "
-             "takes the place of one the last structure released, and shared by the "
-             "structure's " + std::to_string(kMembers) + " members: the dictionary's two "
-             "blocks of entries (two places, then six; the keys inside them) and the "
-             "structure's object, dictionary, buffer and bytes");
+             "takes the place of one the last structure released, and so do the "
+             "dictionary's two blocks of entries (two places, then six; the keys inside "
+             "them) and the structure's object, dictionary and buffer; what is left is "
+             "the buffer's bytes, shared by the structure's " + std::to_string(kMembers) +
+             " members");
 }
 
 // Seconds per update through the interpreter, and per update called straight.

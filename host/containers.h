@@ -117,6 +117,10 @@ class TUL_API TulBuffer : public TulRefObject {
   TulBuffer(const TulBuffer& other);
   TulBuffer& operator=(const TulBuffer& other);
   ~TulBuffer() override;
+  // Buffers are made and dropped with every structure: their blocks are
+  // reused.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* block, std::size_t size);
 
   // Sets the byte size, growing the storage when needed; false when the
   // memory cannot be had (nothing changes then).
@@ -305,6 +309,10 @@ class TUL_API TulDictionary : public TulRefObject {
   TulDictionary(const TulDictionary& other);  // a copy in the same order
   TulDictionary& operator=(const TulDictionary& other);
   ~TulDictionary() override;
+  // Small dictionaries (a structure's members, a record) are made and
+  // dropped again and again: their blocks are reused.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* block, std::size_t size);
 
   TulDictionaryEntry* find(const TulString& key) const;
   TulDictionaryEntry* find(const char* key) const;

@@ -132,7 +132,7 @@ bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   // The record's four values are written in place: its room holds them from
   // the start, so the address of element 1 is fixed before it is taken.
   TulVector* record = newRecord();
-  dict->append(*name, hash)->value = TulValue(record);
+  dict->append(*name, hash)->value = TulValue::strongRef(TulValueType::Vector, record);
   (*record)[kOffset] = TulValue(static_cast<int>(offset));
   (*record)[kValue] = std::move(value);
   (*record)[kSize] = TulValue(static_cast<int>(kind.width));

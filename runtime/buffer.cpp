@@ -8,6 +8,7 @@
 #include <new>
 
 #include "host/containers.h"
+#include "runtime/block_cache.h"
 #include "runtime/machine_impl.h"
 
 namespace {
@@ -45,6 +46,19 @@ TulBuffer& TulBuffer::operator=(const TulBuffer& other) {
 
 TulBuffer::~TulBuffer() { std::free(data_); }
 
+using BufferBlocks = tulrt::detail::BlockCache<sizeof(TulBuffer)>;
+
+void* TulBuffer::operator new(std::size_t size) {
+  return size == sizeof(TulBuffer) ? BufferBlocks::take() : ::operator new(size);
+}
+
+void TulBuffer::operator delete(void* block, std::size_t size) {
+  if (size == sizeof(TulBuffer))
+    BufferBlocks::give(block);
+  else
+    ::operator delete(block);
+}
+
 // False, with nothing changed, when the memory cannot be had.
 bool TulBuffer::reserve(unsigned cap) {
   if (data_ && cap <= cap_) return true;
@@ -56,9 +70,18 @@ bool TulBuffer::reserve(unsigned cap) {
   return true;
 }
 
+// A few bytes more (a structure's member) are zeroed as one fixed block of
+// eight when the room holds it: what lies past the size means nothing, and
+// the C library's call costs more than the bytes.
 bool TulBuffer::setSize(unsigned size) {
   if (!reserve(size)) return false;
-  if (size > size_) std::memset(data_ + size_, 0, size - size_);
+  if (size > size_) {
+    unsigned char* const from = data_ + size_;
+    if (size - size_ <= 8 && cap_ - size_ >= 8)
+      std::memset(from, 0, 8);
+    else
+      std::memset(from, 0, size - size_);
+  }
   size_ = size;
   return true;
 }

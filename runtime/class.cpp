@@ -179,30 +179,13 @@ const MethodEntry* findInChain(const TulClass* cls, const char* name, bool isSta
   return nullptr;
 }
 
-// strcmp(a, b) == 0 for the short names of methods, inline: the C
-// library's vectorised comparison costs more than these few bytes, most of
-// all under an emulator.
-bool sameName(const char* a, const char* b) {
-  for (; *a == *b; ++a, ++b)
-    if (!*a) return true;
-  return false;
-}
-
-std::size_t cacheSlotOf(const char* name) {
-  const auto a = reinterpret_cast<std::uintptr_t>(name);
-  return (a ^ (a >> 3) ^ (a >> 7)) % MethodLookupCache::kSlots;
-}
-
 // A miss is looked up through the chain; only a method found is remembered,
 // so a name no class binds always takes the long way (and reports).
 const MethodEntry* cachedFind(const TulClass* cls, const char* name, bool isStatic) {
-  auto& slots = isStatic ? cls->state().lookups.statics : cls->state().lookups.instance;
-  MethodLookupCache::Slot& slot = slots[cacheSlotOf(name)];
-  if (slot.generation == gMethodGeneration && slot.name == name &&
-      sameName(slot.entry->name.c_str(), name))
-    return slot.entry;
+  if (const MethodEntry* e = cachedEntry(cls, name, isStatic)) return e;
   const MethodEntry* e = findInChain(cls, name, isStatic);
-  if (e) slot = MethodLookupCache::Slot{name, e, gMethodGeneration};
+  auto& slots = isStatic ? cls->state().lookups.statics : cls->state().lookups.instance;
+  if (e) slots[cacheSlotOf(name)] = MethodLookupCache::Slot{name, e, gMethodGeneration};
   return e;
 }
 

@@ -25,6 +25,7 @@
 #include <new>
 #include <utility>
 
+#include "runtime/block_cache.h"
 #include "runtime/machine_impl.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -282,6 +283,19 @@ TulDictionary::~TulDictionary() {
     if (c->live == 0) freeChunk(c); else c->dict = nullptr;
     c = next;
   }
+}
+
+using DictionaryBlocks = tulrt::detail::BlockCache<sizeof(TulDictionary)>;
+
+void* TulDictionary::operator new(std::size_t size) {
+  return size == sizeof(TulDictionary) ? DictionaryBlocks::take() : ::operator new(size);
+}
+
+void TulDictionary::operator delete(void* block, std::size_t size) {
+  if (size == sizeof(TulDictionary))
+    DictionaryBlocks::give(block);
+  else
+    ::operator delete(block);
 }
 
 // A free place if there is one, else the next of the newest block, else the

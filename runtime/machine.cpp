@@ -82,6 +82,7 @@ void breakCycles(Machine::Impl& m) {
 
 // Classes still held elsewhere outlive the machine, cut off from it.
 void releaseClasses(Machine::Impl& m) {
+  m.lastClass.reset();
   m.classes->clear();
   m.classes.reset();
   std::vector<TulClass*> classes;
@@ -151,9 +152,32 @@ Interpreter& Machine::interp() { return impl_->slot.interp; }
 
 void Machine::setInDbg(bool on) { impl_->inDbg = on; }
 
+namespace {
+
+// Whether key holds exactly the text name.
+bool holdsName(const TulString& key, const char* name) {
+  const char* k = key.c_str();
+  for (unsigned i = 0; k[i] == name[i]; ++i)
+    if (!name[i]) return i == key.length();
+  return false;
+}
+
+}  // namespace
+
+// The entry found last is asked first: the same address and the same text,
+// and still in the registry (an erased entry keeps its key). Its value is
+// read anew, so a class registered over it is seen.
 TulClass* Machine::findClass(const char* name) {
-  const TulDictionaryEntry* e = name ? impl_->classes->find(name) : nullptr;
-  return e ? static_cast<TulClass*>(e->value) : nullptr;
+  if (!name) return nullptr;
+  Impl& m = *impl_;
+  const TulDictionaryEntry* last = m.lastClass.get();
+  if (last && m.lastClassName == name && !last->erased() && holdsName(last->key, name))
+    return static_cast<TulClass*>(last->value);
+  TulDictionaryEntry* e = m.classes->find(name);
+  if (!e) return nullptr;
+  m.lastClass = Ref<TulDictionaryEntry>(e);
+  m.lastClassName = name;
+  return static_cast<TulClass*>(e->value);
 }
 
 TulClass* Machine::defineClass(const char* name, TulClass* base,

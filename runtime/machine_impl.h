@@ -31,6 +31,10 @@ struct Machine::Impl {
   Machine* self = nullptr;
   InterpSlot slot;
   Ref<TulDictionary> classes;
+  // The entry findClass found last and the address of the name it was asked
+  // by: hosts ask for one class by one name again and again.
+  Ref<TulDictionaryEntry> lastClass;
+  const char* lastClassName = nullptr;
   // Every class made for this machine; each holds one reference from here
   // until teardown.
   std::vector<TulClass*> classList;
@@ -95,6 +99,40 @@ const MethodEntry* findEntry(const TulClass* cls, const char* name, bool isStati
 // Bumped by every change to any method table or class chain; what a cache
 // remembers stands only in the generation it was filled in (class.cpp).
 extern std::uint64_t gMethodGeneration;
+
+// Whether name is the text of a method's name, inline: the C library's
+// vectorised comparison costs more than these few bytes, most of all under
+// an emulator. A bound name never holds a zero byte (it was given as a C
+// string), so its terminator ends the comparison too, and name is read no
+// further than its own first difference.
+inline bool sameName(const std::string& bound, const char* name) {
+  const char* k = bound.c_str();
+  for (std::size_t i = 0, n = bound.size(); i <= n; ++i)
+    if (k[i] != name[i]) return false;
+  return true;
+}
+
+inline std::size_t cacheSlotOf(const char* name) {
+  const auto a = reinterpret_cast<std::uintptr_t>(name);
+  return (a ^ (a >> 3) ^ (a >> 7)) % MethodLookupCache::kSlots;
+}
+
+// What the class's cache holds for name in this generation, read inline (a
+// call by name asks it first); null when the slot holds something else.
+inline const MethodEntry* cachedEntry(const TulClass* cls, const char* name, bool isStatic) {
+  const auto& slots = isStatic ? cls->state().lookups.statics : cls->state().lookups.instance;
+  const MethodLookupCache::Slot& slot = slots[cacheSlotOf(name)];
+  if (slot.name == name && slot.generation == gMethodGeneration &&
+      sameName(slot.entry->name, name))
+    return slot.entry;
+  return nullptr;
+}
+
+// findEntry with the cache read inline; cls and name are not null.
+inline const MethodEntry* findEntryFast(const TulClass* cls, const char* name, bool isStatic) {
+  if (const MethodEntry* e = cachedEntry(cls, name, isStatic)) return e;
+  return findEntry(cls, name, isStatic);
+}
 
 // The instance method a call site names, through what the site remembers
 // (see TulCallSite); null when the chain binds none. What the site remembers

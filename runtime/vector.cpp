@@ -31,7 +31,10 @@ TulVector::TulVector() : data_(shortRoom()), size_(0), cap_(0) {
 TulVector::TulVector(unsigned n, bool filled) : TulVector() {
   if (n <= kShortRoom) cap_ = n; else reallocate(n);
   if (!filled) return;
-  for (; size_ < n; ++size_) new (data_ + size_) TulValue();
+  // Counted in a local, so the size is written once rather than per value.
+  TulValue* const room = data_;
+  for (unsigned i = 0; i < n; ++i) new (room + i) TulValue();
+  size_ = n;
 }
 
 TulVector::TulVector(const TulVector& other) : TulVector() {
@@ -126,8 +129,17 @@ void TulVector::pop_back() {
   data_[size_].~TulValue();
 }
 
+// From the back, each value taken out before it is released (a release may
+// run code that reads this vector); values holding no reference are simply
+// dropped.
 void TulVector::clear() {
-  while (size_) pop_back();
+  while (size_) {
+    TulValue& slot = data_[--size_];
+    if (slot.type() >= TulValueType::Object) {
+      TulValue last(std::move(slot));
+    }
+    slot.~TulValue();
+  }
 }
 
 ValPtr TulVector::last() { return ValPtr{this, static_cast<int>(size_) - 1}; }

@@ -29,6 +29,21 @@ TEST_F(ClassTest, RegistrationNamesTheClassAndRefusesTakenNames) {
   EXPECT_EQ(vm().allClasses().size(), 3u);
 }
 
+// findClass remembers the last name's address: a buffer that now holds
+// another name, and an entry erased or replaced since, are looked up again.
+TEST_F(ClassTest, FindClassSeesANameBufferReusedAndTheRegistryChanged) {
+  TulClass* a = vm().defineClass("A", nullptr);
+  TulClass* b = vm().defineClass("B", nullptr);
+  char name[] = "A";
+  EXPECT_EQ(vm().findClass(name), a);
+  name[0] = 'B';
+  EXPECT_EQ(vm().findClass(name), b);
+  vm().classes().erase(TulString("B"));
+  EXPECT_EQ(vm().findClass(name), nullptr);
+  (*vm().classes()["B"]) = TulValue(a);
+  EXPECT_EQ(vm().findClass(name), a);
+}
+
 TEST_F(ClassTest, RebindingKeepsTheMethodsPlaceAndStaticsAreFoundThroughTheChain) {
   TulClass* cls = vm().defineClass("K", nullptr);
   cls->addMethod("first", nop, 0);
