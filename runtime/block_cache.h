@@ -51,5 +51,20 @@ class BlockCache {
   static inline unsigned count_ = 0;
 };
 
+// A class's own operator new and delete through the cache of its size; a
+// derived class of another size goes to the heap.
+template <class T>
+void* newCached(std::size_t size) {
+  return size == sizeof(T) ? BlockCache<sizeof(T)>::take() : ::operator new(size);
+}
+
+template <class T>
+void deleteCached(void* block, std::size_t size) {
+  if (size == sizeof(T))
+    BlockCache<sizeof(T)>::give(block);
+  else
+    ::operator delete(block);
+}
+
 }  // namespace detail
 }  // namespace tulrt

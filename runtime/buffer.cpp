@@ -46,17 +46,10 @@ TulBuffer& TulBuffer::operator=(const TulBuffer& other) {
 
 TulBuffer::~TulBuffer() { std::free(data_); }
 
-using BufferBlocks = tulrt::detail::BlockCache<sizeof(TulBuffer)>;
-
-void* TulBuffer::operator new(std::size_t size) {
-  return size == sizeof(TulBuffer) ? BufferBlocks::take() : ::operator new(size);
-}
+void* TulBuffer::operator new(std::size_t size) { return tulrt::detail::newCached<TulBuffer>(size); }
 
 void TulBuffer::operator delete(void* block, std::size_t size) {
-  if (size == sizeof(TulBuffer))
-    BufferBlocks::give(block);
-  else
-    ::operator delete(block);
+  tulrt::detail::deleteCached<TulBuffer>(block, size);
 }
 
 // False, with nothing changed, when the memory cannot be had.

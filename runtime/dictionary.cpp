@@ -285,17 +285,10 @@ TulDictionary::~TulDictionary() {
   }
 }
 
-using DictionaryBlocks = tulrt::detail::BlockCache<sizeof(TulDictionary)>;
-
-void* TulDictionary::operator new(std::size_t size) {
-  return size == sizeof(TulDictionary) ? DictionaryBlocks::take() : ::operator new(size);
-}
+void* TulDictionary::operator new(std::size_t size) { return tulrt::detail::newCached<TulDictionary>(size); }
 
 void TulDictionary::operator delete(void* block, std::size_t size) {
-  if (size == sizeof(TulDictionary))
-    DictionaryBlocks::give(block);
-  else
-    ::operator delete(block);
+  tulrt::detail::deleteCached<TulDictionary>(block, size);
 }
 
 // A free place if there is one, else the next of the newest block, else the

@@ -128,17 +128,10 @@ TulString::~TulString() {
   if (!isShort()) std::free(data_);
 }
 
-using StringBlocks = tulrt::detail::BlockCache<sizeof(TulString)>;
-
-void* TulString::operator new(std::size_t size) {
-  return size == sizeof(TulString) ? StringBlocks::take() : ::operator new(size);
-}
+void* TulString::operator new(std::size_t size) { return tulrt::detail::newCached<TulString>(size); }
 
 void TulString::operator delete(void* block, std::size_t size) {
-  if (size == sizeof(TulString))
-    StringBlocks::give(block);
-  else
-    ::operator delete(block);
+  tulrt::detail::deleteCached<TulString>(block, size);
 }
 
 TulString TulString::format(const char* fmt, ...) {
