@@ -383,9 +383,39 @@ bool Interpreter::call(TulValue& result, TulClass* cls, const char* name,
   return detail::invoke(m, callee, self, args, nargs, result);
 }
 
+// runFrame's work for the one shape a script's call of a native method
+// takes: `this` held by the frame, the arguments moved in, and the answer
+// written straight into result from its slot, before the slots are emptied
+// (a destructor run then may take the slots above top). An argument is left
+// nil even when the frame does not fit, so the caller has none to drop.
 bool Interpreter::callNative(TulValue& result, NativeMethod fn, const TulValue& self,
                              TulValue* args, int nargs) {
-  return runFrame(implOf(this), fn, &self, args, nargs, result);
+  Machine::Impl& m = implOf(this);
+  const int argc = nargs + 1;
+  if (!fitsFrame(m, argc + 1)) {
+    for (int i = 0; i < nargs; ++i) drop(args[i]);
+    return report(&m, kStackOverflow);
+  }
+  TulVector& stack = *m.stack;
+  const int savedTop = m.top;
+  const int p = savedTop + 1;
+  TulValue* const frame = &stack[static_cast<unsigned>(p)];
+  if (frame->type() != TulValueType::Nil) *frame = TulValue();
+  place(frame[1], self);
+  for (int i = 0; i < nargs; ++i) place(frame[2 + i], std::move(args[i]));
+  ValPtr sp{&stack, p + argc};
+  m.top = p + argc;
+  ++m.depth;
+  const bool ok = runCallee(m, fn, argc, sp);
+  --m.depth;
+  TulValue* from = frame;
+  if (ok) {
+    result = std::move(*frame);
+    ++from;
+  }
+  m.top = savedTop;
+  resetSlots(from, &stack[static_cast<unsigned>(frameEnd(stack, sp, p + argc))]);
+  return ok;
 }
 
 bool Interpreter::callMember(TulValue& result, TulObject* obj, const char* name,

@@ -464,15 +464,28 @@ NativeMethod Interp::knownNative(const Frame& f, const TulValue*& obj) {
 }
 
 // A native method takes its arguments where they are: they are moved into
-// the runtime's frame.
+// the runtime's frame, which leaves them nil, so a call that ran has none
+// to drop; one refused before the runtime saw it still holds them.
+// The answer goes straight into a local destination: the runtime writes it
+// only when the call succeeds, and the compiler never marks the object's
+// temp as freed when it is the destination too.
 bool Interp::nativeMethod(Frame& f, const TulValue& obj, NativeMethod native) {
   const Ins* ip = f.ip;
   const int n = f.code->calls[static_cast<std::size_t>(ip->c)].argc;
   TulValue* args = f.slots + ip->d;
+  const bool freeB = ip->flags & kFreeB;
+  if (operand::space(ip->a) == operand::Local) {
+    const bool ok = callNative(f, lines::Op, obj, native, args, n, f.slots[operand::index(ip->a)]);
+    if (!ok)
+      for (int i = 0; i < n; ++i) dropRef(args[i]);
+    if (freeB) dropRef(f.slots[operand::index(ip->b)]);
+    return ok;
+  }
   TulValue out;
   const bool ok = callNative(f, lines::Op, obj, native, args, n, out);
-  for (int i = 0; i < n; ++i) dropRef(args[i]);
-  if (ip->flags & kFreeB) dropRef(f.slots[operand::index(ip->b)]);
+  if (!ok)
+    for (int i = 0; i < n; ++i) dropRef(args[i]);
+  if (freeB) dropRef(f.slots[operand::index(ip->b)]);
   return ok && store(ip->a, f, std::move(out));
 }
 
