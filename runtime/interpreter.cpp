@@ -5,6 +5,7 @@
 // used is Nil again and `top` and `depth` are restored, whether the call
 // succeeded or failed.
 #include <cassert>
+#include <cstring>
 #include <exception>
 #include <new>
 #include <string>
@@ -125,6 +126,14 @@ void place(TulValue& slot, TulValue&& v) {
 
 const TulValue& selfOf(const TulValue* self) { return *self; }
 TulValue selfOf(TulObject* self) { return TulValue::strongRef(TulValueType::Object, self); }
+
+// Moves a value's 16 bytes into a nil slot and leaves the source nil (all
+// bytes zero), as the move constructor does: a reference travels with its
+// bits, so nothing is retained or released.
+inline void relocate(TulValue& to, TulValue& from) {
+  std::memcpy(static_cast<void*>(&to), static_cast<const void*>(&from), sizeof(TulValue));
+  std::memset(static_cast<void*>(&from), 0, sizeof(TulValue));
+}
 
 // Releases what a slot held (see resetSlots).
 void drop(TulValue& slot) { TulValue dropped(std::move(slot)); }
@@ -383,6 +392,7 @@ bool Interpreter::call(TulValue& result, TulClass* cls, const char* name,
   return detail::invoke(m, callee, self, args, nargs, result);
 }
 
+
 // runFrame's work for the one shape a script's call of a native method
 // takes: `this` held by the frame, the arguments moved in, and the answer
 // written straight into result from its slot, before the slots are emptied
@@ -402,7 +412,10 @@ bool Interpreter::callNative(TulValue& result, NativeMethod fn, const TulValue& 
   TulValue* const frame = &stack[static_cast<unsigned>(p)];
   if (frame->type() != TulValueType::Nil) *frame = TulValue();
   place(frame[1], self);
-  for (int i = 0; i < nargs; ++i) place(frame[2 + i], std::move(args[i]));
+  for (int i = 0; i < nargs; ++i) {
+    if (holdsReference(frame[2 + i])) drop(frame[2 + i]);
+    relocate(frame[2 + i], args[i]);
+  }
   ValPtr sp{&stack, p + argc};
   m.top = p + argc;
   ++m.depth;
@@ -410,7 +423,10 @@ bool Interpreter::callNative(TulValue& result, NativeMethod fn, const TulValue& 
   --m.depth;
   TulValue* from = frame;
   if (ok) {
-    result = std::move(*frame);
+    if (holdsReference(result))
+      result = std::move(*frame);
+    else
+      relocate(result, *frame);
     ++from;
   }
   m.top = savedTop;
