@@ -69,11 +69,11 @@ class Frame {
   bool retInt(int v) { return ret(TulValue(v)); }
   bool retBool(bool b) { return ret(TulValue(b ? 1 : 0)); }
   // Constructors: the object itself. `this` held strongly in its slot is
-  // moved to the result slot (the method ends here, and the frame still
-  // owns the object there); a weak one gives a strong reference.
+  // copied as it is (not moved: a caller that built the frame itself may
+  // call again with the same `this`); a weak one gives a strong reference.
   bool retSelf() {
-    TulValue& self = (*result_.vec)[static_cast<unsigned>(result_.index + 1)];
-    if (first_ == 2 && self.type() == TulValueType::Object) return ret(std::move(self));
+    const TulValue& self = (*result_.vec)[static_cast<unsigned>(result_.index + 1)];
+    if (first_ == 2 && self.type() == TulValueType::Object) return ret(TulValue(self));
     return retSelfSlow();
   }
   bool retNothing();  // the result slot is left empty

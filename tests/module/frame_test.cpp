@@ -67,5 +67,22 @@ TEST_F(FrameRules, AFailedCallLeavesTheStackAsItWas) {
   EXPECT_EQ(interp().stackUsed(), used);
 }
 
+// A method answering its own object copies it: a host that built the frame
+// itself may call again with the same `this` in its slot.
+TEST_F(FrameRules, AnAnswerOfThisLeavesThisInItsSlot) {
+  NativeMethod append = nullptr;
+  for (const MethodRow& m : kStringSpec.methods)
+    if (std::string(m.name) == "append") append = m.fn;
+  const TulValue s = make("String");
+  TulVector frame;
+  for (const TulValue& v : {TulValue(), s, TulValue(new TulString("a"))}) frame.push_back(v);
+  for (int call = 0; call < 2; ++call) {
+    ValPtr sp{&frame, 2};
+    ASSERT_TRUE(append(vm_, 2, sp)) << interp().lastError().message;
+    EXPECT_EQ(static_cast<TulObject*>(frame[1]), static_cast<TulObject*>(s));
+  }
+  EXPECT_EQ(errorOf(s, "compare", {TulValue(new TulString("aa"))}), "");
+}
+
 
 }  // namespace
