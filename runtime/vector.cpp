@@ -130,16 +130,18 @@ void TulVector::pop_back() {
 }
 
 // From the back, each value taken out before it is released (a release may
-// run code that reads this vector); values holding no reference are simply
-// dropped.
+// run code that reads or changes this vector, so the size is stored first
+// and read again after); values holding no reference are simply dropped, a
+// run of them with one store of the size.
 void TulVector::clear() {
-  while (size_) {
-    TulValue& slot = data_[--size_];
-    if (slot.type() >= TulValueType::Object) {
-      TulValue last(std::move(slot));
-    }
-    slot.~TulValue();
+  for (unsigned n = size_; n;) {
+    TulValue& slot = data_[--n];
+    if (slot.type() < TulValueType::Object) continue;
+    size_ = n;
+    { TulValue last(std::move(slot)); }
+    n = size_;
   }
+  size_ = 0;
 }
 
 ValPtr TulVector::last() { return ValPtr{this, static_cast<int>(size_) - 1}; }
