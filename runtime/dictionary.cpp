@@ -26,6 +26,7 @@
 #include <utility>
 
 #include "runtime/block_cache.h"
+#include "runtime/live_links.h"
 #include "runtime/machine_impl.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -263,7 +264,7 @@ TulDictionary& TulDictionary::operator=(const TulDictionary& other) {
 // to go with the dictionary; its value is released after it, as when it
 // goes through its last release.
 TulDictionary::~TulDictionary() {
-  tulrt::detail::untrackContainer(live_);
+  tulrt::detail::unlinkContainer(live_);
   TulDictionaryEntry* const head = first_;
   first_ = last_ = nullptr;
   count_ = 0;

@@ -9,6 +9,7 @@
 #include <new>
 #include <utility>
 
+#include "runtime/live_links.h"
 #include "runtime/machine_impl.h"
 
 namespace {
@@ -24,7 +25,7 @@ unsigned grownCapacity(unsigned cap) {
 }  // namespace
 
 TulVector::TulVector() : data_(shortRoom()), size_(0), cap_(0) {
-  tulrt::detail::trackContainer(live_, this);
+  tulrt::detail::linkContainer(live_, this);
 }
 
 // Room of up to kShortRoom values is the vector's own: nothing to allocate.
@@ -54,7 +55,7 @@ TulVector& TulVector::operator=(const TulVector& other) {
 }
 
 TulVector::~TulVector() {
-  tulrt::detail::untrackContainer(live_);
+  tulrt::detail::unlinkContainer(live_);
   clear();
   if (!isShort()) std::free(data_);
 }
@@ -135,10 +136,11 @@ void TulVector::pop_back() {
 // run of them with one store of the size.
 void TulVector::clear() {
   for (unsigned n = size_; n;) {
-    TulValue& slot = data_[--n];
-    if (slot.type() < TulValueType::Object) continue;
-    size_ = n;
-    { TulValue last(std::move(slot)); }
+    const TulValue* const data = data_;
+    while (n && data[n - 1].type() < TulValueType::Object) --n;
+    if (!n) break;
+    size_ = --n;
+    { TulValue last(std::move(data_[n])); }
     n = size_;
   }
   size_ = 0;
