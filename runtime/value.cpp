@@ -44,6 +44,7 @@ struct ReleaseQueue {
 // A structure's parts (its object, members, dictionary, entries and their
 // records) lie four deep: all of them are freed without a queue.
 constexpr unsigned kInlineDepth = 6;
+static_assert(kInlineDepth >= 2, "the outermost release never queues");
 
 // Above this many entries the queue's storage is given back after a drain.
 constexpr std::size_t kKeptQueueCapacity = 1024;
@@ -107,29 +108,37 @@ TulRefObject::~TulRefObject() {
 }
 
 // An object whose count reaches zero during another's destruction is
-// destroyed at once when the nesting allows, else queued. The destruction
-// at the deepest allowed level, and the outermost one, free their queue
-// after themselves, the first queued first and each one's own queue before
-// its next sibling: the same order of last releases (and so of dtors) as
-// plain recursion, whether a part was destroyed inside its owner or queued.
+// destroyed at once when the nesting allows, else queued. Only the
+// destruction at the deepest level queues, and it frees its queue after
+// itself, the first queued first and each one's own queue before its next
+// sibling: the same order of last releases (and so of dtors) as plain
+// recursion, whether a part was destroyed inside its owner or queued.
 void TulRefObject::releaseLast() {
   assert(refs_ == 0 && "release without a matching retain");
   ReleaseQueue& q = releaseQueue();
   const unsigned depth = q.depth;
-  if (q.draining && depth + 1 < kInlineDepth) {
-    // Nothing is queued at this level: what this object releases is
-    // destroyed inside it in turn.
+  if (!q.draining) {
+    // The first release on this thread, or the first inside a dtor's own
+    // queue: it counts nesting afresh.
+    q.draining = true;
+    q.depth = 1;
+    lastReleased();
+    q.draining = false;
+    q.depth = depth;
+    return;
+  }
+  if (depth + 1 < kInlineDepth) {
     q.depth = depth + 1;
     lastReleased();
     q.depth = depth;
     return;
   }
-  if (q.draining && depth >= kInlineDepth) {
+  if (depth >= kInlineDepth) {
     q.pending.push_back(this);
     return;
   }
   // Frees this object and its queue, with its own stack frame so that the
-  // path above stays a few instructions.
+  // paths above stay a few instructions.
   struct Drain {
     static void NOINLINE_DRAIN run(ReleaseQueue& q, TulRefObject* first) {
       const std::size_t base = q.pending.size();
@@ -145,20 +154,11 @@ void TulRefObject::releaseLast() {
       }
     }
   };
-  if (q.draining) {
-    q.depth = kInlineDepth;
-    Drain::run(q, this);
-    q.depth = depth;
-    return;
-  }
-  // The first release on this thread, or the first inside a dtor's own
-  // queue: it counts nesting afresh.
-  q.draining = true;
-  q.depth = 1;
+  q.depth = kInlineDepth;
   Drain::run(q, this);
-  q.draining = false;
   q.depth = depth;
-  if (q.pending.capacity() > kKeptQueueCapacity) std::vector<TulRefObject*>().swap(q.pending);
+  if (q.pending.empty() && q.pending.capacity() > kKeptQueueCapacity)
+    std::vector<TulRefObject*>().swap(q.pending);
 }
 
 TulWeakLink* TulRefObject::weakLink() {
