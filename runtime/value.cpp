@@ -6,7 +6,6 @@
 #include "host/value.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cassert>
 #include <climits>
 #include <cmath>
@@ -19,8 +18,11 @@
 
 namespace {
 
-// Every TulRefObject constructed minus those destroyed.
-std::atomic<long> gLiveObjects{0};
+// Every TulRefObject constructed minus those destroyed. Objects are made and
+// freed on the host's one thread (the block caches take no lock either), so
+// the count is a plain one: a locked add on every object made and freed
+// cost more than the rest of a small object's release.
+long gLiveObjects = 0;
 
 constexpr int kFirstRefTag = static_cast<int>(TulValueType::Object);
 constexpr int kWeakTag = static_cast<int>(TulValueType::ObjectRef);
@@ -344,7 +346,7 @@ TUL_REF_CONVERSION(TulDictionaryEntry, DictEntry)
 
 namespace tulrt {
 
-long liveObjects() { return gLiveObjects.load(); }
+long liveObjects() { return gLiveObjects; }
 
 namespace {
 
