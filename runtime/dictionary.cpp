@@ -280,7 +280,7 @@ TulDictionary::~TulDictionary() {
     TulValue old(std::move(e->value));
     if (e->dropCount()) {
       TulDictionaryChunk* c = e->chunk_;
-      e->~TulDictionaryEntry();
+      e->TulDictionaryEntry::~TulDictionaryEntry();
       --c->live;
     } else {
       e->value.dispose();

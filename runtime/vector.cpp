@@ -54,9 +54,16 @@ TulVector& TulVector::operator=(const TulVector& other) {
   return *this;
 }
 
+// Values holding no reference need nothing: a vector of numbers (a member
+// record) goes without a call to clear.
 TulVector::~TulVector() {
   tulrt::detail::unlinkContainer(live_);
-  clear();
+  for (unsigned i = size_; i;) {
+    if (data_[--i].type() >= TulValueType::Object) {
+      clear();
+      break;
+    }
+  }
   if (!isShort()) std::free(data_);
 }
 
