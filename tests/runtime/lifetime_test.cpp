@@ -177,4 +177,36 @@ TEST_F(ReleaseChainTest, DtorsRunInChainOrderAndMayReleaseOrResurrect) {
   EXPECT_EQ(static_cast<TulObject*>(weakLast), nullptr);
 }
 
+// Every link holds an extra object that its dtor drops: the extra's dtor
+// runs before the link's goes on, however deep in the chain the link lies.
+TEST_F(ReleaseChainTest, ADtorsOwnReleasesFinishAtAnyDepth) {
+  TulClass* link = vm().defineClass("LINK", nullptr, {"next", "id", "extra"});
+  std::vector<int> ran;
+  tulrt::addScriptMethod(link, "dtor", [&](TulVirtualMachine*, int argc, ValPtr& sp) {
+    TulVector& m = *static_cast<TulObject*>(frameSlot(sp, argc, 1))->getMemberData();
+    ran.push_back(static_cast<int>(m[1]));
+    if (m[2].isObject()) {
+      m[2] = TulValue();
+      ran.push_back(-static_cast<int>(m[1]));
+    }
+    return true;
+  });
+  auto make = [link](int id, TulValue next, TulValue extra) {
+    TulValue v(new TulObject(link));
+    TulVector& m = *static_cast<TulObject*>(v)->getMemberData();
+    m[0] = std::move(next);
+    m[1] = TulValue(id);
+    m[2] = std::move(extra);
+    return v;
+  };
+  TulValue head;
+  std::vector<int> expected;
+  for (int i = 1; i <= 20; ++i) {
+    head = make(21 - i, std::move(head), make(100 + 21 - i, TulValue(), TulValue()));
+    expected.insert(expected.begin(), {21 - i, 100 + 21 - i, -(21 - i)});
+  }
+  head = TulValue();
+  EXPECT_EQ(ran, expected);
+}
+
 }  // namespace
