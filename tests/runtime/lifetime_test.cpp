@@ -181,29 +181,21 @@ TEST_F(ReleaseChainTest, DtorsRunInChainOrderAndMayReleaseOrResurrect) {
 // runs before the link's goes on, however deep in the chain the link lies.
 TEST_F(ReleaseChainTest, ADtorsOwnReleasesFinishAtAnyDepth) {
   TulClass* link = vm().defineClass("LINK", nullptr, {"next", "id", "extra"});
-  std::vector<int> ran;
+  std::vector<int> ran, expected;
   tulrt::addScriptMethod(link, "dtor", [&](TulVirtualMachine*, int argc, ValPtr& sp) {
     TulVector& m = *static_cast<TulObject*>(frameSlot(sp, argc, 1))->getMemberData();
     ran.push_back(static_cast<int>(m[1]));
-    if (m[2].isObject()) {
-      m[2] = TulValue();
-      ran.push_back(-static_cast<int>(m[1]));
-    }
+    if (m[2].isObject()) m[2] = TulValue(), ran.push_back(-static_cast<int>(m[1]));
     return true;
   });
-  auto make = [link](int id, TulValue next, TulValue extra) {
-    TulValue v(new TulObject(link));
-    TulVector& m = *static_cast<TulObject*>(v)->getMemberData();
-    m[0] = std::move(next);
-    m[1] = TulValue(id);
-    m[2] = std::move(extra);
-    return v;
-  };
   TulValue head;
-  std::vector<int> expected;
-  for (int i = 1; i <= 20; ++i) {
-    head = make(21 - i, std::move(head), make(100 + 21 - i, TulValue(), TulValue()));
-    expected.insert(expected.begin(), {21 - i, 100 + 21 - i, -(21 - i)});
+  for (int id = 20; id >= 1; --id) {
+    TulValue next(new TulObject(link)), extra(new TulObject(link));
+    (*static_cast<TulObject*>(extra)->getMemberData())[1] = TulValue(100 + id);
+    TulVector& m = *static_cast<TulObject*>(next)->getMemberData();
+    m[0] = std::move(head), m[1] = TulValue(id), m[2] = std::move(extra);
+    head = std::move(next);
+    expected.insert(expected.begin(), {id, 100 + id, -id});
   }
   head = TulValue();
   EXPECT_EQ(ran, expected);
