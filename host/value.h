@@ -99,6 +99,10 @@ class TUL_API TulRefObject {
   // subclass may run last work first (script destructors) and may keep the
   // object alive by retaining it again.
   virtual void lastReleased();
+  // Takes away one count; true when it was the last, the object then left
+  // at zero for the caller to destroy in place (no last release runs). For
+  // an owner that knows what its part is and how to free it.
+  bool dropCount() { return --refs_ <= 0; }
 
  private:
   void releaseLast();

@@ -26,6 +26,7 @@
 #include <utility>
 
 #include "runtime/block_cache.h"
+#include "runtime/live_links.h"
 #include "runtime/machine_impl.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -258,9 +259,12 @@ TulDictionary& TulDictionary::operator=(const TulDictionary& other) {
 // No one can reach the dictionary any more, so its table is not kept up
 // entry by entry: every entry is first marked erased and cut from its
 // neighbours (a destructor run by a value's release then meets only erased
-// entries), then the values and the entries are released in order.
+// entries), then the values and the entries are released in order. An
+// entry nothing else holds is destroyed here, its place left for its block
+// to go with the dictionary; its value is released after it, as when it
+// goes through its last release.
 TulDictionary::~TulDictionary() {
-  tulrt::detail::untrackContainer(live_);
+  tulrt::detail::unlinkContainer(live_);
   TulDictionaryEntry* const head = first_;
   first_ = last_ = nullptr;
   count_ = 0;
@@ -274,8 +278,13 @@ TulDictionary::~TulDictionary() {
     n = e->prev_;
     e->prev_ = nullptr;
     TulValue old(std::move(e->value));
-    e->value.dispose();
-    e->release();
+    if (e->dropCount()) {
+      TulDictionaryChunk* c = e->chunk_;
+      e->TulDictionaryEntry::~TulDictionaryEntry();
+      --c->live;
+    } else {
+      e->value.dispose();
+    }
   }
   if (slots_ != shortSlots_) freeTable(slots_, std::size_t(slotCount_) * sizeof(Slot));
   for (TulDictionaryChunk* c = chunks_; c;) {

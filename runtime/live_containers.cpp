@@ -7,15 +7,19 @@
 #include <unordered_set>
 #include <vector>
 
+#include "runtime/live_links.h"
 #include "runtime/machine_impl.h"
 
 namespace tulrt {
 namespace detail {
-namespace {
 
 // The list of live containers, newest first, linked through the containers
 // themselves.
-TulLiveLink* gNewest = nullptr;
+TulLiveLink* gNewestContainer = nullptr;
+bool gClearingContainers = false;
+
+namespace {
+
 // While clearLiveContainers runs: the containers of its snapshot that are
 // still alive.
 std::unordered_set<TulRefObject*>* gClearing = nullptr;
@@ -33,32 +37,26 @@ void emptyContainer(TulRefObject* c) {
 
 }  // namespace
 
-void trackContainer(TulLiveLink& link, TulRefObject* c) {
-  link.owner = c;
-  link.prev = nullptr;
-  link.next = gNewest;
-  if (gNewest) gNewest->prev = &link;
-  gNewest = &link;
-}
+void trackContainer(TulLiveLink& link, TulRefObject* c) { linkContainer(link, c); }
 
-void untrackContainer(TulLiveLink& link) {
-  if (link.prev) link.prev->next = link.next; else gNewest = link.next;
-  if (link.next) link.next->prev = link.prev;
-  if (gClearing) gClearing->erase(link.owner);
-}
+void untrackContainer(TulLiveLink& link) { unlinkContainer(link); }
+
+void forgetClearedContainer(TulRefObject* c) { gClearing->erase(c); }
 
 // Emptying one container may destroy others, so each is looked up again
 // before it is touched. Containers made meanwhile are left alone.
 void clearLiveContainers() {
   std::unordered_set<TulRefObject*> live;
-  for (const TulLiveLink* l = gNewest; l; l = l->next) live.insert(l->owner);
+  for (const TulLiveLink* l = gNewestContainer; l; l = l->next) live.insert(l->owner);
   const std::vector<TulRefObject*> snapshot(live.begin(), live.end());
   std::unordered_set<TulRefObject*>* outer = gClearing;
   gClearing = &live;
+  gClearingContainers = true;
   for (TulRefObject* c : snapshot) {
     if (live.count(c)) emptyContainer(c);
   }
   gClearing = outer;
+  gClearingContainers = outer != nullptr;
 }
 
 }  // namespace detail

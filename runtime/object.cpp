@@ -143,8 +143,8 @@ void runOneDtor(Machine::Impl& m, const Callee& dtor, const TulValue& self) {
 // The object is held for the call, so it is deleted by the release at the end
 // unless the dtor stored a reference to it somewhere. The call may come from
 // a release in progress, so the dtor gets a release queue of its own; the
-// final release goes to the caller's queue, since draining the rest of a
-// chain from here would nest one dtor inside the next.
+// final release joins the caller's release in progress once that queue is
+// gone, so the rest of a chain nests here no deeper than any release does.
 //
 // A native class releases what it keeps outside the host (registry entries,
 // system resources) in its dtor, so that dtor runs after a script override

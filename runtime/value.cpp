@@ -6,7 +6,6 @@
 #include "host/value.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cassert>
 #include <climits>
 #include <cmath>
@@ -19,8 +18,11 @@
 
 namespace {
 
-// Every TulRefObject constructed minus those destroyed.
-std::atomic<long> gLiveObjects{0};
+// Every TulRefObject constructed minus those destroyed. Objects are made and
+// freed on the host's one thread (the block caches take no lock either), so
+// the count is a plain one: a locked add on every object made and freed
+// cost more than the rest of a small object's release.
+long gLiveObjects = 0;
 
 constexpr int kFirstRefTag = static_cast<int>(TulValueType::Object);
 constexpr int kWeakTag = static_cast<int>(TulValueType::ObjectRef);
@@ -29,14 +31,22 @@ bool isStrongTag(std::uint8_t tag) {
   return tag >= kFirstRefTag && tag < kWeakTag;
 }
 
-// Objects whose count reached zero while another release was being carried
-// out on this thread. The outermost release frees them in a loop, so a long
-// chain (objects through members, vectors in vectors, ...) needs no deeper
-// native stack than a short one.
+// Releases in progress on this thread. An object whose count reaches zero
+// while another one is being destroyed is destroyed at once, inside it, as
+// long as fewer than kInlineDepth destructions are nested; deeper than that
+// it is queued, and the destruction that queued it frees its queue in a
+// loop once it is done, so a long chain (objects through members, vectors in
+// vectors, ...) needs no deeper native stack than a short one.
 struct ReleaseQueue {
   bool draining = false;
+  unsigned depth = 0;  // nested destructions; 1 for the outermost
   std::vector<TulRefObject*> pending;
 };
+
+// A structure's parts (its object, members, dictionary, entries and their
+// records) lie four deep: all of them are freed without a queue.
+constexpr unsigned kInlineDepth = 6;
+static_assert(kInlineDepth >= 2, "the outermost release never queues");
 
 // Above this many entries the queue's storage is given back after a drain.
 constexpr std::size_t kKeptQueueCapacity = 1024;
@@ -45,6 +55,11 @@ constexpr std::size_t kKeptQueueCapacity = 1024;
 // The runtime is loaded with its program, never opened later, so its one
 // pointer of thread storage can sit in the initial block, read without a
 // call (every last release reads it).
+#if defined(__GNUC__)
+#  define NOINLINE_DRAIN __attribute__((noinline))
+#else
+#  define NOINLINE_DRAIN
+#endif
 #if defined(__GNUC__) && !defined(_WIN32)
 #  define TUL_INITIAL_TLS __attribute__((tls_model("initial-exec")))
 #else
@@ -94,27 +109,58 @@ TulRefObject::~TulRefObject() {
   --gLiveObjects;
 }
 
-// What an object releases while it goes is queued and handled after it, the
-// first released first and each one's own releases before its next sibling:
-// the same order of last releases (and so of dtors) as plain recursion.
+// An object whose count reaches zero during another's destruction is
+// destroyed at once when the nesting allows, else queued. Only the
+// destruction at the deepest level queues, and it frees its queue after
+// itself, the first queued first and each one's own queue before its next
+// sibling: the same order of last releases (and so of dtors) as plain
+// recursion, whether a part was destroyed inside its owner or queued.
 void TulRefObject::releaseLast() {
   assert(refs_ == 0 && "release without a matching retain");
   ReleaseQueue& q = releaseQueue();
-  if (q.draining) {
+  const unsigned depth = q.depth;
+  if (!q.draining) {
+    // The first release on this thread, or the first inside a dtor's own
+    // queue: it counts nesting afresh.
+    q.draining = true;
+    q.depth = 1;
+    lastReleased();
+    q.draining = false;
+    q.depth = depth;
+    return;
+  }
+  if (depth + 1 < kInlineDepth) {
+    q.depth = depth + 1;
+    lastReleased();
+    q.depth = depth;
+    return;
+  }
+  if (depth >= kInlineDepth) {
     q.pending.push_back(this);
     return;
   }
-  q.draining = true;
-  for (TulRefObject* next = this;;) {
-    const std::size_t mark = q.pending.size();
-    next->lastReleased();
-    std::reverse(q.pending.begin() + static_cast<std::ptrdiff_t>(mark), q.pending.end());
-    if (q.pending.empty()) break;
-    next = q.pending.back();
-    q.pending.pop_back();
-  }
-  q.draining = false;
-  if (q.pending.capacity() > kKeptQueueCapacity) std::vector<TulRefObject*>().swap(q.pending);
+  // Frees this object and its queue, with its own stack frame so that the
+  // paths above stay a few instructions.
+  struct Drain {
+    static void NOINLINE_DRAIN run(ReleaseQueue& q, TulRefObject* first) {
+      const std::size_t base = q.pending.size();
+      for (TulRefObject* next = first;;) {
+        const std::size_t mark = q.pending.size();
+        next->lastReleased();
+        const std::size_t end = q.pending.size();
+        if (end - mark > 1)
+          std::reverse(q.pending.begin() + static_cast<std::ptrdiff_t>(mark), q.pending.end());
+        if (end == base) return;
+        next = q.pending.back();
+        q.pending.pop_back();
+      }
+    }
+  };
+  q.depth = kInlineDepth;
+  Drain::run(q, this);
+  q.depth = depth;
+  if (q.pending.empty() && q.pending.capacity() > kKeptQueueCapacity)
+    std::vector<TulRefObject*>().swap(q.pending);
 }
 
 TulWeakLink* TulRefObject::weakLink() {
@@ -300,7 +346,7 @@ TUL_REF_CONVERSION(TulDictionaryEntry, DictEntry)
 
 namespace tulrt {
 
-long liveObjects() { return gLiveObjects.load(); }
+long liveObjects() { return gLiveObjects; }
 
 namespace {
 

@@ -9,6 +9,7 @@
 #include <new>
 #include <utility>
 
+#include "runtime/live_links.h"
 #include "runtime/machine_impl.h"
 
 namespace {
@@ -24,7 +25,7 @@ unsigned grownCapacity(unsigned cap) {
 }  // namespace
 
 TulVector::TulVector() : data_(shortRoom()), size_(0), cap_(0) {
-  tulrt::detail::trackContainer(live_, this);
+  tulrt::detail::linkContainer(live_, this);
 }
 
 // Room of up to kShortRoom values is the vector's own: nothing to allocate.
@@ -53,9 +54,16 @@ TulVector& TulVector::operator=(const TulVector& other) {
   return *this;
 }
 
+// Values holding no reference need nothing: a vector of numbers (a member
+// record) goes without a call to clear.
 TulVector::~TulVector() {
-  tulrt::detail::untrackContainer(live_);
-  clear();
+  tulrt::detail::unlinkContainer(live_);
+  for (unsigned i = size_; i;) {
+    if (data_[--i].type() >= TulValueType::Object) {
+      clear();
+      break;
+    }
+  }
   if (!isShort()) std::free(data_);
 }
 
@@ -130,16 +138,19 @@ void TulVector::pop_back() {
 }
 
 // From the back, each value taken out before it is released (a release may
-// run code that reads this vector); values holding no reference are simply
-// dropped.
+// run code that reads or changes this vector, so the size is stored first
+// and read again after); values holding no reference are simply dropped, a
+// run of them with one store of the size.
 void TulVector::clear() {
-  while (size_) {
-    TulValue& slot = data_[--size_];
-    if (slot.type() >= TulValueType::Object) {
-      TulValue last(std::move(slot));
-    }
-    slot.~TulValue();
+  for (unsigned n = size_; n;) {
+    const TulValue* const data = data_;
+    while (n && data[n - 1].type() < TulValueType::Object) --n;
+    if (!n) break;
+    size_ = --n;
+    { TulValue last(std::move(data_[n])); }
+    n = size_;
   }
+  size_ = 0;
 }
 
 ValPtr TulVector::last() { return ValPtr{this, static_cast<int>(size_) - 1}; }

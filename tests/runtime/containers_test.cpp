@@ -55,6 +55,39 @@ TEST(VectorTest, ElementAddressStaysWhileTheCapacityDoes) {
   EXPECT_EQ(static_cast<int>(v[3]), 4);
 }
 
+// A dictionary that goes frees the entries only it held, with their values;
+// an entry a value still holds stays, erased, with its key and no value.
+TEST(DictionaryTest, OnlyEntriesNothingElseHoldsGoWithTheirDictionary) {
+  const long before = tulrt::liveObjects();
+  TulValue held;
+  {
+    TulValue d(new TulDictionary);
+    for (const char* k : {"a", "b", "c"}) *(*static_cast<TulDictionary*>(d))[k] = TulValue(new TulVector(4, true));
+    held = TulValue(static_cast<TulDictionary*>(d)->find("b"));
+  }
+  auto* e = static_cast<TulDictionaryEntry*>(held);
+  EXPECT_TRUE(e->erased() && e->value.type() == TulValueType::Empty && e->key.compare("b") == 0);
+  EXPECT_EQ(tulrt::liveObjects(), before + 2);  // the entry and its key
+  held = TulValue();
+  EXPECT_EQ(tulrt::liveObjects(), before);
+}
+
+// Vectors and dictionaries nested far deeper than the native stack could
+// recurse are freed.
+TEST(ReleaseTest, LongChainsOfContainersGoWithoutDeepRecursion) {
+  const long before = tulrt::liveObjects();
+  TulValue head;
+  for (int i = 0; i < 300000; ++i) {
+    auto* d = new TulDictionary;
+    *(*d)["in"] = std::move(head);
+    auto* v = new TulVector;
+    v->push_back(TulValue(d));
+    head = TulValue(v);
+  }
+  head = TulValue();
+  EXPECT_EQ(tulrt::liveObjects(), before);
+}
+
 }  // namespace
 
 // Erasing shifts later keys back: after erasing every k-th key (the full

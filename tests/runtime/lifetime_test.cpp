@@ -177,4 +177,28 @@ TEST_F(ReleaseChainTest, DtorsRunInChainOrderAndMayReleaseOrResurrect) {
   EXPECT_EQ(static_cast<TulObject*>(weakLast), nullptr);
 }
 
+// Every link holds an extra object that its dtor drops: the extra's dtor
+// runs before the link's goes on, however deep in the chain the link lies.
+TEST_F(ReleaseChainTest, ADtorsOwnReleasesFinishAtAnyDepth) {
+  TulClass* link = vm().defineClass("LINK", nullptr, {"next", "id", "extra"});
+  std::vector<int> ran, expected;
+  tulrt::addScriptMethod(link, "dtor", [&](TulVirtualMachine*, int argc, ValPtr& sp) {
+    TulVector& m = *static_cast<TulObject*>(frameSlot(sp, argc, 1))->getMemberData();
+    ran.push_back(static_cast<int>(m[1]));
+    if (m[2].isObject()) m[2] = TulValue(), ran.push_back(-static_cast<int>(m[1]));
+    return true;
+  });
+  TulValue head;
+  for (int id = 20; id >= 1; --id) {
+    TulValue next(new TulObject(link)), extra(new TulObject(link));
+    (*static_cast<TulObject*>(extra)->getMemberData())[1] = TulValue(100 + id);
+    TulVector& m = *static_cast<TulObject*>(next)->getMemberData();
+    m[0] = std::move(head), m[1] = TulValue(id), m[2] = std::move(extra);
+    head = std::move(next);
+    expected.insert(expected.begin(), {id, 100 + id, -id});
+  }
+  head = TulValue();
+  EXPECT_EQ(ran, expected);
+}
+
 }  // namespace

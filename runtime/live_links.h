@@ -1,0 +1,38 @@
+// Linking a vector or dictionary into the runtime's list of live containers
+// and out of it, inline: every container made and freed passes through here
+// (a structure's records by the dozen), and each is a few stores.
+//
+// Invariant: as for live_containers.cpp, which owns the list.
+#pragma once
+
+#include "host/containers.h"
+
+namespace tulrt {
+namespace detail {
+
+// The newest live container's link, or null.
+extern TulLiveLink* gNewestContainer;
+// Whether the live containers are being emptied (clearLiveContainers), which
+// must hear of every container freed meanwhile.
+extern bool gClearingContainers;
+void forgetClearedContainer(TulRefObject* c);
+
+inline void linkContainer(TulLiveLink& link, TulRefObject* c) {
+  TulLiveLink* const newest = gNewestContainer;
+  link.owner = c;
+  link.prev = nullptr;
+  link.next = newest;
+  if (newest) newest->prev = &link;
+  gNewestContainer = &link;
+}
+
+inline void unlinkContainer(TulLiveLink& link) {
+  TulLiveLink* const prev = link.prev;
+  TulLiveLink* const next = link.next;
+  if (prev) prev->next = next; else gNewestContainer = next;
+  if (next) next->prev = prev;
+  if (gClearingContainers) forgetClearedContainer(link.owner);
+}
+
+}  // namespace detail
+}  // namespace tulrt
