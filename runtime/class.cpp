@@ -3,8 +3,14 @@
 //
 // Invariant: the chain of bases never loops (setBaseClass refuses a cycle),
 // so every walk up the chain ends.
+#include <cstdint>
 #include <cstring>
 #include <string>
+#include <vector>
+
+#if defined(__ELF__)
+#include <link.h>
+#endif
 
 #include "runtime/machine_impl.h"
 
@@ -185,13 +191,55 @@ const MethodEntry* cachedFind(const TulClass* cls, const char* name, bool isStat
   if (const MethodEntry* e = cachedEntry(cls, name, isStatic)) return e;
   const MethodEntry* e = findInChain(cls, name, isStatic);
   auto& slots = isStatic ? cls->state().lookups.statics : cls->state().lookups.instance;
-  if (e) slots[cacheSlotOf(name)] = MethodLookupCache::Slot{name, e, gMethodGeneration};
+  if (e)
+    slots[cacheSlotOf(name)] =
+        MethodLookupCache::Slot{name, e, gMethodGeneration, fixedText(name, e->name.size() + 1)};
   return e;
 }
 
 }  // namespace
 
 void newMethodGeneration() { ++gMethodGeneration; }
+
+#if defined(__ELF__)
+namespace {
+
+struct AddressRange {
+  std::uintptr_t begin;
+  std::uintptr_t end;
+};
+
+// The loaded segments of the main program (the first object the loader
+// lists) that are mapped without write access.
+std::vector<AddressRange> readOnlyProgramRanges() {
+  std::vector<AddressRange> ranges;
+  dl_iterate_phdr(
+      [](dl_phdr_info* info, std::size_t, void* out) {
+        auto& r = *static_cast<std::vector<AddressRange>*>(out);
+        for (ElfW(Half) i = 0; i < info->dlpi_phnum; ++i) {
+          const ElfW(Phdr)& ph = info->dlpi_phdr[i];
+          if (ph.p_type != PT_LOAD || (ph.p_flags & PF_W)) continue;
+          const std::uintptr_t begin = info->dlpi_addr + ph.p_vaddr;
+          r.push_back(AddressRange{begin, begin + ph.p_memsz});
+        }
+        return 1;
+      },
+      &ranges);
+  return ranges;
+}
+
+}  // namespace
+
+bool fixedText(const char* text, std::size_t size) {
+  static const std::vector<AddressRange> ranges = readOnlyProgramRanges();
+  const auto a = reinterpret_cast<std::uintptr_t>(text);
+  for (const AddressRange& r : ranges)
+    if (a >= r.begin && a < r.end && size <= r.end - a) return true;
+  return false;
+}
+#else
+bool fixedText(const char*, std::size_t) { return false; }
+#endif
 
 Callee findMethod(const TulClass* cls, const char* name, bool isStatic) {
   const MethodEntry* e = findEntry(cls, name, isStatic);

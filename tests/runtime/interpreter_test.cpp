@@ -101,7 +101,9 @@ TEST_F(InterpreterTest, LookupsFollowRebindingBaseChangesAndTheCallersText) {
   EXPECT_EQ(callInt(static_cast<TulObject*>(m), "describe"), 3);
   EXPECT_EQ(callInt(static_cast<TulObject*>(m), "name"), 3);
 
-  char text[] = "name";  // one buffer, two names: the text decides
+  // One buffer, two names: the text decides, though the buffer lies in the
+  // program's own data, next to the literals whose text cannot change.
+  static char text[] = "name";
   ASSERT_TRUE(vm().interpreter()->invokeMember(r, dobj, text, nullptr));
   EXPECT_EQ(static_cast<int>(r), 3);
   text[0] = 'f';  // "fame"
