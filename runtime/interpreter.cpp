@@ -403,8 +403,8 @@ bool callEntry(Machine::Impl& m, TulObject* obj, const MethodEntry* e, const cha
                const TulValue* args, int nargs, TulValue& result) {
   const TulClass* cls = obj->getClass();
   if (!e) return report(&m, cls ? methodNotFound(cls, name) : "invalid object");
-  const Callee callee{e->native, e->native ? nullptr : e->script.get()};
-  return runFrame(m, callee, obj, args, nargs, result);
+  if (e->native) return runNativeOn(m, e->native, obj, args, nargs, &result);
+  return runFrame(m, Callee{nullptr, e->script.get()}, obj, args, nargs, result);
 }
 
 // A call by name that is not a native method on an object: a static call
