@@ -251,7 +251,6 @@ template <class Arg>
   const bool ok = runCallee(m, fn, argc, sp);
   --m.depth;
   const int lastArg = savedTop + 1 + argc;
-  m.top = savedTop;
   TulVector& stack = *m.stack;
   TulValue* from = stack.data() + savedTop + 1;
   if (ok && result) {
@@ -261,6 +260,7 @@ template <class Arg>
       relocate(*result, *from);
     ++from;
   }
+  m.top = savedTop;
   resetSlots(from, &stack[static_cast<unsigned>(frameEnd(stack, sp, lastArg))]);
   return ok;
 }

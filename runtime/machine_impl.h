@@ -32,9 +32,12 @@ struct Machine::Impl {
   InterpSlot slot;
   Ref<TulDictionary> classes;
   // The entry findClass found last and the address of the name it was asked
-  // by: hosts ask for one class by one name again and again.
+  // by: hosts ask for one class by one name again and again. Where that
+  // name's text cannot change (detail::fixedText), the entry's key, which
+  // stays as it is while the entry is in the registry, still holds it.
   Ref<TulDictionaryEntry> lastClass;
   const char* lastClassName = nullptr;
+  bool lastClassNameFixed = false;
   // Every class made for this machine; each holds one reference from here
   // until teardown.
   std::vector<TulClass*> classList;
