@@ -5,8 +5,8 @@
 // so every walk up the chain ends.
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <string>
-#include <vector>
 
 #if defined(__ELF__)
 #include <link.h>
@@ -204,23 +204,31 @@ void newMethodGeneration() { ++gMethodGeneration; }
 #if defined(__ELF__)
 namespace {
 
-struct AddressRange {
-  std::uintptr_t begin;
-  std::uintptr_t end;
+// The loaded segments of the main program (the first object the loader
+// lists) that are mapped without write access: a program has a few (read
+// only, code, read only again); one with more has the rest compared as
+// any name is. Plain data, so nothing destroys it before a lookup made
+// from another static's destructor.
+struct ReadOnlyRanges {
+  struct Range {
+    std::uintptr_t begin;
+    std::uintptr_t end;
+  };
+  Range range[8];
+  unsigned count;
 };
 
-// The loaded segments of the main program (the first object the loader
-// lists) that are mapped without write access.
-std::vector<AddressRange> readOnlyProgramRanges() {
-  std::vector<AddressRange> ranges;
+ReadOnlyRanges readOnlyProgramRanges() {
+  ReadOnlyRanges ranges{};
   dl_iterate_phdr(
       [](dl_phdr_info* info, std::size_t, void* out) {
-        auto& r = *static_cast<std::vector<AddressRange>*>(out);
+        auto& r = *static_cast<ReadOnlyRanges*>(out);
         for (ElfW(Half) i = 0; i < info->dlpi_phnum; ++i) {
           const ElfW(Phdr)& ph = info->dlpi_phdr[i];
           if (ph.p_type != PT_LOAD || (ph.p_flags & PF_W)) continue;
+          if (r.count == std::size(r.range)) break;
           const std::uintptr_t begin = info->dlpi_addr + ph.p_vaddr;
-          r.push_back(AddressRange{begin, begin + ph.p_memsz});
+          r.range[r.count++] = {begin, begin + ph.p_memsz};
         }
         return 1;
       },
@@ -231,10 +239,12 @@ std::vector<AddressRange> readOnlyProgramRanges() {
 }  // namespace
 
 bool fixedText(const char* text, std::size_t size) {
-  static const std::vector<AddressRange> ranges = readOnlyProgramRanges();
+  static const ReadOnlyRanges ranges = readOnlyProgramRanges();
   const auto a = reinterpret_cast<std::uintptr_t>(text);
-  for (const AddressRange& r : ranges)
+  for (unsigned i = 0; i < ranges.count; ++i) {
+    const ReadOnlyRanges::Range& r = ranges.range[i];
     if (a >= r.begin && a < r.end && size <= r.end - a) return true;
+  }
   return false;
 }
 #else
