@@ -3,8 +3,14 @@
 //
 // Invariant: the chain of bases never loops (setBaseClass refuses a cycle),
 // so every walk up the chain ends.
+#include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <string>
+
+#if defined(__ELF__)
+#include <link.h>
+#endif
 
 #include "runtime/machine_impl.h"
 
@@ -185,13 +191,65 @@ const MethodEntry* cachedFind(const TulClass* cls, const char* name, bool isStat
   if (const MethodEntry* e = cachedEntry(cls, name, isStatic)) return e;
   const MethodEntry* e = findInChain(cls, name, isStatic);
   auto& slots = isStatic ? cls->state().lookups.statics : cls->state().lookups.instance;
-  if (e) slots[cacheSlotOf(name)] = MethodLookupCache::Slot{name, e, gMethodGeneration};
+  if (e)
+    slots[cacheSlotOf(name)] =
+        MethodLookupCache::Slot{name, e, gMethodGeneration, fixedText(name, e->name.size() + 1)};
   return e;
 }
 
 }  // namespace
 
 void newMethodGeneration() { ++gMethodGeneration; }
+
+#if defined(__ELF__)
+namespace {
+
+// The loaded segments of the main program (the first object the loader
+// lists) that are mapped without write access: a program has a few (read
+// only, code, read only again); one with more has the rest compared as
+// any name is. Plain data, so nothing destroys it before a lookup made
+// from another static's destructor.
+struct ReadOnlyRanges {
+  struct Range {
+    std::uintptr_t begin;
+    std::uintptr_t end;
+  };
+  Range range[8];
+  unsigned count;
+};
+
+ReadOnlyRanges readOnlyProgramRanges() {
+  ReadOnlyRanges ranges{};
+  dl_iterate_phdr(
+      [](dl_phdr_info* info, std::size_t, void* out) {
+        auto& r = *static_cast<ReadOnlyRanges*>(out);
+        for (ElfW(Half) i = 0; i < info->dlpi_phnum; ++i) {
+          const ElfW(Phdr)& ph = info->dlpi_phdr[i];
+          if (ph.p_type != PT_LOAD || (ph.p_flags & PF_W)) continue;
+          if (r.count == std::size(r.range)) break;
+          const std::uintptr_t begin = info->dlpi_addr + ph.p_vaddr;
+          r.range[r.count++] = {begin, begin + ph.p_memsz};
+        }
+        return 1;
+      },
+      &ranges);
+  return ranges;
+}
+
+}  // namespace
+
+bool fixedText(const char* text, std::size_t size) {
+  static const ReadOnlyRanges ranges = readOnlyProgramRanges();
+  const auto a = reinterpret_cast<std::uintptr_t>(text);
+  for (unsigned i = 0; i < ranges.count; ++i) {
+    const ReadOnlyRanges::Range& r = ranges.range[i];
+    if (a >= r.begin && a < r.end && size <= r.end - a) return true;
+  }
+  return false;
+}
+#else
+bool fixedText(const char*, std::size_t) { return false; }
+#endif
 
 Callee findMethod(const TulClass* cls, const char* name, bool isStatic) {
   const MethodEntry* e = findEntry(cls, name, isStatic);

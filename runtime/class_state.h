@@ -47,16 +47,19 @@ class MethodTable {
   std::vector<std::shared_ptr<const tulrt::ScriptMethod>> retired_;
 };
 
-// A class's recent lookups through its chain, by the name's address (the
+// A class's recent lookups through its chain, by the name's address. The
 // caller's text is compared all the same, so a reused buffer cannot hit a
-// stale slot). A slot stands only in the method generation it was filled in:
-// binding, clearing a table or changing a base anywhere starts a new one, so
-// an entry pointer found here is always one the tables still hold.
+// stale slot, unless it lies where it can never change (fixedText: the
+// program's own read-only data, where its string literals are). A slot
+// stands only in the method generation it was filled in: binding, clearing a
+// table or changing a base anywhere starts a new one, so an entry pointer
+// found here is always one the tables still hold.
 struct MethodLookupCache {
   struct Slot {
     const char* name = nullptr;
     const MethodEntry* entry = nullptr;
     std::uint64_t generation = 0;  // 0: never filled
+    bool fixedText = false;
   };
   static constexpr std::size_t kSlots = 8;
   std::array<Slot, kSlots> instance;

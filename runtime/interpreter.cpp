@@ -116,7 +116,7 @@ inline void place(TulValue& slot, const V& v) {
   new (&slot) TulValue(v);
 }
 
-void place(TulValue& slot, TulValue&& v) {
+inline void place(TulValue& slot, TulValue&& v) {
   if (holdsReference(slot)) {
     slot = std::move(v);
     return;
@@ -138,17 +138,33 @@ inline void relocate(TulValue& to, TulValue& from) {
 // Releases what a slot held (see resetSlots).
 void drop(TulValue& slot) { TulValue dropped(std::move(slot)); }
 
-// Empties the slots [from, to]. Each value is moved out before it is
+// Writes Nil over a slot as its 16 zero bytes, whatever it held (the
+// caller gives back any reference).
+inline void wipe(TulValue& slot) { std::memset(static_cast<void*>(&slot), 0, sizeof(TulValue)); }
+
+// Empties the slots [from, to]. Each value is taken out before it is
 // released: a destructor run by the release may make calls of its own, which
-// take slots above the restored top. A value without a reference is simply
-// overwritten with Nil.
+// take slots above the restored top. A strong reference is released inline,
+// a weak one through the value; anything else is simply overwritten.
 inline void resetSlots(TulValue* from, const TulValue* to) {
   for (TulValue* slot = from; slot <= to; ++slot) {
-    if (holdsReference(*slot))
+    if (TulRefObject* held = slot->refObject()) {
+      wipe(*slot);
+      held->release();
+    } else if (holdsReference(*slot)) {
       drop(*slot);
-    else if (slot->type() != TulValueType::Nil)
-      new (slot) TulValue();
+    } else {
+      wipe(*slot);
+    }
   }
+}
+
+// Copies v into a slot above top (Nil) as its 16 bytes, taking the
+// reference it holds; a weak reference is copied as a value copies it.
+inline void placeCopy(TulValue& slot, const TulValue& v) {
+  if (holdsReference(slot) || v.type() == TulValueType::ObjectRef) return placeOver(slot, v);
+  std::memcpy(static_cast<void*>(&slot), static_cast<const void*>(&v), sizeof(TulValue));
+  if (TulRefObject* held = v.refObject()) held->retain();
 }
 
 // The last slot a frame used: its arguments, or further if the callee moved
@@ -195,6 +211,60 @@ bool runFrame(Machine::Impl& m, C c, Self self, Arg* args, int nargs, TulValue& 
   return ok;
 }
 
+// A call's failure, out of line: its text becomes a string only when it is
+// needed, and the calls' own code keeps fewer registers to save.
+[[gnu::noinline]] bool fail(Machine::Impl& m, const char* message) {
+  return report(&m, message);
+}
+
+// An argument placed into a slot above top: copied (the caller keeps its
+// own), or moved, leaving the caller's nil.
+inline void placeArg(TulValue& slot, const TulValue& v) { placeCopy(slot, v); }
+inline void placeArg(TulValue& slot, TulValue& v) {
+  if (holdsReference(slot)) drop(slot);
+  relocate(slot, v);
+}
+
+// runFrame's work for a native method on an object, as a call by name or a
+// construction finds it: `this` placed from the object, the arguments
+// placed as placeArg takes them (Arg as for runFrame), and the answer moved
+// straight into *result before the slots are emptied (a destructor run then
+// may take the slots above top); with result null the answer is dropped
+// with them.
+template <class Arg>
+[[gnu::always_inline]] inline bool runNativeOn(Machine::Impl& m, NativeMethod fn,
+                                               TulObject* obj, Arg* args, int nargs,
+                                               TulValue* result) {
+  const int argc = nargs + 1;
+  if (!fitsFrame(m, argc + 1)) return fail(m, kStackOverflow);
+  const int savedTop = m.top;
+  TulValue* const frame = m.stack->data() + savedTop + 1;
+  if (frame->type() != TulValueType::Nil) *frame = TulValue();
+  if (holdsReference(frame[1]))
+    placeOver(frame[1], selfOf(obj));
+  else
+    new (&frame[1]) TulValue(TulValue::strongRef(TulValueType::Object, obj));
+  for (int i = 0; i < nargs; ++i) placeArg(frame[2 + i], args[i]);
+  ValPtr sp{m.stack.get(), savedTop + 1 + argc};
+  m.top = sp.index;
+  ++m.depth;
+  const bool ok = runCallee(m, fn, argc, sp);
+  --m.depth;
+  const int lastArg = savedTop + 1 + argc;
+  TulVector& stack = *m.stack;
+  TulValue* from = stack.data() + savedTop + 1;
+  if (ok && result) {
+    if (holdsReference(*result))
+      *result = std::move(*from);
+    else
+      relocate(*result, *from);
+    ++from;
+  }
+  m.top = savedTop;
+  resetSlots(from, &stack[static_cast<unsigned>(frameEnd(stack, sp, lastArg))]);
+  return ok;
+}
+
 }  // namespace
 
 namespace tulrt {
@@ -214,38 +284,50 @@ bool invokeMoving(Machine::Impl& m, const Callee& c, const TulValue* self, TulVa
 namespace {
 
 // The constructor is the method that the nearest class of the chain binds
-// under its own name. Remembered for the method generation it was found in,
-// which binding, a change of base and naming a class all end.
-Callee constructorOf(const TulClass* cls) {
+// under its own name (null: none). Remembered for the method generation it
+// was found in, which binding, a change of base and naming a class all end;
+// asked at every construction, so the remembered one is read inline.
+const MethodEntry* findConstructor(const TulClass* cls) {
   const TulClassState& s = cls->state();
-  if (s.ctorGeneration != methodGeneration()) {
-    s.ctor = nullptr;
-    for (const TulClass* c = cls; c && !s.ctor; c = baseClass(c)) {
-      const char* name = className(c);
-      if (*name) s.ctor = c->state().methods.find(name);
-    }
-    s.ctorGeneration = methodGeneration();
+  s.ctor = nullptr;
+  for (const TulClass* c = cls; c && !s.ctor; c = baseClass(c)) {
+    const char* name = className(c);
+    if (*name) s.ctor = c->state().methods.find(name);
   }
-  return s.ctor ? Callee{s.ctor->native, s.ctor->script.get()} : Callee{};
+  s.ctorGeneration = gMethodGeneration;
+  return s.ctor;
+}
+
+inline const MethodEntry* constructorOf(const TulClass* cls) {
+  const TulClassState& s = cls->state();
+  return sameGeneration(s.ctorGeneration, gMethodGeneration) ? s.ctor : findConstructor(cls);
 }
 
 }  // namespace
 
-// Arg as for runFrame.
+// Arg as for runFrame. A native constructor runs in the frame a call by
+// name gives a native method.
 template <class Arg>
 bool constructWith(Machine::Impl& m, TulValue& out, TulClass* cls, Arg* args, int nargs) {
-  if (!cls) return report(&m, "invalid class");
-  TulValue obj(new TulObject(cls));  // owned by obj from here
-  const Callee ctor = constructorOf(cls);
+  if (!cls) return fail(m, "invalid class");
+  auto* const made = new TulObject(cls);
+  TulValue obj = TulValue::strongRef(TulValueType::Object, made);  // owns it from here
+  const MethodEntry* ctor = constructorOf(cls);
   if (!ctor) {
-    if (nargs > 0) return report(&m, "too many arguments");
-    out = obj;
+    if (nargs > 0) return fail(m, "too many arguments");
+    out = std::move(obj);
     return true;
   }
-  TulValue ignored;
-  if (!runFrame(m, ctor, &obj, args, nargs, ignored)) {
+  bool ok;
+  if (ctor->native) {
+    ok = runNativeOn(m, ctor->native, made, args, nargs, static_cast<TulValue*>(nullptr));
+  } else {
+    TulValue ignored;
+    ok = runFrame(m, Callee{nullptr, ctor->script.get()}, &obj, args, nargs, ignored);
+  }
+  if (!ok) {
     // An object whose constructor failed was never made: no dtor for it.
-    TulObjectAccess::dtorRan(*static_cast<TulObject*>(obj)) = true;
+    TulObjectAccess::dtorRan(*made) = true;
     return false;
   }
   out = std::move(obj);
@@ -321,25 +403,34 @@ bool callEntry(Machine::Impl& m, TulObject* obj, const MethodEntry* e, const cha
                const TulValue* args, int nargs, TulValue& result) {
   const TulClass* cls = obj->getClass();
   if (!e) return report(&m, cls ? methodNotFound(cls, name) : "invalid object");
-  const Callee callee{e->native, e->native ? nullptr : e->script.get()};
-  return runFrame(m, callee, obj, args, nargs, result);
+  if (e->native) return runNativeOn(m, e->native, obj, args, nargs, &result);
+  return runFrame(m, Callee{nullptr, e->script.get()}, obj, args, nargs, result);
 }
 
-// A call by name with obj as `this` (null for a static call on cls): the
-// class's cache is read inline, and a native method is run straight from
-// the frame, `this` placed from the object itself.
-bool callByName(Machine::Impl& m, TulClass* cls, TulObject* obj, const char* name,
-                const TulValue* args, int nargs, TulValue& result) {
+// A call by name that is not a native method on an object: a static call
+// (obj null), a script method, or a name nothing binds.
+[[gnu::noinline]] bool callOtherByName(Machine::Impl& m, TulClass* cls, TulObject* obj,
+                                       const MethodEntry* e, const char* name,
+                                       const TulValue* args, int nargs, TulValue& result) {
   if (!cls) return report(&m, obj ? "invalid object" : "invalid class");
-  const MethodEntry* e = name ? tulrt::detail::findEntryFast(cls, name, !obj) : nullptr;
   if (!e) return report(&m, methodNotFound(cls, name));
-  if (e->native) {
-    if (obj) return runFrame(m, e->native, obj, args, nargs, result);
+  if (e->native)
     return runFrame(m, e->native, static_cast<const TulValue*>(nullptr), args, nargs, result);
-  }
   const Callee callee{nullptr, e->script.get()};
   if (obj) return runFrame(m, callee, obj, args, nargs, result);
   return runFrame(m, callee, static_cast<const TulValue*>(nullptr), args, nargs, result);
+}
+
+// A call by name with obj as `this` (null for a static call on cls): the
+// class's cache is read inline, and a native method on an object, the
+// common case, runs in a frame of its own shape; the rest goes out of line.
+[[gnu::always_inline]] inline bool callByName(Machine::Impl& m, TulClass* cls, TulObject* obj,
+                                              const char* name, const TulValue* args,
+                                              int nargs, TulValue& result) {
+  const MethodEntry* e =
+      cls && name ? tulrt::detail::findEntryFast(cls, name, !obj) : nullptr;
+  if (e && obj && e->native) return runNativeOn(m, e->native, obj, args, nargs, &result);
+  return callOtherByName(m, cls, obj, e, name, args, nargs, result);
 }
 
 }  // namespace
@@ -347,7 +438,7 @@ bool callByName(Machine::Impl& m, TulClass* cls, TulObject* obj, const char* nam
 bool TulInterpreter::invokeMember(TulValue& result, TulObject* obj, const char* name,
                                   TulVector* args) {
   Machine::Impl& m = implOf(this);
-  if (!obj) return nativeCallAnswer(m, report(&m, "invalid object"));
+  if (!obj) return nativeCallAnswer(m, fail(m, "invalid object"));
   const bool hasArgs = args && args->size();
   return nativeCallAnswer(m, callByName(m, obj->getClass(), obj, name,
                                         hasArgs ? args->data() : nullptr,
@@ -436,7 +527,7 @@ bool Interpreter::callNative(TulValue& result, NativeMethod fn, const TulValue& 
 
 bool Interpreter::callMember(TulValue& result, TulObject* obj, const char* name,
                              std::initializer_list<TulValue> args) {
-  if (!obj) return report(&implOf(this), "invalid object");
+  if (!obj) return fail(implOf(this), "invalid object");
   return callByName(implOf(this), obj->getClass(), obj, name, args.begin(),
                     static_cast<int>(args.size()), result);
 }

@@ -171,12 +171,14 @@ TulClass* Machine::findClass(const char* name) {
   if (!name) return nullptr;
   Impl& m = *impl_;
   const TulDictionaryEntry* last = m.lastClass.get();
-  if (last && m.lastClassName == name && !last->erased() && holdsName(last->key, name))
-    return static_cast<TulClass*>(last->value);
+  if (last && m.lastClassName == name && !last->erased() &&
+      (m.lastClassNameFixed || holdsName(last->key, name)))
+    return refIn<TulClass>(last->value, TulValueType::Class);
   TulDictionaryEntry* e = m.classes->find(name);
   if (!e) return nullptr;
   m.lastClass = Ref<TulDictionaryEntry>(e);
   m.lastClassName = name;
+  m.lastClassNameFixed = detail::fixedText(name, e->key.length() + 1);
   return static_cast<TulClass*>(e->value);
 }
 

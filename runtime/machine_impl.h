@@ -32,9 +32,12 @@ struct Machine::Impl {
   InterpSlot slot;
   Ref<TulDictionary> classes;
   // The entry findClass found last and the address of the name it was asked
-  // by: hosts ask for one class by one name again and again.
+  // by: hosts ask for one class by one name again and again. Where that
+  // name's text cannot change (detail::fixedText), the entry's key, which
+  // stays as it is while the entry is in the registry, still holds it.
   Ref<TulDictionaryEntry> lastClass;
   const char* lastClassName = nullptr;
+  bool lastClassNameFixed = false;
   // Every class made for this machine; each holds one reference from here
   // until teardown.
   std::vector<TulClass*> classList;
@@ -112,6 +115,19 @@ inline bool sameName(const std::string& bound, const char* name) {
   return true;
 }
 
+// Whether the size bytes at text can never change while the process lives:
+// they lie in the main program's read-only segments (its string literals),
+// which stay mapped and unwritten until the process ends. False wherever
+// that cannot be told.
+bool fixedText(const char* text, std::size_t size);
+
+// Whether two generations are one, compared a word at a time: left to
+// itself the compiler takes the pair through a vector register.
+inline bool sameGeneration(std::uint64_t a, std::uint64_t b) {
+  return static_cast<std::uint32_t>(a) == static_cast<std::uint32_t>(b) &&
+         static_cast<std::uint32_t>(a >> 32) == static_cast<std::uint32_t>(b >> 32);
+}
+
 inline std::size_t cacheSlotOf(const char* name) {
   const auto a = reinterpret_cast<std::uintptr_t>(name);
   return (a ^ (a >> 3) ^ (a >> 7)) % MethodLookupCache::kSlots;
@@ -122,8 +138,8 @@ inline std::size_t cacheSlotOf(const char* name) {
 inline const MethodEntry* cachedEntry(const TulClass* cls, const char* name, bool isStatic) {
   const auto& slots = isStatic ? cls->state().lookups.statics : cls->state().lookups.instance;
   const MethodLookupCache::Slot& slot = slots[cacheSlotOf(name)];
-  if (slot.name == name && slot.generation == gMethodGeneration &&
-      sameName(slot.entry->name, name))
+  if (slot.name == name && sameGeneration(slot.generation, gMethodGeneration) &&
+      (slot.fixedText || sameName(slot.entry->name, name)))
     return slot.entry;
   return nullptr;
 }

@@ -101,12 +101,32 @@ TEST_F(InterpreterTest, LookupsFollowRebindingBaseChangesAndTheCallersText) {
   EXPECT_EQ(callInt(static_cast<TulObject*>(m), "describe"), 3);
   EXPECT_EQ(callInt(static_cast<TulObject*>(m), "name"), 3);
 
-  char text[] = "name";  // one buffer, two names: the text decides
+  // One buffer, two names: the text decides, though the buffer lies in the
+  // program's own data, next to the literals whose text cannot change.
+  static char text[] = "name";
   ASSERT_TRUE(vm().interpreter()->invokeMember(r, dobj, text, nullptr));
   EXPECT_EQ(static_cast<int>(r), 3);
   text[0] = 'f';  // "fame"
   EXPECT_FALSE(vm().interpreter()->invokeMember(r, dobj, text, nullptr));
   EXPECT_EQ(lastMessage(), "Method DERIVED::fame not found");
+}
+
+// A call by name gives back every count its frame took: a weak argument's
+// link count, and the reference the result held before the answer.
+TEST_F(InterpreterTest, ACallByNameGivesBackWhatItsFrameHeld) {
+  const TulValue d = make(derived);
+  auto* obj = static_cast<TulObject*>(d);
+  const TulValue weak(obj, true);
+  const int links = obj->weakLink()->count;
+  auto* held = new TulString("before");
+  TulValue r(held);
+  held->retain();  // this test's own count, to watch the result's go
+  ASSERT_TRUE(in().callMember(r, static_cast<TulObject*>(make(base)), "name", {weak}))
+      << lastMessage();
+  EXPECT_EQ(static_cast<int>(r), 1);
+  EXPECT_EQ(obj->weakLink()->count, links);
+  EXPECT_EQ(held->refCount(), 1);
+  held->release();
 }
 
 TEST_F(InterpreterTest, CreateObjectRunsNearestConstructorOfTheChain) {
