@@ -173,9 +173,10 @@ bool construct(Machine::Impl& m, TulValue& out, TulClass* cls,
                const TulValue* args, int nargs);
 
 // Releases that reach zero while another is being carried out on this thread
-// wait in a queue that the outermost one drains (value.cpp). Code run from a
-// release (a dtor) gets a queue of its own while this lives, so what it
-// releases is gone by the time it goes on, as anywhere else.
+// run inside it a few levels deep, and deeper than that wait in a queue that
+// the level above drains (value.cpp). Code run from a release (a dtor) gets
+// a count of its own while this lives, so what it releases is gone by the
+// time it goes on, as anywhere else.
 class OwnReleaseQueue {
  public:
   OwnReleaseQueue();
