@@ -323,6 +323,10 @@ class TUL_API TulDictionary : public TulRefObject {
   // caller that checks before it adds.
   TulDictionaryEntry* find(const TulString& key, std::uint32_t& hash) const;
   TulDictionaryEntry* append(const TulString& key, std::uint32_t hash);
+  // The entry for key, appended with a Nil value, when the dictionary has
+  // no such key; null, and nothing changes, when it has. One hash and one
+  // probe serve the test and the insert.
+  TulDictionaryEntry* add(const TulString& key);
   TulDictionaryEntry* operator[](const char* key);
   bool erase(const TulString& key);
   // False, and nothing changes, for an entry of another dictionary or one
@@ -340,8 +344,12 @@ class TUL_API TulDictionary : public TulRefObject {
     TulDictionaryEntry* entry;
   };
 
+  // at: where the probe stopped, a found key's slot or the first free one
+  // (kNoSlot after a whole round).
+  static constexpr unsigned kNoSlot = ~0u;
   TulDictionaryEntry* lookup(const char* key, unsigned len,
-                             std::uint32_t hash) const;
+                             std::uint32_t hash, unsigned& at) const;
+  TulDictionaryEntry* appendAt(const TulString& key, std::uint32_t hash, unsigned at);
   void place(TulDictionaryEntry* e);
   void unlink(TulDictionaryEntry* e);
   void rehash(unsigned slots);

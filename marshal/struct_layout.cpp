@@ -3,11 +3,12 @@
 // Members lie at byte offsets without alignment; numbers are little-endian;
 // an indirect member's 4 bytes hold the address of what its record keeps.
 //
-// Invariant: steps that can fail all come before the first change, so a
-// reported error leaves the structure as it was.
+// Invariant: a reported error leaves the structure as it was: steps that can
+// fail come before the first change, or undo it before the report.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <new>
 
 #include "marshal/struct.h"
 #include "module/classes.h"
@@ -103,6 +104,26 @@ bool growBytes(TulBuffer& data, unsigned need) {
   return data.setSize(need);
 }
 
+// A number's conversion neither fails nor runs script code.
+constexpr bool isNumber(Kind k) {
+  return k != Kind::String && k != Kind::CBuffer && k != Kind::Buffer && k != Kind::Struct;
+}
+
+// Fills a new record's four values (all Nil) and writes the member's bytes.
+template <Kind K>
+void fillRecord(TulVector& record, unsigned offset, TulValue&& value, unsigned char* at) {
+  const KindInfo kind = info(K);
+  TulValue* v = record.data();
+  new (&v[kOffset]) TulValue(static_cast<int>(offset));
+  new (&v[kValue]) TulValue(std::move(value));
+  new (&v[kSize]) TulValue(static_cast<int>(kind.width));
+  new (&v[kIndirect]) TulValue(kind.indirect ? 1 : 0);
+  if (kind.indirect)
+    writeLE(at, static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(targetOf(&record))), 4);
+  else
+    writeDirect(at, K, v[kValue]);
+}
+
 template <Kind K>
 bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   Frame f(vm, argc, sp);
@@ -113,9 +134,30 @@ bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (!data) return false;
   TulString* name = refIn<TulString>(f.arg(0), TulValueType::String);
   if (!name) return f.badType(f.arg(0), TulValueType::String);
+  const KindInfo kind = info(K);
+
+  if (isNumber(K) && f.argCount() == 2) {
+    // Nothing after the test for a member already defined can fail but the
+    // memory for the bytes, so the entry is taken at once (the test and the
+    // insert share one probe) and taken out again, before the report, when
+    // the bytes cannot be had. The record comes first: it can only throw.
+    TulValue value = memberValue(f, K, f.arg(1));
+    TulVector* record = newRecord();
+    TulValue held = TulValue::strongRef(TulValueType::Vector, record);
+    TulDictionaryEntry* entry = dict->add(*name);
+    if (!entry) return f.fail(err::kStructMemberDefined, name->c_str());
+    const unsigned offset = data->size();
+    if (!growBytes(*data, offset + kind.width)) {
+      dict->erase(entry);
+      return f.fail(err::kOutOfMemory);
+    }
+    fillRecord<K>(*record, offset, std::move(value), data->data() + offset);
+    entry->value = std::move(held);
+    return f.retInt(static_cast<int>(offset));
+  }
+
   std::uint32_t hash;
   if (dict->find(*name, hash)) return f.fail(err::kStructMemberDefined, name->c_str());
-
   unsigned size = data->size();
   unsigned offset = size;
   if (f.argCount() == 3) {
@@ -126,22 +168,12 @@ bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   }
   TulValue value = memberValue(f, K, f.arg(1));
   if (value.type() == TulValueType::Nil) return false;
-
-  const KindInfo kind = info(K);
   if (!growBytes(*data, offset + kind.width)) return f.fail(err::kOutOfMemory);
   // The record's four values are written in place: its room holds them from
   // the start, so the address of element 1 is fixed before it is taken.
   TulVector* record = newRecord();
   dict->append(*name, hash)->value = TulValue::strongRef(TulValueType::Vector, record);
-  (*record)[kOffset] = TulValue(static_cast<int>(offset));
-  (*record)[kValue] = std::move(value);
-  (*record)[kSize] = TulValue(static_cast<int>(kind.width));
-  (*record)[kIndirect] = TulValue(kind.indirect ? 1 : 0);
-  unsigned char* at = data->data() + offset;
-  if (kind.indirect)
-    writeLE(at, static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(targetOf(record))), 4);
-  else
-    writeDirect(at, K, (*record)[kValue]);
+  fillRecord<K>(*record, offset, std::move(value), data->data() + offset);
   return f.retInt(static_cast<int>(offset));
 }
 
