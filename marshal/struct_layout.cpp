@@ -40,8 +40,12 @@ constexpr KindInfo info(Kind k) {
   }
 }
 
-void writeLE(unsigned char* p, std::uint32_t v, unsigned width) {
-  for (unsigned i = 0; i < width; ++i, v >>= 8) p[i] = static_cast<unsigned char>(v & 0xFF);
+// The hosts are little-endian: a number's first bytes in memory are its low
+// ones, so they are copied as they lie.
+static_assert(sizeof(std::uint32_t) == 4, "four bytes");
+template <unsigned Width>
+void writeLE(unsigned char* p, std::uint32_t v) {
+  std::memcpy(p, &v, Width);
 }
 
 // The value a member of kind k keeps for the argument, or a report and Nil.
@@ -85,12 +89,12 @@ TulValue memberValue(Frame& f, Kind k, const TulValue& a) {
 }
 
 // A direct member's bytes.
-void writeDirect(unsigned char* p, Kind k, TulValue& value) {
-  switch (k) {
-    case Kind::Float:
-    case Kind::Double: std::memcpy(p, value.addr(), info(k).width); break;
-    default: writeLE(p, static_cast<std::uint32_t>(static_cast<int>(value)), info(k).width);
-  }
+template <Kind K>
+void writeDirect(unsigned char* p, TulValue& value) {
+  if constexpr (K == Kind::Float || K == Kind::Double)
+    std::memcpy(p, value.addr(), info(K).width);
+  else
+    writeLE<info(K).width>(p, static_cast<std::uint32_t>(static_cast<int>(value)));
 }
 
 // Grows the bytes to `need`, zero-filled, doubling the room when it runs
@@ -119,9 +123,9 @@ void fillRecord(TulVector& record, unsigned offset, TulValue&& value, unsigned c
   new (&v[kSize]) TulValue(static_cast<int>(kind.width));
   new (&v[kIndirect]) TulValue(kind.indirect ? 1 : 0);
   if (kind.indirect)
-    writeLE(at, static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(targetOf(&record))), 4);
+    writeLE<4>(at, static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(targetOf(&record))));
   else
-    writeDirect(at, K, v[kValue]);
+    writeDirect<K>(at, v[kValue]);
 }
 
 template <Kind K>

@@ -52,8 +52,9 @@ void TulBuffer::operator delete(void* block, std::size_t size) {
   tulrt::detail::deleteCached<TulBuffer>(block, size);
 }
 
-// False, with nothing changed, when the memory cannot be had.
-bool TulBuffer::reserve(unsigned cap) {
+// False, with nothing changed, when the memory cannot be had. Out of line:
+// setSize's common case, within the room, then sets up no calls.
+[[gnu::noinline]] bool TulBuffer::reserve(unsigned cap) {
   if (data_ && cap <= cap_) return true;
   if (!tulrt::detail::withinContainerLimit(cap)) return false;
   void* p = std::realloc(data_, cap ? cap : 1u);
@@ -63,17 +64,20 @@ bool TulBuffer::reserve(unsigned cap) {
   return true;
 }
 
-// A few bytes more (a structure's member) are zeroed as one fixed block of
-// eight when the room holds it: what lies past the size means nothing, and
-// the C library's call costs more than the bytes.
+// A few bytes more (a structure's member) are zeroed one by one, or as one
+// fixed block of eight when the room holds it: what lies past the size
+// means nothing, and the C library's call costs more than the bytes.
 bool TulBuffer::setSize(unsigned size) {
-  if (!reserve(size)) return false;
+  if (size > cap_ && !reserve(size)) return false;
   if (size > size_) {
     unsigned char* const from = data_ + size_;
-    if (size - size_ <= 8 && cap_ - size_ >= 8)
+    const unsigned n = size - size_;
+    if (n > 8)
+      std::memset(from, 0, n);
+    else if (cap_ - size_ >= 8)
       std::memset(from, 0, 8);
     else
-      std::memset(from, 0, size - size_);
+      for (unsigned i = 0; i < n; ++i) from[i] = 0;
   }
   size_ = size;
   return true;

@@ -364,8 +364,9 @@ TulDictionaryEntry* TulDictionary::find(const TulString& key, std::uint32_t& has
 }
 
 // at: the free slot a probe for the key stopped at with no change since, or
-// kNoSlot to look for one.
-inline TulDictionaryEntry* TulDictionary::appendAt(const TulString& key, std::uint32_t hash,
+// kNoSlot to look for one. Inline in each caller: add and [] on a missing
+// key then make one call, not two.
+[[gnu::always_inline]] inline TulDictionaryEntry* TulDictionary::appendAt(const TulString& key, std::uint32_t hash,
                                                    unsigned at) {
   // Room first, so that a failure leaves the dictionary as it was.
   if (needsGrowth(count_ + 1, slotCount_)) {
