@@ -105,6 +105,22 @@ TEST(DictionaryTest, HeldEntriesOutliveReuseAndTheirDictionary) {
   }
 }
 
+// add inserts only a missing key, into the slot its probe stopped at, also
+// when the insert first grows the table or fills an erased key's slot; a
+// present key gives null and changes nothing.
+TEST(DictionaryTest, AddInsertsOnlyMissingKeys) {
+  auto key = [](int i) { return TulString(std::to_string(i).c_str()); };
+  for (int n : {8, 9, 17, 200}) {
+    TulDictionary d;
+    for (int i = 0; i < n; ++i) ASSERT_TRUE(d.add(key(i)));
+    d.erase(key(3));
+    ASSERT_TRUE(d.add(key(3)));
+    for (int i = 0; i < n; ++i) EXPECT_FALSE(d.add(key(i)));
+    EXPECT_EQ(d.count(), static_cast<unsigned>(n));
+    for (TulDictionaryEntry* e = d.getFirst(); e; e = e->next) EXPECT_EQ(d.find(e->key), e);
+  }
+}
+
 // Two keys of one length and one hash (found by search) stay two entries.
 TEST(DictionaryTest, KeysOfOneHashStayApart) {
   TulDictionary d;
