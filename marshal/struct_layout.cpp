@@ -100,7 +100,7 @@ void writeDirect(unsigned char* p, TulValue& value) {
 // Grows the bytes to `need`, zero-filled, doubling the room when it runs
 // out, so that a structure built member by member is copied only a few
 // times. False when the memory cannot be had (nothing changes then).
-bool growBytes(TulBuffer& data, unsigned need) {
+inline bool growBytes(TulBuffer& data, unsigned need) {
   if (need <= data.size()) return true;
   if (need > data.capacity() && data.capacity() <= UINT32_MAX / 2 &&
       !data.setSize(std::max(need, 2 * data.capacity())))

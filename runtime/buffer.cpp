@@ -3,6 +3,7 @@
 // Invariant: storage is never null (a zero-capacity buffer still owns one
 // byte), bytes a size change uncovers are zero, and a character buffer keeps
 // every byte from its size to its capacity (inclusive) at zero.
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -64,20 +65,24 @@ void TulBuffer::operator delete(void* block, std::size_t size) {
   return true;
 }
 
-// A few bytes more (a structure's member) are zeroed one by one, or as one
-// fixed block of eight when the room holds it: what lies past the size
-// means nothing, and the C library's call costs more than the bytes.
+// Up to eight bytes more (a structure's member) are zeroed in place, by
+// stores that may overlap: the C library's call costs more than the bytes.
 bool TulBuffer::setSize(unsigned size) {
   if (size > cap_ && !reserve(size)) return false;
   if (size > size_) {
     unsigned char* const from = data_ + size_;
     const unsigned n = size - size_;
-    if (n > 8)
+    if (n > 8) {
       std::memset(from, 0, n);
-    else if (cap_ - size_ >= 8)
-      std::memset(from, 0, 8);
-    else
-      for (unsigned i = 0; i < n; ++i) from[i] = 0;
+    } else if (n >= 4) {
+      const std::uint32_t zero = 0;
+      std::memcpy(from, &zero, 4);
+      std::memcpy(from + n - 4, &zero, 4);
+    } else {
+      from[0] = 0;
+      from[n / 2] = 0;
+      from[n - 1] = 0;
+    }
   }
   size_ = size;
   return true;
