@@ -105,6 +105,19 @@ TEST(DictionaryTest, HeldEntriesOutliveReuseAndTheirDictionary) {
   }
 }
 
+// Bytes a size change uncovers are zero whatever they held, for every small
+// growth (zeroed in place) and a larger one; the bytes before stay.
+TEST(BufferTest, GrowthZeroesUncoveredBytes) {
+  for (unsigned n = 1; n <= 10; ++n) {
+    TulBuffer b(16);
+    b.setSize(16);
+    for (unsigned i = 0; i < 16; ++i) b.data()[i] = 0xFF;
+    b.setSize(3);
+    ASSERT_TRUE(b.setSize(3 + n));
+    for (unsigned i = 0; i < 16; ++i) EXPECT_EQ(b.data()[i], i < 3 || i >= 3 + n ? 0xFF : 0) << n << " " << i;
+  }
+}
+
 // add inserts only a missing key, into the slot its probe stopped at, also
 // when the insert first grows the table or fills an erased key's slot; a
 // present key gives null and changes nothing.
