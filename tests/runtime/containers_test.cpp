@@ -1,6 +1,9 @@
 // TulVector: elements across moves between the values a vector keeps in
 // itself and the heap.
 #include <string>
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 #include <vector>
 
 #include "host/tul.h"
@@ -117,6 +120,22 @@ TEST(BufferTest, GrowthZeroesUncoveredBytes) {
     for (unsigned i = 0; i < 16; ++i) EXPECT_EQ(b.data()[i], i < 3 || i >= 3 + n ? 0xFF : 0) << n << " " << i;
   }
 }
+
+#if defined(__GLIBC__)
+// A block a dropped buffer leaves is handed out again only where it holds
+// the capacity asked for, and grows as any other.
+TEST(BufferTest, KeptRoomHoldsTheCapacity) {
+  for (unsigned cap : {0u, 8u, 31u, 32u, 33u}) {
+    { TulBuffer dropped(cap); }
+    TulBuffer b(32);
+    EXPECT_GE(malloc_usable_size(b.data()), 32u) << cap;
+    b.setSize(32);
+    b.data()[31] = 7;
+    ASSERT_TRUE(b.setSize(100));
+    EXPECT_EQ(b.data()[31], 7);
+  }
+}
+#endif
 
 // add inserts only a missing key, into the slot its probe stopped at, also
 // when the insert first grows the table or fills an erased key's slot; a
