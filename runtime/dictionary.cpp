@@ -237,8 +237,10 @@ TulDictionary::TulDictionary(bool)
       slotCount_(kShortSlots),
       count_(0),
       chunks_(nullptr),
-      freePlaces_(nullptr),
-      shortSlots_() {
+      freePlaces_(nullptr) {
+  // One fixed-size clear, which the compiler writes as a few wide stores
+  // rather than a loop over the slots.
+  std::memset(static_cast<void*>(shortSlots_), 0, sizeof shortSlots_);
   tulrt::detail::trackContainer(live_, this);
 }
 
