@@ -109,6 +109,19 @@ class TUL_API TulString : public TulRefObject {
   TulStorageLink link_{this, TulStorageLink::Kind::String};
 };
 
+// Inline: every dictionary entry's key is a copy, made with the entry. A
+// short text's whole room is copied, a fixed size (the bytes past the zero
+// mean nothing).
+inline TulString::TulString(const TulString& other)
+    : TulRefObject(other), data_(short_), len_(other.len_), cap_(kShortRoom - 1), wide_(nullptr) {
+  if (other.isShort()) {
+    __builtin_memcpy(short_, other.short_, kShortRoom);
+    return;
+  }
+  len_ = 0;
+  assign(other.data_, other.len_);
+}
+
 // A growable byte array. New bytes from setSize are zero.
 class TUL_API TulBuffer : public TulRefObject {
  public:
