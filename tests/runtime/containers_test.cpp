@@ -125,6 +125,14 @@ TEST(BufferTest, GrowthZeroesBytesInKeptRooms) {
   }
 }
 
+// A cleared character buffer reads as an empty text.
+TEST(BufferTest, ClearedCharactersReadEmpty) {
+  TulCharBuffer b;
+  for (char c : {'a', 'b'}) b.push_back(c);
+  b.clear();
+  EXPECT_STREQ(b.data(), "");
+}
+
 // add inserts only a missing key, also where the insert grows the table or
 // fills an erased key's slot; a present key gives null and changes nothing.
 TEST(DictionaryTest, AddInsertsOnlyMissingKeys) {
