@@ -357,8 +357,8 @@ class TUL_API TulDictionary : public TulRefObject {
     TulDictionaryEntry* entry;
   };
 
-  // at: where the probe stopped, a found key's slot or the first free one
-  // (kNoSlot after a whole round).
+  // at: for a key not found, the free slot where the probe stopped (kNoSlot
+  // after a whole round).
   static constexpr unsigned kNoSlot = ~0u;
   TulDictionaryEntry* lookup(const char* key, unsigned len,
                              std::uint32_t hash, unsigned& at) const;

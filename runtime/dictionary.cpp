@@ -329,10 +329,7 @@ inline TulDictionaryEntry* TulDictionary::lookup(const char* key, unsigned len,
       at = i;
       return nullptr;
     }
-    if (slots[i].hash == hash && sameKey(e, key, len)) {
-      at = i;
-      return e;
-    }
+    if (slots[i].hash == hash && sameKey(e, key, len)) return e;
   }
   at = kNoSlot;
   return nullptr;
@@ -366,8 +363,8 @@ TulDictionaryEntry* TulDictionary::find(const TulString& key, std::uint32_t& has
 }
 
 // at: the free slot a probe for the key stopped at with no change since, or
-// kNoSlot to look for one. Inline in each caller: add and [] on a missing
-// key then make one call, not two.
+// kNoSlot to look for one. Inline in add, which then makes one call, not
+// two.
 [[gnu::always_inline]] inline TulDictionaryEntry* TulDictionary::appendAt(const TulString& key, std::uint32_t hash,
                                                    unsigned at) {
   // Room first, so that a failure leaves the dictionary as it was.
@@ -398,12 +395,12 @@ TulDictionaryEntry* TulDictionary::find(const TulString& key, std::uint32_t& has
   return e;
 }
 
-// A missing key goes into the free slot its probe stopped at.
+// A missing key is appended by a call: the insert inline here would cost
+// every found key (most of a script's) registers saved and restored.
 TulDictionaryEntry* TulDictionary::operator[](const TulString& key) {
-  const std::uint32_t hash = hashKey(key.c_str(), key.length());
-  unsigned at;
-  if (TulDictionaryEntry* e = lookup(key.c_str(), key.length(), hash, at)) return e;
-  return appendAt(key, hash, at);
+  std::uint32_t hash;
+  if (TulDictionaryEntry* e = find(key, hash)) return e;
+  return append(key, hash);
 }
 
 TulDictionaryEntry* TulDictionary::add(const TulString& key) {
