@@ -126,9 +126,9 @@ void buildRow(bench::Host& host, const std::vector<AddCall>& layout, const Field
              bench::fixed(allocs, 2) + ": each member's record (its four values inside it) "
              "takes the place of one the last structure released, and so do the "
              "dictionary's two blocks of entries (two places, then six; the keys inside "
-             "them) and the structure's object, dictionary and buffer; what is left is "
-             "the buffer's bytes, shared by the structure's " + std::to_string(kMembers) +
-             " members");
+             "them), the structure's object, dictionary and buffer, and the buffer's "
+             "first room of bytes (a block a released buffer gave back), which the "
+             "structure's " + std::to_string(kMembers) + " members share");
 }
 
 // Seconds per update through the interpreter, and per update called straight.

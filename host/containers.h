@@ -109,6 +109,19 @@ class TUL_API TulString : public TulRefObject {
   TulStorageLink link_{this, TulStorageLink::Kind::String};
 };
 
+// Inline: every dictionary entry's key is a copy, made with the entry. A
+// short text's whole room is copied, a fixed size (the bytes past the zero
+// mean nothing).
+inline TulString::TulString(const TulString& other)
+    : TulRefObject(other), data_(short_), len_(other.len_), cap_(kShortRoom - 1), wide_(nullptr) {
+  if (other.isShort()) {
+    __builtin_memcpy(short_, other.short_, kShortRoom);
+    return;
+  }
+  len_ = 0;
+  assign(other.data_, other.len_);
+}
+
 // A growable byte array. New bytes from setSize are zero.
 class TUL_API TulBuffer : public TulRefObject {
  public:
@@ -323,6 +336,10 @@ class TUL_API TulDictionary : public TulRefObject {
   // caller that checks before it adds.
   TulDictionaryEntry* find(const TulString& key, std::uint32_t& hash) const;
   TulDictionaryEntry* append(const TulString& key, std::uint32_t hash);
+  // The entry for key, appended with a Nil value, when the dictionary has
+  // no such key; null, and nothing changes, when it has. One hash and one
+  // probe serve the test and the insert.
+  TulDictionaryEntry* add(const TulString& key);
   TulDictionaryEntry* operator[](const char* key);
   bool erase(const TulString& key);
   // False, and nothing changes, for an entry of another dictionary or one
@@ -340,8 +357,12 @@ class TUL_API TulDictionary : public TulRefObject {
     TulDictionaryEntry* entry;
   };
 
+  // at: for a key not found, the free slot where the probe stopped (kNoSlot
+  // after a whole round).
+  static constexpr unsigned kNoSlot = ~0u;
   TulDictionaryEntry* lookup(const char* key, unsigned len,
-                             std::uint32_t hash) const;
+                             std::uint32_t hash, unsigned& at) const;
+  TulDictionaryEntry* appendAt(const TulString& key, std::uint32_t hash, unsigned at);
   void place(TulDictionaryEntry* e);
   void unlink(TulDictionaryEntry* e);
   void rehash(unsigned slots);

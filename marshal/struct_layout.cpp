@@ -3,11 +3,12 @@
 // Members lie at byte offsets without alignment; numbers are little-endian;
 // an indirect member's 4 bytes hold the address of what its record keeps.
 //
-// Invariant: steps that can fail all come before the first change, so a
-// reported error leaves the structure as it was.
+// Invariant: a reported error leaves the structure as it was: steps that can
+// fail come before the first change, or undo it before the report.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <new>
 
 #include "marshal/struct.h"
 #include "module/classes.h"
@@ -39,8 +40,12 @@ constexpr KindInfo info(Kind k) {
   }
 }
 
-void writeLE(unsigned char* p, std::uint32_t v, unsigned width) {
-  for (unsigned i = 0; i < width; ++i, v >>= 8) p[i] = static_cast<unsigned char>(v & 0xFF);
+// The hosts are little-endian: a number's first bytes in memory are its low
+// ones, so they are copied as they lie.
+static_assert(sizeof(std::uint32_t) == 4, "four bytes");
+template <unsigned Width>
+void writeLE(unsigned char* p, std::uint32_t v) {
+  std::memcpy(p, &v, Width);
 }
 
 // The value a member of kind k keeps for the argument, or a report and Nil.
@@ -84,23 +89,43 @@ TulValue memberValue(Frame& f, Kind k, const TulValue& a) {
 }
 
 // A direct member's bytes.
-void writeDirect(unsigned char* p, Kind k, TulValue& value) {
-  switch (k) {
-    case Kind::Float:
-    case Kind::Double: std::memcpy(p, value.addr(), info(k).width); break;
-    default: writeLE(p, static_cast<std::uint32_t>(static_cast<int>(value)), info(k).width);
-  }
+template <Kind K>
+void writeDirect(unsigned char* p, TulValue& value) {
+  if constexpr (K == Kind::Float || K == Kind::Double)
+    std::memcpy(p, value.addr(), info(K).width);
+  else
+    writeLE<info(K).width>(p, static_cast<std::uint32_t>(static_cast<int>(value)));
 }
 
 // Grows the bytes to `need`, zero-filled, doubling the room when it runs
 // out, so that a structure built member by member is copied only a few
 // times. False when the memory cannot be had (nothing changes then).
-bool growBytes(TulBuffer& data, unsigned need) {
+inline bool growBytes(TulBuffer& data, unsigned need) {
   if (need <= data.size()) return true;
   if (need > data.capacity() && data.capacity() <= UINT32_MAX / 2 &&
       !data.setSize(std::max(need, 2 * data.capacity())))
     return false;
   return data.setSize(need);
+}
+
+// A number's conversion neither fails nor runs script code.
+constexpr bool isNumber(Kind k) {
+  return k != Kind::String && k != Kind::CBuffer && k != Kind::Buffer && k != Kind::Struct;
+}
+
+// Fills a new record's four values (all Nil) and writes the member's bytes.
+template <Kind K>
+void fillRecord(TulVector& record, unsigned offset, TulValue&& value, unsigned char* at) {
+  const KindInfo kind = info(K);
+  TulValue* v = record.data();
+  new (&v[kOffset]) TulValue(static_cast<int>(offset));
+  new (&v[kValue]) TulValue(std::move(value));
+  new (&v[kSize]) TulValue(static_cast<int>(kind.width));
+  new (&v[kIndirect]) TulValue(kind.indirect ? 1 : 0);
+  if (kind.indirect)
+    writeLE<4>(at, static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(targetOf(&record))));
+  else
+    writeDirect<K>(at, v[kValue]);
 }
 
 template <Kind K>
@@ -113,9 +138,30 @@ bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   if (!data) return false;
   TulString* name = refIn<TulString>(f.arg(0), TulValueType::String);
   if (!name) return f.badType(f.arg(0), TulValueType::String);
+  const KindInfo kind = info(K);
+
+  if (isNumber(K) && f.argCount() == 2) {
+    // Nothing after the test for a member already defined can fail but the
+    // memory for the bytes, so the entry is taken at once (the test and the
+    // insert share one probe) and taken out again, before the report, when
+    // the bytes cannot be had. The record comes first: it can only throw.
+    TulValue value = memberValue(f, K, f.arg(1));
+    TulVector* record = newRecord();
+    TulValue held = TulValue::strongRef(TulValueType::Vector, record);
+    TulDictionaryEntry* entry = dict->add(*name);
+    if (!entry) return f.fail(err::kStructMemberDefined, name->c_str());
+    const unsigned offset = data->size();
+    if (!growBytes(*data, offset + kind.width)) {
+      dict->erase(entry);
+      return f.fail(err::kOutOfMemory);
+    }
+    fillRecord<K>(*record, offset, std::move(value), data->data() + offset);
+    entry->value = std::move(held);
+    return f.retInt(static_cast<int>(offset));
+  }
+
   std::uint32_t hash;
   if (dict->find(*name, hash)) return f.fail(err::kStructMemberDefined, name->c_str());
-
   unsigned size = data->size();
   unsigned offset = size;
   if (f.argCount() == 3) {
@@ -126,22 +172,12 @@ bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   }
   TulValue value = memberValue(f, K, f.arg(1));
   if (value.type() == TulValueType::Nil) return false;
-
-  const KindInfo kind = info(K);
   if (!growBytes(*data, offset + kind.width)) return f.fail(err::kOutOfMemory);
   // The record's four values are written in place: its room holds them from
   // the start, so the address of element 1 is fixed before it is taken.
   TulVector* record = newRecord();
   dict->append(*name, hash)->value = TulValue::strongRef(TulValueType::Vector, record);
-  (*record)[kOffset] = TulValue(static_cast<int>(offset));
-  (*record)[kValue] = std::move(value);
-  (*record)[kSize] = TulValue(static_cast<int>(kind.width));
-  (*record)[kIndirect] = TulValue(kind.indirect ? 1 : 0);
-  unsigned char* at = data->data() + offset;
-  if (kind.indirect)
-    writeLE(at, static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(targetOf(record))), 4);
-  else
-    writeDirect(at, K, (*record)[kValue]);
+  fillRecord<K>(*record, offset, std::move(value), data->data() + offset);
   return f.retInt(static_cast<int>(offset));
 }
 

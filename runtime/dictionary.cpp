@@ -204,7 +204,7 @@ static inline bool sameKey(const TulDictionaryEntry* e, const char* key, unsigne
 
 // --- TulDictionaryEntry -----------------------------------------------------
 
-TulDictionaryEntry::TulDictionaryEntry(TulDictionary* owner, const TulString& k)
+inline TulDictionaryEntry::TulDictionaryEntry(TulDictionary* owner, const TulString& k)
     : hash_(0), value(), key(k), next(nullptr), owner_(owner), prev_(nullptr), chunk_(nullptr) {}
 
 TulDictionaryEntry::~TulDictionaryEntry() = default;
@@ -238,8 +238,10 @@ TulDictionary::TulDictionary(bool)
       slotCount_(kShortSlots),
       count_(0),
       chunks_(nullptr),
-      freePlaces_(nullptr),
-      shortSlots_() {
+      freePlaces_(nullptr) {
+  // One fixed-size clear, which the compiler writes as a few wide stores
+  // rather than a loop over the slots.
+  std::memset(static_cast<void*>(shortSlots_), 0, sizeof shortSlots_);
   tulrt::detail::trackContainer(live_, this);
 }
 
@@ -302,7 +304,7 @@ void TulDictionary::operator delete(void* block, std::size_t size) {
 
 // A free place if there is one, else the next of the newest block, else the
 // first of a new block.
-void* TulDictionary::takePlace(TulDictionaryChunk** chunk) {
+inline void* TulDictionary::takePlace(TulDictionaryChunk** chunk) {
   if (freePlaces_) {
     auto* f = static_cast<FreePlace*>(freePlaces_);
     freePlaces_ = f->next;
@@ -326,15 +328,19 @@ void* TulDictionary::takePlace(TulDictionaryChunk** chunk) {
 // table inside the dictionary can be without a free slot. Inline in find
 // and [], where a found key costs one pass through this loop.
 inline TulDictionaryEntry* TulDictionary::lookup(const char* key, unsigned len,
-                                                 std::uint32_t hash) const {
+                                                 std::uint32_t hash, unsigned& at) const {
   const unsigned mask = slotCount_ - 1;
   const Slot* slots = slots_;
   unsigned i = hash & mask;
   for (unsigned round = slotCount_; round; --round, i = (i + 1) & mask) {
     TulDictionaryEntry* e = slots[i].entry;
-    if (!e) break;
+    if (!e) {
+      at = i;
+      return nullptr;
+    }
     if (slots[i].hash == hash && sameKey(e, key, len)) return e;
   }
+  at = kNoSlot;
   return nullptr;
 }
 
@@ -348,29 +354,34 @@ void TulDictionary::place(TulDictionaryEntry* e) {
 }
 
 TulDictionaryEntry* TulDictionary::find(const TulString& key) const {
-  return lookup(key.c_str(), key.length(), hashKey(key.c_str(), key.length()));
+  unsigned at;
+  return lookup(key.c_str(), key.length(), hashKey(key.c_str(), key.length()), at);
 }
 
 TulDictionaryEntry* TulDictionary::find(const char* key) const {
   if (!key) return nullptr;
   const auto len = static_cast<unsigned>(std::strlen(key));
-  return lookup(key, len, hashKey(key, len));
+  unsigned at;
+  return lookup(key, len, hashKey(key, len), at);
 }
 
 TulDictionaryEntry* TulDictionary::find(const TulString& key, std::uint32_t& hash) const {
   hash = hashKey(key.c_str(), key.length());
-  return lookup(key.c_str(), key.length(), hash);
+  unsigned at;
+  return lookup(key.c_str(), key.length(), hash, at);
 }
 
-TulDictionaryEntry* TulDictionary::operator[](const TulString& key) {
-  std::uint32_t hash;
-  if (TulDictionaryEntry* e = find(key, hash)) return e;
-  return append(key, hash);
-}
-
-TulDictionaryEntry* TulDictionary::append(const TulString& key, std::uint32_t hash) {
+// at: the free slot a probe for the key stopped at with no change since, or
+// kNoSlot to look for one. Inline in add, which then makes one call, not
+// two.
+[[gnu::always_inline]] inline TulDictionaryEntry* TulDictionary::appendAt(const TulString& key, std::uint32_t hash,
+                                                   unsigned at) {
   // Room first, so that a failure leaves the dictionary as it was.
-  if (needsGrowth(count_ + 1, slotCount_)) rehash(slotCount_ * 2);
+  if (needsGrowth(count_ + 1, slotCount_)) {
+    const unsigned before = slotCount_;
+    rehash(slotCount_ * 2);
+    if (slotCount_ != before) at = kNoSlot;
+  }
   if (count_ >= slotCount_) throw std::bad_alloc();
   TulDictionaryChunk* chunk;
   void* room = takePlace(&chunk);
@@ -388,9 +399,28 @@ TulDictionaryEntry* TulDictionary::append(const TulString& key, std::uint32_t ha
   e->prev_ = last_;
   if (last_) last_->next = e; else first_ = e;
   last_ = e;
-  place(e);
+  if (at == kNoSlot) place(e); else slots_[at] = Slot{hash, e};
   ++count_;
   return e;
+}
+
+// A missing key is appended by a call: the insert inline here would cost
+// every found key (most of a script's) registers saved and restored.
+TulDictionaryEntry* TulDictionary::operator[](const TulString& key) {
+  std::uint32_t hash;
+  if (TulDictionaryEntry* e = find(key, hash)) return e;
+  return append(key, hash);
+}
+
+TulDictionaryEntry* TulDictionary::add(const TulString& key) {
+  const std::uint32_t hash = hashKey(key.c_str(), key.length());
+  unsigned at;
+  if (lookup(key.c_str(), key.length(), hash, at)) return nullptr;
+  return appendAt(key, hash, at);
+}
+
+TulDictionaryEntry* TulDictionary::append(const TulString& key, std::uint32_t hash) {
+  return appendAt(key, hash, kNoSlot);
 }
 
 TulDictionaryEntry* TulDictionary::operator[](const char* key) {

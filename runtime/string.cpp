@@ -105,18 +105,6 @@ TulString::TulString(const char* s, unsigned len) : TulString() {
   if (s) assign(s, len);
 }
 
-TulString::TulString(const TulString& other)
-    : TulRefObject(other), data_(short_), len_(0), cap_(kShortRoom - 1), wide_(nullptr) {
-  if (other.isShort()) {
-    // The whole room, a fixed size the compiler copies inline; the bytes
-    // past the zero mean nothing.
-    std::memcpy(short_, other.short_, kShortRoom);
-    len_ = other.len_;
-    return;
-  }
-  assign(other.data_, other.len_);
-}
-
 TulString::TulString(const TulString& other, int pos, int count) : TulString() {
   if (pos < 0 || static_cast<unsigned>(pos) > other.len_) return;
   const auto at = static_cast<unsigned>(pos);

@@ -1,6 +1,9 @@
 // TulVector: elements across moves between the values a vector keeps in
 // itself and the heap.
 #include <string>
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 #include <vector>
 
 #include "host/tul.h"
@@ -135,6 +138,45 @@ TEST(DictionaryTest, HeldEntriesOutliveReuseAndTheirDictionary) {
     auto* e = static_cast<TulDictionaryEntry*>(held[k]);
     EXPECT_TRUE(e->erased());
     EXPECT_STREQ(e->key.c_str(), std::to_string(3 * k).c_str());
+  }
+}
+
+// Bytes a growth uncovers are zero whatever they held (up to eight zeroed in
+// place), and a block a dropped buffer left holds the room it is given for.
+TEST(BufferTest, GrowthZeroesBytesInKeptRooms) {
+  for (unsigned n = 1; n <= 10; ++n) {
+    { TulBuffer dropped(n * 4); }
+    TulBuffer b(32);
+#if defined(__GLIBC__)
+    EXPECT_GE(malloc_usable_size(b.data()), 32u) << n;
+#endif
+    b.setSize(16);
+    for (unsigned i = 0; i < 16; ++i) b.data()[i] = 0xFF;
+    b.setSize(3);
+    ASSERT_TRUE(b.setSize(3 + n));
+    for (unsigned i = 0; i < 16; ++i) EXPECT_EQ(b.data()[i], i < 3 || i >= 3 + n ? 0xFF : 0) << n;
+  }
+}
+
+// A cleared character buffer reads as an empty text.
+TEST(BufferTest, ClearedCharactersReadEmpty) {
+  TulCharBuffer b;
+  for (char c : {'a', 'b'}) b.push_back(c);
+  b.clear();
+  EXPECT_STREQ(b.data(), "");
+}
+
+// add inserts only a missing key, also where the insert grows the table or
+// fills an erased key's slot; a present key gives null and changes nothing.
+TEST(DictionaryTest, AddInsertsOnlyMissingKeys) {
+  auto key = [](int i) { return TulString(std::to_string(i).c_str()); };
+  for (int n : {8, 9, 17, 200}) {
+    TulDictionary d;
+    for (int i = 0; i < n; ++i) ASSERT_TRUE(d.add(key(i)));
+    d.erase(key(3));
+    ASSERT_TRUE(d.add(key(3)));
+    for (int i = 0; i < n; ++i) EXPECT_FALSE(d.add(key(i)));
+    for (TulDictionaryEntry* e = d.getFirst(); e; e = e->next) EXPECT_EQ(d.find(e->key), e);
   }
 }
 
