@@ -234,6 +234,13 @@ class TUL_API TulVector : public TulRefObject {
   // Capacity becomes the size; returns the capacity.
   unsigned shrink();
 
+ protected:
+  // Counts the first n places of the room, which the caller has just
+  // constructed in place, as the elements; the vector was empty with room
+  // for at least n. For a vector that is made with its values (a member
+  // record) rather than filled with Nil first.
+  void adoptPlaced(unsigned n) { size_ = n; }
+
  private:
   // A capacity of up to kShortRoom values is kept in the vector itself (a
   // member record, a small object's members, a call's arguments), so making

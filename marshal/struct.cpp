@@ -22,7 +22,15 @@ namespace {
 // is still caught.
 class Record final : public TulVector {
  public:
-  Record() : TulVector(kFields, true) {}
+  Record(unsigned offset, TulValue&& value, unsigned size, bool indirect)
+      : TulVector(kFields, false) {
+    TulValue* v = data();
+    new (v + kOffset) TulValue(static_cast<int>(offset));
+    new (v + kValue) TulValue(std::move(value));
+    new (v + kSize) TulValue(static_cast<int>(size));
+    new (v + kIndirect) TulValue(indirect ? 1 : 0);
+    adoptPlaced(kFields);
+  }
   static void* operator new(std::size_t bytes);
   static void operator delete(void* p, std::size_t bytes);
 };
@@ -57,7 +65,9 @@ void Record::operator delete(void* p, std::size_t bytes) {
 
 }  // namespace
 
-TulVector* newRecord() { return new Record; }
+TulVector* newRecord(unsigned offset, TulValue&& value, unsigned size, bool indirect) {
+  return new Record(offset, std::move(value), size, indirect);
+}
 
 TulVector* recordOf(const TulDictionaryEntry* e) {
   TulVector* r = static_cast<TulVector*>(e->value);
