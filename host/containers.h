@@ -235,11 +235,12 @@ class TUL_API TulVector : public TulRefObject {
   unsigned shrink();
 
  protected:
-  // Counts the first n places of the room, which the caller has just
-  // constructed in place, as the elements; the vector was empty with room
-  // for at least n. For a vector that is made with its values (a member
-  // record) rather than filled with Nil first.
-  void adoptPlaced(unsigned n) { size_ = n; }
+  // Sets the count of elements without constructing or destroying any:
+  // the places up to n (within the capacity) were just constructed in
+  // place, or those past n hold no reference and are forgotten. For a
+  // vector made with its values rather than filled with Nil first, and
+  // freed without a scan of values it knows to be plain (a member record).
+  void setPlacedSize(unsigned n) { size_ = n; }
 
  private:
   // A capacity of up to kShortRoom values is kept in the vector itself (a

@@ -3,6 +3,8 @@
 #include "module/members.h"
 #include "tests/support/host.h"
 
+#include <functional>
+
 namespace {
 
 class StructBuilding : public HostTest {};
@@ -20,6 +22,28 @@ TEST_F(StructBuilding, MemberWithoutBytesLeavesNoEntry) {
   ASSERT_TRUE(interp().callMember(offset, static_cast<TulObject*>(s), "addDouble",
                                   {TulValue(new TulString("i")), TulValue(2.5)}));
   EXPECT_EQ(static_cast<int>(offset), 32);
+}
+
+// A record changed to hold references (as a script may change it) gives
+// them up when the Struct goes; a record left plain frees nothing more.
+TEST_F(StructBuilding, DroppedRecordsReleaseWhatTheyHold) {
+  const std::pair<const char*, std::function<void(TulVector&)>> cases[] = {
+      {"plain", [](TulVector&) {}},
+      {"offset holds a string", [](TulVector& r) { r[0] = TulValue(new TulString("x")); }},
+      {"flag holds a vector", [](TulVector& r) { r[3] = TulValue(new TulVector()); }},
+      {"a fifth value", [](TulVector& r) { r.push_back(TulValue(new TulString("y"))); }},
+  };
+  for (const auto& [label, change] : cases) {
+    const long before = tulrt::liveObjects();
+    {
+      const TulValue s = make("Struct");
+      ASSERT_EQ(errorOf(s, "addInt", {TulValue(new TulString("a")), TulValue(7)}), "");
+      TulDictionary* dict = refIn<TulDictionary>(
+          *memberSlot(static_cast<TulObject*>(s), Member::StructDataDict), TulValueType::Dictionary);
+      change(*refIn<TulVector>(dict->find("a")->value, TulValueType::Vector));
+    }
+    EXPECT_EQ(tulrt::liveObjects(), before) << label;
+  }
 }
 
 }  // namespace
