@@ -234,6 +234,14 @@ class TUL_API TulVector : public TulRefObject {
   // Capacity becomes the size; returns the capacity.
   unsigned shrink();
 
+ protected:
+  // Sets the count of elements without constructing or destroying any:
+  // the places up to n (within the capacity) were just constructed in
+  // place, or those past n hold no reference and are forgotten. For a
+  // vector made with its values rather than filled with Nil first, and
+  // freed without a scan of values it knows to be plain (a member record).
+  void setPlacedSize(unsigned n) { size_ = n; }
+
  private:
   // A capacity of up to kShortRoom values is kept in the vector itself (a
   // member record, a small object's members, a call's arguments), so making

@@ -7,6 +7,7 @@
 // reference to it (a weak object reference, tag ObjectRef, holds none).
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -74,15 +75,25 @@ struct TulWeakLink {
   int count;
 };
 
+// Every host object constructed minus those destroyed (the runtime's
+// liveObjects()). Objects are made and freed on the host's one thread, so
+// the count is a plain one, kept inline with the constructor and destructor
+// below: they run for every object, a structure's records by the dozen.
+extern TUL_API long gTulLiveObjects;
+
 // Base of every host object that values refer to. Objects are created with a
 // count of zero; the first TulValue (or handle) that takes charge of one
 // raises it to one. The object is destroyed when the count returns to zero.
 class TUL_API TulRefObject {
  public:
-  TulRefObject();
-  TulRefObject(const TulRefObject&);
+  TulRefObject() : refs_(0), weak_(nullptr) { ++gTulLiveObjects; }
+  TulRefObject(const TulRefObject&) : TulRefObject() {}
   TulRefObject& operator=(const TulRefObject&) { return *this; }
-  virtual ~TulRefObject();
+  virtual ~TulRefObject() {
+    assert(refs_ == 0 && "host object destroyed while referenced");
+    if (weak_) detachWeakLink();
+    --gTulLiveObjects;
+  }
 
   void retain() { ++refs_; }
   // The last count goes through the runtime (releaseLast).
@@ -106,6 +117,8 @@ class TUL_API TulRefObject {
 
  private:
   void releaseLast();
+  // Tells the weak references that the object is gone.
+  void detachWeakLink();
 
   int refs_;
   TulWeakLink* weak_;

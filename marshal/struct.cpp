@@ -22,9 +22,32 @@ namespace {
 // is still caught.
 class Record final : public TulVector {
  public:
-  Record() : TulVector(kFields, true) {}
+  Record(unsigned offset, TulValue&& value, unsigned size, bool indirect)
+      : TulVector(kFields, false) {
+    TulValue* v = data();
+    new (v + kOffset) TulValue(static_cast<int>(offset));
+    new (v + kValue) TulValue(std::move(value));
+    new (v + kSize) TulValue(static_cast<int>(size));
+    new (v + kIndirect) TulValue(indirect ? 1 : 0);
+    setPlacedSize(kFields);
+  }
   static void* operator new(std::size_t bytes);
   static void operator delete(void* p, std::size_t bytes);
+
+ protected:
+  // A record of plain values (numbers, as every record of a number member
+  // holds) has nothing to release: it is freed directly, without the
+  // vector's scan of its values. Anything else takes the general path.
+  void lastReleased() override {
+    if (size() == kFields) {
+      const TulValue* v = data();
+      if (!isRef(v[0]) && !isRef(v[1]) && !isRef(v[2]) && !isRef(v[3])) setPlacedSize(0);
+    }
+    delete this;
+  }
+
+ private:
+  static bool isRef(const TulValue& v) { return v.type() >= TulValueType::Object; }
 };
 
 constexpr unsigned kKeptRecords = 64;
@@ -57,7 +80,9 @@ void Record::operator delete(void* p, std::size_t bytes) {
 
 }  // namespace
 
-TulVector* newRecord() { return new Record; }
+TulVector* newRecord(unsigned offset, TulValue&& value, unsigned size, bool indirect) {
+  return new Record(offset, std::move(value), size, indirect);
+}
 
 TulVector* recordOf(const TulDictionaryEntry* e) {
   TulVector* r = static_cast<TulVector*>(e->value);

@@ -18,11 +18,12 @@ constexpr unsigned kSize = 2;
 constexpr unsigned kIndirect = 3;
 constexpr unsigned kFields = 4;
 
-// A new member record: four Nil values in the vector's own room. Records of
-// structures made and dropped again and again (a call's parameters, built
-// anew for every call) take the places of records released before, a few
-// of which wait for reuse instead of going back to the heap.
-TulVector* newRecord();
+// A new member record holding its four values (value moved in) in the
+// vector's own room. Records of structures made and dropped again and again
+// (a call's parameters, built anew for every call) take the places of
+// records released before, a few of which wait for reuse instead of going
+// back to the heap.
+TulVector* newRecord(unsigned offset, TulValue&& value, unsigned size, bool indirect);
 
 // The record of a dictionary entry, or null when the entry holds anything
 // other than a well-formed record (a script may have replaced it).

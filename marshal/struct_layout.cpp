@@ -113,19 +113,20 @@ constexpr bool isNumber(Kind k) {
   return k != Kind::String && k != Kind::CBuffer && k != Kind::Buffer && k != Kind::Struct;
 }
 
-// Fills a new record's four values (all Nil) and writes the member's bytes.
+// A new record for the member at `offset`, value moved in.
 template <Kind K>
-void fillRecord(TulVector& record, unsigned offset, TulValue&& value, unsigned char* at) {
+TulVector* makeRecord(unsigned offset, TulValue&& value) {
   const KindInfo kind = info(K);
-  TulValue* v = record.data();
-  new (&v[kOffset]) TulValue(static_cast<int>(offset));
-  new (&v[kValue]) TulValue(std::move(value));
-  new (&v[kSize]) TulValue(static_cast<int>(kind.width));
-  new (&v[kIndirect]) TulValue(kind.indirect ? 1 : 0);
-  if (kind.indirect)
+  return newRecord(offset, std::move(value), kind.width, kind.indirect);
+}
+
+// Writes the member's bytes from its record.
+template <Kind K>
+void writeMember(TulVector& record, unsigned char* at) {
+  if (info(K).indirect)
     writeLE<4>(at, static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(targetOf(&record))));
   else
-    writeDirect<K>(at, v[kValue]);
+    writeDirect<K>(at, record[kValue]);
 }
 
 template <Kind K>
@@ -145,17 +146,16 @@ bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
     // memory for the bytes, so the entry is taken at once (the test and the
     // insert share one probe) and taken out again, before the report, when
     // the bytes cannot be had. The record comes first: it can only throw.
-    TulValue value = memberValue(f, K, f.arg(1));
-    TulVector* record = newRecord();
+    const unsigned offset = data->size();
+    TulVector* record = makeRecord<K>(offset, memberValue(f, K, f.arg(1)));
     TulValue held = TulValue::strongRef(TulValueType::Vector, record);
     TulDictionaryEntry* entry = dict->add(*name);
     if (!entry) return f.fail(err::kStructMemberDefined, name->c_str());
-    const unsigned offset = data->size();
     if (!growBytes(*data, offset + kind.width)) {
       dict->erase(entry);
       return f.fail(err::kOutOfMemory);
     }
-    fillRecord<K>(*record, offset, std::move(value), data->data() + offset);
+    writeMember<K>(*record, data->data() + offset);
     entry->value = std::move(held);
     return f.retInt(static_cast<int>(offset));
   }
@@ -173,11 +173,11 @@ bool struct_add(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   TulValue value = memberValue(f, K, f.arg(1));
   if (value.type() == TulValueType::Nil) return false;
   if (!growBytes(*data, offset + kind.width)) return f.fail(err::kOutOfMemory);
-  // The record's four values are written in place: its room holds them from
-  // the start, so the address of element 1 is fixed before it is taken.
-  TulVector* record = newRecord();
+  // The record's values are in its own room from the start, so the address
+  // of element 1 is fixed before it is taken.
+  TulVector* record = makeRecord<K>(offset, std::move(value));
   dict->append(*name, hash)->value = TulValue::strongRef(TulValueType::Vector, record);
-  fillRecord<K>(*record, offset, std::move(value), data->data() + offset);
+  writeMember<K>(*record, data->data() + offset);
   return f.retInt(static_cast<int>(offset));
 }
 

@@ -16,13 +16,12 @@
 #include "host/vm.h"
 #include "runtime/machine_impl.h"
 
-namespace {
+// A plain count (the block caches take no lock either): a locked add on
+// every object made and freed cost more than the rest of a small object's
+// release.
+long gTulLiveObjects = 0;
 
-// Every TulRefObject constructed minus those destroyed. Objects are made and
-// freed on the host's one thread (the block caches take no lock either), so
-// the count is a plain one: a locked add on every object made and freed
-// cost more than the rest of a small object's release.
-long gLiveObjects = 0;
+namespace {
 
 constexpr int kFirstRefTag = static_cast<int>(TulValueType::Object);
 constexpr int kWeakTag = static_cast<int>(TulValueType::ObjectRef);
@@ -96,17 +95,9 @@ std::uint32_t saturateToUnsigned(double d) {
 
 // --- TulRefObject -----------------------------------------------------------
 
-TulRefObject::TulRefObject() : refs_(0), weak_(nullptr) { ++gLiveObjects; }
-
-TulRefObject::TulRefObject(const TulRefObject&) : TulRefObject() {}
-
-TulRefObject::~TulRefObject() {
-  assert(refs_ == 0 && "host object destroyed while referenced");
-  if (weak_) {
-    weak_->target = nullptr;
-    if (weak_->count == 0) delete weak_;
-  }
-  --gLiveObjects;
+void TulRefObject::detachWeakLink() {
+  weak_->target = nullptr;
+  if (weak_->count == 0) delete weak_;
 }
 
 // An object whose count reaches zero during another's destruction is
@@ -346,7 +337,7 @@ TUL_REF_CONVERSION(TulDictionaryEntry, DictEntry)
 
 namespace tulrt {
 
-long liveObjects() { return gLiveObjects; }
+long liveObjects() { return gTulLiveObjects; }
 
 namespace {
 
