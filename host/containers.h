@@ -15,16 +15,34 @@ class TUL_API TulStorageLink {
  public:
   enum class Kind : unsigned char { String, Buffer, CharBuffer };
 
-  TulStorageLink(TulRefObject* owner, Kind kind);
-  ~TulStorageLink();
+  // Inline: every string the interpreter makes is linked and unlinked, and
+  // each is a few stores.
+  TulStorageLink(TulRefObject* owner, Kind kind)
+      : owner_(owner), prev_(nullptr), next_(newest_), kind_(kind) {
+    if (newest_) newest_->prev_ = this;
+    newest_ = this;
+  }
+  ~TulStorageLink() {
+    if (prev_)
+      prev_->next_ = next_;
+    else
+      newest_ = next_;
+    if (next_) next_->prev_ = prev_;
+  }
   TulStorageLink(const TulStorageLink&) = delete;
   TulStorageLink& operator=(const TulStorageLink&) = delete;
 
   TulRefObject* owner() const { return owner_; }
   Kind kind() const { return kind_; }
   const TulStorageLink* next() const { return next_; }
+  static const TulStorageLink* newest() { return newest_; }
 
  private:
+  // The newest link. A plain pointer, zero before any constructor runs:
+  // strings are made during static initialisation too, and die after static
+  // destruction has begun.
+  static TulStorageLink* newest_;
+
   TulRefObject* owner_;
   TulStorageLink* prev_;
   TulStorageLink* next_;
@@ -45,7 +63,9 @@ class TUL_API TulString : public TulRefObject {
   // %d %i %u %x %X %o %c %s %f %e %g %% with flags, width and precision.
   // Missing values format as empty or zero; extra ones are ignored.
   TulString(const char* format, int n, ValPtr first);
-  ~TulString() override;
+  // Inline: a string that never had a UTF-16 form and fits its short room
+  // (a dictionary key, a name) frees nothing.
+  inline ~TulString() override;
   // Strings are made and dropped by the thousand: their blocks are reused.
   static void* operator new(std::size_t size);
   static void operator delete(void* block, std::size_t size);
@@ -95,6 +115,8 @@ class TUL_API TulString : public TulRefObject {
  private:
   void assign(const char* s, unsigned len);
   void reserve(unsigned cap);
+  // The UTF-16 form and a heap block freed, when there are any.
+  void freeStorage();
 
   // Short texts (names, keys, numbers) are kept in the string itself, so
   // making one allocates nothing; longer ones move to the heap.
@@ -120,6 +142,10 @@ inline TulString::TulString(const TulString& other)
   }
   len_ = 0;
   assign(other.data_, other.len_);
+}
+
+inline TulString::~TulString() {
+  if (wide_ || !isShort()) freeStorage();
 }
 
 // A growable byte array. New bytes from setSize are zero.

@@ -11,27 +11,7 @@
 // linear, and rare. The host runs on one thread, so nothing is locked.
 #include "host/containers.h"
 
-namespace {
-
-// A plain pointer, zero before any constructor runs: strings are made during
-// static initialisation too, and die after static destruction has begun.
-TulStorageLink* gNewest = nullptr;
-
-}  // namespace
-
-TulStorageLink::TulStorageLink(TulRefObject* owner, Kind kind)
-    : owner_(owner), prev_(nullptr), next_(gNewest), kind_(kind) {
-  if (gNewest) gNewest->prev_ = this;
-  gNewest = this;
-}
-
-TulStorageLink::~TulStorageLink() {
-  if (prev_)
-    prev_->next_ = next_;
-  else
-    gNewest = next_;
-  if (next_) next_->prev_ = prev_;
-}
+TulStorageLink* TulStorageLink::newest_ = nullptr;
 
 namespace {
 
@@ -92,7 +72,7 @@ TulBytes tulStorageBytes(const TulValue& v) {
 
 TulValue tulStorageHolding(std::uintptr_t address, unsigned size) {
   if (!address) return TulValue();
-  for (const TulStorageLink* link = gNewest; link; link = link->next()) {
+  for (const TulStorageLink* link = TulStorageLink::newest(); link; link = link->next()) {
     if (!holds(bytesOf(link->owner(), link->kind()), address, size)) continue;
     TulValue held = heldValue(*link);
     if (held.type() != TulValueType::Nil) return held;

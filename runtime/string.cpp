@@ -111,7 +111,7 @@ TulString::TulString(const TulString& other, int pos, int count) : TulString() {
   assign(other.data_ + at, spanFrom(at, count, other.len_));
 }
 
-TulString::~TulString() {
+void TulString::freeStorage() {
   dropWide(wide_);
   if (!isShort()) std::free(data_);
 }

@@ -38,7 +38,7 @@ TEST(StringTest, SubstrTakesWhatFitsAndNothingOutOfRange) {
     int pos, count;
     const char* expected;
   } cases[] = {{2, -1, "cdef"}, {2, 0, ""}, {2, 2, "cd"}, {2, 99, "cdef"},
-               {6, 1, ""},      {7, 1, ""}, {-1, 2, ""}};
+               {6, 1, ""},      {7, 1, ""}, {-1, 2, ""}, {0, 3, "abc"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.pos) + ", " + std::to_string(c.count));
     EXPECT_EQ(text(s.substr(c.pos, c.count)), c.expected);
@@ -73,6 +73,29 @@ TEST(StringTest, TextsAcrossTheShortRoomKeepTheirCharacters) {
       EXPECT_EQ(text(s), second);
       EXPECT_EQ(s.c_str()[s.length()], '\0');
     }
+  }
+}
+
+// The UTF-16 form keeps its buffer until the characters change: a string
+// that grows must not be written past it (the sanitizer sees the overrun).
+TEST(StringTest, WideFormFollowsAGrowingString) {
+  const std::string longer(200, 'x');
+  const struct {
+    const char* name;
+    void (*change)(TulString&, const std::string&);
+    std::string expected;
+  } cases[] = {
+      {"assign", [](TulString& s, const std::string& t) { s = t.c_str(); }, longer},
+      {"insert itself", [](TulString& s, const std::string&) { s.insert(2, s); }, "ababcdcd"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    TulString s("abcd");
+    s.w_str();
+    c.change(s, longer);
+    EXPECT_EQ(text(s), c.expected);
+    const std::u16string wide(reinterpret_cast<const char16_t*>(s.w_str()));
+    EXPECT_EQ(wide, std::u16string(c.expected.begin(), c.expected.end()));
   }
 }
 
