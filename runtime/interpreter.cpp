@@ -567,6 +567,7 @@ void Interpreter::setNativeCallFailureHandler(std::function<void(const ErrorReco
 }
 
 int Interpreter::callDepth() const { return implOf(this).depth; }
+const int* Interpreter::callDepthCounter() const { return &implOf(this).depth; }
 
 unsigned Interpreter::stackUsed() const {
   return static_cast<unsigned>(implOf(this).top + 1);

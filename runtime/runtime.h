@@ -120,6 +120,9 @@ class TUL_API Interpreter : public TulInterpreter {
 
   // Current depth of nested calls and used stack slots.
   int callDepth() const;
+  // Where the depth is kept, for a caller that reads it at every call (the
+  // script VM at each method call): good while the machine lives.
+  const int* callDepthCounter() const;
   unsigned stackUsed() const;
 };
 

@@ -541,6 +541,7 @@ class Interp : public GlobalNames {
 
   std::unique_ptr<tulrt::Machine> vm_;
   tulrt::Interpreter* host_ = &vm_->interp();  // vm_'s, kept at hand for native calls
+  const int* hostDepth_ = host_->callDepthCounter();  // read at every method call
   EngineOptions opts_;
   std::ostream* out_;
   std::ostream* err_;

@@ -118,7 +118,7 @@ bool Interp::tooManyArguments(const Frame& f, int line, const FunctionDecl& fn, 
 }
 
 bool Interp::methodsTooDeep(const Frame& f, int line) {
-  if (methodDepth_ + vm_->interp().callDepth() < tulrt::kMaxCallDepth) return false;
+  if (methodDepth_ + *hostDepth_ < tulrt::kMaxCallDepth) return false;
   fail(f, line, "stack overflow");
   return true;
 }

@@ -334,7 +334,7 @@ Interp::Activation* Interp::methodActivation(Frame& f, const void** pending,
   resolveMethod(site.cache, static_cast<TulObject*>(obj->refObject())->getClass(), site.name);
   const FunctionDecl* fn = site.cache.fn;
   if (!fn || site.argc > fn->code.params || callDepth_ >= kMaxScriptCallDepth ||
-      methodDepth_ + vm_->interp().callDepth() >= tulrt::kMaxCallDepth)
+      methodDepth_ + *hostDepth_ >= tulrt::kMaxCallDepth)
     return nullptr;
   Activation& a = pushActivation(*fn, f.slots + ip->d, site.argc, f, pending, tryBase);
   a.method = true;
