@@ -3,19 +3,32 @@
 // block taken from here costs a few instructions where the heap costs a
 // hundred or more.
 //
-// Invariant: the cache holds at most kKept blocks, each one that
-// ::operator new gave for exactly Size bytes. Like the rest of the runtime
+// Invariant: the cache holds at most kKept blocks, each one that Heap gave
+// for exactly Size bytes (::operator new, or the C library's malloc for
+// storage that is later realloc'ed). Like the rest of the runtime
 // it serves one thread. Under the address sanitizer every block goes back to
 // the heap at once, so that a use after free is still caught.
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
 #include <new>
 
 namespace tulrt {
 namespace detail {
 
-template <std::size_t Size>
+// Where a cache's blocks come from and go back to.
+struct NewHeap {
+  static void* get(std::size_t size) { return ::operator new(size); }
+  static void put(void* block) { ::operator delete(block); }
+};
+// The C library's heap: null when the memory cannot be had.
+struct CHeap {
+  static void* get(std::size_t size) { return std::malloc(size); }
+  static void put(void* block) { std::free(block); }
+};
+
+template <std::size_t Size, class Heap = NewHeap>
 class BlockCache {
  public:
   static void* take() {
@@ -26,7 +39,7 @@ class BlockCache {
       return block;
     }
 #endif
-    return ::operator new(Size);
+    return Heap::get(Size);
   }
 
   static void give(void* block) {
@@ -37,7 +50,7 @@ class BlockCache {
       return;
     }
 #endif
-    ::operator delete(block);
+    Heap::put(block);
   }
 
  private:

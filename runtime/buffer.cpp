@@ -23,38 +23,17 @@ unsigned grownCapacity(unsigned cap) {
 }
 
 // Storage of exactly kKeptRoom bytes (a structure's first room, which most
-// structures never leave) that buffers gave back, kept for the next buffers:
-// a block from here costs a few instructions where the heap costs a hundred
-// or more. The blocks are the heap's own, so a buffer that grows past one
-// reallocates it as any other. One thread, no lock; under the address
-// sanitizer every block goes back to the heap at once, so that a use after
-// free is still caught.
+// structures never leave) that buffers gave back is kept for the next
+// buffers. The blocks are the C library's own, so a buffer that grows past
+// one reallocates it as any other.
 constexpr unsigned kKeptRoom = 32;
-constexpr unsigned kKeptBlocks = 64;
-struct KeptBlock {
-  KeptBlock* next;
-};
-KeptBlock* gKeptBlocks = nullptr;
-unsigned gKeptCount = 0;
-
-void* takeKeptRoom() {
-  KeptBlock* b = gKeptBlocks;
-  gKeptBlocks = b->next;
-  --gKeptCount;
-  return b;
-}
+using KeptRooms = tulrt::detail::BlockCache<kKeptRoom, tulrt::detail::CHeap>;
 
 void freeRoom(void* block, unsigned cap) {
-#if !defined(__SANITIZE_ADDRESS__)
-  if (cap == kKeptRoom && gKeptCount < kKeptBlocks) {
-    gKeptBlocks = new (block) KeptBlock{gKeptBlocks};
-    ++gKeptCount;
-    return;
-  }
-#else
-  (void)cap;
-#endif
-  std::free(block);
+  if (cap == kKeptRoom)
+    KeptRooms::give(block);
+  else
+    std::free(block);
 }
 
 }  // namespace
@@ -93,8 +72,7 @@ void TulBuffer::operator delete(void* block, std::size_t size) {
 [[gnu::noinline]] bool TulBuffer::reserve(unsigned cap) {
   if (data_ && cap <= cap_) return true;
   if (!tulrt::detail::withinContainerLimit(cap)) return false;
-  void* p = !data_ && cap == kKeptRoom && gKeptBlocks ? takeKeptRoom()
-                                                      : std::realloc(data_, cap ? cap : 1u);
+  void* p = !data_ && cap == kKeptRoom ? KeptRooms::take() : std::realloc(data_, cap ? cap : 1u);
   if (!p) return false;
   data_ = static_cast<unsigned char*>(p);
   cap_ = cap;
