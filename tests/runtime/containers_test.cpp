@@ -166,6 +166,17 @@ TEST(BufferTest, ClearedCharactersReadEmpty) {
   EXPECT_STREQ(b.data(), "");
 }
 
+// Assignment copies the characters, and assigning a buffer to itself keeps
+// them.
+TEST(BufferTest, AssignedCharactersAreCopied) {
+  TulCharBuffer a, b;
+  for (char c : {'x', 'y'}) a.push_back(c);
+  b = a;
+  b = b;
+  EXPECT_STREQ(b.data(), "xy");
+  EXPECT_EQ(b.size(), 2u);
+}
+
 // add inserts only a missing key, also where the insert grows the table or
 // fills an erased key's slot; a present key gives null and changes nothing.
 TEST(DictionaryTest, AddInsertsOnlyMissingKeys) {
