@@ -127,6 +127,16 @@ class TUL_API TulString : public TulRefObject {
   unsigned len_;
   unsigned cap_;
   char short_[kShortRoom];  // next to the length: a comparison reads both
+  // Where this string last found its key: the dictionary's serial then (0
+  // for none) and the entry. The same string asking the same dictionary
+  // again (a script's variable or literal, a host's key) reads that entry
+  // first and skips the table, one read from memory instead of two. Not
+  // copied with the string; the entry's key is compared before it is
+  // trusted, since the string may have changed. Beside the characters: a
+  // lookup reads both.
+  friend class TulDictionary;
+  mutable std::uint64_t foundIn_ = 0;
+  mutable TulDictionaryEntry* foundEntry_ = nullptr;
   mutable std::uint16_t* wide_;  // cache of the UTF-16 form
   TulStorageLink link_{this, TulStorageLink::Kind::String};
 };
@@ -397,6 +407,8 @@ class TUL_API TulDictionary : public TulRefObject {
   TulDictionaryEntry* lookup(const char* key, unsigned len,
                              std::uint32_t hash, unsigned& at) const;
   TulDictionaryEntry* appendAt(const TulString& key, std::uint32_t hash, unsigned at);
+  TulDictionaryEntry* remembered(const TulString& key) const;
+  void remember(const TulString& key, TulDictionaryEntry* e) const;
   void place(TulDictionaryEntry* e);
   void unlink(TulDictionaryEntry* e);
   void rehash(unsigned slots);
@@ -411,5 +423,9 @@ class TUL_API TulDictionary : public TulRefObject {
   TulDictionaryChunk* chunks_;  // the newest block first
   void* freePlaces_;            // places of released records, linked through them
   TulLiveLink live_;
+  // Drawn anew from a process-wide count as the dictionary is made and
+  // whenever an entry leaves it, never reused: an entry a string remembers
+  // under this dictionary's current serial is in it and alive.
+  std::uint64_t serial_;
   Slot shortSlots_[kShortSlots];
 };

@@ -231,6 +231,22 @@ void TulDictionaryEntry::setValue(const TulValue& v, bool, bool) { *this = v; }
 
 // --- TulDictionary ----------------------------------------------------------
 
+// 64 bits: no count of dictionaries made in a process's life wraps them.
+static std::uint64_t gLastSerial = 0;
+
+// The entry key found last in this dictionary, while no entry has left it
+// since and the key still reads the same.
+inline TulDictionaryEntry* TulDictionary::remembered(const TulString& key) const {
+  if (key.foundIn_ != serial_) return nullptr;
+  TulDictionaryEntry* e = key.foundEntry_;
+  return sameKey(e, key.c_str(), key.length()) ? e : nullptr;
+}
+
+inline void TulDictionary::remember(const TulString& key, TulDictionaryEntry* e) const {
+  key.foundIn_ = serial_;
+  key.foundEntry_ = e;
+}
+
 TulDictionary::TulDictionary(bool)
     : first_(nullptr),
       last_(nullptr),
@@ -238,7 +254,8 @@ TulDictionary::TulDictionary(bool)
       slotCount_(kShortSlots),
       count_(0),
       chunks_(nullptr),
-      freePlaces_(nullptr) {
+      freePlaces_(nullptr),
+      serial_(++gLastSerial) {
   // One fixed-size clear, which the compiler writes as a few wide stores
   // rather than a loop over the slots.
   std::memset(static_cast<void*>(shortSlots_), 0, sizeof shortSlots_);
@@ -354,8 +371,11 @@ void TulDictionary::place(TulDictionaryEntry* e) {
 }
 
 TulDictionaryEntry* TulDictionary::find(const TulString& key) const {
+  if (TulDictionaryEntry* e = remembered(key)) return e;
   unsigned at;
-  return lookup(key.c_str(), key.length(), hashKey(key.c_str(), key.length()), at);
+  TulDictionaryEntry* e = lookup(key.c_str(), key.length(), hashKey(key.c_str(), key.length()), at);
+  if (e) remember(key, e);
+  return e;
 }
 
 TulDictionaryEntry* TulDictionary::find(const char* key) const {
@@ -407,9 +427,12 @@ TulDictionaryEntry* TulDictionary::find(const TulString& key, std::uint32_t& has
 // A missing key is appended by a call: the insert inline here would cost
 // every found key (most of a script's) registers saved and restored.
 TulDictionaryEntry* TulDictionary::operator[](const TulString& key) {
+  if (TulDictionaryEntry* e = remembered(key)) return e;
   std::uint32_t hash;
-  if (TulDictionaryEntry* e = find(key, hash)) return e;
-  return append(key, hash);
+  TulDictionaryEntry* e = find(key, hash);
+  if (!e) e = append(key, hash);
+  remember(key, e);
+  return e;
 }
 
 TulDictionaryEntry* TulDictionary::add(const TulString& key) {
@@ -465,6 +488,7 @@ void TulDictionary::unlink(TulDictionaryEntry* e) {
     hole = j;
   }
   --count_;
+  serial_ = ++gLastSerial;  // what strings remember of this dictionary is void
   e->owner_ = nullptr;
   e->prev_ = e->next = nullptr;
   TulValue old(std::move(e->value));

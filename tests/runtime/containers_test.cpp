@@ -191,6 +191,33 @@ TEST(DictionaryTest, AddInsertsOnlyMissingKeys) {
   }
 }
 
+// A key string remembers the entry it found. Asked again it answers what
+// the table holds: after its entry is erased, its place is taken by another
+// key, the key comes back, the string changes, and in a dictionary made
+// after the one it remembers is gone (whose blocks the sanitizer build
+// poisons).
+TEST(DictionaryTest, ARememberedKeyFindsWhatTheTableHolds) {
+  TulString k("a");
+  {
+    TulDictionary d;
+    *d["a"] = TulValue(1);
+    *d["b"] = TulValue(2);
+    ASSERT_EQ(d.find(k), d.find("a"));
+    d.erase(TulString("a"));
+    EXPECT_FALSE(d.find(k));
+    *d["c"] = TulValue(3);
+    EXPECT_FALSE(d.find(k));
+    *d["a"] = TulValue(4);
+    EXPECT_EQ(static_cast<int>(d[k]->value), 4);
+    k = "b";
+    EXPECT_EQ(static_cast<int>(d[k]->value), 2);
+  }
+  TulDictionary other;
+  EXPECT_FALSE(other.find(k));
+  TulDictionaryEntry* made = other[k];
+  EXPECT_EQ(other.find("b"), made);
+}
+
 // Two keys of one length and one hash (found by search) stay two entries.
 TEST(DictionaryTest, KeysOfOneHashStayApart) {
   TulDictionary d;
