@@ -150,9 +150,11 @@ inline void resetSlots(TulValue* from, const TulValue* to) {
 }
 
 // The last slot a frame used: its arguments, or further if the callee moved
-// its cursor up to push values of its own.
+// its cursor up to push values of its own. The cursor's index is asked
+// first: a callee that leaves it on its last argument, as nearly all do,
+// answers there.
 int frameEnd(const TulVector& stack, const ValPtr& sp, int lastArg) {
-  const bool movedUp = sp.vec == &stack && sp.index > lastArg &&
+  const bool movedUp = sp.index > lastArg && sp.vec == &stack &&
                        sp.index < static_cast<int>(stack.size());
   return movedUp ? sp.index : lastArg;
 }
