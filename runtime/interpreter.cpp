@@ -100,27 +100,17 @@ bool holdsReference(const TulValue& v) {
   return static_cast<int>(v.type()) >= static_cast<int>(TulValueType::Object);
 }
 
-// A slot of the frame that holds a reference although it lies above top
-// (which the invariant of machine_impl.h rules out) is assigned, which gives
-// the reference back; kept out of line, off the path of every call.
-template <class V>
-void placeOver(TulValue& slot, const V& v) {
-  slot = TulValue(v);
-}
-
 // Writes v (a value, or an object as a strong reference) into a slot of the
-// frame. A slot above top is Nil, so the copy is made in place.
+// frame. A slot above top is nil (machine_impl.h), so the copy is made in
+// place, with nothing there to give back.
 template <class V>
 inline void place(TulValue& slot, const V& v) {
-  if (holdsReference(slot)) return placeOver(slot, v);
+  assert(!holdsReference(slot));
   new (&slot) TulValue(v);
 }
 
 inline void place(TulValue& slot, TulValue&& v) {
-  if (holdsReference(slot)) {
-    slot = std::move(v);
-    return;
-  }
+  assert(!holdsReference(slot));
   new (&slot) TulValue(std::move(v));
 }
 
@@ -159,18 +149,12 @@ inline void resetSlots(TulValue* from, const TulValue* to) {
   }
 }
 
-// Copies v into a slot above top (Nil) as its 16 bytes, taking the
-// reference it holds; a weak reference is copied as a value copies it.
-inline void placeCopy(TulValue& slot, const TulValue& v) {
-  if (holdsReference(slot) || v.type() == TulValueType::ObjectRef) return placeOver(slot, v);
-  std::memcpy(static_cast<void*>(&slot), static_cast<const void*>(&v), sizeof(TulValue));
-  if (TulRefObject* held = v.refObject()) held->retain();
-}
-
 // The last slot a frame used: its arguments, or further if the callee moved
-// its cursor up to push values of its own.
+// its cursor up to push values of its own. The cursor's index is asked
+// first: a callee that leaves it on its last argument, as nearly all do,
+// answers there.
 int frameEnd(const TulVector& stack, const ValPtr& sp, int lastArg) {
-  const bool movedUp = sp.vec == &stack && sp.index > lastArg &&
+  const bool movedUp = sp.index > lastArg && sp.vec == &stack &&
                        sp.index < static_cast<int>(stack.size());
   return movedUp ? sp.index : lastArg;
 }
@@ -195,7 +179,7 @@ bool runFrame(Machine::Impl& m, C c, Self self, Arg* args, int nargs, TulValue& 
   const int p = m.top + 1;
   const int savedTop = m.top;
   TulValue* const frame = &stack[static_cast<unsigned>(p)];
-  if (frame->type() != TulValueType::Nil) *frame = TulValue();
+  assert(frame->type() == TulValueType::Nil);
   TulValue* next = frame + 1;
   if (self) place(*next++, selfOf(self));
   for (int i = 0; i < nargs; ++i) place(next[i], static_cast<Arg&&>(args[i]));
@@ -217,11 +201,22 @@ bool runFrame(Machine::Impl& m, C c, Self self, Arg* args, int nargs, TulValue& 
   return report(&m, message);
 }
 
-// An argument placed into a slot above top: copied (the caller keeps its
-// own), or moved, leaving the caller's nil.
-inline void placeArg(TulValue& slot, const TulValue& v) { placeCopy(slot, v); }
+// An argument placed into a slot above top, which the invariant of
+// machine_impl.h keeps nil, so nothing there is given back: copied as its
+// 16 bytes, taking the reference it holds (the caller keeps its own; a weak
+// reference is copied as a value copies it), or moved, leaving the
+// caller's nil.
+inline void placeArg(TulValue& slot, const TulValue& v) {
+  assert(!holdsReference(slot));
+  if (v.type() == TulValueType::ObjectRef) {
+    new (&slot) TulValue(v);
+    return;
+  }
+  std::memcpy(static_cast<void*>(&slot), static_cast<const void*>(&v), sizeof(TulValue));
+  if (TulRefObject* held = v.refObject()) held->retain();
+}
 inline void placeArg(TulValue& slot, TulValue& v) {
-  if (holdsReference(slot)) drop(slot);
+  assert(!holdsReference(slot));
   relocate(slot, v);
 }
 
@@ -239,11 +234,8 @@ template <class Arg>
   if (!fitsFrame(m, argc + 1)) return fail(m, kStackOverflow);
   const int savedTop = m.top;
   TulValue* const frame = m.stack->data() + savedTop + 1;
-  if (frame->type() != TulValueType::Nil) *frame = TulValue();
-  if (holdsReference(frame[1]))
-    placeOver(frame[1], selfOf(obj));
-  else
-    new (&frame[1]) TulValue(TulValue::strongRef(TulValueType::Object, obj));
+  assert(frame->type() == TulValueType::Nil && !holdsReference(frame[1]));
+  new (&frame[1]) TulValue(TulValue::strongRef(TulValueType::Object, obj));
   for (int i = 0; i < nargs; ++i) placeArg(frame[2 + i], args[i]);
   ValPtr sp{m.stack.get(), savedTop + 1 + argc};
   m.top = sp.index;
@@ -501,12 +493,9 @@ bool Interpreter::callNative(TulValue& result, NativeMethod fn, const TulValue& 
   const int savedTop = m.top;
   const int p = savedTop + 1;
   TulValue* const frame = &stack[static_cast<unsigned>(p)];
-  if (frame->type() != TulValueType::Nil) *frame = TulValue();
+  assert(frame->type() == TulValueType::Nil);
   place(frame[1], self);
-  for (int i = 0; i < nargs; ++i) {
-    if (holdsReference(frame[2 + i])) drop(frame[2 + i]);
-    relocate(frame[2 + i], args[i]);
-  }
+  for (int i = 0; i < nargs; ++i) placeArg(frame[2 + i], args[i]);
   ValPtr sp{&stack, p + argc};
   m.top = p + argc;
   ++m.depth;

@@ -174,6 +174,8 @@ TEST_F(InterpreterTest, LookupAndCreationFailuresAreReportedAndStaticsStaySepara
   EXPECT_EQ(lastMessage(), "Method DERIVED::nope not found");
   EXPECT_FALSE(vm().interpreter()->invokeMember(r, nullptr, "name", nullptr));
   EXPECT_EQ(lastMessage(), "invalid object");
+  EXPECT_FALSE(in().callInherited(r, derived, nullptr, "name"));  // the base binds it
+  EXPECT_EQ(lastMessage(), "invalid object");
   EXPECT_FALSE(in().callMember(r, obj, "make"));
   EXPECT_FALSE(in().callStatic(r, derived, "name"));
   EXPECT_FALSE(vm().interpreter()->createObject(r, TulString("NOPE"), nullptr));
