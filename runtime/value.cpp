@@ -15,6 +15,7 @@
 
 #include "host/vm.h"
 #include "runtime/machine_impl.h"
+#include "runtime/release_depth.h"
 
 // A plain count (the block caches take no lock either): a locked add on
 // every object made and freed cost more than the rest of a small object's
@@ -40,9 +41,11 @@ struct ReleaseQueue {
   std::vector<TulRefObject*> pending;
 };
 
+using tulrt::detail::kInlineDepth;
+using tulrt::detail::tReleaseDepth;
+
 // A structure's parts (its object, members, dictionary, entries and their
 // records) lie four deep: all of them are freed without a queue.
-constexpr unsigned kInlineDepth = 6;
 static_assert(kInlineDepth >= 2, "the outermost release never queues");
 
 // Above this many entries the queue's storage is given back after a drain.
@@ -68,11 +71,6 @@ ReleaseQueue& releaseQueue() {
   return *queue;
 }
 
-// Destructions nested on this thread now; 0 when none is (or when a dtor's
-// own queue starts counting afresh). Kept apart from the queue, a plain
-// word: the common last release reads and writes only this.
-thread_local unsigned tReleaseDepth TUL_INITIAL_TLS = 0;
-
 void dropWeakLink(TulWeakLink* link) {
   if (--link->count == 0 && link->target == nullptr) delete link;
 }
@@ -95,6 +93,14 @@ std::uint32_t saturateToUnsigned(double d) {
 }
 
 }  // namespace
+
+// Kept apart from the queue: the common last release reads and writes only
+// this word.
+#if defined(__GNUC__) && !defined(_WIN32)
+__thread unsigned tulrt::detail::tReleaseDepth __attribute__((tls_model("initial-exec"))) = 0;
+#else
+thread_local unsigned tulrt::detail::tReleaseDepth = 0;
+#endif
 
 // --- TulRefObject -----------------------------------------------------------
 
