@@ -76,6 +76,15 @@ TEST(DictionaryTest, OnlyEntriesNothingElseHoldsGoWithTheirDictionary) {
   EXPECT_EQ(tulrt::liveObjects(), before);
 }
 
+// A disposed value lets go of what it held and is left Empty.
+TEST(ReleaseTest, DisposeReleasesTheHeldObject) {
+  const long before = tulrt::liveObjects();
+  TulValue v(new TulVector);
+  v.dispose();
+  EXPECT_EQ(v.type(), TulValueType::Empty);
+  EXPECT_EQ(tulrt::liveObjects(), before);
+}
+
 // Vectors and dictionaries nested far deeper than the native stack could
 // recurse are freed: alternating, and each kind alone (each frees its
 // parts inline down to the nesting limit, then through the queue).
