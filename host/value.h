@@ -32,6 +32,11 @@ class TulBuffer;
 class TulCharBuffer;
 class TulDictionary;
 class TulDictionaryEntry;
+namespace tulrt {
+namespace detail {
+struct PartRelease;
+}  // namespace detail
+}  // namespace tulrt
 struct ValPtr;
 
 // One enumeration serves as the tag stored in a value and as the type code
@@ -116,6 +121,9 @@ class TUL_API TulRefObject {
   bool dropCount() { return --refs_ <= 0; }
 
  private:
+  // The runtime's owners that free their parts in a row (a dictionary its
+  // values, a vector its elements) run a part's last release inline.
+  friend struct tulrt::detail::PartRelease;
   void releaseLast();
   // Tells the weak references that the object is gone.
   void detachWeakLink();

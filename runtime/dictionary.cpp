@@ -28,6 +28,7 @@
 #include "runtime/block_cache.h"
 #include "runtime/live_links.h"
 #include "runtime/machine_impl.h"
+#include "runtime/release_depth.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/asan_interface.h>
@@ -207,7 +208,11 @@ static inline bool sameKey(const TulDictionaryEntry* e, const char* key, unsigne
 inline TulDictionaryEntry::TulDictionaryEntry(TulDictionary* owner, const TulString& k)
     : hash_(0), value(), key(k), next(nullptr), owner_(owner), prev_(nullptr), chunk_(nullptr) {}
 
-TulDictionaryEntry::~TulDictionaryEntry() = default;
+// Inline where the dictionary frees its entries in a row.
+#if defined(__GNUC__)
+__attribute__((always_inline))
+#endif
+inline TulDictionaryEntry::~TulDictionaryEntry() = default;
 
 void TulDictionaryEntry::lastReleased() {
   TulDictionaryChunk* c = chunk_;
@@ -296,6 +301,10 @@ TulDictionary::~TulDictionary() {
   for (TulDictionaryEntry *e = head, *n; e; e = n) {
     n = e->prev_;
     e->prev_ = nullptr;
+    // An object's count passes from the value to `held` (the value is made
+    // Nil over it, nothing released); anything else moves to `old`.
+    TulRefObject* const held = e->value.refObject();
+    if (held) new (&e->value) TulValue();
     TulValue old(std::move(e->value));
     if (e->dropCount()) {
       TulDictionaryChunk* c = e->chunk_;
@@ -304,6 +313,7 @@ TulDictionary::~TulDictionary() {
     } else {
       e->value.dispose();
     }
+    if (held) tulrt::detail::PartRelease::release(held);
   }
   if (slots_ != shortSlots_) freeTable(slots_, std::size_t(slotCount_) * sizeof(Slot));
   for (TulDictionaryChunk* c = chunks_; c;) {

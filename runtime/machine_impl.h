@@ -185,7 +185,7 @@ class OwnReleaseQueue {
   OwnReleaseQueue& operator=(const OwnReleaseQueue&) = delete;
 
  private:
-  bool outerDraining_ = false;
+  unsigned outerDepth_ = 0;
   std::vector<TulRefObject*> outerPending_;
 };
 

@@ -12,6 +12,7 @@
 
 #include "runtime/block_cache.h"
 #include "runtime/machine_impl.h"
+#include "runtime/release_depth.h"
 
 using tulrt::Machine;
 
@@ -44,6 +45,21 @@ ObjectBlock* blockAt(void* part, std::size_t offset) {
 }
 
 using ObjectBlocks = tulrt::detail::BlockCache<sizeof(ObjectBlock)>;
+
+bool hasDtor(const TulClass* cls) {
+  const TulClassState& s = cls->state();
+  if (s.dtorGeneration != tulrt::detail::gMethodGeneration) {
+    s.hasDtor = tulrt::hasMethod(cls, "dtor");
+    s.dtorGeneration = tulrt::detail::gMethodGeneration;
+  }
+  return s.hasDtor;
+}
+
+// Inline in every object's last release (the exported wantsDtor is a call).
+inline bool objectWantsDtor(TulObject& obj) {
+  Machine::Impl* m = machineOf(obj.getClass());
+  return m && m->dtorsEnabled && hasDtor(obj.getClass());
+}
 
 void dropPart(ObjectBlock* block) {
   if (--block->parts == 0) ObjectBlocks::give(block);
@@ -84,12 +100,12 @@ TulObject::TulObject(TulClass* cls) : class_(cls), members_(nullptr), dtorRan_(f
 
 TulObject::~TulObject() {
   if (Machine::Impl* m = machineOf(class_)) TulObjectAccess::unlink(*m, *this);
-  members_->release();
+  tulrt::detail::PartRelease::release(members_);
   if (class_) class_->release();
 }
 
 void TulObject::lastReleased() {
-  if (!dtorRan_ && tulrt::detail::wantsDtor(*this)) {
+  if (!dtorRan_ && objectWantsDtor(*this)) {
     tulrt::detail::runDtor(*this);  // its last release lands here again
     return;
   }
@@ -99,23 +115,7 @@ void TulObject::lastReleased() {
 namespace tulrt {
 namespace detail {
 
-namespace {
-
-bool hasDtor(const TulClass* cls) {
-  const TulClassState& s = cls->state();
-  if (s.dtorGeneration != methodGeneration()) {
-    s.hasDtor = hasMethod(cls, "dtor");
-    s.dtorGeneration = methodGeneration();
-  }
-  return s.hasDtor;
-}
-
-}  // namespace
-
-bool wantsDtor(TulObject& obj) {
-  Machine::Impl* m = machineOf(obj.getClass());
-  return m && m->dtorsEnabled && hasDtor(obj.getClass());
-}
+bool wantsDtor(TulObject& obj) { return objectWantsDtor(obj); }
 
 namespace {
 

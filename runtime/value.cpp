@@ -15,6 +15,7 @@
 
 #include "host/vm.h"
 #include "runtime/machine_impl.h"
+#include "runtime/release_depth.h"
 
 // A plain count (the block caches take no lock either): a locked add on
 // every object made and freed cost more than the rest of a small object's
@@ -37,23 +38,23 @@ bool isStrongTag(std::uint8_t tag) {
 // loop once it is done, so a long chain (objects through members, vectors in
 // vectors, ...) needs no deeper native stack than a short one.
 struct ReleaseQueue {
-  bool draining = false;
-  unsigned depth = 0;  // nested destructions; 1 for the outermost
   std::vector<TulRefObject*> pending;
 };
 
+using tulrt::detail::kInlineDepth;
+using tulrt::detail::tReleaseDepth;
+
 // A structure's parts (its object, members, dictionary, entries and their
 // records) lie four deep: all of them are freed without a queue.
-constexpr unsigned kInlineDepth = 6;
 static_assert(kInlineDepth >= 2, "the outermost release never queues");
 
 // Above this many entries the queue's storage is given back after a drain.
 constexpr std::size_t kKeptQueueCapacity = 1024;
 
 // Never destroyed: objects may still be released during static destruction.
-// The runtime is loaded with its program, never opened later, so its one
-// pointer of thread storage can sit in the initial block, read without a
-// call (every last release reads it).
+// The runtime is loaded with its program, never opened later, so its thread
+// storage can sit in the initial block, read without a call (every last
+// release reads the nesting depth).
 #if defined(__GNUC__)
 #  define NOINLINE_DRAIN __attribute__((noinline))
 #else
@@ -93,6 +94,14 @@ std::uint32_t saturateToUnsigned(double d) {
 
 }  // namespace
 
+// Kept apart from the queue: the common last release reads and writes only
+// this word.
+#if defined(__GNUC__) && !defined(_WIN32)
+__thread unsigned tulrt::detail::tReleaseDepth __attribute__((tls_model("initial-exec"))) = 0;
+#else
+thread_local unsigned tulrt::detail::tReleaseDepth = 0;
+#endif
+
 // --- TulRefObject -----------------------------------------------------------
 
 void TulRefObject::detachWeakLink() {
@@ -108,32 +117,18 @@ void TulRefObject::detachWeakLink() {
 // recursion, whether a part was destroyed inside its owner or queued.
 void TulRefObject::releaseLast() {
   assert(refs_ == 0 && "release without a matching retain");
-  ReleaseQueue& q = releaseQueue();
-  const unsigned depth = q.depth;
-  if (!q.draining) {
-    // The first release on this thread, or the first inside a dtor's own
-    // queue: it counts nesting afresh.
-    q.draining = true;
-    q.depth = 1;
-    lastReleased();
-    q.draining = false;
-    q.depth = depth;
-    return;
-  }
+  const unsigned depth = tReleaseDepth;
   if (depth + 1 < kInlineDepth) {
-    q.depth = depth + 1;
+    tReleaseDepth = depth + 1;
     lastReleased();
-    q.depth = depth;
+    tReleaseDepth = depth;
     return;
   }
-  if (depth >= kInlineDepth) {
-    q.pending.push_back(this);
-    return;
-  }
-  // Frees this object and its queue, with its own stack frame so that the
-  // paths above stay a few instructions.
-  struct Drain {
-    static void NOINLINE_DRAIN run(ReleaseQueue& q, TulRefObject* first) {
+  // The deepest level queues; the level above it frees this object and its
+  // queue. Both with stack frames of their own, so that the common path
+  // above stays a few instructions.
+  struct Deep {
+    static void NOINLINE_DRAIN drain(ReleaseQueue& q, TulRefObject* first) {
       const std::size_t base = q.pending.size();
       for (TulRefObject* next = first;;) {
         const std::size_t mark = q.pending.size();
@@ -146,12 +141,20 @@ void TulRefObject::releaseLast() {
         q.pending.pop_back();
       }
     }
+    static void NOINLINE_DRAIN release(TulRefObject* self, unsigned depth) {
+      ReleaseQueue& q = releaseQueue();
+      if (depth >= kInlineDepth) {
+        q.pending.push_back(self);
+        return;
+      }
+      tReleaseDepth = kInlineDepth;
+      drain(q, self);
+      tReleaseDepth = depth;
+      if (q.pending.empty() && q.pending.capacity() > kKeptQueueCapacity)
+        std::vector<TulRefObject*>().swap(q.pending);
+    }
   };
-  q.depth = kInlineDepth;
-  Drain::run(q, this);
-  q.depth = depth;
-  if (q.pending.empty() && q.pending.capacity() > kKeptQueueCapacity)
-    std::vector<TulRefObject*>().swap(q.pending);
+  Deep::release(this, depth);
 }
 
 TulWeakLink* TulRefObject::weakLink() {
@@ -166,14 +169,14 @@ namespace detail {
 
 OwnReleaseQueue::OwnReleaseQueue() {
   ReleaseQueue& q = releaseQueue();
-  outerDraining_ = std::exchange(q.draining, false);
+  outerDepth_ = std::exchange(tReleaseDepth, 0u);
   outerPending_.swap(q.pending);
 }
 
 OwnReleaseQueue::~OwnReleaseQueue() {
   ReleaseQueue& q = releaseQueue();
-  assert(!q.draining && q.pending.empty() && "releases left behind");
-  q.draining = outerDraining_;
+  assert(tReleaseDepth == 0 && q.pending.empty() && "releases left behind");
+  tReleaseDepth = outerDepth_;
   q.pending.swap(outerPending_);
 }
 

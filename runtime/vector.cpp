@@ -11,6 +11,7 @@
 
 #include "runtime/live_links.h"
 #include "runtime/machine_impl.h"
+#include "runtime/release_depth.h"
 
 namespace {
 
@@ -147,7 +148,12 @@ void TulVector::clear() {
     while (n && data[n - 1].type() < TulValueType::Object) --n;
     if (!n) break;
     size_ = --n;
-    { TulValue last(std::move(data_[n])); }
+    if (TulRefObject* const held = data_[n].refObject()) {
+      new (data_ + n) TulValue();  // its count passes to held
+      tulrt::detail::PartRelease::release(held);
+    } else {
+      TulValue last(std::move(data_[n]));
+    }
     n = size_;
   }
   size_ = 0;

@@ -1,5 +1,6 @@
 // TulVector: elements across moves between the values a vector keeps in
 // itself and the heap.
+#include <cstring>
 #include <string>
 #if defined(__GLIBC__)
 #include <malloc.h>
@@ -75,20 +76,39 @@ TEST(DictionaryTest, OnlyEntriesNothingElseHoldsGoWithTheirDictionary) {
   EXPECT_EQ(tulrt::liveObjects(), before);
 }
 
-// Vectors and dictionaries nested far deeper than the native stack could
-// recurse are freed.
-TEST(ReleaseTest, LongChainsOfContainersGoWithoutDeepRecursion) {
+// A disposed value lets go of what it held and is left Empty.
+TEST(ReleaseTest, DisposeReleasesTheHeldObject) {
   const long before = tulrt::liveObjects();
-  TulValue head;
-  for (int i = 0; i < 300000; ++i) {
-    auto* d = new TulDictionary;
-    *(*d)["in"] = std::move(head);
-    auto* v = new TulVector;
-    v->push_back(TulValue(d));
-    head = TulValue(v);
-  }
-  head = TulValue();
+  TulValue v(new TulVector);
+  v.dispose();
+  EXPECT_EQ(v.type(), TulValueType::Empty);
   EXPECT_EQ(tulrt::liveObjects(), before);
+}
+
+// Vectors and dictionaries nested far deeper than the native stack could
+// recurse are freed: alternating, and each kind alone (each frees its
+// parts inline down to the nesting limit, then through the queue).
+TEST(ReleaseTest, LongChainsOfContainersGoWithoutDeepRecursion) {
+  auto inDictionary = [](TulValue&& v) {
+    auto* d = new TulDictionary;
+    *(*d)["in"] = std::move(v);
+    return TulValue(d);
+  };
+  auto inVector = [](TulValue&& v) {
+    auto* vec = new TulVector;
+    vec->push_back(v);  // a copy: v goes with the head it was
+    return TulValue(vec);
+  };
+  for (const char* kinds : {"dv", "d", "v"}) {
+    SCOPED_TRACE(kinds);
+    const long before = tulrt::liveObjects();
+    TulValue head;
+    const std::size_t n = std::strlen(kinds);
+    for (int i = 0; i < 300000; ++i)
+      head = kinds[i % n] == 'd' ? inDictionary(std::move(head)) : inVector(std::move(head));
+    head = TulValue();
+    EXPECT_EQ(tulrt::liveObjects(), before);
+  }
 }
 
 }  // namespace
