@@ -79,9 +79,10 @@ void TulBuffer::operator delete(void* block, std::size_t size) {
   return true;
 }
 
-// Up to eight bytes more (a structure's member) are zeroed in place, by
-// stores that may overlap: the C library's call costs more than the bytes.
-bool TulBuffer::setSize(unsigned size) {
+// setSize past its inline case: a shrink, a growth beyond the room or of
+// more than eight bytes. Up to eight bytes more are still zeroed in place,
+// by stores that may overlap: the C library's call costs more than the bytes.
+bool TulBuffer::resize(unsigned size) {
   if (size > cap_ && !reserve(size)) return false;
   if (size > size_) {
     unsigned char* const from = data_ + size_;

@@ -53,11 +53,14 @@ inline std::uint32_t hashKey(const char* key, unsigned len) {
     h = (h ^ w) * kMul;
     h ^= h >> 15;
   }
-  if (i < len) {
-    std::uint32_t w = 0;
-    for (unsigned shift = 0; i < len; ++i, shift += 8)
-      w |= std::uint32_t(static_cast<unsigned char>(key[i])) << shift;
-    h = (h ^ w) * kMul;
+  // The last one to three bytes, without a loop: short keys (names) are
+  // mostly tail.
+  const auto* tail = reinterpret_cast<const unsigned char*>(key + i);
+  std::uint32_t w = 0;
+  switch (len - i) {
+    case 3: w = std::uint32_t(tail[2]) << 16; [[fallthrough]];
+    case 2: w |= std::uint32_t(tail[1]) << 8; [[fallthrough]];
+    case 1: h = (h ^ (w | tail[0])) * kMul;
   }
   h ^= h >> 16;
   h *= 0x85EBCA6Bu;
