@@ -253,6 +253,14 @@ struct TulLiveLink {
   TulLiveLink* next;
 };
 
+namespace tulrt {
+namespace detail {
+// The newest live container's link, or null: the runtime's list, seen here
+// so that a vector made in place links itself inline.
+extern TUL_API TulLiveLink* gNewestContainer;
+}  // namespace detail
+}  // namespace tulrt
+
 // An ordered sequence of values in contiguous storage.
 class TUL_API TulVector : public TulRefObject {
  public:
@@ -286,6 +294,18 @@ class TUL_API TulVector : public TulRefObject {
   // vector made with its values rather than filled with Nil first, and
   // freed without a scan of values it knows to be plain (a member record).
   void setPlacedSize(unsigned n) { size_ = n; }
+  // Empty, with room for n values (at most kShortRoom) in the vector's own
+  // room, made inline: for a vector whose maker places its values (a member
+  // record, made by the dozen with every structure).
+  struct OwnRoom {};
+  TulVector(OwnRoom, unsigned n) : data_(shortRoom()), size_(0), cap_(n) {
+    TulLiveLink* const newest = tulrt::detail::gNewestContainer;
+    live_.owner = this;
+    live_.prev = nullptr;
+    live_.next = newest;
+    if (newest) newest->prev = &live_;
+    tulrt::detail::gNewestContainer = &live_;
+  }
 
  private:
   // A capacity of up to kShortRoom values is kept in the vector itself (a

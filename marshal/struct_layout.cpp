@@ -97,15 +97,21 @@ void writeDirect(unsigned char* p, TulValue& value) {
     writeLE<info(K).width>(p, static_cast<std::uint32_t>(static_cast<int>(value)));
 }
 
-// Grows the bytes to `need`, zero-filled, doubling the room when it runs
-// out, so that a structure built member by member is copied only a few
-// times. False when the memory cannot be had (nothing changes then).
-inline bool growBytes(TulBuffer& data, unsigned need) {
-  if (need <= data.size()) return true;
-  if (need > data.capacity() && data.capacity() <= UINT32_MAX / 2 &&
-      !data.setSize(std::max(need, 2 * data.capacity())))
+// The room doubled (at least to `need`) when the bytes run out of it, so
+// that a structure built member by member is copied only a few times.
+[[gnu::noinline]] bool growRoom(TulBuffer& data, unsigned need) {
+  if (data.capacity() <= UINT32_MAX / 2 && !data.setSize(std::max(need, 2 * data.capacity())))
     return false;
   return data.setSize(need);
+}
+
+// Grows the bytes to `need`, zero-filled. False when the memory cannot be
+// had (nothing changes then). Within the room, as most members are, it
+// takes no call.
+[[gnu::always_inline]] inline bool growBytes(TulBuffer& data, unsigned need) {
+  if (need <= data.size()) return true;
+  if (need <= data.capacity()) return data.setSize(need);
+  return growRoom(data, need);
 }
 
 // A number's conversion neither fails nor runs script code.
