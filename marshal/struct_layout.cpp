@@ -193,8 +193,8 @@ bool struct_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   TulValue* dict = f.member(Member::StructDataDict);
   TulValue* data = f.member(Member::StructData);
   if (!dict || !data) return f.badType(TulValue(), TulValueType::Buffer);
-  *dict = TulValue(new TulDictionary(false));
-  *data = TulValue(new TulBuffer(kFirstRoom));
+  *dict = TulValue::strongRef(TulValueType::Dictionary, new TulDictionary(false));
+  *data = TulValue::strongRef(TulValueType::Buffer, new TulBuffer(kFirstRoom));
   return f.retSelf();
 }
 
