@@ -42,7 +42,16 @@ void freeRoom(void* block, unsigned cap) {
 
 TulBuffer::TulBuffer() : TulBuffer(0u) {}
 
+// A structure's first room, the commonest capacity asked for, is taken
+// here rather than through reserve's call.
 TulBuffer::TulBuffer(unsigned capacity) : data_(nullptr), size_(0), cap_(0) {
+  if (capacity == kKeptRoom && tulrt::detail::withinContainerLimit(kKeptRoom)) {
+    if (void* p = KeptRooms::take()) {
+      data_ = static_cast<unsigned char*>(p);
+      cap_ = kKeptRoom;
+      return;
+    }
+  }
   if (!reserve(capacity)) throw std::bad_alloc();
 }
 
