@@ -55,10 +55,14 @@ TulValue memberValue(Frame& f, Kind k, const TulValue& a) {
     case Kind::IntPtr: return TulValue(static_cast<int>(a));
     case Kind::Int8: return TulValue(static_cast<int>(static_cast<signed char>(static_cast<int>(a) & 0xFF)));
     case Kind::Int16: return TulValue(static_cast<int>(static_cast<std::int16_t>(static_cast<int>(a) & 0xFFFF)));
+    // A number of the member's own kind is kept as it is, without the
+    // conversion's call.
     case Kind::Float:
-    case Kind::FloatPtr: return TulValue(static_cast<float>(a));
+    case Kind::FloatPtr:
+      return a.type() == TulValueType::F32 ? TulValue(a) : TulValue(static_cast<float>(a));
     case Kind::Double:
-    case Kind::DoublePtr: return TulValue(static_cast<double>(a));
+    case Kind::DoublePtr:
+      return a.type() == TulValueType::F64 ? TulValue(a) : TulValue(static_cast<double>(a));
     case Kind::String: {
       TulValue copy = a;
       TulString* s = f.interp().getStringFromValueExtern(copy);
@@ -88,12 +92,16 @@ TulValue memberValue(Frame& f, Kind k, const TulValue& a) {
   return TulValue();
 }
 
-// A direct member's bytes.
+// A direct member's bytes, from the value memberValue made for its kind.
 template <Kind K>
 void writeDirect(unsigned char* p, TulValue& value) {
-  if constexpr (K == Kind::Float || K == Kind::Double)
-    std::memcpy(p, value.addr(), info(K).width);
-  else
+  if constexpr (K == Kind::Float) {
+    const float f = value.f32();
+    std::memcpy(p, &f, sizeof f);
+  } else if constexpr (K == Kind::Double) {
+    const double d = value.f64();
+    std::memcpy(p, &d, sizeof d);
+  } else
     writeLE<info(K).width>(p, static_cast<std::uint32_t>(static_cast<int>(value)));
 }
 
