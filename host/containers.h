@@ -172,8 +172,26 @@ class TUL_API TulBuffer : public TulRefObject {
   static void operator delete(void* block, std::size_t size);
 
   // Sets the byte size, growing the storage when needed; false when the
-  // memory cannot be had (nothing changes then).
-  bool setSize(unsigned size);
+  // memory cannot be had (nothing changes then). Inline for a growth of up
+  // to eight bytes within the room (a structure's member), zeroed by stores
+  // that may overlap: a call costs more than the bytes.
+  bool setSize(unsigned size) {
+    const unsigned n = size - size_;
+    if (size > size_ && size <= cap_ && n <= 8) {
+      unsigned char* const from = data_ + size_;
+      if (n >= 4) {
+        __builtin_memset(from, 0, 4);
+        __builtin_memset(from + n - 4, 0, 4);
+      } else {
+        from[0] = 0;
+        from[n / 2] = 0;
+        from[n - 1] = 0;
+      }
+      size_ = size;
+      return true;
+    }
+    return resize(size);
+  }
   // Appends one byte; returns the new size.
   unsigned push_back(unsigned char b);
 
@@ -183,6 +201,7 @@ class TUL_API TulBuffer : public TulRefObject {
   const unsigned char* data() const { return data_; }
 
  private:
+  bool resize(unsigned size);
   bool reserve(unsigned cap);
 
   unsigned char* data_;
@@ -244,6 +263,14 @@ struct TulLiveLink {
   TulLiveLink* next;
 };
 
+namespace tulrt {
+namespace detail {
+// The newest live container's link, or null: the runtime's list, seen here
+// so that a vector made in place links itself inline.
+extern TUL_API TulLiveLink* gNewestContainer;
+}  // namespace detail
+}  // namespace tulrt
+
 // An ordered sequence of values in contiguous storage.
 class TUL_API TulVector : public TulRefObject {
  public:
@@ -277,6 +304,18 @@ class TUL_API TulVector : public TulRefObject {
   // vector made with its values rather than filled with Nil first, and
   // freed without a scan of values it knows to be plain (a member record).
   void setPlacedSize(unsigned n) { size_ = n; }
+  // Empty, with room for n values (at most kShortRoom) in the vector's own
+  // room, made inline: for a vector whose maker places its values (a member
+  // record, made by the dozen with every structure).
+  struct OwnRoom {};
+  TulVector(OwnRoom, unsigned n) : data_(shortRoom()), size_(0), cap_(n) {
+    TulLiveLink* const newest = tulrt::detail::gNewestContainer;
+    live_.owner = this;
+    live_.prev = nullptr;
+    live_.next = newest;
+    if (newest) newest->prev = &live_;
+    tulrt::detail::gNewestContainer = &live_;
+  }
 
  private:
   // A capacity of up to kShortRoom values is kept in the vector itself (a

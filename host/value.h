@@ -200,6 +200,9 @@ class TUL_API TulValue {
   // The payload of a value known to be a 32-bit integer (meaningless for
   // any other tag).
   std::int32_t i32() const { return v_.i; }
+  // Likewise for a float (F32) and a double (F64).
+  float f32() const { return v_.f; }
+  double f64() const { return v_.d; }
 
   // A 32-bit integer written over a value that holds no reference, in
   // place; false, with nothing written, over a reference (assign a value

@@ -23,7 +23,7 @@ namespace {
 class Record final : public TulVector {
  public:
   Record(unsigned offset, TulValue&& value, unsigned size, bool indirect)
-      : TulVector(kFields, false) {
+      : TulVector(OwnRoom{}, kFields) {
     TulValue* v = data();
     new (v + kOffset) TulValue(static_cast<int>(offset));
     new (v + kValue) TulValue(std::move(value));

@@ -55,10 +55,14 @@ TulValue memberValue(Frame& f, Kind k, const TulValue& a) {
     case Kind::IntPtr: return TulValue(static_cast<int>(a));
     case Kind::Int8: return TulValue(static_cast<int>(static_cast<signed char>(static_cast<int>(a) & 0xFF)));
     case Kind::Int16: return TulValue(static_cast<int>(static_cast<std::int16_t>(static_cast<int>(a) & 0xFFFF)));
+    // A number of the member's own kind is kept as it is, without the
+    // conversion's call.
     case Kind::Float:
-    case Kind::FloatPtr: return TulValue(static_cast<float>(a));
+    case Kind::FloatPtr:
+      return a.type() == TulValueType::F32 ? TulValue(a) : TulValue(static_cast<float>(a));
     case Kind::Double:
-    case Kind::DoublePtr: return TulValue(static_cast<double>(a));
+    case Kind::DoublePtr:
+      return a.type() == TulValueType::F64 ? TulValue(a) : TulValue(static_cast<double>(a));
     case Kind::String: {
       TulValue copy = a;
       TulString* s = f.interp().getStringFromValueExtern(copy);
@@ -88,24 +92,34 @@ TulValue memberValue(Frame& f, Kind k, const TulValue& a) {
   return TulValue();
 }
 
-// A direct member's bytes.
+// A direct member's bytes, from the value memberValue made for its kind.
 template <Kind K>
 void writeDirect(unsigned char* p, TulValue& value) {
-  if constexpr (K == Kind::Float || K == Kind::Double)
-    std::memcpy(p, value.addr(), info(K).width);
-  else
+  if constexpr (K == Kind::Float) {
+    const float f = value.f32();
+    std::memcpy(p, &f, sizeof f);
+  } else if constexpr (K == Kind::Double) {
+    const double d = value.f64();
+    std::memcpy(p, &d, sizeof d);
+  } else
     writeLE<info(K).width>(p, static_cast<std::uint32_t>(static_cast<int>(value)));
 }
 
-// Grows the bytes to `need`, zero-filled, doubling the room when it runs
-// out, so that a structure built member by member is copied only a few
-// times. False when the memory cannot be had (nothing changes then).
-inline bool growBytes(TulBuffer& data, unsigned need) {
-  if (need <= data.size()) return true;
-  if (need > data.capacity() && data.capacity() <= UINT32_MAX / 2 &&
-      !data.setSize(std::max(need, 2 * data.capacity())))
+// The room doubled (at least to `need`) when the bytes run out of it, so
+// that a structure built member by member is copied only a few times.
+[[gnu::noinline]] bool growRoom(TulBuffer& data, unsigned need) {
+  if (data.capacity() <= UINT32_MAX / 2 && !data.setSize(std::max(need, 2 * data.capacity())))
     return false;
   return data.setSize(need);
+}
+
+// Grows the bytes to `need`, zero-filled. False when the memory cannot be
+// had (nothing changes then). Within the room, as most members are, it
+// takes no call.
+[[gnu::always_inline]] inline bool growBytes(TulBuffer& data, unsigned need) {
+  if (need <= data.size()) return true;
+  if (need <= data.capacity()) return data.setSize(need);
+  return growRoom(data, need);
 }
 
 // A number's conversion neither fails nor runs script code.
@@ -187,8 +201,8 @@ bool struct_new(TulVirtualMachine* vm, int argc, ValPtr& sp) {
   TulValue* dict = f.member(Member::StructDataDict);
   TulValue* data = f.member(Member::StructData);
   if (!dict || !data) return f.badType(TulValue(), TulValueType::Buffer);
-  *dict = TulValue(new TulDictionary(false));
-  *data = TulValue(new TulBuffer(kFirstRoom));
+  *dict = TulValue::strongRef(TulValueType::Dictionary, new TulDictionary(false));
+  *data = TulValue::strongRef(TulValueType::Buffer, new TulBuffer(kFirstRoom));
   return f.retSelf();
 }
 

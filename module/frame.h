@@ -66,7 +66,13 @@ class Frame {
     sp_ = result_;
     return true;
   }
-  bool retInt(int v) { return ret(TulValue(v)); }
+  // An integer is written in place over a slot that holds no reference
+  // (the usual result slot), without a value made and moved in.
+  [[gnu::always_inline]] bool retInt(int v) {
+    if (!result_->putInt(v)) *result_ = TulValue(v);
+    sp_ = result_;
+    return true;
+  }
   bool retBool(bool b) { return ret(TulValue(b ? 1 : 0)); }
   // Constructors: the object itself. `this` held strongly in its slot is
   // copied as it is (not moved: a caller that built the frame itself may

@@ -42,7 +42,16 @@ void freeRoom(void* block, unsigned cap) {
 
 TulBuffer::TulBuffer() : TulBuffer(0u) {}
 
+// A structure's first room, the commonest capacity asked for, is taken
+// here rather than through reserve's call.
 TulBuffer::TulBuffer(unsigned capacity) : data_(nullptr), size_(0), cap_(0) {
+  if (capacity == kKeptRoom && tulrt::detail::withinContainerLimit(kKeptRoom)) {
+    if (void* p = KeptRooms::take()) {
+      data_ = static_cast<unsigned char*>(p);
+      cap_ = kKeptRoom;
+      return;
+    }
+  }
   if (!reserve(capacity)) throw std::bad_alloc();
 }
 
@@ -79,9 +88,10 @@ void TulBuffer::operator delete(void* block, std::size_t size) {
   return true;
 }
 
-// Up to eight bytes more (a structure's member) are zeroed in place, by
-// stores that may overlap: the C library's call costs more than the bytes.
-bool TulBuffer::setSize(unsigned size) {
+// setSize past its inline case: a shrink, a growth beyond the room or of
+// more than eight bytes. Up to eight bytes more are still zeroed in place,
+// by stores that may overlap: the C library's call costs more than the bytes.
+bool TulBuffer::resize(unsigned size) {
   if (size > cap_ && !reserve(size)) return false;
   if (size > size_) {
     unsigned char* const from = data_ + size_;

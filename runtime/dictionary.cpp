@@ -54,10 +54,13 @@ inline std::uint32_t hashKey(const char* key, unsigned len) {
     h = (h ^ w) * kMul;
     h ^= h >> 15;
   }
-  if (i < len) {
-    std::uint32_t w = 0;
-    for (unsigned shift = 0; i < len; ++i, shift += 8)
-      w |= std::uint32_t(static_cast<unsigned char>(key[i])) << shift;
+  // The last one to three bytes, without a loop or a table of jumps: short
+  // keys (names) are mostly tail.
+  if (const unsigned rest = len - i) {
+    const auto* tail = reinterpret_cast<const unsigned char*>(key + i);
+    std::uint32_t w = tail[0];
+    if (rest > 1) w |= std::uint32_t(tail[1]) << 8;
+    if (rest > 2) w |= std::uint32_t(tail[2]) << 16;
     h = (h ^ w) * kMul;
   }
   h ^= h >> 16;
@@ -264,7 +267,7 @@ TulDictionary::TulDictionary(bool)
   // One fixed-size clear, which the compiler writes as a few wide stores
   // rather than a loop over the slots.
   std::memset(static_cast<void*>(shortSlots_), 0, sizeof shortSlots_);
-  tulrt::detail::trackContainer(live_, this);
+  tulrt::detail::linkContainer(live_, this);
 }
 
 TulDictionary::TulDictionary(const TulDictionary& other) : TulDictionary(false) {

@@ -10,8 +10,8 @@
 namespace tulrt {
 namespace detail {
 
-// The newest live container's link, or null.
-extern TulLiveLink* gNewestContainer;
+// gNewestContainer, the newest live container's link, is declared with
+// TulLiveLink (host/containers.h).
 // Whether the live containers are being emptied (clearLiveContainers), which
 // must hear of every container freed meanwhile.
 extern bool gClearingContainers;

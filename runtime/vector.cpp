@@ -30,8 +30,12 @@ TulVector::TulVector() : data_(shortRoom()), size_(0), cap_(0) {
 }
 
 // Room of up to kShortRoom values is the vector's own: nothing to allocate.
-TulVector::TulVector(unsigned n, bool filled) : TulVector() {
-  if (n <= kShortRoom) cap_ = n; else reallocate(n);
+// Made in one frame rather than through the default constructor: a
+// structure's records are made here by the dozen. Linked once its room is
+// had: a vector whose room cannot be had is no vector to link.
+TulVector::TulVector(unsigned n, bool filled) : data_(shortRoom()), size_(0), cap_(n <= kShortRoom ? n : 0) {
+  if (n > kShortRoom) reallocate(n);
+  tulrt::detail::linkContainer(live_, this);
   if (!filled) return;
   // Counted in a local, so the size is written once rather than per value.
   TulValue* const room = data_;

@@ -59,6 +59,16 @@ TEST(VectorTest, ElementAddressStaysWhileTheCapacityDoes) {
   EXPECT_EQ(static_cast<int>(v[3]), 4);
 }
 
+// A vector whose room cannot be had is no live container: the list still
+// starts where it did.
+TEST(VectorTest, RefusedRoomLeavesNoLiveLink) {
+  const TulLiveLink* const newest = tulrt::detail::gNewestContainer;
+  tulrt::setContainerLimit(64);
+  EXPECT_THROW(TulVector(100, true), std::bad_alloc);
+  tulrt::setContainerLimit(0);
+  EXPECT_EQ(tulrt::detail::gNewestContainer, newest);
+}
+
 // A dictionary that goes frees the entries only it held, with their values;
 // an entry a value still holds stays, erased, with its key and no value.
 TEST(DictionaryTest, OnlyEntriesNothingElseHoldsGoWithTheirDictionary) {
