@@ -29,6 +29,12 @@ class TUL_API TulStorageLink {
       newest_ = next_;
     if (next_) next_->prev_ = prev_;
   }
+  // Kept off the list: linked to itself, so that the destructor's unlinking
+  // writes only the link's own fields. For a string nothing can hold by
+  // count (a dictionary entry's key), which a lookup would pass over anyway.
+  struct Unlisted {};
+  TulStorageLink(TulRefObject* owner, Kind kind, Unlisted)
+      : owner_(owner), prev_(this), next_(this), kind_(kind) {}
   TulStorageLink(const TulStorageLink&) = delete;
   TulStorageLink& operator=(const TulStorageLink&) = delete;
 
@@ -135,6 +141,9 @@ class TUL_API TulString : public TulRefObject {
   // trusted, since the string may have changed. Beside the characters: a
   // lookup reads both.
   friend class TulDictionary;
+  friend class TulDictionaryEntry;
+  // A copy kept off the storage list: a dictionary entry's key.
+  TulString(const TulString& other, TulStorageLink::Unlisted);
   mutable std::uint64_t foundIn_ = 0;
   mutable TulDictionaryEntry* foundEntry_ = nullptr;
   mutable std::uint16_t* wide_;  // cache of the UTF-16 form
@@ -146,6 +155,21 @@ class TUL_API TulString : public TulRefObject {
 // mean nothing).
 inline TulString::TulString(const TulString& other)
     : TulRefObject(other), data_(short_), len_(other.len_), cap_(kShortRoom - 1), wide_(nullptr) {
+  if (other.isShort()) {
+    __builtin_memcpy(short_, other.short_, kShortRoom);
+    return;
+  }
+  len_ = 0;
+  assign(other.data_, other.len_);
+}
+
+inline TulString::TulString(const TulString& other, TulStorageLink::Unlisted unlisted)
+    : TulRefObject(other),
+      data_(short_),
+      len_(other.len_),
+      cap_(kShortRoom - 1),
+      wide_(nullptr),
+      link_(this, TulStorageLink::Kind::String, unlisted) {
   if (other.isShort()) {
     __builtin_memcpy(short_, other.short_, kShortRoom);
     return;
@@ -383,7 +407,9 @@ class TUL_API TulDictionaryEntry : public TulRefObject {
 
  private:
   friend class TulDictionary;
-  TulDictionaryEntry(TulDictionary* owner, const TulString& k);
+  // Made last in its dictionary's order: after prev, in a place of chunk.
+  TulDictionaryEntry(TulDictionary* owner, const TulString& k, std::uint32_t hash,
+                     TulDictionaryEntry* prev, TulDictionaryChunk* chunk);
 
   // Back into its block's free places rather than to the heap.
   void lastReleased() override;
@@ -451,6 +477,7 @@ class TUL_API TulDictionary : public TulRefObject {
   void place(TulDictionaryEntry* e);
   void unlink(TulDictionaryEntry* e);
   void rehash(unsigned slots);
+  bool grow();
   void* takePlace(TulDictionaryChunk** chunk);
   friend class TulDictionaryEntry;
 
@@ -459,6 +486,7 @@ class TUL_API TulDictionary : public TulRefObject {
   Slot* slots_;
   unsigned slotCount_;
   unsigned count_;
+  unsigned growAt_;  // the count at which the next key first grows the table
   TulDictionaryChunk* chunks_;  // the newest block first
   void* freePlaces_;            // places of released records, linked through them
   TulLiveLink live_;

@@ -69,26 +69,28 @@ inline std::uint32_t hashKey(const char* key, unsigned len) {
   return h;
 }
 
+// The count at which a table of this many slots grows before the next key.
 // A table in the heap grows when it would be more than three quarters full.
 // The first one, inside the dictionary, is filled to the last slot before it
 // is left: a dictionary of eight keys (a small record) then allocates no
 // table, and its probes never leave one cache line or two.
-bool needsGrowth(unsigned count, unsigned slots) {
-  if (slots == TulDictionary::kShortSlots) return count > slots;
-  return count > slots - slots / 4;
+unsigned growthCount(unsigned slots) {
+  if (slots == TulDictionary::kShortSlots) return slots;
+  return slots - slots / 4;
 }
 
 }  // namespace
 
-// A block's header, followed by its places. `used` places were handed out
-// at some time; `live` entries stand in them now. A block whose dictionary
-// has gone (dict null) is freed with its last entry.
+// A block's header, followed by its places. The places from `fresh` up to
+// `end` were never handed out; `live` entries stand in the others now. A
+// block whose dictionary has gone (dict null) is freed with its last entry.
 struct TulDictionaryChunk {
   TulDictionaryChunk* next;
   TulDictionary* dict;
   unsigned capacity;
-  unsigned used;
   unsigned live;
+  char* fresh;
+  char* end;
 };
 
 namespace {
@@ -208,8 +210,9 @@ static inline bool sameKey(const TulDictionaryEntry* e, const char* key, unsigne
 
 // --- TulDictionaryEntry -----------------------------------------------------
 
-inline TulDictionaryEntry::TulDictionaryEntry(TulDictionary* owner, const TulString& k)
-    : hash_(0), value(), key(k), next(nullptr), owner_(owner), prev_(nullptr), chunk_(nullptr) {}
+inline TulDictionaryEntry::TulDictionaryEntry(TulDictionary* owner, const TulString& k, std::uint32_t hash,
+                                              TulDictionaryEntry* prev, TulDictionaryChunk* chunk)
+    : hash_(hash), value(), key(k, TulStorageLink::Unlisted{}), next(nullptr), owner_(owner), prev_(prev), chunk_(chunk) {}
 
 // Inline where the dictionary frees its entries in a row.
 #if defined(__GNUC__)
@@ -261,6 +264,7 @@ TulDictionary::TulDictionary(bool)
       slots_(shortSlots_),
       slotCount_(kShortSlots),
       count_(0),
+      growAt_(kShortSlots),
       chunks_(nullptr),
       freePlaces_(nullptr),
       serial_(++gLastSerial) {
@@ -342,16 +346,20 @@ inline void* TulDictionary::takePlace(TulDictionaryChunk** chunk) {
     return f;
   }
   TulDictionaryChunk* c = chunks_;
-  if (!c || c->used == c->capacity) {
+  if (!c || c->fresh == c->end) {
     const unsigned capacity = !c ? kFirstChunk
                               : c->capacity == kFirstChunk ? 3 * kFirstChunk
                               : c->capacity < kMidChunk ? c->capacity * 2
                                                         : kLargeChunk;
-    c = new (newChunk(capacity)) TulDictionaryChunk{chunks_, this, capacity, 0, 0};
+    c = static_cast<TulDictionaryChunk*>(newChunk(capacity));
+    char* const first = static_cast<char*>(placeIn(c, 0));
+    new (c) TulDictionaryChunk{chunks_, this, capacity, 0, first, first + capacity * kPlaceSize};
     chunks_ = c;
   }
   *chunk = c;
-  return placeIn(c, c->used++);
+  char* const place = c->fresh;
+  c->fresh = place + kPlaceSize;
+  return place;
 }
 
 // A probe stops at the first free slot, or after a whole round: only the
@@ -410,31 +418,33 @@ TulDictionaryEntry* TulDictionary::find(const TulString& key, std::uint32_t& has
 [[gnu::always_inline]] inline TulDictionaryEntry* TulDictionary::appendAt(const TulString& key, std::uint32_t hash,
                                                    unsigned at) {
   // Room first, so that a failure leaves the dictionary as it was.
-  if (needsGrowth(count_ + 1, slotCount_)) {
-    const unsigned before = slotCount_;
-    rehash(slotCount_ * 2);
-    if (slotCount_ != before) at = kNoSlot;
-  }
-  if (count_ >= slotCount_) throw std::bad_alloc();
+  if (count_ >= growAt_ && grow()) at = kNoSlot;
   TulDictionaryChunk* chunk;
   void* room = takePlace(&chunk);
   TulDictionaryEntry* e;
   try {
-    e = new (room) TulDictionaryEntry(this, key);  // owned through the list below
+    e = new (room) TulDictionaryEntry(this, key, hash, last_, chunk);  // owned through the list below
   } catch (...) {
     freePlaces_ = new (room) FreePlace{static_cast<FreePlace*>(freePlaces_), chunk};
     throw;
   }
-  e->chunk_ = chunk;
   ++chunk->live;
   e->retain();
-  e->hash_ = hash;
-  e->prev_ = last_;
   if (last_) last_->next = e; else first_ = e;
   last_ = e;
   if (at == kNoSlot) place(e); else slots_[at] = Slot{hash, e};
   ++count_;
   return e;
+}
+
+// A larger table for one more key; true when the slots moved. Throws when
+// the table is full and no larger one can be had; when it is not full it
+// stays as it is (probes grow longer).
+bool TulDictionary::grow() {
+  const unsigned before = slotCount_;
+  rehash(slotCount_ * 2);
+  if (count_ >= slotCount_) throw std::bad_alloc();
+  return slotCount_ != before;
 }
 
 // A missing key is appended by a call: the insert inline here would cost
@@ -474,6 +484,7 @@ void TulDictionary::rehash(unsigned slots) {
   const unsigned oldCount = slotCount_;
   slots_ = fresh;
   slotCount_ = slots;
+  growAt_ = growthCount(slots);
   const unsigned mask = slots - 1;
   for (unsigned i = 0; i < oldCount; ++i) {
     if (!old[i].entry) continue;

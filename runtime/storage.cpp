@@ -6,7 +6,9 @@
 // read.
 //
 // Invariant: the list holds exactly the strings and buffers constructed and
-// not yet destroyed, newest first. Linking and unlinking are a few stores,
+// not yet destroyed, newest first, but for dictionary entries' keys: nothing
+// holds a key by count, so a lookup would pass it over, and it is kept off
+// the list (linked to itself). Linking and unlinking are a few stores,
 // since every string the interpreter makes passes through them; a lookup is
 // linear, and rare. The host runs on one thread, so nothing is locked.
 #include "host/containers.h"
