@@ -486,7 +486,6 @@ class TUL_API TulDictionary : public TulRefObject {
   Slot* slots_;
   unsigned slotCount_;
   unsigned count_;
-  unsigned growAt_;  // the count at which the next key first grows the table
   TulDictionaryChunk* chunks_;  // the newest block first
   void* freePlaces_;            // places of released records, linked through them
   TulLiveLink live_;

@@ -69,14 +69,14 @@ inline std::uint32_t hashKey(const char* key, unsigned len) {
   return h;
 }
 
-// The count at which a table of this many slots grows before the next key.
-// A table in the heap grows when it would be more than three quarters full.
-// The first one, inside the dictionary, is filled to the last slot before it
-// is left: a dictionary of eight keys (a small record) then allocates no
-// table, and its probes never leave one cache line or two.
-unsigned growthCount(unsigned slots) {
-  if (slots == TulDictionary::kShortSlots) return slots;
-  return slots - slots / 4;
+// Whether a table of this many slots holding count keys grows before the
+// next. A table in the heap grows when it would be more than three quarters
+// full. The first one, inside the dictionary, is filled to the last slot
+// before it is left: a dictionary of eight keys (a small record) then
+// allocates no table, and its probes never leave one cache line or two. The
+// common answer, no, costs one comparison.
+inline bool growsBeforeNext(unsigned count, unsigned slots) {
+  return count >= slots - slots / 4 && (slots != TulDictionary::kShortSlots || count >= slots);
 }
 
 }  // namespace
@@ -264,7 +264,6 @@ TulDictionary::TulDictionary(bool)
       slots_(shortSlots_),
       slotCount_(kShortSlots),
       count_(0),
-      growAt_(kShortSlots),
       chunks_(nullptr),
       freePlaces_(nullptr),
       serial_(++gLastSerial) {
@@ -418,7 +417,7 @@ TulDictionaryEntry* TulDictionary::find(const TulString& key, std::uint32_t& has
 [[gnu::always_inline]] inline TulDictionaryEntry* TulDictionary::appendAt(const TulString& key, std::uint32_t hash,
                                                    unsigned at) {
   // Room first, so that a failure leaves the dictionary as it was.
-  if (count_ >= growAt_ && grow()) at = kNoSlot;
+  if (growsBeforeNext(count_, slotCount_) && grow()) at = kNoSlot;
   TulDictionaryChunk* chunk;
   void* room = takePlace(&chunk);
   TulDictionaryEntry* e;
@@ -484,7 +483,6 @@ void TulDictionary::rehash(unsigned slots) {
   const unsigned oldCount = slotCount_;
   slots_ = fresh;
   slotCount_ = slots;
-  growAt_ = growthCount(slots);
   const unsigned mask = slots - 1;
   for (unsigned i = 0; i < oldCount; ++i) {
     if (!old[i].entry) continue;
