@@ -221,6 +221,26 @@ TEST(DictionaryTest, AddInsertsOnlyMissingKeys) {
   }
 }
 
+// An address is traced to the string that holds it. A dictionary's key is
+// passed over (nothing holds it by count), and strings made before and
+// after dictionaries whose keys come and go are still found.
+TEST(StorageTest, KeysArePassedOverAndTheStringsAroundThemFound) {
+  TulValue before(new TulString("held before"));
+  auto* d = new TulDictionary;
+  TulValue held(d);
+  for (const char* k : {"x", "a key longer than its short room"}) ASSERT_TRUE(d->add(TulString(k)));
+  TulValue after(new TulString("held after"));
+  for (TulDictionaryEntry* e = d->getFirst(); e; e = e->next)
+    EXPECT_EQ(tulStorageHolding(reinterpret_cast<std::uintptr_t>(e->key.c_str()), 1).type(),
+              TulValueType::Nil);
+  d->erase(TulString("x"));
+  held = TulValue();
+  for (const TulValue* v : {&before, &after}) {
+    const auto at = reinterpret_cast<std::uintptr_t>(static_cast<TulString*>(*v)->c_str());
+    EXPECT_EQ(static_cast<TulString*>(tulStorageHolding(at + 2, 3)), static_cast<TulString*>(*v));
+  }
+}
+
 // A key string remembers the entry it found. Asked again it answers what
 // the table holds: after its entry is erased, its place is taken by another
 // key, the key comes back, the string changes, and in a dictionary made
