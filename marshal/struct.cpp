@@ -27,15 +27,11 @@ bool isRef(const TulValue& v) { return v.type() >= TulValueType::Object; }
 // (a value holding a reference, a record a script resized) takes the
 // general path.
 void Record::lastReleased() {
-  if (size() == kFields) {
-    const TulValue* v = data();
-    if (!isRef(v[0]) && !isRef(v[1]) && !isRef(v[2]) && !isRef(v[3])) {
-      if (leaveInPlace()) {
-        Record::operator delete(this, sizeof(Record));
-        return;
-      }
-      setPlacedSize(0);
-    }
+  const TulValue* v = data();
+  if (size() == kFields && !isRef(v[0]) && !isRef(v[1]) && !isRef(v[2]) && !isRef(v[3]) &&
+      leaveInPlace()) {
+    Record::operator delete(this, sizeof(Record));
+    return;
   }
   delete this;
 }
