@@ -292,6 +292,9 @@ namespace detail {
 // The newest live container's link, or null: the runtime's list, seen here
 // so that a vector made in place links itself inline.
 extern TUL_API TulLiveLink* gNewestContainer;
+// Whether the live containers are being emptied, which must then hear of
+// every container freed meanwhile.
+extern TUL_API bool gClearingContainers;
 }  // namespace detail
 }  // namespace tulrt
 
@@ -339,6 +342,21 @@ class TUL_API TulVector : public TulRefObject {
     live_.next = newest;
     if (newest) newest->prev = &live_;
     tulrt::detail::gNewestContainer = &live_;
+  }
+  // For a vector in its own room whose values hold no reference, freed by
+  // its maker without the destructor (its storage then reused for one of
+  // its kind or given back): leaves the live containers and the count of
+  // live objects, inline. False, with nothing done, when it must take the
+  // general path instead (room on the heap, a weak link to tell, the live
+  // containers being emptied).
+  bool leaveInPlace() {
+    if (!isShort() || hasWeakLink() || tulrt::detail::gClearingContainers) return false;
+    TulLiveLink* const prev = live_.prev;
+    TulLiveLink* const next = live_.next;
+    if (prev) prev->next = next; else tulrt::detail::gNewestContainer = next;
+    if (next) next->prev = prev;
+    --gTulLiveObjects;
+    return true;
   }
 
  private:

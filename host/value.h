@@ -119,6 +119,8 @@ class TUL_API TulRefObject {
   // at zero for the caller to destroy in place (no last release runs). For
   // an owner that knows what its part is and how to free it.
   bool dropCount() { return --refs_ <= 0; }
+  // Whether a weak reference was ever taken (its link must hear of the end).
+  bool hasWeakLink() const { return weak_ != nullptr; }
 
  private:
   // The runtime's owners that free their parts in a row (a dictionary its

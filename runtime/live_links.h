@@ -12,9 +12,8 @@ namespace detail {
 
 // gNewestContainer, the newest live container's link, is declared with
 // TulLiveLink (host/containers.h).
-// Whether the live containers are being emptied (clearLiveContainers), which
-// must hear of every container freed meanwhile.
-extern bool gClearingContainers;
+// gClearingContainers, whether clearLiveContainers is emptying them, is
+// declared there too.
 void forgetClearedContainer(TulRefObject* c);
 
 inline void linkContainer(TulLiveLink& link, TulRefObject* c) {

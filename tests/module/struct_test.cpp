@@ -43,4 +43,30 @@ TEST_F(StructBuilding, DroppedRecordsReleaseWhatTheyHold) {
   }
 }
 
+// A weak link taken on a record hears of its end, plain values or not.
+TEST_F(StructBuilding, DroppedRecordTellsItsWeakLink) {
+  TulValue s = make("Struct");
+  ASSERT_EQ(errorOf(s, "addInt", {TulValue(new TulString("a")), TulValue(7)}), "");
+  TulValue& dict = *memberSlot(static_cast<TulObject*>(s), Member::StructDataDict);
+  TulWeakLink* link = refIn<TulDictionary>(dict, TulValueType::Dictionary)->find("a")->value.refObject()->weakLink();
+  ++link->count;
+  s = TulValue();
+  EXPECT_EQ(link->target, nullptr);
+  delete link;
+}
+
+// Records held by a vector that holds itself go with it when the machine's
+// teardown empties the containers left (the teardown checks the count).
+TEST_F(StructBuilding, RecordsHeldInACycleGoAtTeardown) {
+  auto* cycle = new TulVector;
+  cycle->push_back(TulValue(cycle));
+  const TulValue s = make("Struct");
+  const char* const names[] = {"a", "b", "c", "d", "e", "f", "g", "h"};
+  for (const char* name : names)
+    ASSERT_EQ(errorOf(s, "addInt", {TulValue(new TulString(name)), TulValue(1)}), "");
+  TulValue& dict = *memberSlot(static_cast<TulObject*>(s), Member::StructDataDict);
+  for (const char* name : names)
+    cycle->push_back(refIn<TulDictionary>(dict, TulValueType::Dictionary)->find(name)->value);
+}
+
 }  // namespace
