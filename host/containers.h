@@ -202,15 +202,7 @@ class TUL_API TulBuffer : public TulRefObject {
   bool setSize(unsigned size) {
     const unsigned n = size - size_;
     if (size > size_ && size <= cap_ && n <= 8) {
-      unsigned char* const from = data_ + size_;
-      if (n >= 4) {
-        __builtin_memset(from, 0, 4);
-        __builtin_memset(from + n - 4, 0, 4);
-      } else {
-        from[0] = 0;
-        from[n / 2] = 0;
-        from[n - 1] = 0;
-      }
+      zeroFew(data_ + size_, n);
       size_ = size;
       return true;
     }
@@ -219,6 +211,7 @@ class TUL_API TulBuffer : public TulRefObject {
   // Appends one byte; returns the new size.
   unsigned push_back(unsigned char b);
 
+
   unsigned size() const { return size_; }
   unsigned capacity() const { return cap_; }
   unsigned char* data() { return data_; }
@@ -226,6 +219,17 @@ class TUL_API TulBuffer : public TulRefObject {
 
  private:
   bool resize(unsigned size);
+  // Zeroes n bytes at from, 1 to 8 of them, by stores that may overlap.
+  static void zeroFew(unsigned char* from, unsigned n) {
+    if (n >= 4) {
+      __builtin_memset(from, 0, 4);
+      __builtin_memset(from + n - 4, 0, 4);
+    } else {
+      from[0] = 0;
+      from[n / 2] = 0;
+      from[n - 1] = 0;
+    }
+  }
   bool reserve(unsigned cap);
 
   unsigned char* data_;

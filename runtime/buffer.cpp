@@ -96,17 +96,7 @@ bool TulBuffer::resize(unsigned size) {
   if (size > size_) {
     unsigned char* const from = data_ + size_;
     const unsigned n = size - size_;
-    if (n > 8) {
-      std::memset(from, 0, n);
-    } else if (n >= 4) {
-      const std::uint32_t zero = 0;
-      std::memcpy(from, &zero, 4);
-      std::memcpy(from + n - 4, &zero, 4);
-    } else {
-      from[0] = 0;
-      from[n / 2] = 0;
-      from[n - 1] = 0;
-    }
+    if (n > 8) std::memset(from, 0, n); else zeroFew(from, n);
   }
   size_ = size;
   return true;
