@@ -7,17 +7,23 @@
 
 #include "host/value.h"
 
+// A thread's plain word, in its initial block where the system has one:
+// read without a call.
+#if defined(__GNUC__) && !defined(_WIN32)
+#  define TUL_THREAD_WORD __thread
+#  define TUL_INITIAL_TLS __attribute__((tls_model("initial-exec")))
+#else
+#  define TUL_THREAD_WORD thread_local
+#  define TUL_INITIAL_TLS
+#endif
+
 namespace tulrt {
 namespace detail {
 
 // Destructions nested on this thread now; 0 when none is (or when a dtor's
 // own queue starts counting afresh). A plain word in the initial thread
 // block: the runtime is loaded with its program, never opened later.
-#if defined(__GNUC__) && !defined(_WIN32)
-extern __thread unsigned tReleaseDepth __attribute__((tls_model("initial-exec")));
-#else
-extern thread_local unsigned tReleaseDepth;
-#endif
+extern TUL_THREAD_WORD unsigned tReleaseDepth TUL_INITIAL_TLS;
 
 // Up to this many destructions nest on the native stack; a deeper one is
 // queued for the level above to free.

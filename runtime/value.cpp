@@ -60,11 +60,6 @@ constexpr std::size_t kKeptQueueCapacity = 1024;
 #else
 #  define NOINLINE_DRAIN
 #endif
-#if defined(__GNUC__) && !defined(_WIN32)
-#  define TUL_INITIAL_TLS __attribute__((tls_model("initial-exec")))
-#else
-#  define TUL_INITIAL_TLS
-#endif
 ReleaseQueue& releaseQueue() {
   thread_local ReleaseQueue* queue TUL_INITIAL_TLS = nullptr;
   if (!queue) queue = new ReleaseQueue;
@@ -96,11 +91,7 @@ std::uint32_t saturateToUnsigned(double d) {
 
 // Kept apart from the queue: the common last release reads and writes only
 // this word.
-#if defined(__GNUC__) && !defined(_WIN32)
-__thread unsigned tulrt::detail::tReleaseDepth __attribute__((tls_model("initial-exec"))) = 0;
-#else
-thread_local unsigned tulrt::detail::tReleaseDepth = 0;
-#endif
+TUL_THREAD_WORD unsigned tulrt::detail::tReleaseDepth TUL_INITIAL_TLS = 0;
 
 // --- TulRefObject -----------------------------------------------------------
 
