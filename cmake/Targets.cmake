@@ -20,6 +20,14 @@ function(tul_target_defaults target)
   # are still returned in st(0), as the 32-bit calling convention requires.
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i[3-6]86|x86)$")
     target_compile_options(${target} PRIVATE "$<${cc}:-msse2;-mfpmath=sse>")
+    # GCC's straight-line vectoriser joins neighbouring 4-byte copies into
+    # 8- and 16-byte SSE ones. A value's fields are written one by one and
+    # read again a few instructions later; a load wider than the stores
+    # that wrote it waits until they reach the cache, a stall on every
+    # argument and call.
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      target_compile_options(${target} PRIVATE "$<${cc}:-fno-tree-slp-vectorize>")
+    endif()
   endif()
   if(SANITIZE)
     target_compile_options(${target} PRIVATE

@@ -171,11 +171,13 @@ class TUL_API TulValue {
   explicit TulValue(TulDictionaryEntry* e);
 
   TulValue(const TulValue& other)
-      : tag_(other.tag_), flags_(other.flags_), reserved16_(0), reserved32_(0), v_(other.v_) {
+      : tag_(other.tag_), flags_(other.flags_), reserved16_(0), reserved32_(0) {
+    v_.copy(other.v_);
     if (holdsRef(tag_)) retainHeld();
   }
   TulValue(TulValue&& other) noexcept
-      : tag_(other.tag_), flags_(other.flags_), reserved16_(0), reserved32_(0), v_(other.v_) {
+      : tag_(other.tag_), flags_(other.flags_), reserved16_(0), reserved32_(0) {
+    v_.copy(other.v_);
     other.tag_ = 0;
     other.flags_ = 0;
     other.v_.zero();
@@ -184,7 +186,7 @@ class TUL_API TulValue {
     if (holdsRef(tag_) || holdsRef(other.tag_)) return assignHeld(other);
     tag_ = other.tag_;
     flags_ = other.flags_;
-    v_ = other.v_;
+    v_.copy(other.v_);
     return *this;
   }
   TulValue& operator=(TulValue&& other) noexcept {
@@ -281,7 +283,7 @@ class TUL_API TulValue {
   void takeFrom(TulValue& other) noexcept {
     tag_ = other.tag_;
     flags_ = other.flags_;
-    v_ = other.v_;
+    v_.copy(other.v_);
     other.tag_ = 0;
     other.flags_ = 0;
     other.v_.zero();
@@ -313,7 +315,8 @@ class TUL_API TulValue {
   void setRef(TulValueType tag, TulRefObject* obj);
   void clear() {
     const std::uint8_t tag = tag_;
-    const Payload v = v_;
+    Payload v;
+    v.copy(v_);
     tag_ = 0;
     flags_ = 0;
     v_.zero();
@@ -340,6 +343,13 @@ class TUL_API TulValue {
     void zero() {
       words[0] = 0;
       words[1] = 0;
+    }
+    // Copied as the two words it is written as: a value is read soon
+    // after it is written, and a load wider than the stores that wrote it
+    // cannot take their bytes from the store buffer; it waits for them.
+    void copy(const Payload& from) {
+      words[0] = from.words[0];
+      words[1] = from.words[1];
     }
   } v_;
 };

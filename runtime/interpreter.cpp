@@ -117,13 +117,11 @@ inline void place(TulValue& slot, TulValue&& v) {
 const TulValue& selfOf(const TulValue* self) { return *self; }
 TulValue selfOf(TulObject* self) { return TulValue::strongRef(TulValueType::Object, self); }
 
-// Moves a value's 16 bytes into a nil slot and leaves the source nil (all
-// bytes zero), as the move constructor does: a reference travels with its
-// bits, so nothing is retained or released.
-inline void relocate(TulValue& to, TulValue& from) {
-  std::memcpy(static_cast<void*>(&to), static_cast<const void*>(&from), sizeof(TulValue));
-  std::memset(static_cast<void*>(&from), 0, sizeof(TulValue));
-}
+// Moves a value into a nil slot and leaves the source nil: a reference
+// travels with its bits, so nothing is retained or released. (Field by
+// field, as the move constructor copies: one 16-byte copy would read
+// bytes that narrower stores wrote a moment ago, and wait for them.)
+inline void relocate(TulValue& to, TulValue& from) { new (&to) TulValue(std::move(from)); }
 
 // Releases what a slot held (see resetSlots).
 void drop(TulValue& slot) { TulValue dropped(std::move(slot)); }
@@ -202,18 +200,12 @@ bool runFrame(Machine::Impl& m, C c, Self self, Arg* args, int nargs, TulValue& 
 }
 
 // An argument placed into a slot above top, which the invariant of
-// machine_impl.h keeps nil, so nothing there is given back: copied as its
-// 16 bytes, taking the reference it holds (the caller keeps its own; a weak
-// reference is copied as a value copies it), or moved, leaving the
-// caller's nil.
+// machine_impl.h keeps nil, so nothing there is given back: copied,
+// taking the reference it holds (the caller keeps its own), or moved,
+// leaving the caller's nil.
 inline void placeArg(TulValue& slot, const TulValue& v) {
   assert(!holdsReference(slot));
-  if (v.type() == TulValueType::ObjectRef) {
-    new (&slot) TulValue(v);
-    return;
-  }
-  std::memcpy(static_cast<void*>(&slot), static_cast<const void*>(&v), sizeof(TulValue));
-  if (TulRefObject* held = v.refObject()) held->retain();
+  new (&slot) TulValue(v);
 }
 inline void placeArg(TulValue& slot, TulValue& v) {
   assert(!holdsReference(slot));

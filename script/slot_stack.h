@@ -47,11 +47,12 @@ TUL_SLOTS_INLINE void moveInto(TulValue& dst, TulValue&& src) {
   new (&dst) TulValue(std::move(src));
 }
 
-// A value moves as its bytes (nothing points at where it lies): dst,
-// which holds no reference, takes src's value, and src is left nil.
+// A value moves as its bits (nothing points at where it lies): dst,
+// which holds no reference, takes src's value, and src is left nil. Field
+// by field, as the move constructor copies: a single 16-byte copy would
+// read bytes that narrower stores wrote a moment ago, and wait for them.
 TUL_SLOTS_INLINE void relocate(TulValue& dst, TulValue& src) {
-  std::memcpy(static_cast<void*>(&dst), &src, sizeof dst);
-  std::memset(static_cast<void*>(&src), 0, sizeof src);
+  new (&dst) TulValue(std::move(src));
 }
 
 // v, which holds no reference, = nil (the bytes of a nil are all zero).

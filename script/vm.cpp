@@ -310,7 +310,9 @@ TUL_ALWAYS_INLINE Frame* Interp::popActivation(const void**& pending, std::size_
   Frame* caller = a.caller;
   pending = a.callerPending;
   tryBase = a.callerTryBase;
-  const SlotStack::Mark mark = a.mark;
+  // Read field by field: the mark was written a few instructions ago, and
+  // a load wider than the stores that wrote it would wait for them.
+  const SlotStack::Mark mark{a.mark.block, a.mark.top, a.mark.from};
   --callDepth_;
   if (a.method) --methodDepth_;
   // A dtor run by the release may start activations of its own, at this
