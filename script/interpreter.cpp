@@ -22,10 +22,12 @@ using ops::stringOf;
 }  // namespace
 
 bool Interp::runProgram(const Program& p) {
-  std::vector<TulValue> slots(static_cast<std::size_t>(p.code.frameSize));
+  // The file's slots lie on the slot stack like a function's, so that a
+  // call made at the top level hands its arguments over where they lie.
+  SlotFrame slots(slotStack_, static_cast<std::size_t>(p.code.frameSize));
   Frame f;
   f.program = &p;
-  f.slots = slots.data();
+  f.slots = slots.slots();
   // Functions of a file exist before its first statement runs, so they may
   // call each other whatever their order.
   for (const HoistedFunction& h : p.hoisted) defineGlobal(h.name, functionValue(*h.fn));
