@@ -146,7 +146,6 @@ class SlotStack {
     TulValue* const slots = slots_;
     TulValue* const end = slots + top_;
     for (TulValue* p = slots + m.from; p != end; ++p) {
-      if (p->type() == TulValueType::Nil) continue;
       if (holdsReference(*p))
         dropHeld(*p);
       else
