@@ -494,6 +494,8 @@ class Interp : public GlobalNames {
     bool method = false;       // a script method (counted in methodDepth_)
     bool constructor = false;  // ... that gives its object
     const void* pending[kMaxPendingCalls];
+    Activation* outer = nullptr;  // the one this one runs inside
+    Activation* inner = nullptr;  // the one a call from it reuses, once made
   };
   // Starts fn's activation, which takes over the n arguments at args.
   Activation& pushActivation(const FunctionDecl& fn, TulValue* args, int n,
@@ -594,9 +596,13 @@ class Interp : public GlobalNames {
 
   std::int64_t steps_ = 0;
   int callDepth_ = 0;
-  // Activations by depth, each allocated once so that it stays put.
+  // Activations by depth, each allocated once so that it stays put, and
+  // chained from the root (which stands for none) through `inner`, so
+  // that a call takes the next one with a single read.
   std::vector<std::unique_ptr<Activation>> activations_;
-  std::size_t depth_ = 0;  // activations under way
+  Activation rootActivation_;
+  Activation* innermost_ = &rootActivation_;  // the one under way
+  TUL_NOINLINE Activation* deeperActivation();
   std::uintptr_t stackBase_ = 0;
   std::size_t stackBudget_ = 0;
   int activeRuns_ = 0;  // runs and method frames entered from outside

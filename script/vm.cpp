@@ -276,8 +276,10 @@ bool Interp::callFunctionAt(Frame& f, const FunctionDecl& fn,
 TUL_ALWAYS_INLINE Interp::Activation& Interp::pushActivation(const FunctionDecl& fn, TulValue* args, int n,
                                            Frame& caller, const void** callerPending,
                                            std::size_t callerTryBase) {
-  if (depth_ == activations_.size()) activations_.emplace_back(new Activation());
-  Activation& a = *activations_[depth_++];
+  Activation* next = innermost_->inner;
+  if (!next) next = deeperActivation();
+  innermost_ = next;
+  Activation& a = *next;
   ++callDepth_;
   a.mark = slotStack_.mark();
   // Calls that come here pass no more arguments than fn has parameters,
@@ -305,8 +307,17 @@ TUL_ALWAYS_INLINE Interp::Activation& Interp::pushActivation(const FunctionDecl&
   return a;
 }
 
+Interp::Activation* Interp::deeperActivation() {
+  activations_.emplace_back(new Activation());
+  Activation* a = activations_.back().get();
+  a->outer = innermost_;
+  innermost_->inner = a;
+  return a;
+}
+
 TUL_ALWAYS_INLINE Frame* Interp::popActivation(const void**& pending, std::size_t& tryBase) {
-  Activation& a = *activations_[--depth_];
+  Activation& a = *innermost_;
+  innermost_ = a.outer;
   Frame* caller = a.caller;
   pending = a.callerPending;
   tryBase = a.callerTryBase;
@@ -687,7 +698,7 @@ Flow Interp::run(const Code& code, Frame& entry) {
   // callees and the first of the try handlers it owns. Script functions
   // called by name or through a value run as activations of this same loop
   // (Call, CallValue), so these change with each call and return.
-  const std::size_t depth0 = depth_;  // the activations this run started lie above
+  Activation* const outer0 = innermost_;  // the activations this run starts lie inside it
   Frame* F = &entry;
   std::size_t tryBase = tries_.size();
   const void* entryPending[kMaxPendingCalls];
@@ -1208,7 +1219,7 @@ Return: {
     // An integer to a caller in this loop goes straight to its
     // destination, read as it was written.
     const TulValue* x = operandAt(R, ip->b);
-    if (x->type() == TulValueType::I32 && depth_ != depth0) {
+    if (x->type() == TulValueType::I32 && innermost_ != outer0) {
       r = x->i32();
       if (tries_.size() != tryBase) tries_.resize(tryBase);
       goto returnedInt;
@@ -1220,13 +1231,13 @@ Return: {
     F->ret = *x;
   }
   if (tries_.size() != tryBase) tries_.resize(tryBase);
-  if (depth_ == depth0) return Flow::Return;
+  if (innermost_ == outer0) return Flow::Return;
   goto returned;
 }
 
 ReturnNil:
   if (tries_.size() != tryBase) tries_.resize(tryBase);
-  if (depth_ == depth0) return Flow::Normal;
+  if (innermost_ == outer0) return Flow::Normal;
   goto returned;
 
 // The activation has ended: its caller goes on with the result.
@@ -1234,7 +1245,7 @@ returned: {
   bool ok;
   {
     TulValue out(std::move(F->ret));
-    const Activation& ended = *activations_[depth_ - 1];
+    const Activation& ended = *innermost_;
     const bool method = ended.method, constructor = ended.constructor;
     F = popActivation(pending, tryBase);
     RESUME();
@@ -1252,7 +1263,7 @@ returned: {
 
 // The same for an integer result r.
 returnedInt: {
-  const Activation& ended = *activations_[depth_ - 1];
+  const Activation& ended = *innermost_;
   if (ended.constructor) {
     F->ret = TulValue(r);
     goto returned;
@@ -1300,7 +1311,7 @@ failed:
     }
     tries_.resize(tryBase);
   }
-  if (depth_ == depth0) return Flow::Fail;
+  if (innermost_ == outer0) return Flow::Fail;
   F = popActivation(pending, tryBase);
   RESUME();
   goto failed;
