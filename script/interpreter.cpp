@@ -107,8 +107,8 @@ bool Interp::callScript(const FunctionDecl& fn, const TulValue& self, TulClass* 
   SlotFrame frame(slotStack_, static_cast<std::size_t>(fn.code.frameSize));
   TulValue* slots = frame.slots();
   // The slots come nil: the arguments are copied in, not assigned.
-  for (int i = 0; i < n && i < static_cast<int>(fn.params.size()); ++i)
-    new (&slots[i]) TulValue(args[i]);
+  const int taken = n < fn.code.params ? n : fn.code.params;
+  for (int i = 0; i < taken; ++i) new (&slots[i]) TulValue(args[i]);
   return runFrame(fn, slots, &self, cls, out);
 }
 
