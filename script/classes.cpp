@@ -88,7 +88,7 @@ TUL_ALWAYS_INLINE bool Interp::methodArguments(const FunctionDecl& fn, TulClass*
     ++first;
     --nargs;
   }
-  if (nargs > static_cast<int>(fn.params.size()))
+  if (nargs > fn.code.params)
     return tooManyForMethod(vm_->interp(), fn, cls, nargs);
   args = nargs ? &*ValPtr{p.vec, first} : nullptr;
   count = nargs;

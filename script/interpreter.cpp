@@ -5,6 +5,7 @@
 #include "script/interp.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "script/operations.h"
 #include "script/values.h"
@@ -106,9 +107,10 @@ bool Interp::callScript(const FunctionDecl& fn, const TulValue& self, TulClass* 
                         const TulValue* args, int n, TulValue& out) {
   SlotFrame frame(slotStack_, static_cast<std::size_t>(fn.code.frameSize));
   TulValue* slots = frame.slots();
-  // The slots come nil: the arguments are copied in, not assigned.
-  const int taken = n < fn.code.params ? n : fn.code.params;
-  for (int i = 0; i < taken; ++i) new (&slots[i]) TulValue(args[i]);
+  // The slots come nil: the arguments are copied in, not assigned. The
+  // caller (methodArguments) has refused more arguments than parameters.
+  assert(n <= fn.code.params);
+  for (int i = 0; i < n; ++i) new (&slots[i]) TulValue(args[i]);
   return runFrame(fn, slots, &self, cls, out);
 }
 
